@@ -1,0 +1,16 @@
+#include "tests/support/Deadline.h"
+
+#include <cstdlib>
+
+std::chrono::milliseconds TestTimeout() {
+  const char* text = std::getenv("DORN_TEST_TIMEOUT_SCALE");
+  const double scale = text != nullptr ? std::atof(text) : 1.0;
+  return std::chrono::milliseconds(static_cast<long>(5000 * (scale > 0 ? scale : 1.0)));
+}
+
+int Deadline::LeftMs() const {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+      mEnd - std::chrono::steady_clock::now());
+  if (left.count() > 0) return static_cast<int>(left.count());
+  return IsOver() ? 0 : 1;
+}

@@ -1,0 +1,25 @@
+// How long a test waits for something that must happen. Waits end as soon as it happened; the
+// limit only decides when a test gives up.
+#ifndef TESTS_SUPPORT_DEADLINE_H_
+#define TESTS_SUPPORT_DEADLINE_H_
+
+#include <chrono>
+
+// 5 s times the environment variable DORN_TEST_TIMEOUT_SCALE (a number above 0; 1 when unset).
+std::chrono::milliseconds TestTimeout();
+
+// A point in time TestTimeout() after its construction.
+class Deadline {
+ public:
+  Deadline() : mEnd(std::chrono::steady_clock::now() + TestTimeout()) {}
+
+  bool IsOver() const { return std::chrono::steady_clock::now() >= mEnd; }
+
+  // For poll(): 0 when the deadline is over, otherwise at least 1.
+  int LeftMs() const;
+
+ private:
+  std::chrono::steady_clock::time_point mEnd;
+};
+
+#endif  // TESTS_SUPPORT_DEADLINE_H_
