@@ -1,0 +1,83 @@
+// One connection to a dialog server: sends, prints what arrives, waits for what is expected.
+#ifndef TOOLS_DORN_STATION_STATION_H_
+#define TOOLS_DORN_STATION_STATION_H_
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/dorn-station/Framing.h"
+
+// Exit codes of the program.
+enum class Outcome {
+  kDone = 0,
+  kFailedExpectation = 1,
+  kUsage = 2,
+  kCannotConnect = 3,
+  kClosedByServer = 4,
+};
+
+class Station {
+ public:
+  struct Options {
+    bool quiet = false;           // Prints nothing but errors.
+    bool answerKeepalive = true;  // Sends KEEPALIVE when the server asks.
+    std::string saveDirectory;    // Files received are written here; empty: only counted.
+  };
+
+  explicit Station(Options options);
+  ~Station();
+  Station(const Station&) = delete;
+  Station& operator=(const Station&) = delete;
+
+  // Connects; on failure prints the reason on standard error and returns false.
+  bool Connect(const std::string& host, int port);
+
+  // Sends one command; false when the connection is gone.
+  bool Send(const std::string& text);
+
+  // Waits until a message contains `text`. Earlier messages are passed over. On time-out or when
+  // the server closes, says so on standard error and returns false.
+  bool Expect(const std::string& text, double seconds);
+
+  // False, with a line on standard error, if a message that the last Expect passed over or
+  // matched, or one that came after it, contains `text`.
+  bool Absent(const std::string& text);
+
+  // Prints what arrives for `seconds`, or until the server closes; below 0 means without end.
+  void Listen(double seconds);
+
+  // Waits until the server has sent something or `otherFd` (negative: none) is readable. Returns
+  // whether `otherFd` is.
+  bool WaitForEither(int otherFd);
+
+  bool IsOpen() const { return mFd >= 0; }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  void OnMessage(const std::string& text);
+  void OnPayload(std::string_view piece, bool last);
+  void OpenFileFor(const std::string& text);
+  bool ReceiveUntil(Clock::time_point deadline);
+  void Receive();
+  void Print(const char* direction, const std::string& text) const;
+  void Close();
+
+  Options mOptions;
+  int mFd = -1;
+  Framing mFraming;
+  std::vector<std::string> mPassed;   // What the last Expect passed over or matched.
+  std::vector<std::string> mWaiting;  // What came after it.
+  std::string mFileName;
+  size_t mFileBytes = 0;
+  std::unique_ptr<std::FILE, CloseFile> mFile;
+};
+
+#endif  // TOOLS_DORN_STATION_STATION_H_

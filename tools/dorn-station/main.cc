@@ -1,0 +1,164 @@
+// A station for the command line: logs in to a dialog server, sends commands, prints what arrives.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "tools/dorn-station/Station.h"
+#include "tools/dorn-station/Steps.h"
+
+namespace {
+
+struct Arguments {
+  std::string host = "127.0.0.1";
+  int port = 5000;
+  Login login;
+  std::string dialog;
+  std::vector<std::string> lines;
+  std::vector<std::string> expected;
+  double timeout = 5;
+  double linger = 1;
+  Station::Options station;
+};
+
+void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
+  cli.footer(std::string(kStepHelp) +
+             "\nWithout lines as arguments they are read from standard input.\n"
+             "\nExit codes: 0 done; 1 an expectation failed; 2 wrong usage; 3 cannot connect;\n"
+             "4 the server closed the connection before the work was done.\n"
+             "\nExample:\n"
+             "  dorn-station --id tanaka --pass secret --dialog panel 'touch pump1' "
+             "--expect pump1\n");
+  cli.add_option("--host", arguments.host, "Server name or address")->capture_default_str();
+  cli.add_option("--port", arguments.port, "TCP port")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 65535));
+  cli.add_option("--id", arguments.login.id, "Log in as this user (HELLO with Id and Pass)");
+  cli.add_option("--pass", arguments.login.pass, "Password of the user");
+  cli.add_option("--session", arguments.login.session, "Re-attach to this session instead");
+  cli.add_option("--type", arguments.login.type, "Type of this station")->capture_default_str();
+  cli.add_option("--width", arguments.login.width, "ResolutionH")->capture_default_str();
+  cli.add_option("--height", arguments.login.height, "ResolutionV")->capture_default_str();
+  cli.add_option("--dialog", arguments.dialog, "Enter this dialog after the log-in");
+  cli.add_option("--expect", arguments.expected,
+                 "After the last line wait for a message that contains this; may be repeated")
+      ->take_all()
+      ->expected(1);
+  cli.add_option("--timeout", arguments.timeout, "Seconds that an expectation may take")
+      ->capture_default_str();
+  cli.add_option("--linger", arguments.linger,
+                 "Seconds to print what arrives after the last line; -1: until the server closes")
+      ->capture_default_str();
+  cli.add_option("--save", arguments.station.saveDirectory, "Write received files to this folder")
+      ->check(CLI::ExistingDirectory);
+  cli.add_flag("--quiet", arguments.station.quiet, "Print nothing but errors");
+  cli.add_flag("--no-keepalive", noKeepalive, "Do not answer KEEPALIVE");
+  cli.add_option("lines", arguments.lines, "Commands and steps, one each");
+}
+
+class Run {
+ public:
+  explicit Run(const Arguments& arguments) : mArguments(arguments), mStation(arguments.station) {}
+
+  Outcome All() {
+    if (!mStation.Connect(mArguments.host, mArguments.port)) return Outcome::kCannotConnect;
+    Outcome outcome = LogIn();
+    if (outcome == Outcome::kDone) {
+      outcome = mArguments.lines.empty() ? FromStandardInput() : FromArguments();
+    }
+    for (const std::string& text : mArguments.expected) {
+      if (outcome != Outcome::kDone) return outcome;
+      if (!mStation.Expect(text, mArguments.timeout)) outcome = Outcome::kFailedExpectation;
+    }
+    if (outcome == Outcome::kDone && !mQuit && mArguments.expected.empty()) {
+      mStation.Listen(mArguments.linger);
+    }
+    return outcome;
+  }
+
+ private:
+  Outcome LogIn() {
+    const bool wanted = !mArguments.login.id.empty() || !mArguments.login.session.empty();
+    if (wanted && !mStation.Send(HelloCommand(mArguments.login))) return Outcome::kClosedByServer;
+    if (mArguments.dialog.empty()) return Outcome::kDone;
+    return mStation.Send(EnterCommand(mArguments.dialog)) ? Outcome::kDone
+                                                          : Outcome::kClosedByServer;
+  }
+
+  Outcome FromArguments() {
+    for (const std::string& line : mArguments.lines) {
+      const Outcome outcome = Do(line);
+      if (outcome != Outcome::kDone || mQuit) return outcome;
+    }
+    return Outcome::kDone;
+  }
+
+  // Prints what arrives while the person types.
+  Outcome FromStandardInput() {
+    std::string pending;
+    while (mStation.IsOpen()) {
+      if (!mStation.WaitForEither(STDIN_FILENO)) continue;
+      char bytes[4096];
+      const ssize_t got = read(STDIN_FILENO, bytes, sizeof bytes);
+      if (got <= 0) return pending.empty() ? Outcome::kDone : Do(pending);
+      pending.append(bytes, static_cast<size_t>(got));
+      for (size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n')) {
+        const Outcome outcome = Do(pending.substr(0, end));
+        if (outcome != Outcome::kDone || mQuit) return outcome;
+        pending.erase(0, end + 1);
+      }
+    }
+    return Outcome::kClosedByServer;
+  }
+
+  Outcome Do(const std::string& line) {
+    std::string error;
+    const std::optional<Step> step = ParseStep(line, error);
+    if (!step) {
+      std::fprintf(stderr, "dorn-station: %s: %s\n", line.c_str(), error.c_str());
+      return Outcome::kUsage;
+    }
+    switch (step->kind) {
+      case StepKind::kSend:
+        return mStation.Send(step->text) ? Outcome::kDone : Outcome::kClosedByServer;
+      case StepKind::kExpect:
+        return Checked(mStation.Expect(step->text, mArguments.timeout));
+      case StepKind::kAbsent:
+        return Checked(mStation.Absent(step->text));
+      case StepKind::kWait:
+        mStation.Listen(step->seconds);
+        return Outcome::kDone;
+      case StepKind::kQuit:
+        mQuit = true;
+        return Outcome::kDone;
+      case StepKind::kNothing:
+        break;
+    }
+    return Outcome::kDone;
+  }
+
+  static Outcome Checked(bool held) { return held ? Outcome::kDone : Outcome::kFailedExpectation; }
+
+  const Arguments& mArguments;
+  Station mStation;
+  bool mQuit = false;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App cli{
+      "A station for the command line: logs in to a dialog server, sends commands and "
+      "prints every message that arrives."};
+  Arguments arguments;
+  bool noKeepalive = false;
+  Describe(cli, arguments, noKeepalive);
+  try {
+    cli.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return cli.exit(error) == 0 ? 0 : static_cast<int>(Outcome::kUsage);
+  }
+  arguments.station.answerKeepalive = !noKeepalive;
+  return static_cast<int>(Run(arguments).All());
+}
