@@ -1,0 +1,3 @@
+#include "PageDialog.h"
+
+void PageDialog::OnChange(VQClientSocket* client, VQJsonCommand*) { SendSnapshot(client); }

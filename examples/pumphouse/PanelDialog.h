@@ -1,0 +1,36 @@
+// The panel that all stations share.
+#ifndef PUMPHOUSE_PANELDIALOG_H_
+#define PUMPHOUSE_PANELDIALOG_H_
+
+#include <dorn/dorn.h>
+
+#include <map>
+#include <string>
+
+#include "PumpStation.h"
+
+class PanelDialog : public VQDialog {
+ public:
+  void OnInit() override;
+  void OnChangeBefore(VQClientSocket* client, VQJsonCommand* command) override;
+  void OnChange(VQClientSocket* client, VQJsonCommand* command) override;
+  void OnCondition(VQClientSocket* client, VQJsonCommand* command) override;
+  void OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString sid) override;
+  void OnTouch(VQClientSocket* client, VQJsonObject* object, KZString action) override;
+  void OnTimer(timeval time, unsigned int id) override;
+  void OnFinal() override;
+
+ private:
+  void Show(const char* key, const VQValue& value, const KZString& name);
+  void ShowMachinery();
+  void RaiseAlarm(const std::string& text);
+  void AddOperator(const KZString& sessionId);
+  void RemoveOperator(const KZString& sessionId);
+
+  PumpStation mStation;
+  bool mHighWater = false;
+  std::map<KZString, KZString> mOperatorBySession;  // Name of the object that stands for each.
+  int mOperatorCount = 0;
+};
+
+#endif  // PUMPHOUSE_PANELDIALOG_H_

@@ -1,0 +1,41 @@
+// The smallest dialog server: one panel that every station shares.
+#include <dorn/dorn.h>
+
+class Panel : public VQDialog {
+ public:
+  void OnInit() override { LoadJsonShare(); }
+  void OnChange(VQClientSocket* station, VQJsonCommand*) override { SendSnapshot(station); }
+  void OnCondition(VQClientSocket* station, VQJsonCommand* command) override {
+    UpdateResourceShare(command, station->GetSessionId());
+    SendUpdateShareToAll(false);
+  }
+};
+
+class Maker : public VQDialogMaker {
+ public:
+  VQDialog* CreateDialog(const KZString& name) override {
+    if (!(name == "panel")) return nullptr;
+    auto* panel = new Panel;
+    panel->Init(name, "panel.json");
+    return panel;
+  }
+};
+
+class App : public VQApplication {
+ public:
+  using VQApplication::VQApplication;
+  int OnInit() override { return 1; }
+  void OnAuth(const KZString& id, const KZString& pass, VQClientSocket* station) override {
+    if (!(pass == "secret")) return;
+    CreateSession(id, 600000);  // Ends ten minutes after the last command.
+    station->Authentication(id);
+  }
+};
+
+Maker maker;
+App app(maker);
+
+int main(int argc, char** argv) {
+  if (app.Initialize(argc, argv) < 0 || !app.IsListening()) return 1;
+  app.AppMain();
+}
