@@ -14,6 +14,7 @@ const char* const kStepHelp =
     "  expect TEXT              wait until a message contains TEXT\n"
     "  absent TEXT              fail if a message seen since the expect before last contains TEXT\n"
     "  wait SECONDS             only print what arrives\n"
+    "  say TEXT                 print TEXT, so that a script sees how far this station is\n"
     "  quit                     close the connection\n"
     "  # ...                    a comment\n";
 
@@ -123,6 +124,7 @@ std::optional<Step> ParseStep(const std::string& line, std::string& error) {
   if (word == "get") return Get(words, error);
   if (word == "expect") return WithText(StepKind::kExpect, word, Rest(words), error);
   if (word == "absent") return WithText(StepKind::kAbsent, word, Rest(words), error);
+  if (word == "say") return WithText(StepKind::kSay, word, Rest(words), error);
   if (word == "wait") return Wait(Rest(words), error);
   if (word == "quit") return Step{StepKind::kQuit, "", 0};
   error = "unknown word \"" + word + "\"; --help lists what a line may be";

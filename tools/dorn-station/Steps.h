@@ -10,6 +10,7 @@ enum class StepKind {
   kExpect,  // text: wait for a message that contains it
   kAbsent,  // text: fail if a message since the step before the last expect contained it
   kWait,    // seconds: just print what arrives
+  kSay,     // text: print it
   kQuit,    // close the connection and end
   kNothing  // an empty line or a comment
 };

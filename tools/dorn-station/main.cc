@@ -129,6 +129,10 @@ class Run {
       case StepKind::kWait:
         mStation.Listen(step->seconds);
         return Outcome::kDone;
+      case StepKind::kSay:
+        std::puts(step->text.c_str());
+        std::fflush(stdout);
+        return Outcome::kDone;
       case StepKind::kQuit:
         mQuit = true;
         return Outcome::kDone;
