@@ -1,0 +1,122 @@
+#include "dorn/base/KZLog.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <new>
+
+#include "dorn/base/Clock.h"
+
+namespace {
+
+constexpr std::int64_t kMicrosecondsPerSecond = 1000000;
+
+using Prefix = std::array<char, 64>;
+
+// Wraps for times beyond what the count can hold, which no clock gives.
+std::int64_t Microseconds(const timeval& time) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(time.tv_sec) *
+                                       static_cast<std::uint64_t>(kMicrosecondsPerSecond) +
+                                   static_cast<std::uint64_t>(time.tv_usec));
+}
+
+// The stamp of a message at `time`; a start after it moves back to it.
+Prefix MakePrefix(const timeval& time, std::uint64_t& startUs) {
+  const std::int64_t nowUs = Microseconds(time);
+  if (nowUs < static_cast<std::int64_t>(startUs)) startUs = static_cast<std::uint64_t>(nowUs);
+  const std::uint64_t elapsedUs = static_cast<std::uint64_t>(nowUs) - startUs;
+  const std::uint64_t seconds = elapsedUs / kMicrosecondsPerSecond;
+  const std::uint64_t rest = elapsedUs % kMicrosecondsPerSecond;
+  Prefix prefix{};
+  static_cast<void>(std::snprintf(prefix.data(), prefix.size(), " %02d:%02d:%02d.%03d ",
+                                  static_cast<int>(seconds / 3600),
+                                  static_cast<int>(seconds / 60 % 60),
+                                  static_cast<int>(seconds % 60), static_cast<int>(rest / 1000)));
+  return prefix;
+}
+
+__attribute__((format(printf, 3, 0))) int Write(KZLog& log, const timeval& time, const char* f,
+                                                va_list arguments) {
+  // Callers log between a failed system call and whoever looks at its error.
+  const int error = errno;
+  Prefix prefix = MakePrefix(time, log.mStratTime);
+  int result = -1;
+  if (log.mBuffer != nullptr && log.mSrteam != nullptr) {
+    errno = error;  // For "%m".
+    static_cast<void>(
+        std::vsnprintf(log.mBuffer, static_cast<std::size_t>(log.mBufferSize), f, arguments));
+    result = log.mSrteam->Output(prefix.data());
+    result += log.mSrteam->Output(log.mBuffer);
+  } else {
+    static_cast<void>(std::fputs(prefix.data(), stdout));
+    errno = error;
+    static_cast<void>(std::vprintf(f, arguments));
+  }
+  errno = error;
+  return result;
+}
+
+}  // namespace
+
+KZStream::~KZStream() = default;
+
+int KZStream::Output(char* /*text*/) { return 0; }
+
+KZLog::~KZLog() { delete[] mBuffer; }
+
+int KZLog::LogStart(int size, KZStream* srteam) {
+  mStratTime = static_cast<std::uint64_t>(Microseconds(dorn::Now()));
+  if (size > 0) {
+    if (char* buffer = new (std::nothrow) char[static_cast<std::size_t>(size)]) {
+      delete[] mBuffer;
+      mBuffer = buffer;
+      mBufferSize = size;
+    }
+  }
+  if (srteam == nullptr) {
+    delete[] mBuffer;
+    mBuffer = nullptr;
+    mBufferSize = 0;
+  } else {
+    mSrteam = srteam;
+  }
+  return 1;
+}
+
+int KZLog::LogPrintf(const char* f, ...) {
+  va_list arguments;
+  va_start(arguments, f);
+  const int result = Write(*this, dorn::Now(), f, arguments);
+  va_end(arguments);
+  return result;
+}
+
+int KZLog::LogPrintf(timeval time, const char* f, ...) {
+  va_list arguments;
+  va_start(arguments, f);
+  const int result = Write(*this, time, f, arguments);
+  va_end(arguments);
+  return result;
+}
+
+int log_printf(const char* path, const char* format, ...) {
+  // Opened without O_CREAT, so that a file which vanishes meanwhile does not come back.
+  const int descriptor = open(path, O_RDWR | O_APPEND | O_CLOEXEC);
+  if (descriptor < 0) return 0;
+  std::FILE* file = fdopen(descriptor, "a+");
+  if (file == nullptr) {
+    static_cast<void>(close(descriptor));
+    return 0;
+  }
+  static_cast<void>(std::setvbuf(file, nullptr, _IOLBF, 0));
+  va_list arguments;
+  va_start(arguments, format);
+  const int written = std::vfprintf(file, format, arguments);
+  va_end(arguments);
+  static_cast<void>(std::fclose(file));
+  return written;
+}
