@@ -12,4 +12,12 @@
 #include "dorn/json/JsonValue.h"
 #include "dorn/json/VQValue.h"
 
+#include "dorn/model/VQJsonCommand.h"
+#include "dorn/model/VQJsonGrid.h"
+#include "dorn/model/VQJsonObject.h"
+#include "dorn/model/VQJsonObjectHasList.h"
+#include "dorn/model/VQJsonParser.h"
+#include "dorn/model/VQJsonRadioButton.h"
+#include "dorn/model/VQJsonResource.h"
+
 #endif  // DORN_DORN_H_
