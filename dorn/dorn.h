@@ -8,6 +8,16 @@
 #include "dorn/base/KZString.h"
 #include "dorn/base/KZStringArray.h"
 
+#include "dorn/loop/KZApplication.h"
+#include "dorn/loop/KZFdData.h"
+#include "dorn/loop/KZFdDataList.h"
+#include "dorn/loop/KZTimer.h"
+
+#include "dorn/net/KZClientSocket.h"
+#include "dorn/net/KZServerSocket.h"
+#include "dorn/net/KZSocket.h"
+#include "dorn/net/KZSocketUdp.h"
+
 #include "dorn/json/JsonParser.h"
 #include "dorn/json/JsonValue.h"
 #include "dorn/json/VQValue.h"
