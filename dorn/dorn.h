@@ -30,4 +30,13 @@
 #include "dorn/model/VQJsonRadioButton.h"
 #include "dorn/model/VQJsonResource.h"
 
+#include "dorn/server/VQApplication.h"
+#include "dorn/server/VQClientSocket.h"
+#include "dorn/server/VQDialog.h"
+#include "dorn/server/VQDialogList.h"
+#include "dorn/server/VQDialogMaker.h"
+#include "dorn/server/VQSession.h"
+#include "dorn/server/VQSessionList.h"
+#include "dorn/server/VQStationSocket.h"
+
 #endif  // DORN_DORN_H_

@@ -1,0 +1,161 @@
+// The application object of a dialog server. Including this file also gives VQDialogMaker.
+// Loop thread only: nothing in this file takes a lock.
+#ifndef DORN_SERVER_VQAPPLICATION_H_
+#define DORN_SERVER_VQAPPLICATION_H_
+
+#include <sys/time.h>
+
+#include "dorn/base/Export.h"
+#include "dorn/base/KZLog.h"
+#include "dorn/base/KZString.h"
+#include "dorn/loop/KZApplication.h"
+#include "dorn/server/VQDialogList.h"
+#include "dorn/server/VQDialogMaker.h"
+#include "dorn/server/VQSessionList.h"
+#include "dorn/server/VQStationSocket.h"
+
+class VQClientSocket;
+class VQDialog;
+
+// A host derives its own class, defines OnInit() and OnAuth(), and has one global object of it:
+//
+//   MyMaker maker;
+//   MyApp app(maker);
+//   int main(int argc, char** argv) {
+//     if (app.Initialize(argc, argv) < 0 || !app.IsListening()) return 1;
+//     app.AppMain();
+//   }
+//
+// No header of the library declares `app`, and a host with several files writes `extern MyApp app;`
+// in a header of its own. The library could not declare it: its type is the host's, and any
+// declaration with another type would be in conflict with the host's definition; a library that
+// merely referred to the symbol could not be linked by a program without one, nor with a host
+// that hides its symbols. Instead the constructor registers the object, and the library reaches
+// the first one that was constructed and still exists, through its virtual functions.
+//
+// Timer ids are routed by range: 0x8000000 to 0xCFFFFFF belong to connections, 0xD000000 to
+// 0xFFFFFFF to sessions; all others are the host's.
+class DORN_EXPORT VQApplication : public KZApplication {
+ public:
+  // Where stations connect.
+  static constexpr int kStationPort = 5000;
+
+  // Bounds of the id ranges; kTimerIdEnd is the first id behind them.
+  static constexpr unsigned int kFirstSocketId = 0x8000000;
+  static constexpr unsigned int kFirstSessionTimerId = 0xD000000;
+  static constexpr unsigned int kTimerIdEnd = 0x10000000;
+
+  // `maker` must outlive the application. Safe before main(), whatever else is constructed then.
+  explicit VQApplication(VQDialogMaker& maker);
+
+  // Deletes neither dialogs nor sessions nor connections.
+  ~VQApplication() override;
+
+  VQApplication(const VQApplication&) = delete;
+  VQApplication& operator=(const VQApplication&) = delete;
+
+  // Routes a timer without a name: to a session, to a connection, or else to OnTimer(). Also the
+  // timer of a connection that is gone goes to OnTimer().
+  void ApplicationTimer(timeval time, unsigned int id) override;
+
+  // Routes a timer with a name to the OnTimer() of that dialog, if it exists.
+  void DialogTimer(timeval time, unsigned int id, KZString name) override;
+
+  // Called by Initialize() after the station port was opened. Its result is that of Initialize(),
+  // a negative one meaning failure.
+  virtual int OnInit() = 0;
+
+  // Called when an unauthenticated station logs in. With the right password: choose a session id
+  // that cannot be guessed, CreateSession(), then client->Authentication(session id). With a wrong
+  // one: do nothing; the station gets an error and may try again until its time-out. May close the
+  // connection. One message may bring thousands of attempts: count them, or close.
+  virtual void OnAuth(const KZString& id, const KZString& pass, VQClientSocket* client) = 0;
+
+  // Called when an unauthenticated station presents a session id. By default binds the connection
+  // to that session and returns true if it exists; else makes it unauthenticated and returns false,
+  // and it is closed. Never called with "SessionIdShared", which names no log-in.
+  virtual bool OnAuthCheck(const KZString& sid, VQClientSocket* client);
+
+  // Called when an authenticated station says HELLO (or CHANGE) without naming a dialog. By default
+  // has it open "Top.json".
+  // Kept: the vertical resolution comes first.
+  virtual void OnStart(VQClientSocket* client, KZString& type, int resolutionV, int resolutionH);
+
+  // Called with each timer of the host's own. Does nothing by default.
+  virtual void OnTimer(timeval time, unsigned int id);
+
+  // Opens the station port on all local addresses and calls OnInit(). Returns OnInit()'s result, or
+  // a negative number if the port's address could not even be resolved.
+  // Kept: a port that cannot be bound (another process has it) does not end this; one line on
+  // standard error says so, OnInit() runs, and IsListening() is false.
+  int Initialize(int argc, char** argv);
+
+  // Whether stations can connect.
+  bool IsListening();
+
+  // Sends the log of the station socket and of every later connection to `stream`, which is not
+  // owned and must outlive them. Null: nowhere, as it is by default.
+  void SetLogStream(KZStream* stream);
+
+  // Whether `name`, relative to `resources`, stays below it: it does not climb above it through
+  // ".." and holds no zero byte. Looks at the name alone, not at the disk.
+  static bool IsInsideResources(const KZString& name);
+
+  // Prints and hands out the next id of a connection, a multiple of 10 above the first. The caller
+  // owns it and the nine ids behind it.
+  unsigned int MakeSocketId();
+
+  // Prints and hands out the next id of a session's timer.
+  unsigned int MakeSessionTimerId();
+
+  // Has the maker create the dialog and adds it to the dialog list. Null if the maker knows no such
+  // name.
+  VQDialog* CreateDialog(const char* name);
+
+  // Creates a session that expires `interval` milliseconds after its last command, never if that is
+  // 0 or less. Returns false, and leaves the session alone, if there is one of that id.
+  bool CreateSession(const KZString& sid, int interval);
+
+  // The registries. The application owns them.
+  VQDialogList* DialogList() { return &mDialogList; }
+  VQSessionList* SessionList() { return &mSessionList; }
+
+  // The directory of the running executable, or "." if it cannot be found out. Valid until the next
+  // call; at most 1023 bytes of the executable's path count.
+  char* GetModuleDirectory();
+
+  // Sends `text` to every connection of session `sid` that shows dialog `dname`.
+  // "SessionIdShared" addresses every session, the empty name every dialog.
+  // Kept: both together also reach connections that never logged in.
+  void SendDataList(const KZString& sid, const KZString& dname, const KZString& text);
+
+  // Unbinds and closes the first connection of session `sid`, if any.
+  void RemoveSocketBySession(const KZString& sid);
+
+  // Finds the connection that owns timer `id` and returns which of its ten timers that is.
+  // `*client` becomes null, and the result 0, if there is none. A closed connection is found until
+  // the loop's next pass has unlinked it.
+  int GetSocket(unsigned int id, VQClientSocket** client);
+
+  const VQDialogMaker& mDialogMaker;
+  VQStationSocket mStationSocket;
+  VQDialogList mDialogList;
+  VQSessionList mSessionList;
+  KZStream mLog;                 // The default sink: writes nothing.
+  unsigned int mSocketId;        // Next id of a connection.
+  unsigned int mSessionTimerId;  // Next id of a session's timer.
+
+ private:
+  friend class VQClientSocket;
+  friend class VQSession;
+
+  unsigned int NextSocketId();
+  unsigned int NextSessionTimerId();
+  void ConnectionTimer(VQClientSocket* client, int kind);
+
+  // Once ids have started again from the first one, those still in use are skipped.
+  bool mSocketIdsWrapped = false;
+  bool mSessionTimerIdsWrapped = false;
+};
+
+#endif  // DORN_SERVER_VQAPPLICATION_H_

@@ -1,0 +1,152 @@
+// The server's end of one connection from a station: framing, log-in, command dispatch, sending.
+// Loop thread only: the record's data semaphore is held only while the receive buffer is searched
+// or trimmed, never while a command executes, so hooks may send, close and delete freely.
+#ifndef DORN_SERVER_VQCLIENTSOCKET_H_
+#define DORN_SERVER_VQCLIENTSOCKET_H_
+
+#include <sys/socket.h>
+
+#include <cstddef>
+#include <memory>
+
+#include "dorn/base/Export.h"
+#include "dorn/base/KZLog.h"
+#include "dorn/base/KZString.h"
+#include "dorn/net/KZClientSocket.h"
+
+class VQJsonCommand;
+class VQJsonObject;
+
+namespace dorn {
+class OutgoingDrainer;
+class OutgoingQueue;
+}  // namespace dorn
+
+// A message is STX text ETX (0x02, UTF-8 JSON, 0x03), in both directions. There is no length field
+// and no escaping, so the text holds none of 0x02, 0x03 and 0x00.
+//
+// Connections are made by VQStationSocket and owned by the descriptor list, which destroys them in
+// the pass after Close(). Each takes an id B from the application and owns the timer ids B to B+9:
+//   B+0  connection time-out, 10 s, cancelled by Authentication()
+//   B+1  idle timer, 180 s, counted anew whenever bytes arrive; then a KEEPALIVE is sent
+//   B+2  answer timer, 10 s after that KEEPALIVE, cancelled by the station's "KEEPALIVE" alone
+//
+// What the socket does not take at once is queued, at most about 8 MiB for each connection; a
+// station that lets more pile up is closed. Nothing that was accepted is ever cut or reordered.
+class DORN_EXPORT VQClientSocket : public KZClientSocket {
+ public:
+  // An unauthenticated connection with a fresh id and no descriptor yet; see Create(). Neither
+  // `stream` (the sink of the socket's log) nor `list` is owned.
+  VQClientSocket(KZStream* stream, KZFdDataList* list);
+
+  // Prints "socket delete". Does not close the descriptor.
+  ~VQClientSocket() override;
+
+  VQClientSocket(const VQClientSocket&) = delete;
+  VQClientSocket& operator=(const VQClientSocket&) = delete;
+
+  // Receives as every socket does. A station that finished sending while bytes are still queued for
+  // it is closed when they are out, not at once.
+  void ReadyToRead() override;
+
+  // Called instead of ReadyToRead() while such a station takes its last bytes.
+  void ReadyToWrite() override;
+
+  // Notices that the receive buffer was emptied.
+  int OnNotice(int code, int value) override;
+
+  // Raw bytes without framing. One send() as in KZSocket when nothing is queued: a short or failed
+  // send is the caller's to deal with. Otherwise the bytes queue up behind what was accepted before
+  // and `length` is returned, or -1 when the queue is full and the connection was closed for it.
+  int Send(const void* data, int length) override;
+
+  // Called by Close(). Drops what is still queued and logs. Closing a connection neither ends its
+  // session nor tells its dialog.
+  void OnClose() override;
+
+  // Called by the loop when bytes were appended to the receive buffer, and in every pass as long as
+  // an incomplete message stays in it. Executes all complete messages in order and returns 0.
+  // Bytes before the first STX are dropped, once for each call: what lies between an ETX and the
+  // next STX of the same call becomes the start of the next message's text.
+  // A buffer that is full without an ETX can never become a message: the connection is closed.
+  int OnReceive(sockaddr* addr, unsigned int addrlen) override;
+  using KZClientSocket::OnReceive;
+
+  // Prints one trace line, frames the text and writes it with a single write. Returns what the
+  // write returned, or -1 without a descriptor. When the socket takes only a part, or when earlier
+  // bytes are still queued, the rest is queued and the framed length is returned.
+  // The bytes 0x00, 0x02 and 0x03 inside the text would end or forge messages: they are sent as
+  // blanks. Quotes are not touched: what a station may put into a text, other stations receive.
+  virtual int SendData(const KZString& text);
+
+  // Writes what the socket still takes of the queue, then closes as KZSocket does. Returns 0, or -1
+  // when it was closed before. The command being executed is finished, nothing after it is.
+  int Close();
+
+  // Empty until authenticated. The reference is valid as long as the connection.
+  KZString& GetSessionId() { return mSessionId; }
+
+  // Whether a text for session `sid` is for this connection: "SessionIdShared" addresses everyone,
+  // also connections that never logged in.
+  bool CompareSessionId(const KZString& sid) const;
+
+  // Whether a text for dialog `name` is for this connection; the empty name addresses everyone.
+  bool CompareDialogName(const KZString& name) const;
+
+  // Binds the connection to session `sid`, or to none when it is empty, and cancels the connection
+  // time-out. A host's OnAuth() calls it after CreateSession().
+  // Kept: the time-out is cancelled for an empty `sid` too. A host that calls this to refuse a
+  // log-in keeps the connection open for as long as the station sends something now and then; on
+  // failure call nothing.
+  void Authentication(KZString sid);
+
+  // Executes all commands of one message, in order, until one of them closed the connection.
+  // Returns 1. Text that cannot be parsed does nothing.
+  int DoCommand(const KZString& text);
+
+  // Answers one GETFILE: with the dialog's tree when `file` is the resource file of a dialog that
+  // exists, else with the file below `resources`. Does not block: what the socket does not take is
+  // sent when it has room, in order with everything else. A file that is replaced during a long
+  // transfer may arrive mixed; never more than the announced length is sent.
+  void OnGetfile(KZString file, KZString date, KZString objectName);
+
+  KZString mDialogName;         // The dialog that the station shows; empty before the first one.
+  KZString mSessionId;          // Empty until authenticated.
+  bool mAuth = false;           // Authenticated.
+  KZStream* mStream = nullptr;  // Not owned.
+
+ private:
+  friend class VQDialog;
+  friend class dorn::OutgoingDrainer;
+
+  void RestartIdleTimer();
+  void Resynchronise();
+  int FindMessageEnd();
+  KZString TakeMessage(int length);
+  bool IsClosed();
+
+  void Execute(VQJsonObject* entry);
+  void CheckSessionId(VQJsonObject* entry);
+  void Greet(VQJsonCommand* command);
+  void SwitchDialog(VQJsonCommand* command);
+  void Start(VQJsonCommand* command);
+  void ExecuteAuthenticated(VQJsonObject* entry);
+  void GetFile(VQJsonObject* command);
+  void Condition(VQJsonCommand* command);
+  void SendError(const char* status, const char* message);
+
+  bool HasBacklog() const;
+  int Transmit(const char* bytes, std::size_t length);
+  bool Enqueue(const char* bytes, std::size_t length);
+  bool EnqueueFile(const KZString& path, long long offset, long long end);
+  bool ArmDrainer();
+  void SendPayload(const char* bytes, std::size_t length);
+
+  // How far the buffer is known to hold no ETX, and how much the last OnReceive() left in it (-1
+  // before the first). Bytes that came or went in any other way than through the loop void both.
+  int mSearched = 0;
+  int mLeft = -1;
+  std::unique_ptr<dorn::OutgoingQueue> mOutgoing;  // Made at the first backlog.
+};
+
+#endif  // DORN_SERVER_VQCLIENTSOCKET_H_
