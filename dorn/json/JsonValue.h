@@ -4,6 +4,7 @@
 #define DORN_JSON_JSONVALUE_H_
 
 #include <cstddef>
+#include <cstring>
 #include <map>
 #include <string>
 #include <vector>
@@ -94,7 +95,10 @@ class DORN_EXPORT value {
   value(const object& o);
 
   value(const value& other);
-  value(value&& other) noexcept;  // Leaves null behind.
+  value(value&& other) noexcept {  // Leaves null behind.
+    std::memcpy(static_cast<void*>(this), &other, sizeof(value));
+    other.type_ = null_type;
+  }
   ~value() {
     if (type_ >= string_type) Destroy();
   }
@@ -157,10 +161,8 @@ class DORN_EXPORT value {
 
  private:
   void Destroy() noexcept;
-  void Swap(value& other) noexcept;
-  static bool ParseElements(value& out, input& in);
-  static bool ParseMembers(value& out, input& in);
-  static bool ParseEscape(std::string& out, input& in);
+  static bool ParseElements(array& elements, input& in);
+  static bool ParseMembers(object& members, input& in);
 };
 
 template <>

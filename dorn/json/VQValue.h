@@ -50,6 +50,8 @@ class DORN_EXPORT VQValue {
   using VQJArray = ::VQJArray;
 
   VQValue() = default;
+  VQValue(const VQValue& other) = default;
+  VQValue(VQValue&& other) noexcept = default;
   VQValue(const char* s) { Set(s); }
   VQValue(const std::string& s) { Set(s); }
   VQValue(int n) { Set(n); }
@@ -59,6 +61,10 @@ class DORN_EXPORT VQValue {
 
   // Converts a JSON value with all that it holds. Null and floating numbers become TYPE_NONE.
   VQValue(const value& v);
+
+  // The source may be a part of this value.
+  VQValue& operator=(const VQValue& other);
+  VQValue& operator=(VQValue&& other) noexcept;
 
   VQValue& operator=(const char* s);
   VQValue& operator=(const std::string& s);
@@ -108,8 +114,8 @@ class DORN_EXPORT VQValue {
   // empty text. Nothing is equal to TYPE_NONE, not even TYPE_NONE.
   bool operator==(const VQValue& o) const;
 
-  // Kept: compare the addresses of the elements' texts, not their contents; no two elements share
-  // a text, so only empty containers of the right kind are equal.
+  // Kept: compare the addresses of the elements' texts, not their contents. As no two elements
+  // share a text, only the very container that this value holds is equal, or another empty one.
   bool operator==(const VQJObject& m) const;
   bool operator==(const VQJArray& a) const;
 

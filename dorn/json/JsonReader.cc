@@ -1,0 +1,334 @@
+// The reader of JsonValue.h: `input` and the parse steps of `value`. A run of characters is taken
+// at once where none of them is a line feed or the first behind one; the state of the reader is
+// then what reading them one by one leaves.
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+#include "dorn/base/Check.h"
+#include "dorn/json/JsonValue.h"
+
+namespace {
+
+constexpr int kEnd = -1;
+
+bool IsSpace(int ch) { return ch == ' ' || ch == '\t' || ch == '\n' || ch == '\r'; }
+
+bool IsDigit(int ch) { return ch >= '0' && ch <= '9'; }
+
+bool IsFloatMark(int ch) { return ch == '.' || ch == 'e' || ch == 'E'; }
+
+bool IsNumberPart(int ch) { return IsDigit(ch) || ch == '+' || ch == '-' || IsFloatMark(ch); }
+
+// Skips white space and reads the character behind it.
+int GetToken(input& in) {
+  int ch = in.getc();
+  while (IsSpace(ch)) {
+    if (ch == ' ') {
+      while (in.cur_ != in.end_ && *in.cur_ == ' ') ++in.cur_;
+    }
+    ch = in.getc();
+  }
+  return ch;
+}
+
+// strtod() with a decimal point, whatever locale the host has set.
+double ToDouble(const char* text, char** end) {
+  static const locale_t kPlain = newlocale(LC_ALL_MASK, "C", nullptr);
+  return strtod_l(text, end, kPlain);
+}
+
+void AppendUtf8(int code, std::string& out) {
+  const auto append = [&out](int byte) { out.push_back(static_cast<char>(byte)); };
+  if (code < 0x80) {
+    append(code);
+    return;
+  }
+  if (code < 0x800) {
+    append(0xC0 | (code >> 6));
+  } else {
+    if (code < 0x10000) {
+      append(0xE0 | (code >> 12));
+    } else {
+      append(0xF0 | (code >> 18));
+      append(0x80 | ((code >> 12) & 0x3F));
+    }
+    append(0x80 | ((code >> 6) & 0x3F));
+  }
+  append(0x80 | (code & 0x3F));
+}
+
+// Appends what stands before the next quote, backslash or control character.
+void AppendPlainRun(std::string& out, input& in) {
+  if (in.ungot_ || in.last_ch_ == '\n') return;
+  const char* at = in.cur_;
+  while (at != in.end_ && static_cast<unsigned char>(*at) >= ' ' && *at != '"' && *at != '\\' &&
+         *at != '\'') {
+    ++at;
+  }
+  if (at == in.cur_) return;
+  out.append(in.cur_, at);
+  in.last_ch_ = static_cast<unsigned char>(at[-1]);
+  in.cur_ = at;
+}
+
+// Behind a backslash.
+bool ParseEscape(std::string& out, input& in) {
+  switch (in.getc()) {
+    case '"':
+      out.push_back('"');
+      return true;
+    case '/':
+      out.push_back('/');
+      return true;
+    case '\\':
+      out.push_back('\\');
+      return true;
+    case 'b':
+      out.push_back('\b');
+      return true;
+    case 'f':
+      out.push_back('\f');
+      return true;
+    case 'n':
+      out.push_back('\n');
+      return true;
+    case 'r':
+      out.push_back('\r');
+      return true;
+    case 't':
+      out.push_back('\t');
+      return true;
+    case 'u':
+      return value::_parse_codepoint(out, in);
+    default:
+      return false;
+  }
+}
+
+// The last four digits of a surrogate pair, of which `high` has been read; -1 if there is none.
+int ParseLowSurrogate(int high, input& in) {
+  if (in.getc() != '\\' || in.getc() != 'u') {
+    in.ungetc();
+    return -1;
+  }
+  const int low = value::_parse_quadhex(in);
+  if (low < 0xDC00 || low > 0xDFFF) return -1;
+  return (((high - 0xD800) << 10) | (low & 0x3FF)) + 0x10000;
+}
+
+// A line like "syntax error at line 3 near: tru}": the rest of the line that `in` stands in.
+std::string DescribeError(input& in) {
+  char text[64];
+  static_cast<void>(std::snprintf(text, sizeof text, "syntax error at line %d near: ", in.line()));
+  std::string description = text;
+  for (int ch = in.getc(); ch != kEnd && ch != '\n'; ch = in.getc()) {
+    if (ch >= ' ') description.push_back(static_cast<char>(ch));
+  }
+  return description;
+}
+
+}  // namespace
+
+int input::getc() {
+  if (ungot_) {
+    ungot_ = false;
+    return last_ch_;
+  }
+  if (cur_ == end_) {
+    last_ch_ = kEnd;
+    return kEnd;
+  }
+  if (last_ch_ == '\n') ++line_;
+  last_ch_ = static_cast<unsigned char>(*cur_++);
+  return last_ch_;
+}
+
+void input::ungetc() {
+  if (last_ch_ == kEnd) return;
+  DORN_CHECK(!ungot_);
+  ungot_ = true;
+}
+
+void input::skip_ws() {
+  static_cast<void>(GetToken(*this));
+  ungetc();
+}
+
+bool input::isget(int ch) {
+  if (GetToken(*this) == ch) return true;
+  ungetc();
+  return false;
+}
+
+bool input::match(const char* pattern) {
+  for (; *pattern != '\0'; ++pattern) {
+    if (getc() != static_cast<unsigned char>(*pattern)) {
+      ungetc();
+      return false;
+    }
+  }
+  return true;
+}
+
+const char* value::parse(value& out, const char* first, const char* last, std::string* err) {
+  input in(first, last);
+  if (!_parse(out, in) && err != nullptr) *err = DescribeError(in);
+  return in.cur();
+}
+
+bool value::_parse(value& out, input& in) {
+  const int ch = GetToken(in);
+  switch (ch) {
+    case '"':
+    case '\'':
+      return _parse_string(out, in);
+    case '[':
+      return _parse_array(out, in);
+    case '{':
+      return _parse_object(out, in);
+    case 'f':
+      if (!in.match("alse")) return false;
+      out = value(false);
+      return true;
+    case 'n':
+      if (!in.match("ull")) return false;
+      out = value();
+      return true;
+    case 't':
+      if (!in.match("rue")) return false;
+      out = value(true);
+      return true;
+    default:
+      in.ungetc();
+      return (IsDigit(ch) || ch == '-') && _parse_number(out, in);
+  }
+}
+
+bool value::_parse_string(value& out, input& in) {
+  out = value(string_type, false);
+  return _parse_string(*out.string_, in);
+}
+
+bool value::_parse_string(std::string& out, input& in) {
+  const int quote = in.lastc();
+  for (;;) {
+    AppendPlainRun(out, in);
+    const int ch = in.getc();
+    if (ch < ' ') {
+      in.ungetc();
+      return false;
+    }
+    if (ch == quote) return true;
+    if (ch != '\\') {
+      out.push_back(static_cast<char>(ch));
+    } else if (!ParseEscape(out, in)) {
+      return false;
+    }
+  }
+}
+
+bool value::_parse_array(value& out, input& in) {
+  if (in.depth_ >= input::kMaxDepth) {
+    in.ungetc();
+    return false;
+  }
+  out = value(array_type, false);
+  ++in.depth_;
+  const bool read = ParseElements(*out.array_, in);
+  --in.depth_;
+  return read;
+}
+
+bool value::ParseElements(array& elements, input& in) {
+  if (in.isget(']')) return true;
+  for (;;) {
+    elements.emplace_back();
+    if (!_parse(elements.back(), in)) return false;
+    const int ch = GetToken(in);
+    if (ch == ',') continue;
+    if (ch == ']') return true;
+    in.ungetc();
+    return false;
+  }
+}
+
+bool value::_parse_object(value& out, input& in) {
+  if (in.depth_ >= input::kMaxDepth) {
+    in.ungetc();
+    return false;
+  }
+  out = value(object_type, false);
+  ++in.depth_;
+  const bool read = ParseMembers(*out.object_, in);
+  --in.depth_;
+  return read;
+}
+
+bool value::ParseMembers(object& members, input& in) {
+  if (in.isget('}')) return true;
+  for (;;) {
+    int ch = GetToken(in);
+    if (ch != '\'' && ch != '"') break;
+    std::string key;
+    if (!_parse_string(key, in)) return false;
+    if (!in.isget(':')) return false;
+    if (!_parse(members[std::move(key)], in)) return false;
+    ch = GetToken(in);
+    if (ch == ',') continue;
+    if (ch == '}') return true;
+    break;
+  }
+  in.ungetc();
+  return false;
+}
+
+bool value::_parse_number(value& out, input& in) {
+  std::string text;
+  bool floating = false;
+  int ch = in.getc();
+  for (; IsNumberPart(ch); ch = in.getc()) {
+    text.push_back(static_cast<char>(ch));
+    floating = floating || IsFloatMark(ch);
+  }
+  in.ungetc();
+  if (!floating) {
+    // Kept: text that is no integer counts as far as atoi() reads it ("1-2" is 1, "-" is 0).
+    out = value(std::atoi(text.c_str()));
+    return true;
+  }
+  char* end = nullptr;
+  out = value(ToDouble(text.c_str(), &end));
+  return end == text.c_str() + text.length();
+}
+
+bool value::_parse_codepoint(std::string& out, input& in) {
+  int code = _parse_quadhex(in);
+  if (code >= 0xD800 && code <= 0xDFFF) {
+    code = code < 0xDC00 ? ParseLowSurrogate(code, in) : -1;
+  }
+  if (code < 0) return false;
+  AppendUtf8(code, out);
+  return true;
+}
+
+int value::_parse_quadhex(input& in) {
+  int code = 0;
+  for (int i = 0; i < 4; ++i) {
+    const int ch = in.getc();
+    int digit = 0;
+    if (IsDigit(ch)) {
+      digit = ch - '0';
+    } else if (ch >= 'A' && ch <= 'F') {
+      digit = ch - 'A' + 10;
+    } else if (ch >= 'a' && ch <= 'f') {
+      digit = ch - 'a' + 10;
+    } else {
+      in.ungetc();
+      return -1;
+    }
+    code = (code << 4) | digit;
+  }
+  return code;
+}
