@@ -81,10 +81,10 @@ class DORN_EXPORT KZFdDataList : public FdDataList {
   // more do not fit into a set and are never watched.
   int FdSet(fd_set* rfds, fd_set* wfds);
 
-  // Appends to `list` every record that is in one of the sets, as select left them, or has data in
+  // Appends to `ready` every record that is in one of the sets, as select left them, or has data in
   // its buffer. Then, if the wake-up pipe was readable, applies the pending additions and removals;
-  // a record that is destroyed thereby is taken out of `list` again. Returns nothing.
-  void FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* list);
+  // a record that is destroyed thereby is taken out of `ready` again.
+  void FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready);
 
   // For a select that failed with EBADF: removes the records whose descriptor was closed behind the
   // loop's back, which would make every further select fail, and applies what is pending.
@@ -99,16 +99,16 @@ class DORN_EXPORT KZFdDataList : public FdDataList {
  private:
   friend class KZFdData;
 
-  void OpenPipe();
-  void AddPending(KZFdData* fdd);
-  void ApplyRequests(FdDataList* ready);
-  void MarkReplaced();
+  struct Request;
+
+  void ApplyRequests();
   void UnlinkMarked(FdDataList& doomed);
   void LinkPending(FdDataList& doomed);
+  void ReopenPipe(KZFdData* pipe);
   void Forget(KZFdData* fdd);
 
-  // Removal requests that were applied. They are never destroyed, and stay reachable here.
-  FdDataList mSpentRequests;
+  // The removal requests made by Remove(fd, id), which are never destroyed; guarded by mSemFdList.
+  FdDataList mRemovalRequests;
 
   // What linked and pending records point to; holds null from the destructor on.
   std::shared_ptr<KZFdDataList*> mSelf;

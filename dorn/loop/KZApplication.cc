@@ -1,0 +1,247 @@
+#include "dorn/loop/KZApplication.h"
+
+#include <sys/select.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <ctime>
+#include <utility>
+
+#include "dorn/base/Clock.h"
+#include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/KZFdData.h"
+#include "dorn/loop/LiveList.h"
+#include "dorn/loop/TimerIndex.h"
+
+using dorn::SemaphoreLock;
+
+namespace {
+
+constexpr std::uint64_t kBufferedWaitMs = 10;  // The longest wait while a buffer holds data.
+constexpr useconds_t kFailedSelectUs = 10000;
+
+// The application whose ready records this thread is serving. A timer that is registered there
+// needs no wake-up byte: the deadlines are read again before the loop waits.
+thread_local const KZApplication* tDispatching = nullptr;
+
+class DispatchScope {
+ public:
+  explicit DispatchScope(const KZApplication* app) : mOuter(std::exchange(tDispatching, app)) {}
+  ~DispatchScope() { tDispatching = mOuter; }
+
+  DispatchScope(const DispatchScope&) = delete;
+  DispatchScope& operator=(const DispatchScope&) = delete;
+
+ private:
+  const KZApplication* mOuter;
+};
+
+std::uint64_t ToMilliseconds(timeval time) {
+  return static_cast<std::uint64_t>(time.tv_sec) * 1000 +
+         static_cast<std::uint64_t>(time.tv_usec / 1000);
+}
+
+timeval ToTimeval(std::uint64_t milliseconds) {
+  timeval time{};
+  time.tv_sec = static_cast<time_t>(milliseconds / 1000);
+  time.tv_usec = static_cast<suseconds_t>(milliseconds % 1000 * 1000);
+  return time;
+}
+
+// The timer at the first point of its grid after `nowMs`.
+KZTimerData Rescheduled(const KZTimerData& timer, std::uint64_t nowMs) {
+  KZTimerData next(timer);
+  // Kept: 32 bits, and the product wraps.
+  const auto periods = static_cast<std::uint32_t>((nowMs - timer.mTime) / timer.mInterval + 1);
+  const std::uint32_t step = timer.mInterval * periods;
+  // A step that wrapped to nothing would leave the timer due for ever, and this pass without an
+  // end. It happens when the clock is set forward by more than 49 days.
+  next.mTime += step != 0 ? step : timer.mInterval;
+  return next;
+}
+
+// Replaces the fields of the local time that are given. False when there is no such time.
+bool ReplaceFields(time_t* clock, int year, int mon, int day, int hour, int min, int sec) {
+  tm fields{};
+  if (localtime_r(clock, &fields) == nullptr) return false;
+  if (year > 0) fields.tm_year = year - 1900;
+  if (mon > 0) fields.tm_mon = mon - 1;
+  if (day > 0) fields.tm_mday = day;
+  if (hour >= 0) fields.tm_hour = hour;
+  if (min >= 0) fields.tm_min = min;
+  if (sec >= 0) fields.tm_sec = sec;
+  // Kept: also in summer.
+  fields.tm_isdst = 0;
+  const time_t replaced = std::mktime(&fields);
+  if (replaced == -1) return false;
+  *clock = replaced;
+  return true;
+}
+
+}  // namespace
+
+KZApplication::KZApplication() : mTimerIndex(std::make_unique<dorn::TimerIndex>(mTimerList)) {}
+
+KZApplication::~KZApplication() = default;
+
+void KZApplication::AppMain() {
+  for (;;) RunPass();
+}
+
+// Kept: the numbers in the trace lines are fixed texts.
+void KZApplication::ApplicationTimer(timeval /*time*/, unsigned int /*id*/) {
+  std::puts("KZApplication:336:ApplicationTimer");
+  std::fflush(stdout);
+}
+
+void KZApplication::DialogTimer(timeval /*time*/, unsigned int /*id*/, KZString /*name*/) {
+  std::puts("KZApplication:362:DialogTimer");
+  std::fflush(stdout);
+}
+
+KZFdDataList* KZApplication::GetFdDataList() { return &mFdList; }
+
+int KZApplication::Initialize(int /*argc*/, char** /*argv*/) {
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  return 1;
+}
+
+void KZApplication::RunPass() {
+  std::uint64_t waitMs = BaseTimer(dorn::Now());
+  fd_set reads;
+  fd_set writes;
+  const bool isBuffered = mFdList.FdSet(&reads, &writes) == 0;
+  if (isBuffered && (waitMs == 0 || waitMs > kBufferedWaitMs)) waitMs = kBufferedWaitMs;
+  timeval timeout = ToTimeval(waitMs);
+  // What was printed is read before the loop sleeps, also at the other end of a pipe.
+  std::fflush(stdout);
+  const int count = select(FD_SETSIZE, &reads, &writes, nullptr, waitMs != 0 ? &timeout : nullptr);
+  if (count < 0) {
+    const bool isClosed = errno == EBADF;
+    usleep(kFailedSelectUs);
+    if (isClosed) mFdList.RemoveClosed();
+    return;
+  }
+  FdDataList ready;
+  mFdList.FdIsSet(&reads, &writes, &ready);
+  DispatchReady(ready);
+}
+
+int KZApplication::AddEventFd(KZFdData* rec) { return mFdList.Add(rec); }
+
+void KZApplication::RemoveEventFd(KZFdData* rec) { mFdList.Remove(rec); }
+
+void KZApplication::WakeUp() { mFdList.WakeUp(); }
+
+void KZApplication::SetTimerData(unsigned long interval, unsigned int id, KZString name, int cont) {
+  if (interval == 0) {
+    const SemaphoreLock lock(mTimerListLock);
+    mTimerIndex->EraseId(id);
+    return;
+  }
+  KZTimerData timer;
+  timer.mTime = ToMilliseconds(dorn::Now()) + interval;
+  timer.mId = id;
+  timer.mName = std::move(name);
+  // Kept: 32 bits of it.
+  timer.mInterval = cont != 0 ? static_cast<unsigned int>(interval) : 0;
+  {
+    const SemaphoreLock lock(mTimerListLock);
+    mTimerIndex->Insert(timer);
+  }
+  if (tDispatching != this) WakeUp();
+}
+
+void KZApplication::SetApplicationTimerInterval(unsigned long interval, unsigned int id) {
+  SetTimerData(interval, id, "", 1);
+}
+
+void KZApplication::SetApplicationSingleTimerInterval(unsigned long interval, unsigned int id) {
+  SetTimerData(interval, id, "", 0);
+}
+
+bool KZApplication::HasTimer(unsigned int id) {
+  const SemaphoreLock lock(mTimerListLock);
+  return mTimerIndex->HasId(id);
+}
+
+std::uint64_t KZApplication::BaseTimer(timeval tn) {
+  // The result is settled before the callbacks run: a timer that one of them registers is seen in
+  // time only because its wake-up byte ends the wait.
+  const DispatchScope callbacks(nullptr);
+  const std::uint64_t nowMs = ToMilliseconds(tn);
+  std::uint64_t result = 0;
+  KZTimerList fired;
+  {
+    const SemaphoreLock lock(mTimerListLock);
+    while (!mTimerList.empty()) {
+      const std::uint64_t due = mTimerList.front().mTime;
+      if (nowMs < due) {
+        result = due - nowMs;
+        break;
+      }
+      mTimerIndex->MoveFirstTo(fired);
+      const KZTimerData& timer = fired.back();
+      if (timer.mInterval != 0) mTimerIndex->Insert(Rescheduled(timer, nowMs));
+    }
+  }
+  for (const KZTimerData& timer : fired) FireTimer(tn, timer);
+  return result;
+}
+
+void KZApplication::FireTimer(timeval now, const KZTimerData& timer) {
+  if (timer.mName.empty()) {
+    ApplicationTimer(now, timer.mId);
+  } else {
+    DialogTimer(now, timer.mId, timer.mName);
+  }
+}
+
+void KZApplication::SetDateTime(int year, int mon, int day, int hour, int min, int sec) {
+  timeval clock = dorn::Now();
+  if (!ReplaceFields(&clock.tv_sec, year, mon, day, hour, min, sec)) return;
+  clock.tv_usec = 0;
+  // Without the right to set the clock the timers are discarded all the same.
+  static_cast<void>(settimeofday(&clock, nullptr));
+  ResetTimer();
+}
+
+void KZApplication::ResetTimer() {
+  {
+    const SemaphoreLock lock(mTimerListLock);
+    mTimerIndex->Clear();
+  }
+  WakeUp();
+}
+
+void KZApplication::DispatchReady(FdDataList& ready) {
+  const DispatchScope scope(this);
+  const dorn::LiveList live(ready);
+  while (!ready.empty()) {
+    KZFdData* rec = ready.front();
+    ready.pop_front();
+    Dispatch(rec);
+  }
+}
+
+void KZApplication::Dispatch(KZFdData* rec) {
+  switch (rec->GetType()) {
+    case KZFdData::kTypeEvent:
+      return;
+    case KZFdData::kTypeClient:
+      switch (rec->GetFDStatus()) {
+        case KZFdData::kStatusOpen:
+          rec->ReadyToWrite();
+          return;
+        case KZFdData::kStatusActive:
+          rec->ReadyToRead();
+          return;
+        default:
+          return;
+      }
+    default:
+      rec->ReadyToRead();
+  }
+}

@@ -1,0 +1,154 @@
+#include "dorn/loop/KZFdData.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/LiveList.h"
+#include "dorn/loop/SharedInt.h"
+
+using dorn::SemaphoreLock;
+using dorn::StoreShared;
+
+KZFdData::KZFdData(KZFdDataList* list)
+    : mStatus(kStatusInitial), mType(kTypeUnset), mId(-1), mFD(0), mList(list) {}
+
+KZFdData::KZFdData(int type, int fd, int id, KZFdDataList* list)
+    : mStatus(kStatusOpen), mType(type), mId(id), mFD(fd), mList(list) {}
+
+KZFdData::~KZFdData() {
+  dorn::LiveList::Forget(this);
+  if (mHolder != nullptr && *mHolder != nullptr) (*mHolder)->Forget(this);
+  delete[] mDataBuffer;
+}
+
+void KZFdData::ReadyToRead() {
+  if (mIsSelect != 0) {
+    const int fd = GetFD();
+    if (fd < 0) return;
+    char data[kReadSize];
+    const ssize_t length = read(fd, data, sizeof data);
+    if (length < 0) {
+      OnNotice(kNoticeReadError, errno);
+      return;
+    }
+    // Kept: the end of the file is not reported.
+    if (length == 0) return;
+    // What does not fit is lost; CheckBuffer() warns before that.
+    static_cast<void>(SetDataToBuffer(data, static_cast<int>(length)));
+  }
+  OnReceive();
+  CheckBuffer(1);
+}
+
+void KZFdData::ReadyToWrite() {}
+
+int KZFdData::OnReceive() { return 0; }
+
+int KZFdData::OnNotice(int /*code*/, int /*value*/) { return 0; }
+
+int KZFdData::AddEvent() { return mList != nullptr ? mList->Add(this) : 0; }
+
+void KZFdData::RemoveEvent() {
+  if (mList != nullptr) mList->Remove(this);
+}
+
+int KZFdData::GetFD() {
+  const SemaphoreLock lock(mSemData);
+  return mFD;
+}
+
+int KZFdData::GetFDStatus() {
+  const SemaphoreLock lock(mSemData);
+  return mStatus;
+}
+
+int KZFdData::SetFD(int fd) {
+  const SemaphoreLock lock(mSemData);
+  if (fd < 0) StoreShared(mStatus, kStatusGone);
+  const int previous = mFD;
+  StoreShared(mFD, fd);
+  return previous;
+}
+
+int KZFdData::SetFDStatus(int s) {
+  const SemaphoreLock lock(mSemData);
+  const int previous = mStatus;
+  StoreShared(mStatus, s);
+  return previous;
+}
+
+int KZFdData::GetStatus() {
+  switch (GetFDStatus()) {
+    case kStatusInitial:
+      return 0;
+    case kStatusOpen:
+      return mType == kTypeClient ? 0 : 1;
+    case kStatusActive:
+      return 1;
+    default:
+      return -1;
+  }
+}
+
+bool KZFdData::CreateBuffer(int buffersize) {
+  const SemaphoreLock lock(mSemData);
+  StoreShared(mBufferPos, 0);
+  if (buffersize == 0) return true;
+  delete[] mDataBuffer;
+  // Left uninitialised: zeros would touch every page of a large buffer that may stay nearly empty.
+  mDataBuffer = buffersize > 0 ? new (std::nothrow) char[static_cast<size_t>(buffersize)] : nullptr;
+  if (mDataBuffer == nullptr) return false;
+  mBufferSize = buffersize;
+  return true;
+}
+
+bool KZFdData::SetDataToBuffer(char* data, int len) {
+  if (len < 1) return true;
+  const SemaphoreLock lock(mSemData);
+  // After a failed CreateBuffer() there is a capacity without a buffer.
+  if (mBufferSize <= 0 || mDataBuffer == nullptr) return true;
+  const int taken = std::min(len, mBufferSize - mBufferPos);
+  std::memcpy(mDataBuffer + mBufferPos, data, static_cast<size_t>(taken));
+  StoreShared(mBufferPos, mBufferPos + taken);
+  return taken == len;
+}
+
+int KZFdData::GetDataLength() {
+  const SemaphoreLock lock(mSemData);
+  return mBufferPos;
+}
+
+int KZFdData::GetData(void* data, int len) {
+  const SemaphoreLock lock(mSemData);
+  if (mBufferPos <= 0 || len <= 0) return 0;
+  const int taken = std::min(static_cast<int>(mBufferPos), len);
+  const int left = mBufferPos - taken;
+  std::memcpy(data, mDataBuffer, static_cast<size_t>(taken));
+  std::memmove(mDataBuffer, mDataBuffer + taken, static_cast<size_t>(left));
+  StoreShared(mBufferPos, left);
+  return taken;
+}
+
+int KZFdData::CheckBuffer(int notice) {
+  bool nearlyFull = false;
+  {
+    const SemaphoreLock lock(mSemData);
+    nearlyFull = mBufferSize > 0 && mBufferSize - mBufferPos < kReadSize;
+  }
+  if (!nearlyFull) return 1;
+  if (notice != 0) OnNotice(kNoticeNearlyFull, 0);
+  return 0;
+}
+
+void KZFdData::ClearData() {
+  {
+    const SemaphoreLock lock(mSemData);
+    StoreShared(mBufferPos, 0);
+  }
+  OnNotice(kNoticeCleared, 0);
+}

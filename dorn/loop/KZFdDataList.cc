@@ -1,0 +1,300 @@
+#include "dorn/loop/KZFdDataList.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/LiveList.h"
+#include "dorn/loop/SharedInt.h"
+
+using dorn::LoadShared;
+using dorn::SemaphoreLock;
+using dorn::StoreShared;
+
+namespace {
+
+// Records that outlived their list and that nobody else may own. They are never touched again, only
+// kept reachable, so that a leak checker can tell them from records that were lost.
+struct Orphans {
+  FdDataList mRecords;
+  Orphans* mNext;
+};
+std::atomic<Orphans*> gOrphans{nullptr};
+
+void KeepReachable(FdDataList records) {
+  auto* orphans = new Orphans{std::move(records), gOrphans.load()};
+  while (!gOrphans.compare_exchange_weak(orphans->mNext, orphans)) {
+  }
+}
+
+// In a process that was started with a closed standard descriptor, the next descriptor opened
+// would take its number, and with it all that is printed.
+void OccupyStandardDescriptors() {
+  int fd = -1;
+  do {
+    fd = open("/dev/null", O_RDWR);
+  } while (fd >= 0 && fd <= STDERR_FILENO);
+  if (fd >= 0) close(fd);
+}
+
+// Non-blocking at both ends: the loop thread writes to its own pipe and would wait for itself when
+// it is full. A full pipe wakes up as well as one more byte would.
+bool MakePipe(int (&ends)[2]) { return pipe2(ends, O_NONBLOCK | O_CLOEXEC) == 0; }
+
+bool IsWatched(int status) {
+  return status == KZFdData::kStatusOpen || status == KZFdData::kStatusActive;
+}
+
+bool FitsIntoSet(int fd) { return fd < FD_SETSIZE; }
+
+// Adds the record's descriptor to the set that its state asks for, if any.
+void Watch(KZFdData* rec, int fd, fd_set* rfds, fd_set* wfds) {
+  const int status = LoadShared(rec->mStatus);
+  if (!IsWatched(status)) return;
+  const bool isConnecting =
+      rec->GetType() == KZFdData::kTypeClient && status == KZFdData::kStatusOpen;
+  if (!isConnecting) rec->SetSelect(0);
+  if (FitsIntoSet(fd)) FD_SET(fd, isConnecting ? wfds : rfds);
+}
+
+bool IsSignalled(int fd, const fd_set* rfds, const fd_set* wfds) {
+  return FitsIntoSet(fd) && (FD_ISSET(fd, wfds) || FD_ISSET(fd, rfds));
+}
+
+void DrainPipe(int fd) {
+  char bytes[100];
+  // That the byte was there is all that counts, and what is left over wakes the next pass.
+  [[maybe_unused]] const ssize_t ignored = read(fd, bytes, sizeof bytes);
+}
+
+}  // namespace
+
+// A pending record as it was at the beginning of the apply phase.
+struct KZFdDataList::Request {
+  explicit Request(KZFdData* rec) : mRecord(rec), mFd(LoadShared(rec->mFD)), mId(rec->GetId()) {}
+
+  // A negative descriptor is none, and replaces nothing.
+  bool Replaces(int fd, int id) const { return (mFd >= 0 && mFd == fd) || mId == id; }
+
+  KZFdData* mRecord;
+  int mFd;
+  int mId;
+};
+
+KZFdDataList::KZFdDataList() : mSelf(std::make_shared<KZFdDataList*>(this)) {
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  OccupyStandardDescriptors();
+  int ends[2];
+  if (!MakePipe(ends)) {
+    // "Error! The notification pipe could not be opened."
+    std::fputs("エラー！通知用パイプがオープンできませんでした。", stdout);
+    std::fflush(stdout);
+    std::exit(1);
+  }
+  mPipeFd = ends[1];
+  auto* pipe = new KZFdData(KZFdData::kTypePipe, ends[0], kPipeId, this);
+  pipe->SetAutoDelete(1);
+  pipe->mHolder = mSelf;
+  push_back(pipe);
+}
+
+KZFdDataList::~KZFdDataList() {
+  *mSelf = nullptr;
+  KeepReachable(std::move(static_cast<FdDataList&>(*this)));
+  KeepReachable(std::move(mAddRequest));
+  KeepReachable(std::move(mRemovalRequests));
+}
+
+void KZFdDataList::WakeUp() {
+  // Fails only when the pipe is full, and then the loop is woken anyway.
+  [[maybe_unused]] const ssize_t ignored = write(LoadShared(mPipeFd), "!", 1);
+}
+
+int KZFdDataList::CreateUniqueId() {
+  const SemaphoreLock lock(mSemFdList);
+  return mUniqueId++;
+}
+
+int KZFdDataList::Add(KZFdData* fdd) {
+  int id = -1;
+  {
+    const SemaphoreLock lock(mSemFdList);
+    if (fdd->GetId() == -1) fdd->SetId(mUniqueId++);
+    // Read here: once the lock is free, the loop may link the record, remove and destroy it.
+    id = fdd->GetId();
+    fdd->mHolder = mSelf;
+    mAddRequest.push_back(fdd);
+    mRequest = 1;
+  }
+  WakeUp();
+  return id;
+}
+
+int KZFdDataList::Add(int fd, int id) {
+  auto* event = new KZFdData(KZFdData::kTypeEvent, fd, id, this);
+  event->SetAutoDelete(1);
+  const int result = Add(event);
+  WakeUp();
+  return result;
+}
+
+void KZFdDataList::Remove(KZFdData* fdd) {
+  {
+    const SemaphoreLock lock(mSemFdList);
+    fdd->SetFDStatus(KZFdData::kStatusRemove);
+    mRequest = 1;
+  }
+  WakeUp();
+}
+
+void KZFdDataList::Remove(int fd, int id) {
+  {
+    const SemaphoreLock lock(mSemFdList);
+    // Kept: never destroyed, since its auto-delete is off.
+    auto* request = new KZFdData(KZFdData::kTypeUnset, fd, id, this);
+    request->SetFDStatus(KZFdData::kStatusRemove);
+    mRemovalRequests.push_back(request);
+    mAddRequest.push_back(request);
+    mRequest = 1;
+  }
+  WakeUp();
+}
+
+int KZFdDataList::FdSet(fd_set* rfds, fd_set* wfds) {
+  FD_ZERO(rfds);
+  FD_ZERO(wfds);
+  int result = static_cast<int>(size());
+  for (KZFdData* rec : *this) {
+    const int fd = LoadShared(rec->mFD);
+    if (fd < 0) continue;
+    if (LoadShared(rec->mBufferPos) > 0) result = 0;
+    Watch(rec, fd, rfds, wfds);
+  }
+  return result;
+}
+
+void KZFdDataList::FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
+  bool isWoken = false;
+  for (KZFdData* rec : *this) {
+    const int fd = LoadShared(rec->mFD);
+    if (fd < 0) continue;
+    if (IsSignalled(fd, rfds, wfds)) {
+      if (rec->GetId() == kPipeId) {
+        DrainPipe(fd);
+        isWoken = true;
+        continue;
+      }
+      rec->SetSelect(1);
+      ready->push_back(rec);
+    } else if (LoadShared(rec->mBufferPos) > 0) {
+      ready->push_back(rec);
+    }
+  }
+  if (!isWoken) return;
+  // A record that another thread removed during select may be both ready and destroyed here.
+  const dorn::LiveList live(*ready);
+  ApplyRequests();
+}
+
+void KZFdDataList::RemoveClosed() {
+  for (KZFdData* rec : *this) {
+    const int fd = LoadShared(rec->mFD);
+    if (fd < 0 || !FitsIntoSet(fd) || !IsWatched(LoadShared(rec->mStatus))) continue;
+    if (fcntl(fd, F_GETFD) != -1 || errno != EBADF) continue;
+    if (rec->GetId() == kPipeId) {
+      ReopenPipe(rec);
+      continue;
+    }
+    const SemaphoreLock lock(mSemFdList);
+    rec->SetFDStatus(KZFdData::kStatusRemove);
+    mRequest = 1;
+  }
+  ApplyRequests();
+}
+
+// Without its pipe the list would never apply a request again. The write end's number may belong to
+// somebody else by now, so it is left alone.
+void KZFdDataList::ReopenPipe(KZFdData* pipe) {
+  int ends[2];
+  if (!MakePipe(ends)) return;
+  pipe->SetFD(ends[0]);
+  StoreShared(mPipeFd, ends[1]);
+}
+
+void KZFdDataList::ApplyRequests() {
+  FdDataList doomed;
+  const dorn::LiveList live(doomed);
+  {
+    const SemaphoreLock lock(mSemFdList);
+    if (mRequest == 0) return;
+    UnlinkMarked(doomed);
+    LinkPending(doomed);
+    mRequest = 0;
+  }
+  // Destroyed without the lock, since destructors may close, add and remove records.
+  while (!doomed.empty()) {
+    KZFdData* rec = doomed.front();
+    doomed.pop_front();
+    delete rec;
+  }
+}
+
+// Unlinks what is marked for removal or replaced by a pending record. A record that is linked and
+// pending is unlinked here too, and linked anew with the pending ones: otherwise a socket that was
+// closed and opened again within one pass would replace, that is remove, itself.
+void KZFdDataList::UnlinkMarked(FdDataList& doomed) {
+  const std::vector<Request> requests(mAddRequest.begin(), mAddRequest.end());
+  for (auto it = begin(); it != end();) {
+    KZFdData* rec = *it;
+    const int fd = LoadShared(rec->mFD);
+    bool isPending = false;
+    for (const Request& request : requests) {
+      if (request.mRecord == rec) {
+        isPending = true;
+      } else if (request.Replaces(fd, rec->GetId())) {
+        rec->SetFDStatus(KZFdData::kStatusRemove);
+      }
+    }
+    const bool isMarked = LoadShared(rec->mStatus) == KZFdData::kStatusRemove;
+    if (!isPending && !isMarked) {
+      ++it;
+      continue;
+    }
+    it = erase(it);
+    if (isPending) continue;
+    rec->mHolder.reset();
+    if (rec->GetAutoDelete() != 0) doomed.push_back(rec);
+  }
+}
+
+// Links what is pending and not marked for removal meanwhile. A record that is pending twice counts
+// once.
+void KZFdDataList::LinkPending(FdDataList& doomed) {
+  std::unordered_set<KZFdData*> seen;
+  for (KZFdData* rec : mAddRequest) {
+    if (!seen.insert(rec).second) continue;
+    if (LoadShared(rec->mStatus) != KZFdData::kStatusRemove) {
+      push_back(rec);
+      continue;
+    }
+    rec->mHolder.reset();
+    if (rec->GetAutoDelete() != 0) doomed.push_back(rec);
+  }
+  mAddRequest.clear();
+}
+
+// Called by the destructor of a record that is linked or pending.
+void KZFdDataList::Forget(KZFdData* fdd) {
+  const SemaphoreLock lock(mSemFdList);
+  mAddRequest.remove(fdd);
+  remove(fdd);
+}

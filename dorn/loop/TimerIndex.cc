@@ -1,0 +1,117 @@
+#include "dorn/loop/TimerIndex.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace dorn {
+
+struct TimerIndexEntry {
+  TimerIndex* mIndex;
+  KZTimerList::iterator mTimer;
+  TimerIndex::ByTime::iterator mPlace;
+  unsigned int mId;  // As it was entered, whatever became of the timer's.
+  TimerIndexEntry* mPrevious;
+  TimerIndexEntry* mNext;
+};
+
+TimerIndex::TimerIndex(KZTimerList& list) : mList(list) {}
+
+TimerIndex::~TimerIndex() { Detach(); }
+
+void TimerIndex::Insert(const KZTimerData& timer) {
+  Synchronise();
+  auto place = FirstDueFrom(timer.mTime);
+  auto next = place != mByTime.end() ? place->second->mTimer : mList.end();
+  if (!Fits(next, timer.mTime)) {
+    Rebuild();
+    place = FirstDueFrom(timer.mTime);
+    next = std::find_if(mList.begin(), mList.end(),
+                        [&timer](const KZTimerData& other) { return other.mTime >= timer.mTime; });
+  }
+  Enter(mList.insert(next, timer), place);
+}
+
+void TimerIndex::EraseId(unsigned int id) {
+  Synchronise();
+  for (auto it = mById.find(id); it != mById.end(); it = mById.find(id)) {
+    // The destructor of the timer takes it out of the index.
+    mList.erase(it->second->mTimer);
+  }
+}
+
+bool TimerIndex::HasId(unsigned int id) {
+  Synchronise();
+  return mById.find(id) != mById.end();
+}
+
+void TimerIndex::MoveFirstTo(KZTimerList& fired) {
+  Forget(mList.front());
+  fired.splice(fired.end(), mList, mList.begin());
+}
+
+void TimerIndex::Clear() {
+  Detach();
+  mList.clear();
+}
+
+void TimerIndex::Forget(KZTimerData& timer) {
+  if (timer.mEntry == nullptr) return;
+  TimerIndexEntry* entry = std::exchange(timer.mEntry, nullptr);
+  entry->mIndex->Remove(entry);
+}
+
+void TimerIndex::Synchronise() {
+  if (mByTime.size() != mList.size()) Rebuild();
+}
+
+void TimerIndex::Rebuild() {
+  Detach();
+  for (auto it = mList.begin(); it != mList.end(); ++it) {
+    Forget(*it);
+    Enter(it, mByTime.end());
+  }
+}
+
+// Empties the index. The timers stay where they are, which need not be the list.
+void TimerIndex::Detach() {
+  for (auto& [time, entry] : mByTime) entry->mTimer->mEntry = nullptr;
+  mById.clear();
+  mByTime.clear();
+}
+
+// The usual new timer is the last one to be due.
+TimerIndex::ByTime::iterator TimerIndex::FirstDueFrom(std::uint64_t time) {
+  if (mByTime.empty() || std::prev(mByTime.end())->first < time) return mByTime.end();
+  return mByTime.lower_bound(time);
+}
+
+bool TimerIndex::Fits(KZTimerList::const_iterator place, std::uint64_t time) const {
+  const bool isBeforeLater = place == mList.end() || place->mTime >= time;
+  return isBeforeLater && (place == mList.begin() || std::prev(place)->mTime < time);
+}
+
+void TimerIndex::Enter(KZTimerList::iterator timer, ByTime::const_iterator place) {
+  TimerIndexEntry*& first = mById[timer->mId];
+  const auto entered =
+      mByTime.emplace_hint(place, timer->mTime, std::make_unique<TimerIndexEntry>());
+  TimerIndexEntry* entry = entered->second.get();
+  *entry = {this, timer, entered, timer->mId, nullptr, first};
+  if (first != nullptr) first->mPrevious = entry;
+  first = entry;
+  timer->mEntry = entry;
+}
+
+void TimerIndex::Remove(TimerIndexEntry* entry) {
+  if (entry->mNext != nullptr) entry->mNext->mPrevious = entry->mPrevious;
+  if (entry->mPrevious != nullptr) {
+    entry->mPrevious->mNext = entry->mNext;
+  } else if (entry->mNext != nullptr) {
+    mById[entry->mId] = entry->mNext;
+  } else {
+    mById.erase(entry->mId);
+  }
+  mByTime.erase(entry->mPlace);
+}
+
+}  // namespace dorn
