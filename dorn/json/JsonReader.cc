@@ -118,6 +118,8 @@ int ParseLowSurrogate(int high, input& in) {
   return (((high - 0xD800) << 10) | (low & 0x3FF)) + 0x10000;
 }
 
+[[gnu::noinline]] value& AppendNull(value::array& elements) { return elements.emplace_back(); }
+
 // A line like "syntax error at line 3 near: tru}": the rest of the line that `in` stands in.
 std::string DescribeError(input& in) {
   char text[64];
@@ -178,9 +180,10 @@ const char* value::parse(value& out, const char* first, const char* last, std::s
   return in.cur();
 }
 
+// Arrays and objects recurse from here. What they do not need while an inner value is read lies in
+// functions of its own, so that a level takes little of the stack.
 bool value::_parse(value& out, input& in) {
-  const int ch = GetToken(in);
-  switch (ch) {
+  switch (GetToken(in)) {
     case '"':
     case '\'':
       return _parse_string(out, in);
@@ -188,6 +191,15 @@ bool value::_parse(value& out, input& in) {
       return _parse_array(out, in);
     case '{':
       return _parse_object(out, in);
+    default:
+      return ParseWord(out, in);
+  }
+}
+
+// A literal or a number, of which the first character has been read.
+bool value::ParseWord(value& out, input& in) {
+  const int ch = in.lastc();
+  switch (ch) {
     case 'f':
       if (!in.match("alse")) return false;
       out = value(false);
@@ -229,13 +241,20 @@ bool value::_parse_string(std::string& out, input& in) {
   }
 }
 
-bool value::_parse_array(value& out, input& in) {
+// Makes `out` an empty container behind an opening bracket, or leaves the bracket when too many
+// are open.
+bool value::Open(value& out, int tag, input& in) {
   if (in.depth_ >= input::kMaxDepth) {
     in.ungetc();
     return false;
   }
-  out = value(array_type, false);
+  out = value(tag, false);
   ++in.depth_;
+  return true;
+}
+
+bool value::_parse_array(value& out, input& in) {
+  if (!Open(out, array_type, in)) return false;
   const bool read = ParseElements(*out.array_, in);
   --in.depth_;
   return read;
@@ -244,8 +263,7 @@ bool value::_parse_array(value& out, input& in) {
 bool value::ParseElements(array& elements, input& in) {
   if (in.isget(']')) return true;
   for (;;) {
-    elements.emplace_back();
-    if (!_parse(elements.back(), in)) return false;
+    if (!_parse(AppendNull(elements), in)) return false;
     const int ch = GetToken(in);
     if (ch == ',') continue;
     if (ch == ']') return true;
@@ -255,12 +273,7 @@ bool value::ParseElements(array& elements, input& in) {
 }
 
 bool value::_parse_object(value& out, input& in) {
-  if (in.depth_ >= input::kMaxDepth) {
-    in.ungetc();
-    return false;
-  }
-  out = value(object_type, false);
-  ++in.depth_;
+  if (!Open(out, object_type, in)) return false;
   const bool read = ParseMembers(*out.object_, in);
   --in.depth_;
   return read;
@@ -269,19 +282,26 @@ bool value::_parse_object(value& out, input& in) {
 bool value::ParseMembers(object& members, input& in) {
   if (in.isget('}')) return true;
   for (;;) {
-    int ch = GetToken(in);
-    if (ch != '\'' && ch != '"') break;
-    std::string key;
-    if (!_parse_string(key, in)) return false;
-    if (!in.isget(':')) return false;
-    if (!_parse(members[std::move(key)], in)) return false;
-    ch = GetToken(in);
+    value* member = ParseKey(members, in);
+    if (member == nullptr || !_parse(*member, in)) return false;
+    const int ch = GetToken(in);
     if (ch == ',') continue;
     if (ch == '}') return true;
-    break;
+    in.ungetc();
+    return false;
   }
-  in.ungetc();
-  return false;
+}
+
+// A key and its colon: the member's place, which a repeated key has already filled, or null.
+value* value::ParseKey(object& members, input& in) {
+  const int ch = GetToken(in);
+  if (ch != '\'' && ch != '"') {
+    in.ungetc();
+    return nullptr;
+  }
+  std::string key;
+  if (!_parse_string(key, in) || !in.isget(':')) return nullptr;
+  return &members[std::move(key)];
 }
 
 bool value::_parse_number(value& out, input& in) {

@@ -138,7 +138,7 @@ class DORN_EXPORT value {
   // The steps of parse(). Each reads from where `in` stands and returns whether it succeeded.
   static bool _parse(value& out, input& in);
   // Behind the opening quote, which is the last character of `in` and the only one that closes.
-  static bool _parse_string(value& out, input& in);
+  [[gnu::noinline]] static bool _parse_string(value& out, input& in);
   static bool _parse_string(std::string& out, input& in);  // Appends.
   // Behind the opening bracket.
   static bool _parse_array(value& out, input& in);
@@ -163,6 +163,9 @@ class DORN_EXPORT value {
   void Destroy() noexcept;
   static bool ParseElements(array& elements, input& in);
   static bool ParseMembers(object& members, input& in);
+  [[gnu::noinline]] static value* ParseKey(object& members, input& in);
+  [[gnu::noinline]] static bool ParseWord(value& out, input& in);
+  [[gnu::noinline]] static bool Open(value& out, int tag, input& in);
 };
 
 template <>

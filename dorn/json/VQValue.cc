@@ -11,38 +11,68 @@
 
 namespace {
 
-VQJArray Convert(const value::array& elements) { return {elements.begin(), elements.end()}; }
+// What is still to be converted, instead of a recursion as deep as the value.
+using Conversions = std::vector<std::pair<const value*, VQValue*>>;
 
-VQJObject Convert(const value::object& members) {
-  VQJObject converted;
-  // Both maps order their keys by bytes, so each member goes to the end.
+VQJArray MakeElements(const value::array& elements, Conversions& open) {
+  VQJArray made(elements.size());
+  for (std::size_t i = 0; i < elements.size(); ++i) open.emplace_back(&elements[i], &made[i]);
+  return made;
+}
+
+VQJObject MakeMembers(const value::object& members, Conversions& open) {
+  VQJObject made;
   for (const auto& [key, member] : members) {
-    converted.emplace_hint(converted.end(), key, member);
+    // Both maps order their keys by bytes, so each member goes to the end.
+    const auto place = made.emplace_hint(made.end(), key, VQValue());
+    open.emplace_back(&member, &place->second);
   }
-  return converted;
+  return made;
+}
+
+// Sets one value; places for what it holds are made and added to `open`. They stay where they are,
+// since moving a container keeps its elements in place.
+void ConvertOne(const value& from, VQValue& to, Conversions& open) {
+  switch (from.type_) {
+    case value::boolean_type:
+      to.Set(from.get<bool>());
+      break;
+    case value::int_type:
+      to.Set(from.get<int>());
+      break;
+    case value::string_type:
+      to.Set(from.get<std::string>());
+      break;
+    case value::array_type:
+      to.Set(MakeElements(from.get<value::array>(), open));
+      break;
+    case value::object_type:
+      to.Set(MakeMembers(from.get<value::object>(), open));
+      break;
+    default:
+      break;
+  }
+}
+
+// These two are apart, so that a level of the recursions around them takes little of the stack.
+[[gnu::noinline]] void AppendQuoted(const std::string& text, std::string& out) {
+  out.append(1, '"').append(text).append(1, '"');
+}
+
+// Up to where the text of the member begins.
+[[gnu::noinline]] void AppendKey(char before, const KZString& key, std::string& out) {
+  out.append(1, before).append(1, '"').append(key).append("\":\"");
 }
 
 }  // namespace
 
 VQValue::VQValue(const value& v) {
-  switch (v.type_) {
-    case value::boolean_type:
-      Set(v.get<bool>());
-      break;
-    case value::int_type:
-      Set(v.get<int>());
-      break;
-    case value::string_type:
-      Set(v.get<std::string>());
-      break;
-    case value::array_type:
-      Set(Convert(v.get<value::array>()));
-      break;
-    case value::object_type:
-      Set(Convert(v.get<value::object>()));
-      break;
-    default:
-      break;
+  Conversions open;
+  ConvertOne(v, *this, open);
+  while (!open.empty()) {
+    const auto [from, to] = open.back();
+    open.pop_back();
+    ConvertOne(*from, *to, open);
   }
 }
 
@@ -184,16 +214,15 @@ bool VQValue::operator==(const VQJArray& a) const {
 // each level around them.
 void VQValue::AppendJson(std::string& out) const {
   if (mType == TYPE_STRING) {
-    out.append(1, '"').append(mString).append(1, '"');
+    AppendQuoted(mString, out);
   } else if (mType == TYPE_ARRAY && mArray) {
-    out.push_back('[');
-    bool comma = false;
+    char before = '[';
     for (const VQValue& element : *mArray) {
-      if (comma) out.push_back(',');
-      comma = true;
+      out.push_back(before);
+      before = ',';
       element.AppendJson(out);
     }
-    out.push_back(']');
+    out.append(mArray->empty() ? "[]" : "]");
   } else {
     AppendText(out);
   }
@@ -202,27 +231,27 @@ void VQValue::AppendJson(std::string& out) const {
 // What GetString() returns, without the mark that it leaves on an array.
 void VQValue::AppendText(std::string& out) const {
   if (mType == TYPE_OBJECT && mObject) {
-    AppendObject(out);
-  } else if (mType == TYPE_ARRAY && mArray) {
+    char before = '{';
+    for (const auto& [key, member] : *mObject) {
+      AppendKey(before, key, out);
+      before = ',';
+      member.AppendText(out);
+      out.push_back('"');
+    }
+    out.append(mObject->empty() ? "{}" : "}");
+  } else {
+    AppendFlatText(out);
+  }
+}
+
+void VQValue::AppendFlatText(std::string& out) const {
+  if (mType == TYPE_ARRAY && mArray) {
     out.push_back('[');
     for (const VQValue& element : *mArray) out.append(element.mString);
     out.push_back(']');
   } else {
     out.append(mString);
   }
-}
-
-void VQValue::AppendObject(std::string& out) const {
-  out.push_back('{');
-  bool comma = false;
-  for (const auto& [key, member] : *mObject) {
-    if (comma) out.push_back(',');
-    comma = true;
-    out.append(1, '"').append(key).append("\":\"");
-    member.AppendText(out);
-    out.push_back('"');
-  }
-  out.push_back('}');
 }
 
 std::ostream& operator<<(std::ostream& out, VQValue& v) {

@@ -148,7 +148,7 @@ class DORN_EXPORT VQValue {
 
  private:
   void AppendText(std::string& out) const;
-  void AppendObject(std::string& out) const;
+  [[gnu::noinline]] void AppendFlatText(std::string& out) const;
 };
 
 // Writes the value as JSON text for an update command: strings in quotes but not escaped, integers
