@@ -4,7 +4,7 @@
 #define DORN_MODEL_NAMEINDEX_H_
 
 #include <cstdint>
-#include <string_view>
+#include <string>
 #include <unordered_map>
 
 #include "dorn/base/KZString.h"
@@ -12,16 +12,16 @@
 
 namespace dorn {
 
-// Gives the answers of root->SearchName(), for many names in a row, such as those of one command.
+// Gives the answers of root->SearchName() for many names in a row, such as those of one command.
 // The first few names are searched; after that the whole tree is indexed once. The index is dropped
-// as soon as an operation adds, removes or renames any object (whatever the tree), and is built
-// again when names keep being asked without such a change. A tree with an object of a host's own
-// class is always searched, since that class may override SearchName().
+// as soon as an operation creates, destroys, adds, removes or renames any object (whatever the
+// tree), and is built again when names keep being asked without such a change. A tree with an
+// object of a host's own class is always searched, since that class may override SearchName().
 //
-// What it cannot see: that a hook assigns mName of an object other than the one last found, or
-// moves existing objects about in mObjectList, directly. So keep it for one command only.
+// What it cannot see: that host code assigns mName of another object than the one last found, or
+// moves existing objects about in an mObjectList, directly. So keep it for one command only.
 //
-// The root must outlive the index; objects of the tree need not.
+// The root must outlive the index; the other objects need not.
 class NameIndex {
  public:
   explicit NameIndex(VQJsonObject* root);
@@ -30,17 +30,20 @@ class NameIndex {
   VQJsonObject* Find(const KZString& name);
 
  private:
-  bool IsUsable();
+  bool IsStale() const;
+  void Drop();
   void Build();
-  bool Insert(VQJsonObject* object);
+  bool Insert(VQJsonObject& object);
+  VQJsonObject* Search(const KZString& name);
 
   VQJsonObject* mRoot;
-  std::uint64_t mStamp;
-  int mSearches = 0;  // Since the last change of the tree.
+  std::unordered_map<std::string, VQJsonObject*> mFirst;  // Empty unless mBuilt.
   bool mBuilt = false;
-  bool mHostClass = false;  // Seen in the tree since the last change.
-  VQJsonObject* mLast = nullptr;
-  std::unordered_map<std::string_view, VQJsonObject*> mFirstByName;  // Views of the mNames.
+  bool mHostClass = false;  // Met when the tree was last indexed.
+  int mSearches = 0;        // Since the last change.
+  std::uint64_t mStructure = 0;
+  const VQJsonObject* mLastFound = nullptr;  // With the name that it was found under.
+  std::string mLastName;
 };
 
 }  // namespace dorn

@@ -23,32 +23,57 @@ enum class SideCommands {
 
 // Gives for each session the text that VQJsonParser::MakeUpdateCommand() would give, called for the
 // same sessions in the same order, and leaves the tree behind as those calls would: the first call
-// clears the add and delete records, and attributes "Name" are inserted where they were looked up.
-// Sessions that no change is tagged with share one text. Make one composer for each round of
-// sending; ResetDirty() stays with the caller.
+// clears the add and delete records, and attributes "Name" are inserted where they are looked up.
+// The tree is walked once; sessions that no change is tagged with share one text.
 //
-// Should an operation change the tree between two calls, what was composed is composed anew. A tree
-// with an object of a host's own class gets a literal call for every recipient, since that class
-// may override a writer.
+// Make one composer for each round of sending; ResetDirty() stays with the caller. Should an
+// operation change any tree between two calls, the tree is walked and composed anew; what host code
+// assigns to public members in between is not seen. A tree with an object of a host's own class
+// gets a literal call for every recipient, since that class may override a writer.
 class UpdateComposer {
  public:
+  using Text = std::shared_ptr<const KZString>;
+
   // `tree` must outlive the composer. `allflag` as for MakeUpdateCommand().
   UpdateComposer(VQJsonResource* tree, bool allflag, SideCommands sideCommands);
 
-  // The text for a recipient, or null if there is nothing to send to it. Recipients that get the
-  // same text get the same pointer.
-  std::shared_ptr<const KZString> Compose(const KZString& sessionid);
+  // The text for a recipient, or null if there is nothing to send to it. The same pointer means the
+  // same text.
+  Text Compose(const KZString& sessionid);
 
  private:
-  struct Update;
+  // An UPDATE command, alone and with the side commands; null until it is needed.
+  struct Update {
+    Text alone;
+    Text joined;
+    bool hasObjects = false;
+  };
 
-  std::shared_ptr<const KZString> ComposeLiterally(const KZString& sessionid);
-  const Update& Find(const KZString& sessionid);
   void Survey();
+  bool SurveyObject(VQJsonObject& object);
+  bool SurveyChildren(VQJsonObject& object);
+  void SurveyTags(const VQJsonObject& object);
+  void ComposeSide();
+  Update& SlotOf(const KZString& sessionid);
+  Update ComposeFromEntries(const KZString& sessionid);
+  Update ComposeByWalking(const KZString& sessionid);
+  Text Deliver(Update& update);
 
   VQJsonResource* mTree;
   bool mAllflag;
   SideCommands mSideCommands;
+
+  // The tree as it was when the stamp of all trees was mContent.
+  bool mSurveyed = false;
+  std::uint64_t mContent = 0;
+  bool mOwnClasses = false;             // No object of a host's class.
+  bool mHasRecords = false;             // Some object has an add or delete record.
+  std::vector<VQJsonObject*> mEntries;  // What an UPDATE command may name, in its order.
+
+  std::map<KZString, Update> mBySession;  // For the sessions in tags, and for the empty one.
+  Update mShared;                         // For all other sessions.
+  std::string mSide;                      // The DELETE and ADD commands still to be delivered.
+  int mSideCount = 0;
 };
 
 }  // namespace dorn

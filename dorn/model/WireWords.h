@@ -20,12 +20,17 @@ constexpr char kKeyAttr[] = "Attr";
 constexpr char kKeyCommand[] = "Command";
 constexpr char kKeyCommands[] = "Commands";
 constexpr char kKeyData[] = "Data";
+constexpr char kKeyDate[] = "Date";
 constexpr char kKeyDialog[] = "Dialog";
+constexpr char kKeyFile[] = "File";
 constexpr char kKeyLayout[] = "Layout";
 constexpr char kKeyName[] = "Name";
 constexpr char kKeyNotifyList[] = "NotifyList";
 constexpr char kKeyObject[] = "Object";
+constexpr char kKeyObjectName[] = "ObjectName";
 constexpr char kKeyObjects[] = "Objects";
+constexpr char kKeySessionId[] = "SessionId";
+constexpr char kKeyStatus[] = "Status";
 constexpr char kKeyType[] = "Type";
 constexpr char kKeyValue[] = "Value";
 

@@ -1,0 +1,117 @@
+#include "dorn/model/UpdateComposer.h"
+
+#include <cstddef>
+#include <utility>
+
+#include "dorn/model/TreeStamp.h"
+#include "dorn/model/TreeWalk.h"
+#include "dorn/model/UpdateText.h"
+#include "dorn/model/WireWords.h"
+
+namespace dorn {
+
+UpdateComposer::UpdateComposer(VQJsonResource* tree, bool allflag, SideCommands sideCommands)
+    : mTree(tree), mAllflag(allflag), mSideCommands(sideCommands) {}
+
+UpdateComposer::Text UpdateComposer::Compose(const KZString& sessionid) {
+  if (!mSurveyed || mContent != CurrentTreeStamp().content) Survey();
+  if (mHasRecords || !mOwnClasses) ComposeSide();
+  Text text;
+  if (mOwnClasses) {
+    Update& update = SlotOf(sessionid);
+    if (update.alone == nullptr) update = ComposeFromEntries(sessionid);
+    text = Deliver(update);
+  } else {
+    Update update = ComposeByWalking(sessionid);
+    text = Deliver(update);
+  }
+  mContent = CurrentTreeStamp().content;  // What composing cleared is no change to notice.
+  return text;
+}
+
+void UpdateComposer::Survey() {
+  mSurveyed = true;
+  mEntries.clear();
+  mBySession.clear();
+  mShared = Update();
+  mHasRecords = mTree->IsDirtyAdd() || mTree->IsDirtyDel();
+  // The root itself is never written.
+  mOwnClasses = IsOwnClass(*mTree) && SurveyChildren(*mTree);
+}
+
+// False at an object of a host's class; the rest of the survey is then of no use.
+bool UpdateComposer::SurveyObject(VQJsonObject& object) {
+  if (!IsOwnClass(object)) return false;
+  mHasRecords = mHasRecords || object.IsDirtyAdd() || object.IsDirtyDel();
+  if (!object.mName.empty() && (mAllflag || object.IsDirty())) {
+    mEntries.push_back(&object);
+    SurveyTags(object);
+  }
+  return SurveyChildren(object);
+}
+
+bool UpdateComposer::SurveyChildren(VQJsonObject& object) {
+  bool own = true;
+  ForEachChild(object, [this, &own](VQJsonObject& child) { own = own && SurveyObject(child); });
+  return own;
+}
+
+void UpdateComposer::SurveyTags(const VQJsonObject& object) {
+  for (const KZString& entry : object.mDirty) {
+    const std::size_t mark = entry.find(kSessionMark);
+    if (mark == KZString::npos) continue;
+    mBySession.try_emplace(entry.substr(mark + sizeof(kSessionMark) - 1));
+  }
+}
+
+void UpdateComposer::ComposeSide() {
+  int indent = 0;
+  AppendDeleteCommandRaw(mSide, *mTree, mSideCount);
+  AppendAddCommandRaw(mSide, *mTree, mSideCount, indent);
+  mHasRecords = false;
+}
+
+UpdateComposer::Update& UpdateComposer::SlotOf(const KZString& sessionid) {
+  if (mAllflag) return mShared;
+  if (sessionid.empty()) return mBySession[sessionid];
+  const auto tagged = mBySession.find(sessionid);
+  return tagged != mBySession.end() ? tagged->second : mShared;
+}
+
+UpdateComposer::Update UpdateComposer::ComposeFromEntries(const KZString& sessionid) {
+  std::string update;
+  int objects = 0;
+  BeginUpdateCommand(update);
+  for (VQJsonObject* entry : mEntries) {
+    AppendUpdateEntry(update, *entry, objects, mAllflag, sessionid);
+  }
+  EndUpdateCommand(update);
+  return {std::make_shared<KZString>(std::move(update)), nullptr, objects > 0};
+}
+
+UpdateComposer::Update UpdateComposer::ComposeByWalking(const KZString& sessionid) {
+  std::string update;
+  int objects = 0;
+  BeginUpdateCommand(update);
+  ForEachChild(*mTree, [&](VQJsonObject& child) {
+    AppendUpdateCommandRaw(update, child, objects, mAllflag, sessionid);
+  });
+  EndUpdateCommand(update);
+  return {std::make_shared<KZString>(std::move(update)), nullptr, objects > 0};
+}
+
+UpdateComposer::Text UpdateComposer::Deliver(Update& update) {
+  if (mSide.empty()) return update.hasObjects ? update.alone : nullptr;
+  if (update.joined == nullptr) {
+    update.joined = std::make_shared<KZString>(JoinCommands(*update.alone, mSide));
+  }
+  Text text = update.joined;
+  if (mSideCommands == SideCommands::kFirst) {
+    mSide.clear();
+    mSideCount = 0;
+    update.joined = nullptr;
+  }
+  return text;
+}
+
+}  // namespace dorn

@@ -1,0 +1,33 @@
+// The texts of update commands. Internal: not installed. Loop thread only.
+#ifndef DORN_MODEL_UPDATETEXT_H_
+#define DORN_MODEL_UPDATETEXT_H_
+
+#include <string>
+
+#include "dorn/base/KZString.h"
+#include "dorn/model/VQJsonObject.h"
+#include "dorn/model/VQJsonResource.h"
+
+namespace dorn {
+
+// The entry of one object, without its children, in an UPDATE command: nothing at all if it has no
+// name, is clean (without `allflag`), or has no member to write. `comma` counts the entries.
+void AppendUpdateEntry(std::string& out, VQJsonObject& object, int& comma, bool allflag,
+                       const KZString& sessionid);
+
+// What VQJsonParser's writers of the same name write, appended to a string.
+void AppendUpdateCommandRaw(std::string& out, VQJsonObject& object, int& comma, bool allflag,
+                            const KZString& sessionid);
+void AppendDeleteCommandRaw(std::string& out, VQJsonObject& object, int& comma);
+void AppendAddCommandRaw(std::string& out, VQJsonObject& object, int& comma, int& indent);
+
+// The frame around the entries of an UPDATE command.
+void BeginUpdateCommand(std::string& out);
+void EndUpdateCommand(std::string& out);
+
+// The UPDATE command followed by the DELETE and ADD commands in `side`; alone if `side` is empty.
+KZString JoinCommands(const std::string& update, const std::string& side);
+
+}  // namespace dorn
+
+#endif  // DORN_MODEL_UPDATETEXT_H_

@@ -1,0 +1,230 @@
+#include "dorn/model/VQJsonObject.h"
+
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "dorn/json/JsonParser.h"
+#include "dorn/model/ClassTags.h"
+#include "dorn/model/FreshAllocations.h"
+#include "dorn/model/MemberText.h"
+#include "dorn/model/TreeStamp.h"
+#include "dorn/model/WireWords.h"
+
+namespace {
+
+// mDebugFlag lies directly behind the pointer to the virtual table.
+constexpr std::size_t kMarkerOffset = sizeof(void*);
+
+void* MarkFresh(void* storage, std::size_t size) noexcept {
+  if (size >= kMarkerOffset + sizeof(dorn::kAllocationMarker)) {
+    std::memcpy(static_cast<char*>(storage) + kMarkerOffset, &dorn::kAllocationMarker,
+                sizeof(dorn::kAllocationMarker));
+  }
+  dorn::NoteFresh(storage, size);
+  return storage;
+}
+
+void Write(std::ostream& out, const std::string& text) {
+  out.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+// The keys that the "NotifyList" of the current JSON object lets in. False if it has none.
+bool ReadFilter(const JsonParser& jp, bool group, KZStringArray& keys) {
+  KZString list;
+  if (!jp.GetString(dorn::kKeyNotifyList, list)) return false;
+  list.Separate(',', keys);
+  keys += dorn::kKeyAlias;
+  keys += dorn::kKeyType;
+  if (group) keys += dorn::kKeyLayout;
+  return true;
+}
+
+}  // namespace
+
+VQJsonObject::VQJsonObject(VQJsonObject* parent)
+    : mDebugFlag(dorn::TakeFresh(this) ? dorn::kTagObjectOnHeap : dorn::kTagObject),
+      mParent(parent),
+      mDirtyAdd(false) {
+  dorn::NoteStructureChange();
+}
+
+VQJsonObject::VQJsonObject(const VQJsonObject& other)
+    : mDebugFlag(other.mDebugFlag),
+      mName(other.mName),
+      mParent(other.mParent),
+      mDirty(other.mDirty),
+      mDirtyAdd(other.mDirtyAdd),
+      mDirtyDel(other.mDirtyDel),
+      mList(other.mList) {
+  static_cast<void>(dorn::TakeFresh(this));  // The tag is the source's.
+  dorn::NoteStructureChange();
+}
+
+VQJsonObject& VQJsonObject::operator=(const VQJsonObject& other) {
+  if (this == &other) return *this;
+  mName = other.mName;
+  mParent = other.mParent;
+  mDirty = other.mDirty;
+  mDirtyAdd = other.mDirtyAdd;
+  mDirtyDel = other.mDirtyDel;
+  mList = other.mList;
+  dorn::NoteStructureChange();
+  return *this;
+}
+
+VQJsonObject::~VQJsonObject() { dorn::NoteStructureChange(); }
+
+bool VQJsonObject::HasGroup() { return false; }
+
+bool VQJsonObject::AddObject(VQJsonObject* /*jo*/, int /*command*/) { return false; }
+
+void VQJsonObject::OutJson(std::ostream& out) {
+  int count = 0;
+  OutJson(out, count);
+}
+
+void VQJsonObject::OutJson(std::ostream& out, int& b) {
+  if (b++ != 0) out.put(',');
+  out.put('{');
+  int count = 0;
+  OutJsonMember(out, count);
+  OutJsonList(out, count);
+  out.put('}');
+}
+
+void VQJsonObject::OutJsonMember(std::ostream& out, int& b) {
+  std::string text;
+  dorn::AppendAttributes(text, *this, b);
+  Write(out, text);
+}
+
+void VQJsonObject::OutJsonDirtyMember(std::ostream& out, int& b, const KZString& sessionid) {
+  std::string text;
+  dorn::AppendDirtyAttributes(text, *this, b, sessionid);
+  Write(out, text);
+}
+
+void VQJsonObject::OutJsonList(std::ostream& /*out*/, int& /*b*/) {}
+
+VQJsonObject* VQJsonObject::SearchName(const KZString& name) {
+  return mName == name ? this : nullptr;
+}
+
+VQJsonObject* VQJsonObject::SetValue(const KZString& key, VQValue value, int dirty,
+                                     const KZString& sessionid) {
+  VQValue& current = mList[key];
+  const bool differs = value != current;  // In this order: the stored value's kind decides.
+  if (!differs && dirty == -1) return this;
+  if (dirty >= 1 || (dirty == -1 && differs)) {
+    mDirty.insert(sessionid.empty() ? key : KZString(key + dorn::kSessionMark + sessionid));
+  }
+  current = std::move(value);
+  dorn::NoteContentChange();
+  if (key == dorn::kKeyName && mName != current.mString) {
+    mName = current.mString;
+    dorn::NoteStructureChange();
+  }
+  return this;
+}
+
+bool VQJsonObject::Parse(JsonParser& jp, bool shard) {
+  if (!jp.IsObject()) return true;
+  static_cast<void>(jp.GetString(dorn::kKeyName, mName));  // Without one the name stays.
+  KZStringArray allowed;
+  const bool filtered = !shard && ReadFilter(jp, HasGroup(), allowed);
+  KZString key;
+  auto member = jp.MapBegin();
+  while (jp.MapNext(member, key)) {
+    if (filtered && allowed.Find(key) < 0) continue;
+    if (key == dorn::kKeyObject || key == dorn::kKeyObjects) continue;
+    VQValue value;
+    if (jp.GetValue(key, value)) mList[key] = std::move(value);
+  }
+  dorn::NoteStructureChange();
+  return true;
+}
+
+KZString VQJsonObject::GetJson() {
+  KZString json;
+  dorn::AppendObject(json, *this);
+  return json;
+}
+
+VQJsonObject* VQJsonObject::SetValueByName(const KZString& key, VQValue value, const KZString& name,
+                                           int dirty, const KZString& sessionid) {
+  VQJsonObject* found = SearchName(name);
+  if (found != nullptr) found->SetValue(key, std::move(value), dirty, sessionid);
+  return this;
+}
+
+VQValue& VQJsonObject::GetValue(const KZString& key) {
+  if (HasKey(key)) return mList[key];
+  // Never destroyed: objects of static storage may still ask when the program ends.
+  static VQValue& none = *new VQValue;
+  none = VQValue();  // A caller may have assigned to it.
+  return none;
+}
+
+VQJsonObject* VQJsonObject::GetParent() { return mParent; }
+
+bool VQJsonObject::HasKey(const KZString& key) { return mList.find(key) != mList.end(); }
+
+void VQJsonObject::ResetDirty() {
+  if (mDirty.empty()) return;
+  mDirty.clear();
+  dorn::NoteContentChange();
+}
+
+void VQJsonObject::SetDirtyDel(KZString name) {
+  mDirtyDel = std::move(name);
+  dorn::NoteContentChange();
+}
+
+void VQJsonObject::Delete(const KZString& point) {
+  if (point == "THIS") {
+    if (mParent != nullptr) mParent->SetDirtyDel(mName);
+    return;  // This object, and with it `point`, may be gone.
+  }
+  if (point == "CHILD" && HasGroup()) SetDirtyDel(dorn::kAllChildrenDeleted);
+}
+
+void VQJsonObject::SetDirty(const KZString& key) {
+  mDirty.insert(key);
+  dorn::NoteContentChange();
+}
+
+void VQJsonObject::SetDirtyAdd() {
+  mDirtyAdd = true;
+  dorn::NoteContentChange();
+}
+
+void VQJsonObject::ResetDirtyAdd() {
+  mDirtyAdd = false;
+  dorn::NoteContentChange();
+}
+
+void VQJsonObject::ResetDirtyDel() {
+  mDirtyDel.Clear();
+  dorn::NoteContentChange();
+}
+
+void* VQJsonObject::operator new(std::size_t size) { return MarkFresh(::operator new(size), size); }
+
+void* VQJsonObject::operator new(std::size_t size, const std::nothrow_t& tag) noexcept {
+  void* storage = ::operator new(size, tag);
+  return storage != nullptr ? MarkFresh(storage, size) : nullptr;
+}
+
+void* VQJsonObject::operator new(std::size_t /*size*/, void* place) noexcept { return place; }
+
+void VQJsonObject::operator delete(void* storage) noexcept {
+  dorn::ForgetFresh(storage);
+  ::operator delete(storage);
+}
+
+void VQJsonObject::operator delete(void* storage, const std::nothrow_t& /*tag*/) noexcept {
+  VQJsonObject::operator delete(storage);
+}
+
+void VQJsonObject::operator delete(void* /*storage*/, void* /*place*/) noexcept {}
