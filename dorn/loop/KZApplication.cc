@@ -96,6 +96,7 @@ void KZApplication::ApplicationTimer(timeval /*time*/, unsigned int /*id*/) {
   std::fflush(stdout);
 }
 
+// By value, as every override takes it: NOLINTNEXTLINE(performance-unnecessary-value-param)
 void KZApplication::DialogTimer(timeval /*time*/, unsigned int /*id*/, KZString /*name*/) {
   std::puts("KZApplication:362:DialogTimer");
   std::fflush(stdout);

@@ -104,7 +104,7 @@ class DORN_EXPORT KZSocket : public KZFdData {
   int mStatus = 0;
   KZLog mLog;
 
- protected:
+ private:
   // Whether the socket has no descriptor: none was ever opened (the number is then 0), or it is
   // closed.
   bool IsUnopened();
