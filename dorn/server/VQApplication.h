@@ -150,6 +150,7 @@ class DORN_EXPORT VQApplication : public KZApplication {
   friend class VQSession;
 
   unsigned int NextSocketId();
+  bool HasSocketTimer(unsigned int socketId);
   unsigned int NextSessionTimerId();
   void ConnectionTimer(VQClientSocket* client, int kind);
 

@@ -116,14 +116,18 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   KZStream* mStream = nullptr;  // Not owned.
 
  private:
+  friend class VQApplication;
   friend class VQDialog;
   friend class dorn::OutgoingDrainer;
 
+  bool IsRemoved();
+  bool HasNoDescriptor();
   void RestartIdleTimer();
+  void ForgetSearches();
   void Resynchronise();
   int FindMessageEnd();
   KZString TakeMessage(int length);
-  bool IsClosed();
+  void CloseIfFull();
 
   void Execute(VQJsonObject* entry);
   void CheckSessionId(VQJsonObject* entry);
@@ -131,21 +135,30 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   void SwitchDialog(VQJsonCommand* command);
   void Start(VQJsonCommand* command);
   void ExecuteAuthenticated(VQJsonObject* entry);
-  void GetFile(VQJsonObject* command);
+  void GetFile(VQJsonObject* entry);
   void Condition(VQJsonCommand* command);
   void SendError(const char* status, const char* message);
 
   bool HasBacklog() const;
+  bool IsTakingBacklog();
+  bool HasPeerFinished();
   int Transmit(const char* bytes, std::size_t length);
   bool Enqueue(const char* bytes, std::size_t length);
-  bool EnqueueFile(const KZString& path, long long offset, long long end);
-  bool ArmDrainer();
-  void SendPayload(const char* bytes, std::size_t length);
+  bool EnqueueFile(const KZString& path, int file, long long offset, long long end);
+  bool PrepareQueue();
+  bool WatchBacklog();
+  void DrainBacklog();
+  bool SendPayload(const char* bytes, std::size_t length, std::size_t blockSize);
+  void SendFile(const KZString& path, int length);
+  void SendPutfileError(const KZString& file, const char* info);
+  bool AnswerFromDialog(const KZString& file, const KZString& date, const KZString& objectName);
 
-  // How far the buffer is known to hold no ETX, and how much the last OnReceive() left in it (-1
-  // before the first). Bytes that came or went in any other way than through the loop void both.
-  int mSearched = 0;
+  // How much of the buffer's front is known to hold no ETX, and no STX, and how much the last
+  // OnReceive() left in it (-1 before the first).
+  int mNoEnd = 0;
+  int mNoStart = 0;
   int mLeft = -1;
+  bool mFinishing = false;  // The station sends no more; closed when the queue is empty.
   std::unique_ptr<dorn::OutgoingQueue> mOutgoing;  // Made at the first backlog.
 };
 

@@ -40,6 +40,9 @@ class DORN_EXPORT VQSessionList {
   void Expire(unsigned int timerId);
 
   std::map<KZString, VQSession*> mSessionList;
+
+ private:
+  void End(const KZString& key, VQSession* session);
 };
 
 #endif  // DORN_SERVER_VQSESSIONLIST_H_

@@ -1,0 +1,31 @@
+#include "dorn/server/Connections.h"
+
+#include "dorn/loop/KZFdData.h"
+#include "dorn/server/App.h"
+#include "dorn/server/VQApplication.h"
+#include "dorn/server/VQClientSocket.h"
+
+namespace dorn {
+
+VQClientSocket* AsConnection(KZFdData* record) {
+  const auto id = static_cast<unsigned int>(record->GetId());
+  const bool inRange =
+      id >= VQApplication::kFirstSocketId && id < VQApplication::kFirstSessionTimerId;
+  return inRange ? dynamic_cast<VQClientSocket*>(record) : nullptr;
+}
+
+VQClientSocket* AsLivingConnection(KZFdData* record) {
+  VQClientSocket* client = AsConnection(record);
+  if (client == nullptr || client->GetFDStatus() == KZFdData::kStatusRemove) return nullptr;
+  return client;
+}
+
+VQClientSocket* FindConnectionOf(const KZString& sid) {
+  for (KZFdData* record : *App().GetFdDataList()) {
+    VQClientSocket* client = AsLivingConnection(record);
+    if (client != nullptr && client->mSessionId == sid) return client;
+  }
+  return nullptr;
+}
+
+}  // namespace dorn

@@ -1,0 +1,27 @@
+// Which records of the loop are connections of stations. Internal: not installed.
+// Loop thread only.
+#ifndef DORN_SERVER_CONNECTIONS_H_
+#define DORN_SERVER_CONNECTIONS_H_
+
+#include "dorn/base/KZString.h"
+
+class KZFdData;
+class VQClientSocket;
+
+namespace dorn {
+
+// The record as a connection, or null. Its id lies in the range of connections, and it is one: a
+// host may have given such an id to a record of its own.
+VQClientSocket* AsConnection(KZFdData* record);
+
+// The same, but null for a connection whose removal was requested. Such a record stays linked until
+// the loop's next pass. It must not be served: nothing reaches it, and as the first recipient it
+// would use up the records of changes that a living station then never gets.
+VQClientSocket* AsLivingConnection(KZFdData* record);
+
+// The first living connection of session `sid`, or null.
+VQClientSocket* FindConnectionOf(const KZString& sid);
+
+}  // namespace dorn
+
+#endif  // DORN_SERVER_CONNECTIONS_H_

@@ -1,0 +1,212 @@
+// Files that stations ask for: the GETFILE command and its PUTFILE answers.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstddef>
+#include <ctime>
+#include <string>
+
+#include "dorn/base/Clock.h"
+#include "dorn/model/VQJsonCommand.h"
+#include "dorn/model/WireWords.h"
+#include "dorn/server/App.h"
+#include "dorn/server/Console.h"
+#include "dorn/server/OutgoingQueue.h"
+#include "dorn/server/ResourcePath.h"
+#include "dorn/server/RunningHooks.h"
+#include "dorn/server/VQApplication.h"
+#include "dorn/server/VQClientSocket.h"
+#include "dorn/server/VQDialog.h"
+
+namespace {
+
+constexpr char kKeyInfo[] = "Info";
+constexpr char kKeyLength[] = "Length";
+
+// A file goes out in blocks of this size as long as the socket takes them at once, and at most so
+// much of it before others get their turn.
+constexpr std::size_t kBlockSize = 1024;
+constexpr std::size_t kDirectSize = 64 * 1024;
+
+// How much of a refused name is printed.
+constexpr std::size_t kPrintedName = 200;
+
+// What a station may fetch, or why not.
+struct Resource {
+  KZString mPath;
+  std::time_t mTime = 0;  // Of its last modification; 0: nothing to fetch.
+  int mLength = 0;
+  const char* mError = "FILE NOT FOUND";
+};
+
+// A date as file dates are written. A template of the environment (DATEMSK) is the second choice;
+// without one it reads nothing. 0 for a date that cannot be read.
+std::time_t ParseDate(const KZString& date) {
+  std::tm fields{};
+  const char* end = strptime(date, "%Y-%m-%d %H:%M:%S", &fields);
+  if (end != nullptr && *end == '\0') {
+    fields.tm_isdst = -1;
+    return std::mktime(&fields);
+  }
+  fields = std::tm{};
+  return getdate_r(date, &fields) == 0 ? std::mktime(&fields) : 0;
+}
+
+KZString FileDate(std::time_t time) {
+  char text[24] = "";
+  std::tm fields{};
+  localtime_r(&time, &fields);
+  return std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields) != 0 ? text : "";
+}
+
+// Kept: a dialog's tree is dated with a two-digit year, unlike files, and a minute back.
+const char* TreeDate() {
+  static char text[80];
+  const std::time_t time = dorn::Now().tv_sec - 60;
+  std::tm fields{};
+  localtime_r(&time, &fields);
+  std::strftime(text, sizeof text, "%y-%m-%d %H:%M:%S", &fields);
+  return text;
+}
+
+void PrintRefusal(const char* reason, const KZString& file) {
+  const std::string_view name(file);
+  dorn::PrintLine({"GETFILE refused, ", reason, ": ", name.substr(0, kPrintedName)});
+}
+
+// Kept: everything that has a file type passes, directories included.
+Resource FindResource(const KZString& file) {
+  Resource resource;
+  if (file.empty()) {
+    resource.mError = "NOT KEY";
+    return resource;
+  }
+  if (!dorn::StaysInside(file)) {
+    PrintRefusal("outside resources", file);
+    return resource;
+  }
+  resource.mPath.Format("%s/resources/%s", dorn::App().GetModuleDirectory(),
+                        static_cast<const char*>(file));
+  struct stat status {};
+  if (stat(resource.mPath, &status) != 0) return resource;
+  if ((status.st_mode & S_IFMT) == 0) {
+    resource.mError = "FILE IS NOT REGULAR";
+    return resource;
+  }
+  // "Length" is an int: it would turn negative.
+  if (status.st_size > INT_MAX) {
+    PrintRefusal("larger than 2 GiB", file);
+    return resource;
+  }
+  resource.mTime = status.st_mtime;
+  resource.mLength = static_cast<int>(status.st_size);
+  return resource;
+}
+
+// An answer with its common members.
+class PutfileReply : public VQJsonCommand {
+ public:
+  explicit PutfileReply(const KZString& file) : VQJsonCommand(dorn::kCommandPutfile) {
+    Set(dorn::kKeyFile, file);
+  }
+
+  void Set(const char* key, const VQValue& value) { SetValue(key, value, -1, ""); }
+
+  void SetDateAndObject(const KZString& date, const KZString& objectName) {
+    Set(dorn::kKeyDate, date);
+    if (!objectName.empty()) Set(dorn::kKeyObjectName, objectName);
+  }
+};
+
+// Reads up to `length` bytes from the start of a file; fewer if there are no more.
+std::string ReadStart(int file, std::size_t length) {
+  std::string bytes(length, '\0');
+  std::size_t have = 0;
+  while (have < length) {
+    const ssize_t got = pread(file, bytes.data() + have, length - have, static_cast<off_t>(have));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    have += static_cast<std::size_t>(got);
+  }
+  bytes.resize(have);
+  return bytes;
+}
+
+}  // namespace
+
+void VQClientSocket::OnGetfile(KZString file, KZString date, KZString objectName) {
+  const std::time_t requested = ParseDate(date);
+  const Resource resource = FindResource(file);
+  if (resource.mTime == 0) {
+    SendPutfileError(file, resource.mError);
+    return;
+  }
+  if (AnswerFromDialog(file, date, objectName)) return;
+  PutfileReply reply(file);
+  reply.SetDateAndObject(FileDate(resource.mTime), objectName);
+  if (resource.mTime == requested) {
+    reply.Set(dorn::kKeyStatus, "LATEST");
+    SendData(reply.GetJson());
+    return;
+  }
+  reply.Set(kKeyLength, resource.mLength);
+  SendData(reply.GetJson());
+  SendFile(resource.mPath, resource.mLength);
+}
+
+void VQClientSocket::SendPutfileError(const KZString& file, const char* info) {
+  PutfileReply reply(file);
+  reply.Set(dorn::kKeyStatus, "ERROR");
+  reply.Set(kKeyInfo, info);
+  SendData(reply.GetJson());
+}
+
+// The resource file of a dialog that exists is answered by the dialog.
+bool VQClientSocket::AnswerFromDialog(const KZString& file, const KZString& date,
+                                      const KZString& objectName) {
+  const KZString name = file.GetFileNameWithoutExtension();
+  if (file.GetFileExtension().MakeUpper() != "JSON" || name.empty()) return false;
+  VQDialog* dialog = dorn::App().DialogList()->Search(name);
+  if (dialog == nullptr) return false;
+  dorn::RunningHooks running(dialog);
+  return dialog->OnGetfile(this, file, date, objectName) != 0;
+}
+
+// The bytes and their order are those of sending the whole file here and now; but what the socket
+// does not take is sent as it makes room, so that a station that reads slowly, or not at all, keeps
+// nobody else waiting. Only a regular file has bytes to send: reading a pipe or a device could
+// block, and a directory cannot be read; a station that asked for one waits in vain.
+void VQClientSocket::SendFile(const KZString& path, int length) {
+  if (length <= 0 || HasNoDescriptor()) return;
+  if (HasBacklog()) {
+    EnqueueFile(path, -1, 0, length);
+    return;
+  }
+  const int file = dorn::OpenRegularFile(path);
+  if (file < 0) return;
+  const std::size_t direct = std::min(static_cast<std::size_t>(length), kDirectSize);
+  const std::string start = ReadStart(file, direct);
+  const bool isSent = SendPayload(start.data(), start.size(), kBlockSize);
+  const bool hasMore = start.size() == direct && static_cast<int>(direct) < length;
+  if (isSent && hasMore) {
+    EnqueueFile(path, file, static_cast<long long>(direct), length);
+  } else {
+    close(file);
+  }
+}
+
+int VQDialog::OnGetfile(VQClientSocket* client, KZString file, KZString, KZString objectName) {
+  const auto tree = mSessionResourceList.find(dorn::kSessionIdShared);
+  if (tree == mSessionResourceList.end()) return 0;
+  const KZString text = tree->second.GetJson();
+  PutfileReply reply(file);
+  reply.Set(kKeyLength, text.GetLength());
+  reply.SetDateAndObject(TreeDate(), objectName);
+  client->SendData(reply.GetJson());
+  client->SendPayload(text.data(), text.size(), std::max<std::size_t>(text.size(), 1));
+  return 1;
+}

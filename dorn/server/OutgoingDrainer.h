@@ -1,0 +1,55 @@
+// Writes the queues of those connections whose sockets have room again.
+// Internal: not installed. Loop thread only.
+#ifndef DORN_SERVER_OUTGOINGDRAINER_H_
+#define DORN_SERVER_OUTGOINGDRAINER_H_
+
+#include <unordered_map>
+
+#include "dorn/loop/KZFdData.h"
+
+class VQClientSocket;
+
+namespace dorn {
+
+// One record for all connections of a loop. The loop watches a connected socket for reading only,
+// and does not tell a record which of the two it found. But an epoll descriptor is itself readable
+// as soon as one of the sockets that it watches can be written, so one descriptor more serves any
+// number of waiting connections.
+//
+// Each registration reports once and is renewed when there is still something to write: a
+// registration that outlived its connection cannot keep the loop busy.
+class OutgoingDrainer : public KZFdData {
+ public:
+  // A negative id: outside all ranges, and none of the ids that the list hands out to hosts.
+  static constexpr int kId = -2;
+
+  // The drainer of a list, made at the first call. Null when there is no descriptor for it.
+  static OutgoingDrainer* Of(KZFdDataList* list);
+
+  // Destroys the drainer of a list that is about to be destroyed.
+  static void Forget(KZFdDataList* list);
+
+  // Forgets a connection, also one that it does not know.
+  static void Forget(KZFdDataList* list, const VQClientSocket* client);
+
+  ~OutgoingDrainer() override;
+
+  // Calls the connection's DrainBacklog() once, when its socket has room. False when that cannot be
+  // arranged.
+  bool Watch(VQClientSocket* client);
+
+  void ReadyToRead() override;
+
+ private:
+  OutgoingDrainer(int epoll, KZFdDataList* list);
+
+  static OutgoingDrainer* Find(KZFdDataList* list);
+  void Unwatch(const VQClientSocket* client);
+  bool IsInList();
+
+  std::unordered_map<int, VQClientSocket*> mWatched;  // By descriptor.
+};
+
+}  // namespace dorn
+
+#endif  // DORN_SERVER_OUTGOINGDRAINER_H_

@@ -1,0 +1,276 @@
+#include "dorn/server/VQApplication.h"
+
+#include <libgen.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <set>
+#include <string>
+
+#include "dorn/model/VQJsonCommand.h"
+#include "dorn/model/WireWords.h"
+#include "dorn/server/App.h"
+#include "dorn/server/Connections.h"
+#include "dorn/server/Console.h"
+#include "dorn/server/OutgoingDrainer.h"
+#include "dorn/server/ResourcePath.h"
+#include "dorn/server/RunningHooks.h"
+#include "dorn/server/VQClientSocket.h"
+#include "dorn/server/VQDialog.h"
+#include "dorn/server/VQSession.h"
+
+namespace {
+
+// Set before any dynamic initialiser runs, so an application may be constructed at any time.
+VQApplication* gApp = nullptr;
+
+constexpr unsigned int kIdsPerSocket = 10;
+constexpr unsigned long kAnswerTimeoutMs = 10000;
+
+// Which of a connection's ids a timer has.
+enum TimerKind { kConnectTimer = 0, kIdleTimer = 1, kAnswerTimer = 2 };
+
+bool IsSessionTimer(unsigned int id) {
+  return id >= VQApplication::kFirstSessionTimerId && id < VQApplication::kTimerIdEnd;
+}
+
+}  // namespace
+
+VQApplication& dorn::App() {
+  if (gApp == nullptr) {
+    std::fputs("dorn: there is no application object; define one before using the library\n",
+               stderr);
+    std::fflush(stdout);
+    std::abort();
+  }
+  return *gApp;
+}
+
+// The station socket only stores the address of mLog, which is constructed after it.
+VQApplication::VQApplication(VQDialogMaker& maker)
+    : mDialogMaker(maker),
+      mStationSocket(&mLog, &mFdList),
+      mSocketId(kFirstSocketId),
+      mSessionTimerId(kFirstSessionTimerId) {
+  if (gApp == nullptr) gApp = this;
+}
+
+VQApplication::~VQApplication() {
+  if (gApp == this) gApp = nullptr;
+  dorn::OutgoingDrainer::Forget(&mFdList);
+}
+
+void VQApplication::ApplicationTimer(timeval time, unsigned int id) {
+  if (IsSessionTimer(id)) {
+    // "A session expiry timer has fired."
+    std::puts("セッション有効期限タイマー発生");
+    SessionList()->Expire(id);
+    return;
+  }
+  VQClientSocket* client = nullptr;
+  const int kind = GetSocket(id, &client);
+  if (client != nullptr) {
+    ConnectionTimer(client, kind);
+  } else {
+    OnTimer(time, id);
+  }
+}
+
+void VQApplication::ConnectionTimer(VQClientSocket* client, int kind) {
+  const unsigned int answerTimer = static_cast<unsigned int>(client->GetId()) + kAnswerTimer;
+  if (kind == kIdleTimer) {
+    VQJsonCommand command(dorn::kCommandKeepalive);
+    client->SendData(command.GetJson());
+    SetApplicationSingleTimerInterval(0, answerTimer);
+    SetApplicationSingleTimerInterval(kAnswerTimeoutMs, answerTimer);
+  } else if (kind == kAnswerTimer) {
+    // While the station still takes bytes that wait before the KEEPALIVE, it cannot answer yet:
+    // the ten seconds begin when the command is really sent.
+    if (client->IsTakingBacklog()) {
+      SetApplicationSingleTimerInterval(kAnswerTimeoutMs, answerTimer);
+      return;
+    }
+    // "No answer to KEEPALIVE in time."
+    std::puts("KEEPALIVE応答タイムアウト");
+    client->Close();
+  } else if (kind == kConnectTimer) {
+    // "Connection time-out."
+    std::puts("コネクションタイムアウト");
+    client->Close();
+  }
+}
+
+void VQApplication::DialogTimer(timeval time, unsigned int id, KZString name) {
+  VQDialog* dialog = mDialogList.Search(name);
+  if (dialog == nullptr) return;
+  dorn::RunningHooks running(dialog);
+  dialog->OnTimer(time, id);
+}
+
+bool VQApplication::OnAuthCheck(const KZString& sid, VQClientSocket* client) {
+  if (!mSessionList.Has(sid)) {
+    client->Authentication("");
+    return false;
+  }
+  SetApplicationSingleTimerInterval(0, static_cast<unsigned int>(client->GetId()));
+  client->Authentication(sid);
+  return true;
+}
+
+void VQApplication::OnStart(VQClientSocket* client, KZString& type, int resolutionV,
+                            int resolutionH) {
+  dorn::PrintLine(
+      {"HELLO ", type, ",", std::to_string(resolutionV), ",", std::to_string(resolutionH)});
+  VQJsonCommand command(dorn::kCommandOpen);
+  command.SetValue(dorn::kKeyFile, "Top.json", -1, "");
+  command.SetValue("FileSource", "STATION", -1, "");
+  command.SetValue(dorn::kKeySessionId, client->GetSessionId(), -1, "");
+  client->SendData(command.GetJson());
+}
+
+void VQApplication::OnTimer(timeval, unsigned int) {}
+
+int VQApplication::Initialize(int argc, char** argv) {
+  int result = KZApplication::Initialize(argc, argv);
+  if (result < 0) return result;
+  result = mStationSocket.Open(nullptr, kStationPort);
+  if (result < 0) return result;
+  // Opening gives a descriptor also when the port could not be bound. The host decides what to do
+  // about it, but nobody shall run a deaf server without knowing.
+  if (!IsListening()) {
+    std::fprintf(stderr, "dorn: not listening on TCP port %d; is another process using it?\n",
+                 kStationPort);
+  }
+  return OnInit();
+}
+
+bool VQApplication::IsListening() {
+  return mStationSocket.GetFD() >= 0 && mStationSocket.GetFDStatus() == KZFdData::kStatusActive;
+}
+
+void VQApplication::SetLogStream(KZStream* stream) {
+  KZStream* sink = stream != nullptr ? stream : &mLog;
+  mStationSocket.Log().mSrteam = sink;
+  mStationSocket.mStream = sink;
+}
+
+bool VQApplication::IsInsideResources(const KZString& name) { return dorn::StaysInside(name); }
+
+unsigned int VQApplication::MakeSocketId() {
+  std::printf("VQApplication::MakeSocketId = %x\n", mSocketId);
+  const unsigned int id = mSocketId;
+  mSocketId += kIdsPerSocket;
+  return id;
+}
+
+unsigned int VQApplication::MakeSessionTimerId() {
+  std::printf("VQApplication::MakeSessionTimerId = %x\n", mSessionTimerId);
+  return mSessionTimerId++;
+}
+
+// An id behind its range would belong to somebody else: a connection's time-outs would expire
+// sessions. So ids start again from the first one, and from then on those that are still in use are
+// skipped. Up to that point they simply count up.
+unsigned int VQApplication::NextSocketId() {
+  constexpr unsigned int kCount = (kFirstSessionTimerId - kFirstSocketId) / kIdsPerSocket;
+  constexpr unsigned int kEnd = kFirstSocketId + kCount * kIdsPerSocket;
+  std::set<unsigned int> linked;
+  if (mSocketIdsWrapped || mSocketId >= kEnd) {
+    for (KZFdData* record : *GetFdDataList()) {
+      linked.insert(static_cast<unsigned int>(record->GetId()));
+    }
+  }
+  for (unsigned int tried = 0; tried < kCount; ++tried) {
+    if (mSocketId < kFirstSocketId || mSocketId >= kEnd) {
+      mSocketId = kFirstSocketId;
+      mSocketIdsWrapped = true;
+    }
+    if (!mSocketIdsWrapped || (linked.count(mSocketId) == 0 && !HasSocketTimer(mSocketId))) break;
+    mSocketId += kIdsPerSocket;
+  }
+  return MakeSocketId();
+}
+
+bool VQApplication::HasSocketTimer(unsigned int socketId) {
+  for (unsigned int id = socketId; id < socketId + kIdsPerSocket; ++id) {
+    if (HasTimer(id)) return true;
+  }
+  return false;
+}
+
+unsigned int VQApplication::NextSessionTimerId() {
+  constexpr unsigned int kCount = kTimerIdEnd - kFirstSessionTimerId;
+  std::set<unsigned int> used;
+  if (mSessionTimerIdsWrapped || !IsSessionTimer(mSessionTimerId)) {
+    for (const auto& [key, session] : mSessionList.mSessionList) {
+      if (session != nullptr) used.insert(session->mTimerId);
+    }
+  }
+  for (unsigned int tried = 0; tried < kCount; ++tried) {
+    if (!IsSessionTimer(mSessionTimerId)) {
+      mSessionTimerId = kFirstSessionTimerId;
+      mSessionTimerIdsWrapped = true;
+    }
+    if (!mSessionTimerIdsWrapped ||
+        (used.count(mSessionTimerId) == 0 && !HasTimer(mSessionTimerId))) {
+      break;
+    }
+    ++mSessionTimerId;
+  }
+  return MakeSessionTimerId();
+}
+
+// The maker's virtual functions come in both forms; the one without const is asked first, and asks
+// the other by itself.
+VQDialog* VQApplication::CreateDialog(const char* name) {
+  VQDialog* dialog = const_cast<VQDialogMaker&>(mDialogMaker).CreateDialog(name);
+  mDialogList.Add(name, dialog);
+  return dialog;
+}
+
+bool VQApplication::CreateSession(const KZString& sid, int interval) {
+  if (mSessionList.Has(sid)) return false;
+  mSessionList.Add(sid, new VQSession(sid, interval));
+  return true;
+}
+
+char* VQApplication::GetModuleDirectory() {
+  static char path[1024];
+  char link[32];
+  std::snprintf(link, sizeof link, "/proc/%d/exe", getpid());
+  const ssize_t length = readlink(link, path, sizeof path - 1);
+  if (length <= 0) return std::strcpy(path, ".");
+  path[length] = '\0';
+  return dirname(path);
+}
+
+void VQApplication::SendDataList(const KZString& sid, const KZString& dname, const KZString& text) {
+  for (KZFdData* record : *GetFdDataList()) {
+    VQClientSocket* client = dorn::AsLivingConnection(record);
+    if (client == nullptr) continue;
+    dorn::PrintLine({"SendDataList loop ", client->mSessionId, ",", client->mDialogName});
+    if (client->CompareSessionId(sid) && client->CompareDialogName(dname)) client->SendData(text);
+  }
+}
+
+void VQApplication::RemoveSocketBySession(const KZString& sid) {
+  VQClientSocket* client = dorn::FindConnectionOf(sid);
+  if (client == nullptr) return;
+  client->Authentication("");
+  client->Close();
+}
+
+int VQApplication::GetSocket(unsigned int id, VQClientSocket** client) {
+  *client = nullptr;
+  if (id < kFirstSocketId || id >= kFirstSessionTimerId) return 0;
+  const unsigned int offset = id - kFirstSocketId;
+  const unsigned int base = offset / kIdsPerSocket * kIdsPerSocket + kFirstSocketId;
+  for (KZFdData* record : *GetFdDataList()) {
+    if (static_cast<unsigned int>(record->GetId()) != base) continue;
+    *client = dorn::AsConnection(record);
+    if (*client != nullptr) return static_cast<int>(offset % kIdsPerSocket);
+  }
+  return 0;
+}

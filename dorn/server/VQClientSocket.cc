@@ -1,0 +1,310 @@
+#include "dorn/server/VQClientSocket.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "dorn/base/SemaphoreLock.h"
+#include "dorn/model/WireWords.h"
+#include "dorn/server/App.h"
+#include "dorn/server/Console.h"
+#include "dorn/server/OutgoingDrainer.h"
+#include "dorn/server/OutgoingQueue.h"
+#include "dorn/server/VQApplication.h"
+
+namespace {
+
+constexpr char kStx = 0x02;
+constexpr char kEtx = 0x03;
+
+constexpr int kLogBufferSize = 1024;
+constexpr unsigned long kIdleTimeoutMs = 180000;
+constexpr unsigned int kIdleTimer = 1;
+
+// A station that lets more than this wait is closed when there is something else to send.
+constexpr std::size_t kMaxQueuedBytes = 8 * 1024 * 1024;
+
+// The most that one connection gets at once while others wait for their turn, and before it is
+// closed.
+constexpr std::size_t kDrainBudget = 256 * 1024;
+constexpr std::size_t kClosingBudget = 4 * 1024 * 1024;
+
+// A frame buffer that has grown beyond this is given back.
+constexpr std::size_t kMaxKeptFrame = 1024 * 1024;
+
+bool IsRetryable(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
+
+// STX text ETX. Bytes of the text that would end the message, or forge one, become blanks.
+void Frame(const KZString& text, std::string& frame) {
+  frame.clear();
+  frame.reserve(text.size() + 2);
+  frame += kStx;
+  frame += text;
+  for (std::size_t i = frame.find_first_of(std::string("\0\x02\x03", 3), 1); i != std::string::npos;
+       i = frame.find_first_of(std::string("\0\x02\x03", 3), i + 1)) {
+    frame[i] = ' ';
+  }
+  frame += kEtx;
+}
+
+}  // namespace
+
+VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
+    : KZClientSocket(kLogBufferSize, stream, list), mStream(stream) {
+  SetId(static_cast<int>(dorn::App().NextSocketId()));
+}
+
+VQClientSocket::~VQClientSocket() {
+  if (mOutgoing != nullptr) dorn::OutgoingDrainer::Forget(GetFdDataList(), this);
+  std::puts("socket delete");
+}
+
+bool VQClientSocket::IsRemoved() { return GetFDStatus() == kStatusRemove; }
+
+// A record that never got a descriptor carries the number 0.
+bool VQClientSocket::HasNoDescriptor() {
+  const int fd = GetFD();
+  return fd < 0 || (fd == 0 && GetFDStatus() == kStatusInitial);
+}
+
+// Receiving.
+
+// A station that shuts down its sending side may still be reading. By status kStatusOpen the loop
+// watches the socket for writing instead of reading, so the end of its stream is not reported again
+// and again until the rest of the queue is out.
+void VQClientSocket::ReadyToRead() {
+  if (GetDataLength() != mLeft) ForgetSearches();
+  if (IsSelect() != 0 && HasBacklog() && HasPeerFinished()) {
+    mFinishing = true;
+    SetFDStatus(kStatusOpen);
+    return;
+  }
+  KZClientSocket::ReadyToRead();
+}
+
+void VQClientSocket::ReadyToWrite() {
+  if (mFinishing) {
+    DrainBacklog();
+  } else {
+    KZClientSocket::ReadyToWrite();
+  }
+}
+
+bool VQClientSocket::HasPeerFinished() {
+  char byte;
+  return recv(GetFD(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
+}
+
+int VQClientSocket::OnNotice(int code, int value) {
+  if (code == kNoticeCleared) ForgetSearches();
+  return KZClientSocket::OnNotice(code, value);
+}
+
+// An incomplete message keeps the record on the ready list in every pass. Such a call, in which
+// nothing has arrived, must not count as a sign of life: the timer would never run out, a station
+// that died in the middle of a message would never be noticed, and setting the timer wakes the loop
+// up, so that it would spin.
+int VQClientSocket::OnReceive(sockaddr*, unsigned int) {
+  const bool isRepetition = IsSelect() == 0 && GetDataLength() == mLeft;
+  if (!isRepetition) RestartIdleTimer();
+  // Bytes that were put there without the loop may be anything.
+  if (IsSelect() == 0 && !isRepetition) ForgetSearches();
+  Resynchronise();
+  for (int length = FindMessageEnd(); length > 0; length = FindMessageEnd()) {
+    DoCommand(TakeMessage(length));
+    // What a closed connection has sent is not executed any more, or one message could try
+    // thousands of session ids.
+    if (IsRemoved()) return 0;
+  }
+  CloseIfFull();
+  mLeft = GetDataLength();
+  return 0;
+}
+
+void VQClientSocket::RestartIdleTimer() {
+  VQApplication& app = dorn::App();
+  const unsigned int id = static_cast<unsigned int>(GetId()) + kIdleTimer;
+  app.SetApplicationSingleTimerInterval(0, id);
+  app.SetApplicationSingleTimerInterval(kIdleTimeoutMs, id);
+}
+
+void VQClientSocket::ForgetSearches() {
+  mNoEnd = 0;
+  mNoStart = 0;
+}
+
+// Drops what precedes the first STX. Without any STX nothing is dropped.
+void VQClientSocket::Resynchronise() {
+  int garbage = 0;
+  {
+    const dorn::SemaphoreLock lock(mSemData);
+    const int held = mBufferPos;
+    if (held == 0 || mDataBuffer[0] == kStx || mNoStart >= held) return;
+    const char* from = mDataBuffer + mNoStart;
+    const void* start = std::memchr(from, kStx, static_cast<std::size_t>(held - mNoStart));
+    mNoStart = held;
+    if (start == nullptr) return;
+    garbage = static_cast<int>(static_cast<const char*>(start) - mDataBuffer);
+  }
+  std::string dropped(static_cast<std::size_t>(garbage), '\0');
+  GetData(dropped.data(), garbage);
+  ForgetSearches();
+}
+
+// The length of the first complete message, ETX included, or 0. Goes on where the last search
+// ended, so that a message which arrives in many pieces is searched once.
+int VQClientSocket::FindMessageEnd() {
+  const dorn::SemaphoreLock lock(mSemData);
+  const int held = mBufferPos;
+  if (mNoEnd >= held) return 0;
+  const char* from = mDataBuffer + mNoEnd;
+  const void* end = std::memchr(from, kEtx, static_cast<std::size_t>(held - mNoEnd));
+  mNoEnd = held;
+  if (end == nullptr) return 0;
+  return static_cast<int>(static_cast<const char*>(end) - mDataBuffer) + 1;
+}
+
+// The text between the first byte, which is dropped unseen, and the ETX. A lone ETX gives an empty
+// text, as STX ETX does.
+// Kept: only the first STX of a call is looked for, so what lies between two messages becomes the
+// start of the second one's text.
+KZString VQClientSocket::TakeMessage(int length) {
+  std::string message(static_cast<std::size_t>(length), '\0');
+  GetData(message.data(), length);
+  ForgetSearches();
+  message.back() = '\0';
+  return length > 1 ? KZString(message.c_str() + 1) : KZString();
+}
+
+// No ETX can ever arrive in a buffer that is full: whatever comes is dropped, the record would be
+// served in every pass, and the station never heard again.
+void VQClientSocket::CloseIfFull() {
+  if (mBufferSize <= 0 || GetDataLength() < mBufferSize) return;
+  dorn::PrintLine({"Connection ", std::to_string(GetId()),
+                   " closed: its message does not fit into the buffer"});
+  Close();
+}
+
+// Sending.
+
+bool VQClientSocket::HasBacklog() const { return mOutgoing != nullptr && !mOutgoing->IsEmpty(); }
+
+bool VQClientSocket::IsTakingBacklog() {
+  return mOutgoing != nullptr && mOutgoing->TakeProgress() && HasBacklog();
+}
+
+int VQClientSocket::SendData(const KZString& text) {
+  dorn::PrintLine({" sid=", mSessionId, " dname=", mDialogName, " id=", std::to_string(GetId()),
+                   " out=", text});
+  thread_local std::string frame;
+  Frame(text, frame);
+  const int result = Transmit(frame.data(), frame.size());
+  if (frame.capacity() > kMaxKeptFrame) std::string().swap(frame);
+  return result;
+}
+
+int VQClientSocket::Send(const void* data, int length) {
+  if (length <= 0 || !HasBacklog()) return KZClientSocket::Send(data, length);
+  return Enqueue(static_cast<const char*>(data), static_cast<std::size_t>(length)) ? length : -1;
+}
+
+// One write. What it leaves over is queued and counts as written: a message that was begun must be
+// completed before anything else, or the station would be out of step for ever.
+int VQClientSocket::Transmit(const char* bytes, std::size_t length) {
+  const int total = static_cast<int>(length);
+  if (HasBacklog()) return Enqueue(bytes, length) ? total : -1;
+  if (HasNoDescriptor()) return -1;
+  const ssize_t written = write(GetFD(), bytes, length);
+  if (written == total || (written < 0 && !IsRetryable(errno))) return static_cast<int>(written);
+  if (GetFdDataList() == nullptr) return static_cast<int>(written);  // No loop to send the rest.
+  const std::size_t sent = written > 0 ? static_cast<std::size_t>(written) : 0;
+  return Enqueue(bytes + sent, length - sent) ? total : -1;
+}
+
+bool VQClientSocket::Enqueue(const char* bytes, std::size_t length) {
+  if (!PrepareQueue()) return false;
+  mOutgoing->Append(bytes, length);
+  return WatchBacklog();
+}
+
+bool VQClientSocket::EnqueueFile(const KZString& path, int file, long long offset, long long end) {
+  if (!PrepareQueue()) {
+    if (file >= 0) close(file);
+    return false;
+  }
+  mOutgoing->AppendFile(path, file, offset, end);
+  return WatchBacklog();
+}
+
+// Closes a station that does not read. Dropping messages instead would leave it with a wrong
+// picture for ever; when it comes back it gets everything anew.
+bool VQClientSocket::PrepareQueue() {
+  if (mOutgoing == nullptr) mOutgoing = std::make_unique<dorn::OutgoingQueue>();
+  if (mOutgoing->MemoryBytes() < kMaxQueuedBytes) return true;
+  dorn::PrintLine({"Connection ", std::to_string(GetId()), " closed: it does not read, ",
+                   std::to_string(mOutgoing->MemoryBytes()), " bytes are waiting"});
+  Close();
+  errno = ENOBUFS;
+  return false;
+}
+
+bool VQClientSocket::WatchBacklog() {
+  KZFdDataList* list = GetFdDataList();
+  dorn::OutgoingDrainer* drainer = list != nullptr ? dorn::OutgoingDrainer::Of(list) : nullptr;
+  if (drainer != nullptr && drainer->Watch(this)) return true;
+  dorn::PrintLine({"Connection ", std::to_string(GetId()),
+                   " closed: the rest of a message cannot be queued: ", std::strerror(errno)});
+  Close();
+  errno = ENOBUFS;
+  return false;
+}
+
+void VQClientSocket::DrainBacklog() {
+  using Result = dorn::OutgoingQueue::Result;
+  if (mOutgoing == nullptr || HasNoDescriptor()) return;
+  const Result result = mOutgoing->Write(GetFD(), kDrainBudget);
+  if (result == Result::kFailed) {
+    dorn::PrintLine({"Connection ", std::to_string(GetId()),
+                     " closed: the rest of a message cannot be sent: ", std::strerror(errno)});
+    Close();
+  } else if (result != Result::kEmpty) {
+    WatchBacklog();
+  } else if (mFinishing) {
+    Close();
+  }
+}
+
+// Writes a payload in blocks through the virtual Send(), and queues what the socket does not take.
+// False when the connection is broken.
+bool VQClientSocket::SendPayload(const char* bytes, std::size_t length, std::size_t blockSize) {
+  while (length > 0 && !HasBacklog()) {
+    const std::size_t block = std::min(length, blockSize);
+    const int sent = Send(bytes, static_cast<int>(block));
+    if (sent < 0 && !IsRetryable(errno)) return false;
+    const std::size_t taken = sent > 0 ? static_cast<std::size_t>(sent) : 0;
+    bytes += taken;
+    length -= taken;
+    if (taken < block) return Enqueue(bytes, length);
+  }
+  return length == 0 || Enqueue(bytes, length);
+}
+
+int VQClientSocket::Close() {
+  // Failure is ignored: the connection is being closed anyway.
+  if (HasBacklog() && !HasNoDescriptor())
+    static_cast<void>(mOutgoing->Write(GetFD(), kClosingBudget));
+  return KZClientSocket::Close();
+}
+
+void VQClientSocket::OnClose() {
+  if (mOutgoing != nullptr) {
+    mOutgoing->Clear();
+    dorn::OutgoingDrainer::Forget(GetFdDataList(), this);
+  }
+  KZClientSocket::OnClose();
+}

@@ -1,0 +1,235 @@
+#include "dorn/server/VQDialog.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "dorn/model/NameIndex.h"
+#include "dorn/model/TreeWalk.h"
+#include "dorn/model/UpdateComposer.h"
+#include "dorn/model/UpdateText.h"
+#include "dorn/model/VQJsonParser.h"
+#include "dorn/model/WireWords.h"
+#include "dorn/server/App.h"
+#include "dorn/server/Connections.h"
+#include "dorn/server/Console.h"
+#include "dorn/server/ResourcePath.h"
+#include "dorn/server/RunningHooks.h"
+#include "dorn/server/VQApplication.h"
+#include "dorn/server/VQClientSocket.h"
+
+namespace {
+
+// Reads a file up to its first zero byte or its end. False when there is nothing to read: for an
+// empty file, a directory, a read error. Never waits for a writer of a pipe.
+bool ReadText(int file, std::string& text) {
+  char block[4096];
+  for (;;) {
+    const ssize_t got = read(file, block, sizeof block);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return false;
+    if (got == 0) return !text.empty();
+    const void* zero = std::memchr(block, 0, static_cast<std::size_t>(got));
+    if (zero != nullptr) {
+      text.append(block, static_cast<std::size_t>(static_cast<const char*>(zero) - block));
+      return true;
+    }
+    text.append(block, static_cast<std::size_t>(got));
+  }
+}
+
+bool SendShared(VQDialog* dialog, bool all, dorn::SideCommands sideCommands) {
+  dorn::RunningHooks running(dialog);
+  VQJsonResource* tree = dialog->GetResourceShare();
+  dorn::UpdateComposer composer(tree, all, sideCommands);
+  bool sent = false;
+  for (KZFdData* record : *dorn::App().GetFdDataList()) {
+    VQClientSocket* client = dorn::AsLivingConnection(record);
+    if (client == nullptr || !client->CompareDialogName(dialog->mDialogName)) continue;
+    const std::shared_ptr<const KZString> text = composer.Compose(client->GetSessionId());
+    if (text == nullptr) continue;
+    client->SendData(*text);
+    sent = true;
+  }
+  tree->ResetDirty();
+  return sent;
+}
+
+}  // namespace
+
+VQDialog::VQDialog() = default;
+
+VQDialog::~VQDialog() = default;
+
+void VQDialog::OnInit() {}
+
+void VQDialog::OnChangeBefore(VQClientSocket*, VQJsonCommand*) {}
+
+void VQDialog::OnChange(VQClientSocket*, VQJsonCommand*) {}
+
+void VQDialog::OnCondition(VQClientSocket*, VQJsonCommand*) {}
+
+void VQDialog::OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString sid) {
+  constexpr int kMarkIfChanged = -1;
+  constexpr int kDoNotMark = 0;
+  const bool isShared = mSessionResourceList.count(dorn::kSessionIdShared) != 0;
+  const int index = isShared ? kMarkIfChanged : kDoNotMark;
+  for (auto it = source->KeyValueBegin(); it != source->KeyValueEnd(); ++it) {
+    if (it->first != dorn::kKeyName) target->SetValue(it->first, it->second, index, sid);
+  }
+}
+
+void VQDialog::OnTouch(VQClientSocket*, VQJsonObject*, KZString) {}
+
+void VQDialog::OnTimer(timeval, unsigned int) {}
+
+void VQDialog::OnFinal() {}
+
+void VQDialog::Init(const KZString& name, const char* file) {
+  mDialogName = name;
+  KZString path(file);
+  path.Replace("@", "/");
+  mFileName.Format("%s/resources/%s", dorn::App().GetModuleDirectory(),
+                   static_cast<const char*>(path));
+  OnInit();
+}
+
+bool VQDialog::IsInsideResources(const KZString& file) {
+  KZString path = file;
+  path.Replace("@", "/");
+  return dorn::StaysInside(path);
+}
+
+int VQDialog::LoadJsonShare() {
+  dorn::App().CreateSession(dorn::kSessionIdShared, 0);
+  LoadJson(mFileName, dorn::kSessionIdShared);
+  return 1;
+}
+
+int VQDialog::LoadJsonUnique(const KZString& sid) {
+  if (mSessionResourceList.count(sid) != 0) return 0;
+  LoadJson(mFileName, sid);
+  return 1;
+}
+
+void VQDialog::LoadJson(const KZString& file, const KZString& sid) {
+  VQJsonResource* tree = GetResourceUnique(sid);
+  const int descriptor = open(file, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (descriptor < 0) {
+    dorn::PrintLine({file, " is non"});
+    return;
+  }
+  std::string text;
+  const bool isRead = ReadText(descriptor, text);
+  close(descriptor);
+  if (!isRead) {
+    dorn::PrintLine({file, " is fail"});
+    return;
+  }
+  VQJsonParser parser;
+  if (parser.ParseDialog(tree, std::move(text), sid == dorn::kSessionIdShared)) {
+    dorn::PrintLine({"Load:", file});
+  } else {
+    dorn::PrintLine({file, " is not dialog"});
+  }
+}
+
+VQJsonResource* VQDialog::GetResourceShare() { return GetResourceUnique(dorn::kSessionIdShared); }
+
+// Trees are made where they stay: copies of a tree share its children.
+VQJsonResource* VQDialog::GetResourceUnique(const KZString& sid) {
+  return &mSessionResourceList[sid];
+}
+
+void VQDialog::UpdateResourceShare(VQJsonCommand* command, const KZString& sid) {
+  UpdateResource(command, GetResourceShare(), sid);
+}
+
+void VQDialog::UpdateResourceUnique(VQJsonCommand* command, const KZString& sid) {
+  UpdateResource(command, GetResourceUnique(sid), sid);
+}
+
+// OnUpdate() may change the command's list as well as the tree, so the walk goes by position.
+void VQDialog::UpdateResource(VQJsonCommand* command, VQJsonResource* tree, const KZString& sid) {
+  dorn::RunningHooks running(this);
+  dorn::NameIndex index(tree);
+  const KZString session = sid;
+  for (std::size_t i = 0; i < command->mObjectList.size(); ++i) {
+    VQJsonObject* source = command->mObjectList[i];
+    if (source == nullptr) continue;
+    VQJsonObject* target = index.Find(source->mName);
+    if (target != nullptr) {
+      OnUpdate(target, source, session);
+    } else {
+      dorn::PrintLine({"?? Not found. Name:", source->mName, " skip!"});
+    }
+  }
+}
+
+bool VQDialog::SendUpdateShare(bool all) {
+  return SendShared(this, all, dorn::SideCommands::kFirst);
+}
+
+bool VQDialog::SendUpdateShareToAll(bool all) {
+  return SendShared(this, all, dorn::SideCommands::kEveryone);
+}
+
+bool VQDialog::SendSnapshot(VQClientSocket* client) {
+  const auto tree = mSessionResourceList.find(dorn::kSessionIdShared);
+  if (client == nullptr || tree == mSessionResourceList.end()) return false;
+  std::string text;
+  int objects = 0;
+  dorn::BeginUpdateCommand(text);
+  dorn::ForEachChild(tree->second, [&text, &objects](VQJsonObject& child) {
+    dorn::AppendUpdateCommandRaw(text, child, objects, true, "");
+  });
+  dorn::EndUpdateCommand(text);
+  if (objects == 0 || client->GetFDStatus() == KZFdData::kStatusRemove) return false;
+  client->SendData(std::move(text));
+  return true;
+}
+
+bool VQDialog::SendUpdateUnique(const KZString& sid, bool all) {
+  dorn::RunningHooks running(this);
+  const KZString session = sid;
+  bool sent = false;
+  for (KZFdData* record : *dorn::App().GetFdDataList()) {
+    VQClientSocket* client = dorn::AsLivingConnection(record);
+    if (client == nullptr || !client->CompareDialogName(mDialogName)) continue;
+    if (!client->CompareSessionId(session)) continue;
+    VQJsonResource* tree = GetResourceUnique(session);
+    KZString text;
+    VQJsonParser parser;
+    if (parser.MakeUpdateCommand(text, tree, all, session)) {
+      client->SendData(text);
+      sent = true;
+    }
+    tree->ResetDirty();
+  }
+  return sent;
+}
+
+int VQDialog::AddSession(const KZString& sid) {
+  mSessionResourceList.try_emplace(sid);
+  return static_cast<int>(mSessionResourceList.size());
+}
+
+int VQDialog::RemoveSession(const KZString& sid) {
+  auto tree = mSessionResourceList.extract(sid);
+  if (!tree.empty()) dorn::RunningHooks::Retire(this, std::move(tree));
+  return static_cast<int>(mSessionResourceList.size());
+}
+
+void VQDialog::SetTimerInterval(int interval, unsigned int id) {
+  dorn::App().SetTimerData(static_cast<unsigned long>(interval), id, mDialogName, 1);
+}
+
+void VQDialog::SetSingleTimerInterval(int interval, unsigned int id) {
+  dorn::App().SetTimerData(static_cast<unsigned long>(interval), id, mDialogName, 0);
+}

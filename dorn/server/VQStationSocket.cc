@@ -1,0 +1,136 @@
+#include "dorn/server/VQStationSocket.h"
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "dorn/server/App.h"
+#include "dorn/server/Console.h"
+#include "dorn/server/Descriptors.h"
+#include "dorn/server/VQApplication.h"
+#include "dorn/server/VQClientSocket.h"
+
+namespace {
+
+constexpr int kLogBufferSize = 1024;
+constexpr int kReceiveBufferSize = 0x80000;
+constexpr unsigned long kConnectTimeoutMs = 10000;
+
+// Of the descriptors that the loop can watch, the highest ones are not given to stations.
+// Descriptors are handed out lowest first, so as many stay free for files and the host.
+constexpr int kReservedDescriptors = 16;
+
+constexpr int kMaxAttempts = 16;
+constexpr useconds_t kPauseUs = 10000;
+
+// Failures that say something about one peer or one moment, not about the listener.
+bool IsPassing(int error) {
+  switch (error) {
+    case EINTR:
+    case ECONNABORTED:
+    case ECONNRESET:
+    case EPROTO:
+    case EPERM:
+    case ENETDOWN:
+    case ENETUNREACH:
+    case ENOPROTOOPT:
+    case EHOSTDOWN:
+    case EHOSTUNREACH:
+    case ENONET:
+    case EOPNOTSUPP:
+    case ETIMEDOUT:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool IsShortage(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+}  // namespace
+
+VQStationSocket::VQStationSocket(KZStream* stream, KZFdDataList* list)
+    : KZServerSocket(kLogBufferSize, stream, list), mStream(stream) {}
+
+VQStationSocket::~VQStationSocket() {
+  if (mSpare >= 0) close(mSpare);
+}
+
+// The base would close the listener for any failed accept. Only a failure that will not pass is
+// left to it.
+void VQStationSocket::ReadyToRead() {
+  OpenSpare();
+  int error = 0;
+  for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    const int fd = accept4(GetFD(), reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC);
+    if (fd >= 0) {
+      OnAccept(fd, reinterpret_cast<sockaddr*>(&address), &length);
+      return;
+    }
+    error = errno;
+    if (!IsPassing(error)) break;
+  }
+  if (error == EAGAIN || error == EWOULDBLOCK) return;
+  if (IsShortage(error)) {
+    if (!RefuseOne()) {
+      dorn::PrintLine({"No connection can be accepted now: ", std::strerror(error)});
+      usleep(kPauseUs);  // The connection waits; the loop must not spin meanwhile.
+    }
+    return;
+  }
+  if (!IsPassing(error)) Accept();
+}
+
+void VQStationSocket::OnListen() {
+  KZServerSocket::OnListen();
+  OpenSpare();
+}
+
+void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
+  if (fd >= dorn::DescriptorLimit() - kReservedDescriptors) {
+    dorn::PrintLine(
+        {"Connection refused: too many are open (descriptor ", std::to_string(fd), ")"});
+    close(fd);
+    return;
+  }
+  KZServerSocket::OnAccept(fd, addr, addrlen);
+  auto* client = new VQClientSocket(mStream, GetFdDataList());
+  fcntl(fd, F_SETFL, O_NONBLOCK);
+  fcntl(fd, F_SETFD, FD_CLOEXEC);
+  // A message is one write: there is nothing to wait for. Fails on what is no TCP socket.
+  const int on = 1;
+  static_cast<void>(setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));
+  client->Create(fd, kReceiveBufferSize);
+  dorn::App().SetApplicationSingleTimerInterval(kConnectTimeoutMs,
+                                                static_cast<unsigned int>(client->GetId()));
+  if (client->mDataBuffer == nullptr) {
+    dorn::PrintLine({"Connection closed: no memory for its receive buffer"});
+    client->Close();
+  }
+}
+
+void VQStationSocket::OpenSpare() {
+  if (mSpare < 0) mSpare = open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+// Out of descriptors, the next peer is turned away instead of being kept waiting.
+bool VQStationSocket::RefuseOne() {
+  if (mSpare < 0) return false;
+  close(std::exchange(mSpare, -1));
+  const int fd = accept4(GetFD(), nullptr, nullptr, SOCK_CLOEXEC);
+  if (fd >= 0) close(fd);
+  OpenSpare();
+  if (fd < 0) return false;
+  dorn::PrintLine({"Connection refused: no descriptor is left"});
+  return true;
+}
