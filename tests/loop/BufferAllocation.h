@@ -1,0 +1,27 @@
+// Control over the allocation of receive buffers: the test program replaces the array form of
+// nothrow operator new.
+#ifndef TESTS_LOOP_BUFFERALLOCATION_H_
+#define TESTS_LOOP_BUFFERALLOCATION_H_
+
+class BufferAllocation {
+ public:
+  // While one lives, each allocation fails.
+  class FailNew {
+   public:
+    FailNew();
+    ~FailNew();
+    FailNew(const FailNew&) = delete;
+    FailNew& operator=(const FailNew&) = delete;
+  };
+
+  // While one lives, fresh memory is filled with a byte, which an initialised buffer overwrites.
+  class FillNew {
+   public:
+    explicit FillNew(char byte);
+    ~FillNew();
+    FillNew(const FillNew&) = delete;
+    FillNew& operator=(const FillNew&) = delete;
+  };
+};
+
+#endif  // TESTS_LOOP_BUFFERALLOCATION_H_

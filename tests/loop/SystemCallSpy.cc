@@ -1,0 +1,67 @@
+#include "tests/loop/SystemCallSpy.h"
+
+#include <dlfcn.h>
+#include <stdio_ext.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+
+namespace {
+
+std::atomic<SelectSpy*> gSelectSpy{nullptr};
+std::atomic<ClockSettingSpy*> gClockSpy{nullptr};
+
+using Select = int (*)(int, fd_set*, fd_set*, fd_set*, timeval*);
+
+Select RealSelect() {
+  static const auto real = reinterpret_cast<Select>(dlsym(RTLD_NEXT, "select"));
+  return real;
+}
+
+int NoteClockSetting(const timeval& time) {
+  ClockSettingSpy* const spy = gClockSpy;
+  if (spy == nullptr) {
+    errno = EPERM;
+    return -1;
+  }
+  spy->mTimes.push_back(time);
+  return spy->mResult;
+}
+
+}  // namespace
+
+SelectSpy::SelectSpy() { gSelectSpy = this; }
+SelectSpy::~SelectSpy() { gSelectSpy = nullptr; }
+
+long SelectSpy::LastWaitMs() const {
+  const std::optional<timeval>& timeout = mCalls.back().mTimeout;
+  return timeout ? timeout->tv_sec * 1000 + timeout->tv_usec / 1000 : -1;
+}
+
+ClockSettingSpy::ClockSettingSpy() { gClockSpy = this; }
+ClockSettingSpy::~ClockSettingSpy() { gClockSpy = nullptr; }
+
+extern "C" int select(int limit, fd_set* reads, fd_set* writes, fd_set* exceptions,
+                      timeval* timeout) {
+  SelectSpy* const spy = gSelectSpy;
+  if (spy == nullptr) return RealSelect()(limit, reads, writes, exceptions, timeout);
+  spy->mCalls.push_back({limit, exceptions != nullptr,
+                         timeout != nullptr ? std::optional<timeval>(*timeout) : std::nullopt,
+                         __fpending(stdout)});
+  if (spy->mReplacement) return spy->mReplacement(reads, writes);
+  const int result = RealSelect()(limit, reads, writes, exceptions, timeout);
+  const int error = errno;
+  if (spy->mAfterwards) spy->mAfterwards();
+  errno = error;
+  return result;
+}
+
+extern "C" int settimeofday(const timeval* time, const struct timezone*) noexcept {
+  return NoteClockSetting(*time);
+}
+
+extern "C" int clock_settime(clockid_t, const timespec* time) noexcept {
+  return NoteClockSetting({time->tv_sec, time->tv_nsec / 1000});
+}
