@@ -1,0 +1,219 @@
+// What a connection sends when its station reads slowly or not at all.
+#include <sys/socket.h>
+
+#include <chrono>
+
+#include "tests/server/ServerTest.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr size_t kMiB = 1 << 20;
+
+std::string Frame(const std::string& text) { return "\x02" + text + "\x03"; }
+
+std::string Text(size_t length, char first) {
+  std::string text(length, '.');
+  for (size_t i = 0; i < length; ++i) text[i] = static_cast<char>(first + i % 20);
+  return text;
+}
+
+class OutgoingQueueTest : public ServerTest {
+ protected:
+  // Trace lines of megabytes only disturb here.
+  int Send(Link& link, const std::string& text) {
+    const CapturedStdout console;
+    return Find(link)->SendData(KZString(text));
+  }
+
+  static std::string Received(Link& link, size_t length) {
+    EXPECT_TRUE(RunUntil([&] { return link.station.Bytes().size() >= length; }))
+        << link.station.Bytes().size() << " of " << length;
+    return link.station.Take(link.station.Bytes().size());
+  }
+};
+
+TEST_F(OutgoingQueueTest, AMessageThatDoesNotFitIsAcceptedWholeAndArrivesWhole) {
+  Link link = LoggedIn("S1");
+  const std::string text = Text(4 * kMiB, 'a');
+  EXPECT_EQ(static_cast<int>(text.size()) + 2, Send(link, text));
+  EXPECT_TRUE(Frame(text) == Received(link, text.size() + 2));
+}
+
+TEST_F(OutgoingQueueTest, ATcpStationGetsEveryMessageWholeAndInOrder) {
+  Link link = ConnectTcp(4096);
+  std::string expected;
+  for (int i = 0; i < 60; ++i) {
+    const std::string text = Text(100000 + static_cast<size_t>(i), static_cast<char>('A' + i % 20));
+    EXPECT_EQ(static_cast<int>(text.size()) + 2, Send(link, text)) << i;
+    expected += Frame(text);
+  }
+  EXPECT_TRUE(expected == Received(link, expected.size()));
+}
+
+TEST_F(OutgoingQueueTest, ShortMessagesStayBehindTheLongOne) {
+  Link link = LoggedIn("S1");
+  const std::string text = Text(2 * kMiB, 'a');
+  Send(link, text);
+  EXPECT_EQ(5, Send(link, "one"));
+  EXPECT_EQ(3, Find(link)->Send("raw", 3));
+  EXPECT_EQ(5, Send(link, "two"));
+  const std::string expected = Frame(text) + Frame("one") + "raw" + Frame("two");
+  EXPECT_TRUE(expected == Received(link, expected.size()));
+}
+
+TEST_F(OutgoingQueueTest, OneTextMayBeLargerThanTheCap) {
+  Link link = LoggedIn("S1");
+  const std::string text = Text(20 * kMiB, 'a');
+  EXPECT_EQ(static_cast<int>(text.size()) + 2, Send(link, text));
+  EXPECT_TRUE(Frame(text) == Received(link, text.size() + 2));
+}
+
+TEST_F(OutgoingQueueTest, AStationThatDoesNotReadIsClosedWithOneLineWhenTooMuchIsQueued) {
+  Link link = LoggedIn("S1"), other = LoggedIn("S2");
+  const std::string text = Text(kMiB, 'a');
+  std::string accepted, lines;
+  int result = 0;
+  for (int i = 0; i < 40 && Find(link) != nullptr; ++i) {
+    CapturedStdout console;
+    result = Find(link)->SendData(KZString(text));
+    lines = console.Text();
+    if (Find(link) != nullptr) accepted += Frame(text);
+  }
+  EXPECT_EQ(nullptr, Find(link));
+  EXPECT_EQ(-1, result);
+  EXPECT_GE(accepted.size(), 8 * kMiB);
+  EXPECT_LE(accepted.size(), 10 * kMiB);
+  EXPECT_EQ(2, std::count(lines.begin(), lines.end(), '\n'));  // The trace, and the reason.
+  Pass();
+  ASSERT_TRUE(RunUntil([&] { return link.station.IsClosed(); }));
+  const std::string got = link.station.Bytes();
+  EXPECT_TRUE(got == accepted.substr(0, got.size()));
+  Tell(other, R"({"Command":"HELLO","Type":"T"})");
+  EXPECT_EQ(1U, other.station.Messages().size());
+}
+
+TEST_F(OutgoingQueueTest, FloodingCommandsAreBoundedByTheSameCap) {
+  Link link = Connect();
+  app.auth = [](const KZString&, const KZString&, VQClientSocket*) {};
+  const std::string command = R"({"Command":"HELLO","Id":"x"})";
+  std::string commands = command;
+  while (commands.size() < 500000) commands += "," + command;
+  const CapturedStdout console;
+  for (int i = 0; i < 20 && Find(link) != nullptr; ++i)
+    Tell(link, "{\"Commands\":[" + commands + "]}");
+  EXPECT_EQ(nullptr, Find(link));
+}
+
+TEST_F(OutgoingQueueTest, AllBacklogsTogetherNeedOneDescriptor) {
+  Link a = LoggedIn("S1"), b = LoggedIn("S2"), c = LoggedIn("S3");
+  const int before = OpenDescriptors();
+  for (Link* link : {&a, &b, &c}) Send(*link, Text(2 * kMiB, 'a'));
+  Pass();
+  EXPECT_LE(OpenDescriptors(), before + 1);
+  for (Link* link : {&a, &b, &c}) {
+    EXPECT_TRUE(Frame(Text(2 * kMiB, 'a')) == Received(*link, 2 * kMiB + 2));
+  }
+}
+
+TEST_F(OutgoingQueueTest, DrainingTakesNoIdFromTheHosts) {
+  const int before = app.GetFdDataList()->CreateUniqueId();
+  Link link = LoggedIn("S1");
+  Send(link, Text(2 * kMiB, 'a'));
+  Pass(2);
+  EXPECT_EQ(before + 1, app.GetFdDataList()->CreateUniqueId());
+}
+
+TEST_F(OutgoingQueueTest, AWaitingBacklogDoesNotKeepTheLoopBusy) {
+  Link link = LoggedIn("S1");
+  Send(link, Text(2 * kMiB, 'a'));
+  Pass(3);
+  app.ResetTimer();
+  app.SetApplicationTimerInterval(20, 42);
+  Pass();
+  int passes = 0;
+  for (const auto start = std::chrono::steady_clock::now();
+       std::chrono::steady_clock::now() - start < std::chrono::milliseconds(100); ++passes) {
+    app.RunPass();
+    mClock.AdvanceMs(20);
+  }
+  EXPECT_LE(passes, 20);
+}
+
+TEST_F(OutgoingQueueTest, ABacklogThatWasReadLeavesTheLoopQuiet) {
+  Link link = LoggedIn("S1");
+  Send(link, Text(2 * kMiB, 'a'));
+  Received(link, 2 * kMiB + 2);
+  Pass(3);
+  app.ResetTimer();
+  app.SetApplicationTimerInterval(20, 42);
+  Pass();
+  int passes = 0;
+  for (const auto start = std::chrono::steady_clock::now();
+       std::chrono::steady_clock::now() - start < std::chrono::milliseconds(100); ++passes) {
+    app.RunPass();
+    mClock.AdvanceMs(20);
+  }
+  EXPECT_LE(passes, 20);
+}
+
+TEST_F(OutgoingQueueTest, AStationThatLeavesWithABacklogIsForgotten) {
+  Link link = LoggedIn("S1"), other = LoggedIn("S2");
+  Send(link, Text(2 * kMiB, 'a'));
+  Pass();
+  link.station.Close();
+  ASSERT_TRUE(RunUntil([&] { return Connections() == 1; }));
+  Send(other, Text(2 * kMiB, 'b'));
+  EXPECT_TRUE(Frame(Text(2 * kMiB, 'b')) == Received(other, 2 * kMiB + 2));
+}
+
+TEST_F(OutgoingQueueTest, ClosingWritesWhatTheSocketStillTakes) {
+  Link link = LoggedIn("S1");
+  const std::string text = Text(2 * kMiB, 'a');
+  Send(link, text);
+  const std::string before = link.station.Bytes();
+  EXPECT_EQ(0, Find(link)->Close());
+  ASSERT_TRUE(RunUntil([&] { return link.station.IsClosed(); }));
+  const std::string got = link.station.Bytes();
+  EXPECT_GT(got.size(), before.size());
+  EXPECT_TRUE(got == Frame(text).substr(0, got.size()));
+}
+
+TEST_F(OutgoingQueueTest, ADescriptorThatIsUsedAgainGetsNothingOfTheOldBacklog) {
+  Link old = LoggedIn("S1");
+  const int fd = Find(old)->GetFD();
+  Send(old, Text(2 * kMiB, 'a'));
+  Find(old)->Close();
+  Pass();
+  Link fresh = LoggedIn("S2");
+  EXPECT_EQ(fd, Find(fresh)->GetFD());
+  Send(fresh, "hello");
+  Pass(3);
+  EXPECT_EQ(Frame("hello"), fresh.station.Bytes());
+}
+
+TEST_F(OutgoingQueueTest, ASlowStationGetsItsUpdatesWholeWhileTheOthersAreNotDelayed) {
+  HookedDialog* dialog = Shared("top", kTree);
+  Link slow = ConnectTcp(4096), quick = LoggedIn("S2", "top");
+  Find(slow)->Authentication("S1");
+  Find(slow)->mDialogName = "top";
+  std::string expected;
+  for (int i = 0; i < 300; ++i) {
+    const std::string value = Text(5000, static_cast<char>('a' + i % 5));
+    dialog->GetResourceShare()->SearchName("b1")->SetValue("Value", VQValue(value), 1, "");
+    {
+      const CapturedStdout console;
+      dialog->SendUpdateShare(false);
+    }
+    const std::string message =
+        "{ \"Command\":\"UPDATE\", \"Objects\":[{\"Value\":\"" + value + "\",\"Name\":\"b1\"}]}\n";
+    expected += Frame(message);
+    ASSERT_THAT(quick.station.Messages(), ElementsAre(message)) << i;
+    Pass();
+  }
+  EXPECT_TRUE(expected == Received(slow, expected.size()));
+}
+
+}  // namespace

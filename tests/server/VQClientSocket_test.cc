@@ -1,0 +1,287 @@
+#include "dorn/server/VQClientSocket.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include "tests/server/ServerTest.h"
+#include "tests/support/MemberOrder.h"
+#include "tests/support/VirtualSlot.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class VQClientSocketTest : public ServerTest {};
+
+// Layout
+
+TEST_F(VQClientSocketTest, KeepsTheSlotOrderThatHostsDeriveFrom) {
+  EXPECT_EQ(2, VirtualSlot<void (VQClientSocket::*)()>(&VQClientSocket::ReadyToRead));
+  EXPECT_EQ(3, VirtualSlot<void (VQClientSocket::*)()>(&VQClientSocket::ReadyToWrite));
+  EXPECT_EQ(4, VirtualSlot<int (VQClientSocket::*)()>(&VQClientSocket::OnReceive));
+  EXPECT_EQ(5, VirtualSlot<int (VQClientSocket::*)(int, int)>(&VQClientSocket::OnNotice));
+  EXPECT_EQ(6, VirtualSlot<int (VQClientSocket::*)(const void*, int)>(&VQClientSocket::Send));
+  EXPECT_EQ(7, VirtualSlot<void (VQClientSocket::*)()>(&VQClientSocket::OnOpen));
+  EXPECT_EQ(8, VirtualSlot<void (VQClientSocket::*)()>(&VQClientSocket::OnClose));
+  EXPECT_EQ(9, VirtualSlot<void (VQClientSocket::*)()>(&VQClientSocket::OnListen));
+  EXPECT_EQ(10, VirtualSlot<void (VQClientSocket::*)()>(&VQClientSocket::OnConnect));
+  EXPECT_EQ(11, VirtualSlot<void (VQClientSocket::*)(int, sockaddr*, unsigned int*)>(
+                    &VQClientSocket::OnAccept));
+  EXPECT_EQ(12, VirtualSlot<int (VQClientSocket::*)(sockaddr*, unsigned int)>(
+                    &VQClientSocket::OnReceive));
+  EXPECT_EQ(13, VirtualSlot<void (VQClientSocket::*)(timeval)>(&VQClientSocket::OnTimeout));
+  EXPECT_EQ(14, VirtualSlot<int (VQClientSocket::*)(const KZString&)>(&VQClientSocket::SendData));
+}
+
+TEST_F(VQClientSocketTest, HasNoOtherVirtualOperations) {
+  EXPECT_EQ(-1, VirtualSlot(&VQClientSocket::GetSessionId));
+  EXPECT_EQ(-1, VirtualSlot(&VQClientSocket::CompareSessionId));
+  EXPECT_EQ(-1, VirtualSlot(&VQClientSocket::CompareDialogName));
+  EXPECT_EQ(-1, VirtualSlot(&VQClientSocket::Authentication));
+  EXPECT_EQ(-1, VirtualSlot(&VQClientSocket::DoCommand));
+  EXPECT_EQ(-1, VirtualSlot(&VQClientSocket::OnGetfile));
+  EXPECT_EQ(-1, VirtualSlot<int (VQClientSocket::*)()>(&VQClientSocket::Close));
+}
+
+TEST_F(VQClientSocketTest, KeepsItsMembersInOrderBehindThoseOfItsBase) {
+  Link link = Connect();
+  const VQClientSocket& client = *Find(link);
+  EXPECT_EQ(MemberAddress(client) + sizeof(KZClientSocket), MemberAddress(client.mDialogName));
+  EXPECT_TRUE(AreInOrder({MemberAddress(client.mDialogName), MemberAddress(client.mSessionId),
+                          MemberAddress(client.mAuth), MemberAddress(client.mStream)}));
+}
+
+// Construction and destruction
+
+TEST_F(VQClientSocketTest, StartsUnauthenticatedWithEmptyTextsAndTheNextSocketId) {
+  KZStream stream;
+  app.mSocketId = 0x8000046;
+  CapturedStdout console;
+  VQClientSocket client(&stream, app.GetFdDataList());
+  EXPECT_EQ("VQApplication::MakeSocketId = 8000046\n", console.Text());
+  EXPECT_EQ(0x8000046, client.GetId());
+  EXPECT_EQ(0x8000050U, app.mSocketId);
+  EXPECT_EQ("", Str(client.mDialogName));
+  EXPECT_EQ("", Str(client.mSessionId));
+  EXPECT_FALSE(client.mAuth);
+  EXPECT_EQ(&stream, client.mStream);
+  EXPECT_EQ(3, client.GetType());
+  EXPECT_EQ(0, client.GetFDStatus());
+  EXPECT_EQ(app.GetFdDataList(), client.KZFdData::GetFdDataList());
+  EXPECT_EQ(1024, client.Log().GetSize());
+  EXPECT_EQ(&stream, client.Log().GetStream());
+}
+
+TEST_F(VQClientSocketTest, SaysOnTheConsoleThatItIsDeleted) {
+  auto* client = new VQClientSocket(&app.mLog, app.GetFdDataList());
+  CapturedStdout console;
+  delete client;
+  EXPECT_EQ("socket delete\n", console.Text());
+}
+
+TEST_F(VQClientSocketTest, ClosingLogsToTheSinkAndDestroysTheRecordInTheNextPass) {
+  Link link = Connect();
+  VQClientSocket* client = Find(link);
+  {
+    CapturedStdout console;
+    EXPECT_EQ(0, client->Close());
+    EXPECT_EQ("", console.Text());
+  }
+  EXPECT_EQ(-1, client->GetFD());
+  EXPECT_EQ(4, client->GetFDStatus());
+  EXPECT_EQ(-1, client->Close());
+  CapturedStdout console;
+  Pass();
+  EXPECT_EQ("socket delete\n", console.Text());
+  EXPECT_EQ(0U, Connections());
+  EXPECT_TRUE(link.station.IsClosed());
+}
+
+TEST_F(VQClientSocketTest, ClosingEndsNeitherTheSessionNorTellsTheDialog) {
+  Offer("d", "unused");
+  app.CreateDialog("d");
+  Link link = LoggedIn("S1", "d");
+  Calls().clear();
+  link.station.Close();
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  EXPECT_THAT(Calls(), IsEmpty());
+  EXPECT_TRUE(app.SessionList()->Has("S1"));
+  EXPECT_NE(nullptr, Dialog("d"));
+}
+
+// Comparisons and authentication
+
+TEST_F(VQClientSocketTest, SharedSessionIdMatchesEveryConnection) {
+  Link link = Connect();
+  EXPECT_TRUE(Find(link)->CompareSessionId("SessionIdShared"));
+  Find(link)->mSessionId = "S1";
+  EXPECT_TRUE(Find(link)->CompareSessionId("SessionIdShared"));
+  EXPECT_TRUE(Find(link)->CompareSessionId("S1"));
+  EXPECT_FALSE(Find(link)->CompareSessionId("S2"));
+  EXPECT_FALSE(Find(link)->CompareSessionId(""));
+  EXPECT_FALSE(Find(link)->CompareSessionId("s1"));
+}
+
+TEST_F(VQClientSocketTest, EmptySessionIdMatchesAConnectionWithoutSession) {
+  Link link = Connect();
+  EXPECT_TRUE(Find(link)->CompareSessionId(""));
+  EXPECT_FALSE(Find(link)->CompareSessionId("S1"));
+}
+
+TEST_F(VQClientSocketTest, EmptyDialogNameMatchesEveryConnection) {
+  Link link = Connect();
+  EXPECT_TRUE(Find(link)->CompareDialogName(""));
+  EXPECT_FALSE(Find(link)->CompareDialogName("top"));
+  Find(link)->mDialogName = "top";
+  EXPECT_TRUE(Find(link)->CompareDialogName(""));
+  EXPECT_TRUE(Find(link)->CompareDialogName("top"));
+  EXPECT_FALSE(Find(link)->CompareDialogName("Top"));
+}
+
+TEST_F(VQClientSocketTest, AuthenticationStoresTheSessionAndCancelsTheConnectionTimeout) {
+  Link link = Connect();
+  const auto timer = static_cast<unsigned int>(link.id);
+  ASSERT_THAT(DueIn(timer), ElementsAre(10000));
+  Find(link)->Authentication("S1");
+  EXPECT_TRUE(Find(link)->mAuth);
+  EXPECT_EQ("S1", Str(Find(link)->GetSessionId()));
+  EXPECT_THAT(DueIn(timer), IsEmpty());
+}
+
+TEST_F(VQClientSocketTest, AuthenticationWithAnEmptyIdRevokesAndStillCancelsTheTimeout) {
+  Link link = Connect();
+  Find(link)->Authentication("");
+  EXPECT_FALSE(Find(link)->mAuth);
+  EXPECT_THAT(DueIn(static_cast<unsigned int>(link.id)), IsEmpty());
+  Find(link)->Authentication("S1");
+  Find(link)->Authentication("");
+  EXPECT_FALSE(Find(link)->mAuth);
+  EXPECT_EQ("", Str(Find(link)->GetSessionId()));
+}
+
+TEST_F(VQClientSocketTest, SessionIdIsReachableByReference) {
+  Link link = Connect();
+  EXPECT_EQ(&Find(link)->mSessionId, &Find(link)->GetSessionId());
+}
+
+// SendData
+
+TEST_F(VQClientSocketTest, SendDataFramesTheTextAndTracesIt) {
+  Link link = LoggedIn("S1", "top");
+  CapturedStdout console;
+  EXPECT_EQ(7, Find(link)->SendData("hello"));
+  EXPECT_EQ(" sid=S1 dname=top id=134217728 out=hello\n", console.Text());
+  EXPECT_EQ("\x02hello\x03", link.station.Bytes());
+}
+
+TEST_F(VQClientSocketTest, SendDataTracesAnUnauthenticatedConnectionWithEmptyNames) {
+  app.mSocketId = 0x8000064;
+  Link link = Connect();
+  CapturedStdout console;
+  EXPECT_EQ(2, Find(link)->SendData(""));
+  EXPECT_EQ(" sid= dname= id=134217828 out=\n", console.Text());
+  EXPECT_EQ("\x02\x03", link.station.Bytes());
+}
+
+TEST_F(VQClientSocketTest, SendDataNeverTakesTheTextForAFormat) {
+  Link link = Connect();
+  CapturedStdout console;
+  EXPECT_EQ(10, Find(link)->SendData("%s%n%d%%"));
+  EXPECT_EQ(" sid= dname= id=134217728 out=%s%n%d%%\n", console.Text());
+  EXPECT_EQ("\x02%s%n%d%%\x03", link.station.Bytes());
+}
+
+TEST_F(VQClientSocketTest, SendDataReportsAWriteThatFails) {
+  Link link = Connect();
+  VQClientSocket* client = Find(link);
+  link.station.Close();
+  CapturedStdout console;
+  EXPECT_EQ(-1, client->SendData("lost"));
+  EXPECT_EQ(" sid= dname= id=134217728 out=lost\n", console.Text());
+}
+
+TEST_F(VQClientSocketTest, SendDataOnAClosedConnectionReturnsMinusOne) {
+  Link link = Connect();
+  VQClientSocket* client = Find(link);
+  client->Close();
+  EXPECT_EQ(-1, client->SendData("lost"));
+  EXPECT_EQ("", link.station.Bytes());
+}
+
+// A station that puts a frame byte into a value must not be able to forge a message to another.
+TEST_F(VQClientSocketTest, SendDataReplacesFrameBytesAndZeroInsideTheText) {
+  Link link = Connect();
+  const std::string forged("a\x03\x02{}\x03z\0y", 9);
+  EXPECT_EQ(11, Find(link)->SendData(KZString(forged)));
+  EXPECT_EQ(
+      "\x02"
+      "a  {} z y"
+      "\x03",
+      link.station.Bytes());
+}
+
+// Timers
+
+TEST_F(VQClientSocketTest, IdleTimerStartsWithTheFirstBytesAndNotBefore) {
+  Link link = Connect();
+  EXPECT_THAT(DueIn(static_cast<unsigned int>(link.id) + 1), IsEmpty());
+  link.station.SendRaw("x");
+  Pass(2);
+  EXPECT_THAT(DueIn(static_cast<unsigned int>(link.id) + 1), ElementsAre(180000));
+}
+
+TEST_F(VQClientSocketTest, EveryReceiveRearmsTheIdleTimerWhateverTheBytes) {
+  Link link = Connect();
+  const auto timer = static_cast<unsigned int>(link.id) + 1;
+  for (const char* bytes : {"x", "\x02{\"Comm", "and\":\"A\"}\x03", "\x03", "\x02"}) {
+    mClock.AdvanceMs(5000);
+    link.station.SendRaw(bytes);
+    Pass(2);
+    EXPECT_THAT(DueIn(timer), ElementsAre(180000)) << bytes;
+  }
+}
+
+// The 10 ms poll of a partial message is no sign of life of the station: otherwise a line that dies
+// in mid-message would never be asked for a KEEPALIVE.
+TEST_F(VQClientSocketTest, RepeatedDispatchOfAPartialMessageDoesNotRearmTheIdleTimer) {
+  Link link = Connect();
+  const auto timer = static_cast<unsigned int>(link.id) + 1;
+  link.station.SendRaw("\x02{");
+  Pass(2);
+  mClock.AdvanceMs(1000);
+  Pass(20);
+  EXPECT_THAT(DueIn(timer), ElementsAre(179000));
+  link.station.SendRaw("\"");
+  Pass(2);
+  EXPECT_THAT(DueIn(timer), ElementsAre(180000));
+}
+
+TEST_F(VQClientSocketTest, APartialMessageIsPolledEveryTenMillisecondsAndNotMoreOften) {
+  Link link = Connect();
+  app.ResetTimer();
+  link.station.SendRaw("\x02{");
+  Pass(3);
+  const auto start = std::chrono::steady_clock::now();
+  int passes = 0;
+  while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(100)) {
+    app.RunPass();
+    ++passes;
+  }
+  EXPECT_GE(passes, 1);
+  EXPECT_LE(passes, 15);  // A spinning loop makes tens of thousands.
+}
+
+TEST_F(VQClientSocketTest, IdleTimerOutlivesItsConnection) {
+  Link link = Connect();
+  link.station.SendRaw("x");
+  Pass(2);
+  link.station.Close();
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  EXPECT_THAT(DueIn(0x8000001), ElementsAre(180000));
+  Calls().clear();
+  Wait(180000);
+  EXPECT_THAT(Calls(), ElementsAre("OnTimer app 134217728", "OnTimer app 134217729"));
+}
+
+}  // namespace

@@ -1,0 +1,246 @@
+#include "dorn/server/VQStationSocket.h"
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "tests/server/ServerTest.h"
+#include "tests/support/Deadline.h"
+#include "tests/support/MemberOrder.h"
+#include "tests/support/RecordingStream.h"
+#include "tests/support/VirtualSlot.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// The limit of open descriptors, restored at the end.
+class DescriptorLimit {
+ public:
+  explicit DescriptorLimit(rlim_t limit) {
+    getrlimit(RLIMIT_NOFILE, &mSaved);
+    rlimit changed = mSaved;
+    changed.rlim_cur = std::min(limit, mSaved.rlim_max);
+    mIsSet = setrlimit(RLIMIT_NOFILE, &changed) == 0 && changed.rlim_cur == limit;
+  }
+  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &mSaved); }
+  bool IsSet() const { return mIsSet; }
+
+ private:
+  rlimit mSaved{};
+  bool mIsSet = false;
+};
+
+// Lowers the limit to what is open now plus `spare`.
+rlim_t LimitAbove(int spare) {
+  const int next = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  close(next);
+  return static_cast<rlim_t>(next + spare);
+}
+
+class VQStationSocketTest : public ServerTest {
+ protected:
+  void SetUp() override {
+    ServerTest::SetUp();
+    ASSERT_GE(mListener.Open("127.0.0.1", 0), 0);
+    Pass();
+    Calls().clear();
+  }
+  void TearDown() override {
+    mListener.Close();
+    Pass(2);
+    ServerTest::TearDown();
+  }
+
+  int Port() { return PortOf(mListener.GetFD()); }
+  bool IsListening() { return mListener.GetFD() >= 0 && mListener.GetFDStatus() == 2; }
+
+  VQStationSocket mListener{&app.mLog, app.GetFdDataList()};
+};
+
+TEST_F(VQStationSocketTest, KeepsTheSlotOrderAndItsMember) {
+  EXPECT_EQ(11, VirtualSlot<void (VQStationSocket::*)(int, sockaddr*, unsigned int*)>(
+                    &VQStationSocket::OnAccept));
+  EXPECT_EQ(MemberAddress(mListener) + sizeof(KZServerSocket), MemberAddress(mListener.mStream));
+  EXPECT_EQ(&app.mLog, mListener.mStream);
+  EXPECT_EQ(2, mListener.GetType());
+  EXPECT_EQ(1024, mListener.Log().GetSize());
+}
+
+TEST_F(VQStationSocketTest, AcceptedConnectionBecomesARecordWithATimeout) {
+  Station station;
+  ASSERT_TRUE(station.Connect(Port()));
+  CapturedStdout console;
+  ASSERT_TRUE(RunUntil([] { return Connections() == 1; }));
+  EXPECT_EQ("VQApplication::MakeSocketId = 8000000\n", console.Text());
+  VQClientSocket* client = Find(0x8000000);
+  ASSERT_NE(nullptr, client);
+  EXPECT_EQ(3, client->GetType());
+  EXPECT_EQ(2, client->GetFDStatus());
+  EXPECT_EQ(1, client->GetAutoDelete());
+  EXPECT_EQ(0x80000, client->mBufferSize);
+  EXPECT_EQ(&app.mLog, client->mStream);
+  EXPECT_NE(0, fcntl(client->GetFD(), F_GETFL) & O_NONBLOCK);
+  EXPECT_THAT(DueIn(0x8000000), ElementsAre(10000));
+}
+
+TEST_F(VQStationSocketTest, NeitherListenerNorConnectionsAreLeftToChildren) {
+  Station station;
+  ASSERT_TRUE(station.Connect(Port()));
+  ASSERT_TRUE(RunUntil([] { return Connections() == 1; }));
+  EXPECT_NE(0, fcntl(mListener.GetFD(), F_GETFD) & FD_CLOEXEC);
+  EXPECT_NE(0, fcntl(Find(0x8000000)->GetFD(), F_GETFD) & FD_CLOEXEC);
+}
+
+// An answer in two writes must not wait for the station's acknowledgement.
+TEST_F(VQStationSocketTest, ConnectionsSendWithoutDelay) {
+  Station station;
+  ASSERT_TRUE(station.Connect(Port()));
+  ASSERT_TRUE(RunUntil([] { return Connections() == 1; }));
+  int noDelay = 0;
+  socklen_t length = sizeof noDelay;
+  ASSERT_EQ(0, getsockopt(Find(0x8000000)->GetFD(), IPPROTO_TCP, TCP_NODELAY, &noDelay, &length));
+  EXPECT_NE(0, noDelay);
+}
+
+TEST_F(VQStationSocketTest, AcceptIsLoggedThroughTheSocketsLog) {
+  RecordingStream sink;
+  VQStationSocket logged(&sink, app.GetFdDataList());
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, pair));
+  sockaddr_in peer{};
+  peer.sin_family = AF_INET;
+  peer.sin_addr.s_addr = htonl(0x0A000102);
+  peer.sin_port = htons(4321);
+  unsigned int length = sizeof peer;
+  logged.OnAccept(pair[0], reinterpret_cast<sockaddr*>(&peer), &length);
+  EXPECT_THAT(sink.Messages(), ElementsAre("接続許可\n", "相手は 10.0.1.2:4321\n"));
+  close(pair[1]);
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  EXPECT_EQ("切断しました\n", sink.Messages().back());
+}
+
+TEST_F(VQStationSocketTest, LogStreamOfTheHostGetsTheLinesOfTheStationSocketAndItsConnections) {
+  RecordingStream sink;
+  app.SetLogStream(&sink);
+  Link link = Connect();
+  EXPECT_TRUE(sink.Has("接続許可\n"));
+  EXPECT_EQ(&sink, Find(link)->mStream);
+  link.station.Close();
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  EXPECT_TRUE(sink.Has("切断しました\n"));
+  app.SetLogStream(&app.mLog);
+}
+
+TEST_F(VQStationSocketTest, WithoutALogStreamSocketLinesGoNowhere) {
+  CapturedStdout console;
+  Link link = Connect();
+  link.station.Close();
+  EXPECT_TRUE(RunUntil([] { return Connections() == 0; }));
+  EXPECT_EQ("VQApplication::MakeSocketId = 8000000\nsocket delete\n", console.Text());
+}
+
+// The listener must survive a crowd: a failed accept would close it for good.
+
+TEST_F(VQStationSocketTest, TheLimitOfDescriptorsRefusesConnectionsAndNeverClosesTheListener) {
+  const DescriptorLimit limit(LimitAbove(60));
+  ASSERT_TRUE(limit.IsSet());
+  std::vector<Station> stations;
+  std::string refusals;
+  {
+    CapturedStdout console;
+    for (int i = 0; i < 25; ++i) {
+      stations.emplace_back();
+      ASSERT_TRUE(stations.back().Connect(Port()));
+      Pass();
+    }
+    Pass(30);
+    refusals = console.Text();
+  }
+  ASSERT_TRUE(IsListening());
+  const size_t served = Connections();
+  EXPECT_GE(served, 10U);
+  EXPECT_LT(served, stations.size());
+  size_t closed = 0;
+  for (Station& station : stations) closed += station.IsClosed() ? 1 : 0;
+  EXPECT_EQ(stations.size() - served, closed);
+  EXPECT_EQ(stations.size(),  // One line for each: its id, or the refusal.
+            static_cast<size_t>(std::count(refusals.begin(), refusals.end(), '\n')));
+
+  stations.front().Send(R"({"Command":"HELLO","Id":"u1","Pass":"no"})");
+  EXPECT_TRUE(RunUntil([&] { return !stations.front().Messages().empty(); }));
+
+  stations.clear();
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  Station late;
+  ASSERT_TRUE(late.Connect(Port()));
+  late.Send(R"({"Command":"HELLO","Id":"u1","Pass":"no"})");
+  EXPECT_TRUE(RunUntil([&] { return !late.Messages().empty(); }));
+}
+
+TEST_F(VQStationSocketTest, WithoutAnyDescriptorLeftTheListenerStaysOpen) {
+  Station first, second, third;
+  ASSERT_TRUE(first.Connect(Port()));
+  ASSERT_TRUE(RunUntil([] { return Connections() == 1; }));
+  ASSERT_TRUE(second.Connect(Port()));
+  std::vector<int> fillers;
+  const DescriptorLimit limit(LimitAbove(5));
+  for (int fd = 0; (fd = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) fillers.push_back(fd);
+  EXPECT_TRUE(RunUntil([&] { return second.IsClosed(); }));
+  EXPECT_TRUE(IsListening());
+  for (const int fd : fillers) close(fd);
+  EXPECT_EQ(1U, Connections());
+  EXPECT_FALSE(first.IsClosed());
+  EXPECT_TRUE(IsListening());
+}
+
+// The descriptor sets of select() end at 1024.
+TEST_F(VQStationSocketTest, DescriptorsThatSelectCannotWatchAreRefused) {
+  const DescriptorLimit limit(4096);
+  if (!limit.IsSet()) GTEST_SKIP() << "The hard limit of descriptors is below 4096.";
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, pair));
+  Station station(pair[1]);
+  ASSERT_EQ(2000, dup2(pair[0], 2000));
+  close(pair[0]);
+  CapturedStdout console;
+  app.mStationSocket.OnAccept(2000, nullptr, nullptr);
+  Pass(2);
+  const std::string lines = console.Text();
+  EXPECT_EQ(0U, Connections());
+  EXPECT_TRUE(station.IsClosed());
+  EXPECT_EQ(-1, fcntl(2000, F_GETFD));
+  EXPECT_EQ(1, std::count(lines.begin(), lines.end(), '\n')) << lines;
+}
+
+TEST_F(VQStationSocketTest, StationsThatResetAtOnceLeaveNothingBehind) {
+  const int before = OpenDescriptors();
+  for (int i = 0; i < 50; ++i) {
+    Station station;
+    ASSERT_TRUE(station.Connect(Port()));
+    station.Reset();
+    Pass();
+  }
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  EXPECT_TRUE(IsListening());
+  EXPECT_EQ(before, OpenDescriptors());
+}
+
+TEST_F(VQStationSocketTest, StationsThatComeAndGoLeaveNoDescriptorBehind) {
+  const int before = OpenDescriptors();
+  for (int i = 0; i < 100; ++i) {
+    Station station;
+    ASSERT_TRUE(station.Connect(Port()));
+    station.SendRaw("\x02half a mess");
+    Pass();
+  }
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  EXPECT_EQ(before, OpenDescriptors());
+}
+
+}  // namespace
