@@ -179,7 +179,8 @@ TEST_F(FileTransferTest, TheFileFollowsItsAnnouncementRaw) {
   const std::string name = File("a.bin", text);
   CapturedStdout console;
   Get(name);
-  EXPECT_EQ(Frame(Follows(name, 2500)) + text, Received(2600));
+  const std::string expected = Frame(Follows(name, 2500)) + text;
+  EXPECT_EQ(expected, Received(expected.size()));
   EXPECT_EQ("Command=GETFILE json={\"Command\":\"GETFILE\",\"File\":\"" + name + "\"}\n" +
                 " sid=S1 dname= id=134217728 out=" + Follows(name, 2500) + "\n",
             console.Text());

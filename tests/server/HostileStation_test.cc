@@ -110,9 +110,11 @@ TEST_F(HostileStationTest, OddTextsHarmNobody) {
 }
 
 TEST_F(HostileStationTest, RootsThatAreNoObjectsDoNothingAtAll) {
+  std::vector<Link> links;  // They live on: one that ends prints a line.
   for (const char* text :
        {"[1]", "5", "\"x\"", "true", "null", "[]", "[{\"Command\":\"HELLO\"}]"}) {
-    Link link = LoggedIn("S1");
+    links.push_back(LoggedIn("S1"));
+    Link& link = links.back();
     CapturedStdout console;
     Tell(link, text);
     EXPECT_EQ("", console.Text()) << text;
