@@ -52,6 +52,7 @@ void VQSessionList::Expire(unsigned int timerId) {
 
 void VQSessionList::End(const KZString& key, VQSession* session) {
   const KZString sessionId = session->GetSessionId();
+  const unsigned int timerId = session->mTimerId;
   // "The session has expired."
   dorn::PrintLine({"セッションの有効期限が切れました SessionID:", sessionId});
   dorn::PrintLine({"Remove sessionid=", sessionId});
@@ -63,8 +64,11 @@ void VQSessionList::End(const KZString& key, VQSession* session) {
   while (!sessionId.empty() && dorn::FindConnectionOf(sessionId) != nullptr) {
     app.RemoveSocketBySession(sessionId);
   }
+  // A hook may have removed the session and created another one, possibly at the same address.
   const auto found = mSessionList.find(key);
-  if (found == mSessionList.end() || found->second != session) return;
+  if (found == mSessionList.end() || found->second != session || session->mTimerId != timerId) {
+    return;
+  }
   mSessionList.erase(found);
   delete session;
 }
