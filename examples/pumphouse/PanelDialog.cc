@@ -30,6 +30,10 @@ void PanelDialog::OnInit() {
   LoadJsonShare();
   if (VQJsonGrid* alarms = AlarmsOf(GetResourceShare())) {
     alarms->SetDataSize(kAlarmColumns, kAlarmRows);
+    // A cell without a value would be written as nothing at all.
+    for (int row = 0; row < kAlarmRows; ++row) {
+      for (int column = 0; column < kAlarmColumns; ++column) alarms->SetData(column, row, "");
+    }
     // A partial update does not carry the table; RaiseAlarm sends it whole.
     alarms->ResetDirty();
   }
@@ -74,12 +78,12 @@ void PanelDialog::OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString 
   if (name == "mode_off") mStation.SetMode(PumpStation::Mode::kOff);
 }
 
-void PanelDialog::OnTouch(VQClientSocket*, VQJsonObject* object, KZString action) {
+void PanelDialog::OnTouch(VQClientSocket*, VQJsonObject* touched, KZString action) {
   if (!(action == "CLICK")) return;
   for (std::size_t pump = 0; pump < PumpStation::kPumps; ++pump) {
     const std::string prefix = "pump" + std::to_string(pump + 1);
-    if (object->mName == prefix + "_start") mStation.SwitchPump(pump, true);
-    if (object->mName == prefix + "_stop") mStation.SwitchPump(pump, false);
+    if (touched->mName == prefix + "_start") mStation.SwitchPump(pump, true);
+    if (touched->mName == prefix + "_stop") mStation.SwitchPump(pump, false);
   }
   ShowMachinery();
   SendUpdateShareToAll(false);

@@ -16,7 +16,7 @@ class PanelDialog : public VQDialog {
   void OnChange(VQClientSocket* client, VQJsonCommand* command) override;
   void OnCondition(VQClientSocket* client, VQJsonCommand* command) override;
   void OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString sid) override;
-  void OnTouch(VQClientSocket* client, VQJsonObject* object, KZString action) override;
+  void OnTouch(VQClientSocket* client, VQJsonObject* touched, KZString action) override;
   void OnTimer(timeval time, unsigned int id) override;
   void OnFinal() override;
 

@@ -131,7 +131,10 @@ void Station::OnMessage(const std::string& text) {
   Print("<-", text);
   mWaiting.push_back(text);
   if (Contains(text, "PUTFILE")) OpenFileFor(text);
-  if (mOptions.answerKeepalive && Member(text, "Command") == "KEEPALIVE") Send(kKeepalive);
+  if (mOptions.answerKeepalive && Contains(text, "KEEPALIVE") &&
+      Member(text, "Command") == "KEEPALIVE") {
+    Send(kKeepalive);
+  }
 }
 
 // The server names the file; only its last part is used, so that it cannot choose the folder.
