@@ -280,6 +280,16 @@ TEST(VQJsonObjectHasListTest, DeleteThisRecordsTheNameAndDestroysTheObject) {
   EXPECT_EQ(ChildrenOf(group), (Texts{"other"}));
 }
 
+// The word may be the dying object's own.
+TEST(VQJsonObjectHasListTest, DeleteTakesAWordThatDiesWithTheObject) {
+  int destroyed = 0;
+  VQJsonObjectHasList group("Objects", nullptr);
+  auto* child = AddCounted(group, "THIS", destroyed);
+  child->Delete(child->mName);
+  EXPECT_EQ(destroyed, 1);
+  EXPECT_EQ(Plain(group.GetDirtyDel()), "THIS");
+}
+
 TEST(VQJsonObjectHasListTest, DeleteThisOfAGroupDestroysItsSubtree) {
   int destroyed = 0;
   VQJsonObjectHasList root("Objects", nullptr);
