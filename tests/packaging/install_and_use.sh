@@ -26,8 +26,8 @@ library=$prefix/lib/libdorn.so.1.8.7
 [ "$(readlink "$prefix/lib/libdorn.so.1")" = libdorn.so.1.8.7 ] || fail "libdorn.so.1 does not lead to the library"
 [ "$(readlink "$prefix/lib/libdorn.so")" = libdorn.so.1 ] || fail "libdorn.so does not lead to libdorn.so.1"
 readelf -d "$library" | grep -q 'SONAME.*\[libdorn.so.1\]' || fail "the SONAME is not libdorn.so.1"
-# libgcc_s and libm are parts of the C++ run-time that libstdc++ itself brings.
-foreign=$(readelf -d "$library" | sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' | grep -vE '^(libstdc\+\+\.so\.6|libc\.so\.6|libgcc_s\.so\.1)$' || true)
+# libgcc_s comes with libstdc++, and the loader (for thread-local storage) with libc.
+foreign=$(readelf -d "$library" | sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' | grep -vE '^(libstdc\+\+\.so\.6|libc\.so\.6|libgcc_s\.so\.1|ld-linux[^]]*)$' || true)
 [ -z "$foreign" ] || fail "the library needs more than libstdc++ and libc: $foreign"
 [ -f "$prefix/include/dorn/dorn.h" ] || fail "dorn/dorn.h is not installed"
 for internal in base/Clock.h base/Check.h server/App.h; do
