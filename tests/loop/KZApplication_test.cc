@@ -167,6 +167,7 @@ TEST(KZApplicationTest, DiscardingAllTimersWakesTheLoop) {
 class BareApplication : private PipeKeeper, public KZApplication {
  public:
   BareApplication() { Keep(mFdList); }
+  ~BareApplication() override { KeepWriteEnd(mFdList); }
 };
 
 TEST(KZApplicationTest, TheDefaultApplicationTimerPrintsATraceLine) {
@@ -451,6 +452,52 @@ TEST_F(KZApplicationPassTest, ARecordRemovedDuringSelectIsNeverServedAfterItsDes
   EXPECT_FALSE(served);
 }
 
+TEST_F(KZApplicationPassTest, ARecordDestroyedByACallbackOfTheSamePassIsNotServed) {
+  const TestPipe second;
+  TestRecord first(2, mPipe.ReadEnd(), 5);
+  auto victim = std::make_unique<TestRecord>(2, second.ReadEnd(), 6);
+  bool served = false;
+  victim->mOnRead = [&] { served = true; };
+  first.mOnReceive = [&] { victim.reset(); };
+  mApp.AddEventFd(&first);
+  mApp.AddEventFd(victim.get());
+  LoopRunner(mApp).Settle();
+  mPipe.Write("x");
+  second.Write("x");
+  mApp.RunPass();
+  EXPECT_EQ(victim, nullptr);
+  EXPECT_FALSE(served);
+  EXPECT_EQ(mApp.mFdList.size(), 2u);
+}
+
+TEST_F(KZApplicationPassTest, ATimerRegisteredByADescriptorCallbackIsNotSleptThrough) {
+  TestRecord record(2, mPipe.ReadEnd(), 5);
+  record.CreateBuffer(5000);
+  record.mOnReceive = [&] {
+    record.Take(100);
+    mApp.SetApplicationSingleTimerInterval(1, 7);
+  };
+  mApp.mOnTimer = [&](unsigned int) { mApp.WakeUp(); };  // Ends the pass that serves the timer.
+  mApp.mFdList.push_back(&record);
+  mPipe.Write("x");
+  while (mApp.mFired.empty()) mApp.RunPass();
+  EXPECT_THAT(mApp.TakeIds(), ElementsAre(7));
+}
+
+TEST_F(KZApplicationPassTest, TimersInTheFarFutureDoNotDisturbTheWait) {
+  TestRecord record(2, mPipe.ReadEnd(), 5);
+  record.CreateBuffer(5000);
+  mApp.mFdList.push_back(&record);
+  for (const unsigned long interval : {0x7FFFFFFFFFFFFFFFUL, 0xFFFFFF0000000000UL}) {
+    mApp.ResetTimer();
+    mApp.SetApplicationSingleTimerInterval(interval, 1);
+    mPipe.Write("x");
+    mApp.RunPass();
+    EXPECT_THAT(record.TakeEvents(), ElementsAre("receive")) << interval;
+    record.Take(1);
+  }
+}
+
 // --- A failing select ---
 
 TEST_F(KZApplicationPassTest, AnInterruptedSelectServesNothingAndSleepsTenMilliseconds) {
@@ -543,6 +590,19 @@ TEST_F(KZApplicationPassTest, ABadDescriptorErrorRemovesNoRecordWhoseDescriptorI
   EXPECT_TRUE(IsLinked(mApp, &open));
   EXPECT_TRUE(IsLinked(mApp, &without));
   EXPECT_EQ(mApp.mFdList.size(), 3u);
+}
+
+TEST_F(KZApplicationPassTest, AWakeUpPipeClosedUnderTheLoopIsReplaced) {
+  const int readEnd = mApp.mFdList.front()->GetFD();
+  const int writeEnd = mApp.mFdList.mPipeFd;
+  close(readEnd);
+  mApp.RunPass();  // Finds it closed.
+  TestRecord added(2, mPipe.ReadEnd(), 7);
+  mApp.AddEventFd(&added);
+  mApp.RunPass();
+  EXPECT_TRUE(IsLinked(mApp, &added));
+  // Whose the old write end is by now is not known, so it was left alone.
+  EXPECT_EQ(close(writeEnd), 0);
 }
 
 TEST(KZApplicationRemovalTest, RemovingByDescriptorAndClosingAtOnceStillTakesEffect) {

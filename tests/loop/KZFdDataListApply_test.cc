@@ -335,6 +335,42 @@ TEST_F(KZFdDataListApplyTest, APendingRecordWithoutDescriptorStillReplacesById) 
   EXPECT_THAT(mList, ElementsAre(mList.PipeRecord(), &fresh));
 }
 
+// --- Records that are destroyed while the list holds them ---
+
+TEST_F(KZFdDataListApplyTest, ARecordDestroyedWhileItIsLinkedLeavesTheList) {
+  TestRecord* const record = Make("a", 900, 1, false);
+  mList.Add(record);
+  Apply();
+  ASSERT_EQ(mList.size(), 2u);
+  delete record;
+  EXPECT_EQ(mList.size(), 1u);
+  Apply();
+}
+
+TEST_F(KZFdDataListApplyTest, ARecordDestroyedWhileItIsPendingIsNotLinked) {
+  TestRecord* const record = Make("a", 900, 1, false);
+  mList.Add(record);
+  mList.Add(record);
+  delete record;
+  EXPECT_TRUE(mList.mAddRequest.empty());
+  Apply();
+  EXPECT_EQ(mList.size(), 1u);
+}
+
+TEST_F(KZFdDataListApplyTest, ADestructorMayDestroyAnotherRecordThatIsToBeDestroyed) {
+  TestRecord* const first = Make("first", 900, 1, true);
+  TestRecord* const second = Make("second", 901, 2, true);
+  first->mOnDestroy = [second] { delete second; };
+  mList.Add(first);
+  mList.Add(second);
+  Apply();
+  mList.Remove(first);
+  mList.Remove(second);
+  Apply();
+  EXPECT_THAT(mDestroyed, ElementsAre("second destroyed", "first destroyed"));
+  EXPECT_EQ(mList.size(), 1u);
+}
+
 // --- Removal requests by descriptor and id ---
 
 // The request records are never destroyed, so these lists stay too: their memory is in use until

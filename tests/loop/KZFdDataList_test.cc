@@ -141,6 +141,18 @@ TEST(KZFdDataListTest, DestructionLeavesRecordsAndPipeAlone) {
   delete pipeRecord;
 }
 
+TEST(KZFdDataListTest, ARecordMayOutliveItsList) {
+  auto list = std::make_unique<TestList>();
+  TestRecord linked(0, 900, 1, list.get());
+  TestRecord pending(0, 901, 2, list.get());
+  linked.AddEvent();
+  list->Pass();
+  pending.AddEvent();
+  list.reset();
+  EXPECT_EQ(linked.GetFDStatus(), 1);
+  EXPECT_EQ(pending.GetFDStatus(), 1);
+}
+
 TEST(KZFdDataListTest, MembersLieInTheirPublishedOrderAndTypes) {
   const TestList list;
   const KZFdDataList& base = list;

@@ -194,6 +194,18 @@ TEST_F(KZTimerTest, ResetDiscardsEveryTimer) {
   EXPECT_THAT(mApp.TakeIds(), IsEmpty());
 }
 
+TEST_F(KZTimerTest, HasTimerTellsWhetherAnIdIsWaiting) {
+  EXPECT_FALSE(mApp.HasTimer(7));
+  mApp.SetTimerData(100, 7, "panel", 0);
+  mApp.SetTimerData(200, 7, "", 0);
+  EXPECT_TRUE(mApp.HasTimer(7));
+  EXPECT_FALSE(mApp.HasTimer(8));
+  FireAt(100);
+  EXPECT_TRUE(mApp.HasTimer(7));
+  FireAt(200);
+  EXPECT_FALSE(mApp.HasTimer(7));
+}
+
 // --- Firing ---
 
 TEST_F(KZTimerTest, ReturnsZeroWithoutATimer) { EXPECT_EQ(FireAt(0), 0u); }

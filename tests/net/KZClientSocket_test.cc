@@ -140,6 +140,22 @@ TEST_F(KZClientSocketTest, AConnectThatIsStillUnderWayIsNotTakenForConnected) {
   client.Close();
 }
 
+TEST_F(KZClientSocketTest, AConnectingSocketWithBufferedDataIsNotTakenForConnected) {
+  TestClient client(kLogSize, &mLog, List());
+  client.Socket(AF_INET, SOCK_STREAM, 0);
+  client.CreateBuffer(3000);
+  char byte = 'x';
+  client.SetDataToBuffer(&byte, 1);
+  client.AddEvent();
+  Settle();
+  EXPECT_TRUE(IsLinked(&client));
+  EXPECT_EQ(client.GetFDStatus(), 1);
+  EXPECT_FALSE(client.Has("open"));
+  EXPECT_FALSE(client.Has("close"));
+  client.Close();
+  Settle();
+}
+
 TEST_F(KZClientSocketTest, AConnectionThatThePeerHasEndedAlreadyIsStillOpened) {
   TcpAcceptor acceptor;
   TestClient client(kLogSize, &mLog, List());

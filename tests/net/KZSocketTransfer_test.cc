@@ -71,6 +71,29 @@ TEST_F(KZSocketTransferTest, ClosingTwiceIsHarmless) {
   EXPECT_THAT(mLog.mCalls, IsEmpty());
 }
 
+TEST_F(KZSocketTransferTest, ClosingTwiceWithinOnePassStillDestroysAnAutoDeleteSocket) {
+  bool destroyed = false;
+  class Dying : public TestSocket {
+   public:
+    Dying(KZStream* stream, KZFdDataList* list, bool* flag)
+        : TestSocket(kLogSize, stream, list), mFlag(flag) {}
+    ~Dying() override { *mFlag = true; }
+
+   private:
+    bool* const mFlag;
+  };
+  auto* const socket = new Dying(&mLog, List(), &destroyed);
+  const TcpPeer peer = Join(*socket);
+  socket->SetAutoDelete(1);
+  socket->AddEvent();
+  Settle();
+  ASSERT_TRUE(IsLinked(socket));
+  EXPECT_EQ(socket->Close(), 0);
+  EXPECT_EQ(socket->Close(), -1);
+  Settle();
+  EXPECT_TRUE(destroyed);
+}
+
 TEST_F(KZSocketTransferTest, AFailedShutdownIsLoggedAndTheSocketClosedAllTheSame) {
   TestSocket socket(kLogSize, &mLog, List());
   const int fd = socket.Socket(AF_INET, SOCK_STREAM, 0);

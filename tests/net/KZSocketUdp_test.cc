@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <memory>
 #include <string>
 #include <type_traits>
 
@@ -98,6 +99,14 @@ TEST_F(KZSocketUdpTest, OpenWithoutAHostBindsAllAddresses) {
   Settle();
 }
 
+TEST_F(KZSocketUdpTest, OpenWithoutAHostLogsThatThereIsNone) {
+  TestUdp udp(kLogSize, &mLog, List());
+  udp.Open(nullptr, 0, 0);
+  EXPECT_EQ(mLog.Messages().front(), "接続待ち開始 (null):0\n");
+  udp.Close();
+  Settle();
+}
+
 TEST_F(KZSocketUdpTest, OpenWithAHostThatDoesNotResolveReturnsMinus1) {
   TestUdp udp(kLogSize, &mLog, List());
   ResolverSpy spy;
@@ -121,6 +130,48 @@ TEST_F(KZSocketUdpTest, OpenOfATakenPortGoesOnAndReturnsTheClosedDescriptor) {
                   "ERROR: shutdown: Transport endpoint is not connected\n", "切断しました\n",
                   "接続待ち開始 127.0.0.1:" + std::to_string(taken.Port()) + "\n",
                   "接続しました(-1)\n"));
+}
+
+TEST_F(KZSocketUdpTest, AFailedOpenMayBeRepeatedOnceThePortIsFree) {
+  auto taken = std::make_unique<UdpPeer>();
+  const int port = taken->Port();
+  TestUdp udp(kLogSize, &mLog, List());
+  udp.Open("127.0.0.1", port, 0);
+  Settle();
+  taken.reset();
+  udp.Open("127.0.0.1", port, 0);
+  Settle();
+  EXPECT_TRUE(IsLinked(&udp));
+  UdpPeer peer;
+  ASSERT_TRUE(peer.Send(port, "hello"));
+  EXPECT_TRUE(RunUntil([&] { return udp.GetDataLength() == 5; }));
+  udp.Close();
+  Settle();
+}
+
+TEST_F(KZSocketUdpTest, ASocketReopenedInThePassInWhichItWasReadyStaysOpen) {
+  UdpPeer peer;
+  TestUdp udp(kLogSize, &mLog, List());
+  TestUdp other(kLogSize, &mLog, List());
+  const int otherPort = PortOf(other.Open("127.0.0.1", 0, 0));
+  const int port = PortOf(udp.Open("127.0.0.1", 0, 0));
+  Settle();
+  other.mOnReceive = [&] {
+    other.Take();
+    udp.Close();
+    udp.Open("127.0.0.1", port, 0);
+  };
+  ASSERT_TRUE(peer.Send(port, "lost with the old socket"));
+  ASSERT_TRUE(peer.Send(otherPort, "x"));
+  mApp.RunPass();
+  EXPECT_TRUE(udp.Has("close"));
+  EXPECT_GE(udp.GetFD(), 0);
+  Settle();
+  ASSERT_TRUE(peer.Send(port, "hello"));
+  EXPECT_TRUE(RunUntil([&] { return udp.GetDataLength() == 5; }));
+  udp.Close();
+  other.Close();
+  Settle();
 }
 
 TEST_F(KZSocketUdpTest, ADatagramArrivesInTheBufferWithItsSender) {

@@ -29,10 +29,9 @@ class PipeKeeper {
     close(mWriteEnd);
     delete mPipeRecord;
   }
-  void Keep(const KZFdDataList& list) {
-    mPipeRecord = list.front();
-    mWriteEnd = list.mPipeFd;
-  }
+  void Keep(const KZFdDataList& list) { mPipeRecord = list.front(); }
+  // Where the list writes to at its end.
+  void KeepWriteEnd(const KZFdDataList& list) { mWriteEnd = list.mPipeFd; }
 
  private:
   KZFdData* mPipeRecord = nullptr;
@@ -42,6 +41,7 @@ class PipeKeeper {
 class TestList : private PipeKeeper, public KZFdDataList {
  public:
   TestList() { Keep(*this); }
+  ~TestList() override { KeepWriteEnd(*this); }
 
   KZFdData* PipeRecord() const { return front(); }
 
@@ -75,6 +75,7 @@ class TestApplication : private PipeKeeper, public KZApplication {
   };
 
   TestApplication() { Keep(mFdList); }
+  ~TestApplication() override { KeepWriteEnd(mFdList); }
 
   void ApplicationTimer(timeval time, unsigned int id) override {
     mFired.push_back({time, id, "", false});
