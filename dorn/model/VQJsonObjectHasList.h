@@ -33,7 +33,7 @@ class DORN_EXPORT VQJsonObjectHasList : public VQJsonObject {
 
   // Appends `jo`, which the group owns from then on, and returns true. With a `command` other than
   // 0 both are marked as added, so that the next update carries an ADD command. The child's mParent
-  // is not set: it gets its parent at construction.
+  // is not set: it gets its parent at construction. `jo` must not be in another group's list.
   // Returns false, and the caller keeps owning `jo`, for null, for the group itself and for a group
   // that holds this one. A child that is already in the list is only marked, and stays there once.
   bool AddObject(VQJsonObject* jo, int command) override;
