@@ -30,7 +30,7 @@ constexpr char kKeyLength[] = "Length";
 // A file goes out in blocks of this size as long as the socket takes them at once, and at most so
 // much of it before others get their turn.
 constexpr std::size_t kBlockSize = 1024;
-constexpr std::size_t kDirectSize = 64 * 1024;
+constexpr std::size_t kDirectSize = std::size_t{64} * 1024;
 
 // How much of a refused name is printed.
 constexpr std::size_t kPrintedName = 200;
@@ -138,6 +138,7 @@ std::string ReadStart(int file, std::size_t length) {
 
 }  // namespace
 
+// The interface takes them by value: NOLINTNEXTLINE(performance-unnecessary-value-param)
 void VQClientSocket::OnGetfile(KZString file, KZString date, KZString objectName) {
   const std::time_t requested = ParseDate(date);
   const Resource resource = FindResource(file);
@@ -199,6 +200,7 @@ void VQClientSocket::SendFile(const KZString& path, int length) {
   }
 }
 
+// By value, as every override takes it: NOLINTNEXTLINE(performance-unnecessary-value-param)
 int VQDialog::OnGetfile(VQClientSocket* client, KZString file, KZString, KZString objectName) {
   const auto tree = mSessionResourceList.find(dorn::kSessionIdShared);
   if (tree == mSessionResourceList.end()) return 0;

@@ -15,8 +15,8 @@ namespace dorn {
 namespace {
 
 // Small messages share a chunk up to this size.
-constexpr std::size_t kChunkSize = 64 * 1024;
-constexpr std::size_t kFileBlock = 64 * 1024;
+constexpr std::size_t kChunkSize = std::size_t{64} * 1024;
+constexpr std::size_t kFileBlock = std::size_t{64} * 1024;
 
 // Nothing is left to write in a chunk, whether or not all of it could be read.
 constexpr long kChunkDone = -2;

@@ -27,15 +27,15 @@ constexpr unsigned long kIdleTimeoutMs = 180000;
 constexpr unsigned int kIdleTimer = 1;
 
 // A station that lets more than this wait is closed when there is something else to send.
-constexpr std::size_t kMaxQueuedBytes = 8 * 1024 * 1024;
+constexpr std::size_t kMaxQueuedBytes = std::size_t{8} * 1024 * 1024;
 
 // The most that one connection gets at once while others wait for their turn, and before it is
 // closed.
-constexpr std::size_t kDrainBudget = 256 * 1024;
-constexpr std::size_t kClosingBudget = 4 * 1024 * 1024;
+constexpr std::size_t kDrainBudget = std::size_t{256} * 1024;
+constexpr std::size_t kClosingBudget = std::size_t{4} * 1024 * 1024;
 
 // A frame buffer that has grown beyond this is given back.
-constexpr std::size_t kMaxKeptFrame = 1024 * 1024;
+constexpr std::size_t kMaxKeptFrame = std::size_t{1024} * 1024;
 
 bool IsRetryable(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
 

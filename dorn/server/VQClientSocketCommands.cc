@@ -1,5 +1,6 @@
 // What a connection does with the commands of its station.
-#include <string>
+#include <cstddef>
+#include <utility>
 
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/VQJsonParser.h"
@@ -34,7 +35,7 @@ bool VQClientSocket::CompareDialogName(const KZString& name) const {
 
 void VQClientSocket::Authentication(KZString sid) {
   dorn::App().SetApplicationSingleTimerInterval(0, static_cast<unsigned int>(GetId()));
-  mSessionId = sid;
+  mSessionId = std::move(sid);
   mAuth = mSessionId.GetLength() > 0;
 }
 

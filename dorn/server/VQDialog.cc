@@ -75,6 +75,7 @@ void VQDialog::OnChange(VQClientSocket*, VQJsonCommand*) {}
 
 void VQDialog::OnCondition(VQClientSocket*, VQJsonCommand*) {}
 
+// By value, as every override takes it: NOLINTNEXTLINE(performance-unnecessary-value-param)
 void VQDialog::OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString sid) {
   constexpr int kMarkIfChanged = -1;
   constexpr int kDoNotMark = 0;
@@ -85,6 +86,7 @@ void VQDialog::OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString sid
   }
 }
 
+// By value, as every override takes it: NOLINTNEXTLINE(performance-unnecessary-value-param)
 void VQDialog::OnTouch(VQClientSocket*, VQJsonObject*, KZString) {}
 
 void VQDialog::OnTimer(timeval, unsigned int) {}
@@ -159,6 +161,7 @@ void VQDialog::UpdateResourceUnique(VQJsonCommand* command, const KZString& sid)
 void VQDialog::UpdateResource(VQJsonCommand* command, VQJsonResource* tree, const KZString& sid) {
   dorn::RunningHooks running(this);
   dorn::NameIndex index(tree);
+  // A hook may change the text that `sid` refers to: NOLINTNEXTLINE(performance-*)
   const KZString session = sid;
   for (std::size_t i = 0; i < command->mObjectList.size(); ++i) {
     VQJsonObject* source = command->mObjectList[i];
@@ -197,6 +200,7 @@ bool VQDialog::SendSnapshot(VQClientSocket* client) {
 
 bool VQDialog::SendUpdateUnique(const KZString& sid, bool all) {
   dorn::RunningHooks running(this);
+  // A hook may change the text that `sid` refers to: NOLINTNEXTLINE(performance-*)
   const KZString session = sid;
   bool sent = false;
   for (KZFdData* record : *dorn::App().GetFdDataList()) {

@@ -10,6 +10,7 @@ VQDialogList::VQDialogList() = default;
 
 // The dialogs stay where a leak checker finds them.
 VQDialogList::~VQDialogList() {
+  // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): without memory the process ends.
   static auto* const kept = new std::vector<std::map<KZString, VQDialog*>>;
   if (!mDialogList.empty()) kept->push_back(std::move(mDialogList));
 }
@@ -33,9 +34,9 @@ void VQDialogList::Remove(const KZString& name) {
   dorn::RunningHooks::Retire(dialog);
 }
 
-// OnFinal() may add and remove dialogs, so the walk goes on by name; it may also change the text
-// that `sid` refers to.
+// OnFinal() may add and remove dialogs, so the walk goes on by name.
 void VQDialogList::RemoveBySession(const KZString& sid) {
+  // A hook may change the text that `sid` refers to: NOLINTNEXTLINE(performance-*)
   const KZString session = sid;
   for (auto it = mDialogList.begin(); it != mDialogList.end();) {
     const KZString name = it->first;

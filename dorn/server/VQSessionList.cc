@@ -14,6 +14,7 @@ VQSessionList::VQSessionList() = default;
 
 // The sessions stay where a leak checker finds them.
 VQSessionList::~VQSessionList() {
+  // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): without memory the process ends.
   static auto* const kept = new std::vector<std::map<KZString, VQSession*>>;
   if (!mSessionList.empty()) kept->push_back(std::move(mSessionList));
 }
