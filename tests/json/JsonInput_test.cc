@@ -187,6 +187,42 @@ TEST(JsonInputTest, IsgetTakesTheCharacterOrLeavesIt) {
   EXPECT_FALSE(reader.in.isget('x')) << "at the end";
 }
 
+TEST(JsonInputTest, EveryWayToReadCountsALineFeedReadBefore) {
+  const std::string text = "\n1\n";
+  Reader isget(text);
+  isget.in.getc();
+  EXPECT_TRUE(isget.in.isget('1'));
+  EXPECT_EQ(isget.in.line(), 2);
+  Reader skipped(text);
+  skipped.in.getc();
+  skipped.in.skip_ws();
+  EXPECT_EQ(skipped.in.line(), 2);
+  Reader matched(text);
+  matched.in.getc();
+  EXPECT_TRUE(matched.in.match("1"));
+  EXPECT_EQ(matched.in.line(), 2);
+  Reader parsed(text);
+  parsed.in.getc();
+  value v;
+  EXPECT_TRUE(value::_parse(v, parsed.in));
+  EXPECT_EQ(parsed.in.line(), 2);
+  Reader number(text);
+  number.in.getc();
+  EXPECT_TRUE(value::_parse_number(v, number.in));
+  EXPECT_EQ(number.in.line(), 2);
+  Reader list("\n1]");
+  list.in.getc();
+  EXPECT_TRUE(value::_parse_array(v, list.in));
+  EXPECT_EQ(list.in.line(), 2);
+  Reader quoted("\nab\n");
+  quoted.in.getc();
+  std::string read;
+  EXPECT_FALSE(value::_parse_string(read, quoted.in))
+      << "the line feed is the closing character, but a control";
+  EXPECT_EQ(read, "ab");
+  EXPECT_EQ(quoted.in.line(), 2);
+}
+
 TEST(JsonInputTest, MatchReadsThePattern) {
   Reader reader("ull,");
   EXPECT_TRUE(reader.in.match("ull"));

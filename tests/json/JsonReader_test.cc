@@ -201,6 +201,14 @@ TEST(JsonReaderTest, NumbersWithPointOrExponentAreFloating) {
   EXPECT_TRUE(std::isinf(Read("1e999").out.get<double>()));
 }
 
+TEST(JsonReaderTest, FloatingNumbersHaveFullPrecision) {
+  EXPECT_EQ(Read("0.1").out.get<double>(), 0.1);
+  EXPECT_EQ(Read("3.141592653589793").out.get<double>(), 3.141592653589793);
+  EXPECT_EQ(Read("-1.7976931348623157e308").out.get<double>(), -1.7976931348623157e308);
+  EXPECT_EQ(Read("4.9406564584124654e-324").out.get<double>(), 4.9406564584124654e-324);
+  EXPECT_EQ(Read("9007199254740993.0").out.get<double>(), 9007199254740992.0);
+}
+
 TEST(JsonReaderTest, FloatingNumbersMustBeReadWhole) {
   ExpectRefused({
       {"1.5e", 1, ""},
