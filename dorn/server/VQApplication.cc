@@ -83,12 +83,13 @@ void VQApplication::ConnectionTimer(VQClientSocket* client, int kind) {
   if (kind == kIdleTimer) {
     VQJsonCommand command(dorn::kCommandKeepalive);
     client->SendData(command.GetJson());
+    static_cast<void>(client->TakeProgress());  // What went out so far does not count.
     SetApplicationSingleTimerInterval(0, answerTimer);
     SetApplicationSingleTimerInterval(kAnswerTimeoutMs, answerTimer);
   } else if (kind == kAnswerTimer) {
-    // While the station still takes bytes that wait before the KEEPALIVE, it cannot answer yet:
-    // the ten seconds begin when the command is really sent.
-    if (client->IsTakingBacklog()) {
+    // A station that took queued bytes meanwhile is alive, and the KEEPALIVE waits behind them or
+    // has only just gone out: the ten seconds begin when it is really sent.
+    if (client->TakeProgress()) {
       SetApplicationSingleTimerInterval(kAnswerTimeoutMs, answerTimer);
       return;
     }

@@ -39,16 +39,15 @@ constexpr std::size_t kMaxKeptFrame = std::size_t{1024} * 1024;
 
 bool IsRetryable(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
 
+// Zero ends a text, STX and ETX frame it.
+bool MayNotBeInText(char byte) { return byte == '\0' || byte == kStx || byte == kEtx; }
+
 // STX text ETX. Bytes of the text that would end the message, or forge one, become blanks.
 void Frame(const KZString& text, std::string& frame) {
-  frame.clear();
+  frame.assign(1, kStx);
   frame.reserve(text.size() + 2);
-  frame += kStx;
   frame += text;
-  for (std::size_t i = frame.find_first_of(std::string("\0\x02\x03", 3), 1); i != std::string::npos;
-       i = frame.find_first_of(std::string("\0\x02\x03", 3), i + 1)) {
-    frame[i] = ' ';
-  }
+  std::replace_if(frame.begin() + 1, frame.end(), MayNotBeInText, ' ');
   frame += kEtx;
 }
 
@@ -194,9 +193,7 @@ void VQClientSocket::CloseIfFull() {
 
 bool VQClientSocket::HasBacklog() const { return mOutgoing != nullptr && !mOutgoing->IsEmpty(); }
 
-bool VQClientSocket::IsTakingBacklog() {
-  return mOutgoing != nullptr && mOutgoing->TakeProgress() && HasBacklog();
-}
+bool VQClientSocket::TakeProgress() { return mOutgoing != nullptr && mOutgoing->TakeProgress(); }
 
 int VQClientSocket::SendData(const KZString& text) {
   dorn::PrintLine({" sid=", mSessionId, " dname=", mDialogName, " id=", std::to_string(GetId()),

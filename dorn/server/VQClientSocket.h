@@ -140,7 +140,7 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   void SendError(const char* status, const char* message);
 
   bool HasBacklog() const;
-  bool IsTakingBacklog();
+  bool TakeProgress();
   bool HasPeerFinished();
   int Transmit(const char* bytes, std::size_t length);
   bool Enqueue(const char* bytes, std::size_t length);

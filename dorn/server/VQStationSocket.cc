@@ -81,14 +81,14 @@ void VQStationSocket::ReadyToRead() {
     if (!IsPassing(error)) break;
   }
   if (error == EAGAIN || error == EWOULDBLOCK) return;
-  if (IsShortage(error)) {
-    if (!RefuseOne()) {
-      dorn::PrintLine({"No connection can be accepted now: ", std::strerror(error)});
-      usleep(kPauseUs);  // The connection waits; the loop must not spin meanwhile.
-    }
+  if (IsShortage(error) && RefuseOne()) return;
+  if (IsShortage(error) || IsPassing(error)) {
+    dorn::PrintLine({"No connection can be accepted now: ", std::strerror(error)});
+    usleep(kPauseUs);  // The connection waits; the loop must not spin meanwhile.
     return;
   }
-  if (!IsPassing(error)) Accept();
+  dorn::PrintLine({"The station port is closed: ", std::strerror(error)});
+  Accept();
 }
 
 void VQStationSocket::OnListen() {
