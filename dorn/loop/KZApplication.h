@@ -52,6 +52,7 @@ class DORN_EXPORT KZApplication {
 
   // Exactly one pass of the loop: fires the timers that are due, waits until a descriptor is ready
   // or the next timer is due, and serves the ready records. Without a timer it waits for ever.
+  // Not from a callback, whose record the inner pass might destroy.
   void RunPass();
 
   // As KZFdDataList::Add(), Remove() and WakeUp(). Any thread.

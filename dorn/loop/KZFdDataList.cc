@@ -31,6 +31,7 @@ struct Orphans {
 std::atomic<Orphans*> gOrphans{nullptr};
 
 void KeepReachable(FdDataList records) {
+  if (records.empty()) return;
   auto* orphans = new Orphans{std::move(records), gOrphans.load()};
   while (!gOrphans.compare_exchange_weak(orphans->mNext, orphans)) {
   }
@@ -76,10 +77,8 @@ void DrainPipe(int fd) {
   [[maybe_unused]] const ssize_t ignored = read(fd, bytes, sizeof bytes);
 }
 
-}  // namespace
-
 // A pending record as it was at the beginning of the apply phase.
-struct KZFdDataList::Request {
+struct Request {
   explicit Request(KZFdData* rec) : mRecord(rec), mFd(LoadShared(rec->mFD)), mId(rec->GetId()) {}
 
   // A negative descriptor is none, and replaces nothing.
@@ -89,6 +88,8 @@ struct KZFdDataList::Request {
   int mFd;
   int mId;
 };
+
+}  // namespace
 
 KZFdDataList::KZFdDataList() : mSelf(std::make_shared<KZFdDataList*>(this)) {
   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));

@@ -99,8 +99,6 @@ class DORN_EXPORT KZFdDataList : public FdDataList {
  private:
   friend class KZFdData;
 
-  struct Request;
-
   void ApplyRequests();
   void UnlinkMarked(FdDataList& doomed);
   void LinkPending(FdDataList& doomed);
