@@ -3,6 +3,7 @@
 #include "dorn/base/KZString.h"
 
 #include <climits>
+#include <cstdlib>
 #include <cwchar>
 #include <limits>
 #include <map>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "gtest/gtest.h"
+#include "tests/support/CommaLocale.h"
 #include "tests/support/GroupingLocale.h"
 
 namespace {
@@ -331,6 +333,14 @@ TEST(KZStringTest, NumbersIgnoreTheGlobalLocale) {
   EXPECT_EQ(KZString("1,5").ToDouble(), 1.0);
   EXPECT_EQ(KZString("1234.25").ToDouble(), 1234.25);
   EXPECT_TRUE(KZString().Format("%d %.2f", 1234567, 1.5) == "1234567 1.50");
+}
+
+TEST(KZStringTest, ToDoubleKeepsItsPointUnderADecimalComma) {
+  const CommaLocale locale;
+  if (!locale.IsSet()) GTEST_SKIP() << "no localedef or no sources of locales";
+  ASSERT_EQ(std::strtod("1,5", nullptr), 1.5) << "the locale is in force";
+  EXPECT_EQ(KZString("1.5").ToDouble(), 1.5);
+  EXPECT_EQ(KZString("1,5").ToDouble(), 1.0);
 }
 
 // File names.
