@@ -157,6 +157,18 @@ TEST(RandomTreeTest, SessionsWithoutAChangeOfTheirOwnShareOneText) {
   EXPECT_NE(composer.Compose(""), first);
 }
 
+TEST(RandomTreeTest, EverySessionSharesTheTextOfAll) {
+  VQJsonResource tree;
+  auto* object = new VQJsonObject(&tree);
+  tree.AddObject(object, 0);
+  object->SetValue("Name", "b", -1, "S1");
+  dorn::UpdateComposer composer(&tree, true, dorn::SideCommands::kFirst);
+  const auto first = composer.Compose("S1");
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(composer.Compose("S2"), first);
+  EXPECT_EQ(composer.Compose(""), first);
+}
+
 // --- Finding by name ------------------------------------------------------------------------
 
 TEST(RandomTreeTest, TheNameIndexAnswersAsSearchNameDoes) {
@@ -187,6 +199,19 @@ TEST(RandomTreeTest, TheNameIndexSeesTheLastFoundObjectRenamedDirectly) {
   found->mName = "renamed";
   EXPECT_EQ(index.Find("b"), tree.mObjectList[3]);
   EXPECT_EQ(index.Find("renamed"), found);
+}
+
+TEST(RandomTreeTest, TheNameIndexFindsTheLastFoundObjectUnderTheNameItWasGivenDirectly) {
+  VQJsonResource tree;
+  for (const char* name : {"a", "b"}) {
+    auto* object = new VQJsonObject(&tree);
+    object->mName = name;
+    tree.AddObject(object, 0);
+  }
+  dorn::NameIndex index(&tree);
+  for (int asked = 0; asked < 20; ++asked) index.Find("b");
+  tree.mObjectList[1]->mName = "renamed";
+  EXPECT_EQ(index.Find("renamed"), tree.mObjectList[1]);
 }
 
 class Deaf : public VQJsonObject {

@@ -154,6 +154,28 @@ TEST_F(VQJsonRadioButtonTest, SetValueByNameAppliesTheRule) {
   EXPECT_EQ(AttrOf(mThird), "ON");
 }
 
+class ListeningButton : public VQJsonRadioButtonObject {
+ public:
+  using VQJsonRadioButtonObject::VQJsonRadioButtonObject;
+  VQJsonObject* SetValue(const KZString& key, VQValue value, int dirty,
+                         const KZString& sessionid) override {
+    ++mCalls;
+    return VQJsonRadioButtonObject::SetValue(key, value, dirty, sessionid);
+  }
+  int mCalls = 0;
+};
+
+// Switching off stores past a host's override, so that it cannot recurse.
+TEST_F(VQJsonRadioButtonTest, SwitchOffDoesNotCallAHostsSetValue) {
+  auto* button = AddChild<ListeningButton>(mGroup, "host");
+  button->VQJsonObject::SetValue("Type", "RADIOBTN", 0, "");
+  button->VQJsonObject::SetValue("Attr", "ON", 0, "");
+  const int before = button->mCalls;
+  mGroup.SwitchOff();
+  EXPECT_EQ(AttrOf(button), "OFF");
+  EXPECT_EQ(button->mCalls, before);
+}
+
 class HostRadioGroup : public VQJsonRadioButtonGroup {
  public:
   using VQJsonRadioButtonGroup::VQJsonRadioButtonGroup;
