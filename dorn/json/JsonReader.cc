@@ -8,6 +8,7 @@
 
 #include "dorn/base/Check.h"
 #include "dorn/json/JsonValue.h"
+#include "dorn/json/QuickReader.h"
 
 namespace {
 
@@ -24,12 +25,7 @@ bool IsNumberPart(int ch) { return IsDigit(ch) || ch == '+' || ch == '-' || IsFl
 // Skips white space and reads the character behind it.
 int GetToken(input& in) {
   int ch = in.getc();
-  while (IsSpace(ch)) {
-    if (ch == ' ') {
-      while (in.cur_ != in.end_ && *in.cur_ == ' ') ++in.cur_;
-    }
-    ch = in.getc();
-  }
+  while (IsSpace(ch)) ch = in.getc();
   return ch;
 }
 
@@ -57,20 +53,6 @@ void AppendUtf8(int code, std::string& out) {
     append(0x80 | ((code >> 6) & 0x3F));
   }
   append(0x80 | (code & 0x3F));
-}
-
-// Appends what stands before the next quote, backslash or control character.
-void AppendPlainRun(std::string& out, input& in) {
-  if (in.ungot_ || in.last_ch_ == '\n') return;
-  const char* at = in.cur_;
-  while (at != in.end_ && static_cast<unsigned char>(*at) >= ' ' && *at != '"' && *at != '\\' &&
-         *at != '\'') {
-    ++at;
-  }
-  if (at == in.cur_) return;
-  out.append(in.cur_, at);
-  in.last_ch_ = static_cast<unsigned char>(at[-1]);
-  in.cur_ = at;
 }
 
 // Behind a backslash.
@@ -175,6 +157,11 @@ bool input::match(const char* pattern) {
 }
 
 const char* value::parse(value& out, const char* first, const char* last, std::string* err) {
+  value quick;
+  if (const char* stop = dorn::ReadQuickly(quick, first, last)) {
+    out = std::move(quick);
+    return stop;
+  }
   input in(first, last);
   if (!_parse(out, in) && err != nullptr) *err = DescribeError(in);
   return in.cur();
@@ -226,7 +213,6 @@ bool value::_parse_string(value& out, input& in) {
 bool value::_parse_string(std::string& out, input& in) {
   const int quote = in.lastc();
   for (;;) {
-    AppendPlainRun(out, in);
     const int ch = in.getc();
     if (ch < ' ') {
       in.ungetc();
