@@ -51,6 +51,7 @@ std::string Written(Write&& write) {
   return out.str();
 }
 
+// Comparisons with literals print and compare as plain strings.
 inline std::string Plain(const std::string& text) { return text; }
 
 // The dirty entries in the order of the set.

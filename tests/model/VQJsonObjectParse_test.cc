@@ -1,0 +1,171 @@
+// Which members of a JSON object become attributes.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "dorn/json/JsonParser.h"
+#include "dorn/model/VQJsonParser.h"
+#include "tests/model/Trees.h"
+#include "tests/support/CapturedStdout.h"
+
+namespace {
+
+// The object that the reader makes of a JSON object, without a parent.
+std::unique_ptr<VQJsonObject> Read(const char* json, bool shard = true) {
+  CapturedStdout captured;
+  JsonParser reader;
+  EXPECT_TRUE(reader.Parse(json));
+  return std::unique_ptr<VQJsonObject>(VQJsonParser().ParseObject(reader, nullptr, shard));
+}
+
+struct FilterCase {
+  const char* name;
+  const char* json;
+  bool shard;
+  Texts keys;
+};
+
+TEST(VQJsonObjectParseTest, TheNotifyListSelectsTheAttributesOfASessionsTree) {
+  const FilterCase cases[] = {
+      {"listed and fixed ones",
+       "{\"Name\":\"n\",\"Type\":\"B\",\"Layout\":\"L\",\"Alias\":\"A\",\"Value\":1,\"Attr\":2,"
+       "\"Text\":3,\"NotifyList\":\"Value,Attr\"}",
+       false,
+       {"Alias", "Attr", "Type", "Value"}},
+      {"a group keeps its layout",
+       "{\"Name\":\"n\",\"Type\":\"GROUP\",\"Layout\":\"L\",\"Alias\":\"A\",\"Value\":1,"
+       "\"NotifyList\":\"Value\"}",
+       false,
+       {"Alias", "Layout", "Type", "Value"}},
+      {"a shared tree keeps all",
+       "{\"Name\":\"n\",\"Type\":\"B\",\"Value\":1,\"Text\":3,\"NotifyList\":\"Value\"}",
+       true,
+       {"Name", "NotifyList", "Text", "Type", "Value"}},
+      {"without a list all are kept",
+       "{\"Name\":\"n\",\"Type\":\"B\",\"Value\":1}",
+       false,
+       {"Name", "Type", "Value"}},
+      {"the name and the list itself may be listed",
+       "{\"Name\":\"n\",\"Type\":\"B\",\"Value\":1,\"NotifyList\":\"Name,NotifyList\"}",
+       false,
+       {"Name", "NotifyList", "Type"}},
+      {"an empty list leaves the fixed ones",
+       "{\"Name\":\"n\",\"Type\":\"B\",\"Value\":1,\"NotifyList\":\"\"}",
+       false,
+       {"Type"}},
+      {"blanks are part of a key",
+       "{\"Type\":\"B\",\"Value\":1,\"Attr\":2,\" Attr\":3,\"NotifyList\":\"Value, Attr\"}",
+       false,
+       {" Attr", "Type", "Value"}},
+      {"an empty piece names the empty key",
+       "{\"Type\":\"B\",\"\":1,\"x\":2,\"NotifyList\":\",\"}",
+       false,
+       {"", "Type"}},
+      {"keys are compared exactly",
+       "{\"Type\":\"B\",\"value\":1,\"Values\":2,\"NotifyList\":\"Value\"}",
+       false,
+       {"Type"}},
+      {"a list that is no string selects nothing",
+       "{\"Type\":\"B\",\"Value\":1,\"NotifyList\":5}",
+       false,
+       {"NotifyList", "Type", "Value"}},
+      {"an array is no list",
+       "{\"Type\":\"B\",\"Value\":1,\"Text\":2,\"NotifyList\":[\"Value\"]}",
+       false,
+       {"NotifyList", "Text", "Type", "Value"}},
+      {"children are no attributes even if listed",
+       "{\"Type\":\"B\",\"Object\":{},\"Objects\":[],\"NotifyList\":\"Object,Objects\"}",
+       false,
+       {"Type"}},
+      {"children are no attributes of a shared tree",
+       "{\"Type\":\"B\",\"Object\":5,\"Objects\":\"x\"}",
+       true,
+       {"Type"}},
+  };
+  for (const FilterCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(KeysOf(*Read(c.json, c.shard)), c.keys);
+  }
+}
+
+TEST(VQJsonObjectParseTest, ANotifyListCountsAHundredKeysAtMost) {
+  std::string json = "{\"Type\":\"B\"";
+  std::string list;
+  for (int i = 0; i < 102; ++i) {
+    json += ",\"k" + std::to_string(i) + "\":1";
+    list += "k" + std::to_string(i) + ",";
+  }
+  list.pop_back();
+  const auto node = Read((json + ",\"NotifyList\":\"" + list + "\"}").c_str(), false);
+  EXPECT_TRUE(node->HasKey("k0"));
+  EXPECT_TRUE(node->HasKey("k99"));
+  EXPECT_FALSE(node->HasKey("k100"));
+  EXPECT_FALSE(node->HasKey("k101"));
+  EXPECT_EQ(node->mList.size(), 101u);
+}
+
+TEST(VQJsonObjectParseTest, ValuesKeepTheirKind) {
+  const auto node = Read(
+      "{\"s\":\"12\",\"i\":12,\"b\":true,\"a\":[1,\"x\",[2],null],\"o\":{\"k\":1,\"n\":null}}");
+  EXPECT_EQ(node->GetValue("s").GetType(), VQValue::TYPE_STRING);
+  EXPECT_EQ(node->GetValue("i").GetType(), VQValue::TYPE_INT);
+  EXPECT_EQ(node->GetValue("b").GetType(), VQValue::TYPE_BOOL);
+  EXPECT_EQ(node->GetValue("a").GetType(), VQValue::TYPE_ARRAY);
+  EXPECT_EQ(node->GetValue("o").GetType(), VQValue::TYPE_OBJECT);
+  EXPECT_EQ(
+      Plain(node->GetJson()),
+      "{\"a\":[1,\"x\",[2],],\"b\":true,\"i\":12,\"o\":{\"k\":\"1\",\"n\":\"\"},\"s\":\"12\"}");
+  EXPECT_FALSE(node->IsDirty());
+}
+
+// A null or floating member has no dialog value; what the attribute was stays, and no other
+// member's value is taken for it.
+TEST(VQJsonObjectParseTest, MembersWithoutADialogValueCarryNone) {
+  const auto node = Read("{\"a\":1,\"b\":null,\"c\":2.5,\"d\":\"x\"}");
+  EXPECT_EQ(node->GetValue("b").GetType(), VQValue::TYPE_NONE);
+  EXPECT_EQ(node->GetValue("c").GetType(), VQValue::TYPE_NONE);
+  EXPECT_STREQ(node->GetValue("b").GetChar(), "");
+  EXPECT_STREQ(node->GetValue("a").GetChar(), "1");
+  EXPECT_STREQ(node->GetValue("d").GetChar(), "x");
+}
+
+TEST(VQJsonObjectParseTest, TheNameComesFromAStringOnly) {
+  EXPECT_EQ(Plain(Read("{\"Name\":\"n\"}")->mName), "n");
+  EXPECT_EQ(Plain(Read("{\"Name\":12}")->mName), "");
+  EXPECT_EQ(Plain(Read("{\"Name\":true}")->mName), "");
+  EXPECT_EQ(Plain(Read("{\"Name\":{}}")->mName), "");
+  EXPECT_EQ(Plain(Read("{}")->mName), "");
+  EXPECT_STREQ(Read("{\"Name\":12}")->GetValue("Name").GetChar(), "12");
+}
+
+TEST(VQJsonObjectParseTest, AnUnlistedNameStillNamesTheObject) {
+  const auto node = Read("{\"Name\":\"n\",\"Value\":1,\"NotifyList\":\"Value\"}", false);
+  EXPECT_EQ(Plain(node->mName), "n");
+  EXPECT_FALSE(node->HasKey("Name"));
+}
+
+TEST(VQJsonObjectParseTest, ParseFillsAnObjectAndReturnsTrue) {
+  JsonParser reader;
+  ASSERT_TRUE(reader.Parse("{\"Value\":\"new\",\"Objects\":[{\"Name\":\"c\"}]}"));
+  VQJsonObjectHasList group("Objects", nullptr);
+  Named(&group, "before");
+  group.SetValue("Value", "old", 0, "");
+  EXPECT_TRUE(group.Parse(reader, false));
+  EXPECT_EQ(Plain(group.mName), "before");
+  EXPECT_STREQ(group.GetValue("Value").GetChar(), "new");
+  EXPECT_FALSE(group.IsDirty());
+  EXPECT_TRUE(group.mObjectList.empty());
+}
+
+TEST(VQJsonObjectParseTest, ARadioButtonIsReadWithoutSwitchingOthersOff) {
+  const auto node = Read(
+      "{\"Type\":\"GROUP\",\"Layout\":\"RADIO\",\"Objects\":["
+      "{\"Name\":\"a\",\"Type\":\"RADIOBTN\",\"Attr\":\"ON\"},"
+      "{\"Name\":\"b\",\"Type\":\"RADIOBTN\",\"Attr\":\"ON\"}]}");
+  EXPECT_STREQ(node->SearchName("a")->GetValue("Attr").GetChar(), "ON");
+  EXPECT_STREQ(node->SearchName("b")->GetValue("Attr").GetChar(), "ON");
+  EXPECT_FALSE(node->SearchName("a")->IsDirty());
+}
+
+}  // namespace
