@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -39,6 +40,16 @@ std::string DrainPipe(const TestList& list) {
   const ssize_t got = read(list.PipeRecord()->GetFD(), bytes.data(), bytes.size());
   bytes.resize(got < 0 ? 0 : static_cast<size_t>(got));
   return bytes;
+}
+
+rlimit gLimitBefore;
+
+// Until the process ends: what runs then (a sanitizer, say) may need descriptors.
+void AllowDescriptorsBelow(rlim_t limit) {
+  getrlimit(RLIMIT_NOFILE, &gLimitBefore);
+  std::atexit([] { setrlimit(RLIMIT_NOFILE, &gLimitBefore); });
+  const rlimit lowered{limit, gLimitBefore.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &lowered);
 }
 
 // --- Construction ---
@@ -82,8 +93,7 @@ TEST(KZFdDataListTest, BothEndsOfThePipeAreNonBlockingAndNotInherited) {
 
 TEST(KZFdDataListTest, ExitsWithAMessageWhenThePipeCannotBeCreated) {
   const ChildResult child = RunChild([] {
-    const rlimit none{3, 3};
-    setrlimit(RLIMIT_NOFILE, &none);
+    AllowDescriptorsBelow(3);
     new KZFdDataList;
     return 0;
   });
@@ -110,8 +120,7 @@ TEST(KZFdDataListTest, ClosedStandardDescriptorsUnderATightLimitStillEndTheProce
     close(0);
     close(1);
     close(2);
-    const rlimit none{1, 1};
-    setrlimit(RLIMIT_NOFILE, &none);
+    AllowDescriptorsBelow(1);
     new KZFdDataList;
     return 0;
   });
