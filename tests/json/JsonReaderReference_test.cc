@@ -122,6 +122,36 @@ TEST(JsonReaderReferenceTest, RandomRowsOfPieces) {
   }
 }
 
+TEST(JsonReaderReferenceTest, EveryByteAtEveryPlaceOfAString) {
+  for (const char quote : {'"', '\''}) {
+    for (size_t length = 1; length <= 20; ++length) {
+      for (size_t at = 0; at < length; ++at) {
+        for (int byte = 0; byte <= 0xFF; ++byte) {
+          std::string text(length, 'x');
+          text[at] = static_cast<char>(byte);
+          ASSERT_TRUE(ExpectSame("[" + (quote + text + quote) + ",1]"));
+        }
+      }
+    }
+  }
+}
+
+TEST(JsonReaderReferenceTest, TwoAwkwardBytesInAString) {
+  const std::string bytes = "\"'\\\x1F\x20\x7F\x80\xA2\xDC\xFF n\0\n"s;
+  for (size_t first = 0; first < 18; ++first) {
+    for (size_t second = first + 1; second < 18; ++second) {
+      for (const char a : bytes) {
+        for (const char b : bytes) {
+          std::string text(18, 'x');
+          text[first] = a;
+          text[second] = b;
+          ASSERT_TRUE(ExpectSame("{\"" + text + "\":'" + text + "'}"));
+        }
+      }
+    }
+  }
+}
+
 // A random text that is mostly valid.
 std::string RandomDocument(std::mt19937& random, int depth) {
   static const std::vector<std::string> scalars = {
