@@ -223,19 +223,22 @@ int VQClientSocket::Transmit(const char* bytes, std::size_t length) {
   return Enqueue(bytes + sent, length - sent) ? total : -1;
 }
 
+// A queue that holds something is being watched already.
 bool VQClientSocket::Enqueue(const char* bytes, std::size_t length) {
+  const bool isWatched = HasBacklog();
   if (!PrepareQueue()) return false;
   mOutgoing->Append(bytes, length);
-  return WatchBacklog();
+  return isWatched || WatchBacklog();
 }
 
 bool VQClientSocket::EnqueueFile(const KZString& path, int file, long long offset, long long end) {
+  const bool isWatched = HasBacklog();
   if (!PrepareQueue()) {
     if (file >= 0) close(file);
     return false;
   }
   mOutgoing->AppendFile(path, file, offset, end);
-  return WatchBacklog();
+  return isWatched || WatchBacklog();
 }
 
 // Closes a station that does not read. Dropping messages instead would leave it with a wrong

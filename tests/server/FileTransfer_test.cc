@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -117,6 +118,14 @@ TEST_F(FileTransferTest, NamesOutsideTheResourcesAreNotFound) {
     EXPECT_THAT(mLink.station.Messages(), ElementsAre(Error(name, "FILE NOT FOUND"))) << name;
   }
   unlink(Path("../outside.txt").c_str());
+}
+
+TEST_F(FileTransferTest, ANameOutsideTheResourcesIsReportedInOneLine) {
+  CapturedStdout console;
+  Get("../outside.txt");
+  const std::string lines = console.Text();
+  // The command, the refusal, the reply.
+  EXPECT_EQ(3, std::count(lines.begin(), lines.end(), '\n')) << lines;
 }
 
 TEST_F(FileTransferTest, NamesThatStayInsideMayGoUpAndDown) {

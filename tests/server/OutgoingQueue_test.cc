@@ -194,6 +194,56 @@ TEST_F(OutgoingQueueTest, ADescriptorThatIsUsedAgainGetsNothingOfTheOldBacklog) 
   EXPECT_EQ(Frame("hello"), fresh.station.Bytes());
 }
 
+// The end of its stream says that a station sends no more, not that it reads no more.
+TEST_F(OutgoingQueueTest, AStationThatFinishedSendingStillGetsWhatIsQueued) {
+  Link link = ConnectTcp();
+  const std::string text = Text(6 * kMiB, 'a');
+  Send(link, text);
+  link.station.ShutdownWrite();
+  Pass(5);
+  EXPECT_TRUE(Frame(text) == Received(link, text.size() + 2));
+  EXPECT_TRUE(RunUntil([&] { return link.station.IsClosed(); }));
+  EXPECT_TRUE(RunUntil([] { return Connections() == 0; }));
+}
+
+TEST_F(OutgoingQueueTest, AStationThatFinishedSendingAndDoesNotReadIsTimedOut) {
+  Link link = ConnectTcp();
+  Send(link, Text(6 * kMiB, 'a'));
+  link.station.ShutdownWrite();
+  Pass(5);
+  EXPECT_EQ(1U, Connections());
+  Wait(10000);
+  EXPECT_EQ(0U, Connections());
+}
+
+// The KEEPALIVE waits behind what is queued: the station cannot answer what it has not seen.
+TEST_F(OutgoingQueueTest, AStationThatIsStillReadingIsNotClosedForAMissingAnswer) {
+  Link link = LoggedIn("S1");
+  const std::string text = Text(4 * kMiB, 'a');
+  Send(link, text);
+  app.ApplicationTimer(timeval{}, static_cast<unsigned int>(link.id) + 1);
+  mClock.AdvanceMs(9000);
+  link.station.Bytes();
+  Pass(3);
+  Wait(1000);
+  ASSERT_NE(nullptr, Find(link));
+  const std::string expected = Frame(text) + Frame(R"({"Command":"KEEPALIVE"})");
+  ASSERT_TRUE(RunUntil([&] { return link.station.Bytes().size() >= expected.size(); }));
+  EXPECT_TRUE(expected == link.station.Bytes());
+  Tell(link, R"({"Command":"KEEPALIVE"})");
+  Wait(20000);
+  EXPECT_NE(nullptr, Find(link));
+}
+
+TEST_F(OutgoingQueueTest, AStationThatHasStoppedReadingIsClosedForAMissingAnswer) {
+  Link link = LoggedIn("S1");
+  Send(link, Text(4 * kMiB, 'a'));
+  Pass(3);
+  app.ApplicationTimer(timeval{}, static_cast<unsigned int>(link.id) + 1);
+  Wait(10000);
+  EXPECT_EQ(nullptr, Find(link));
+}
+
 TEST_F(OutgoingQueueTest, ASlowStationGetsItsUpdatesWholeWhileTheOthersAreNotDelayed) {
   HookedDialog* dialog = Shared("top", kTree);
   Link slow = ConnectTcp(4096), quick = LoggedIn("S2", "top");
