@@ -19,6 +19,17 @@ bool Holds(VQJsonObject& object, const VQJsonObject* wanted) {
   return found;
 }
 
+bool Contains(const VQJsonObjectHasList& group, const VQJsonObject* child) {
+  const auto& list = group.mObjectList;
+  return std::find(list.begin(), list.end(), child) != list.end();
+}
+
+bool IsHeldByItsParent(const VQJsonObject& child) {
+  if (child.mParent == nullptr) return false;
+  const VQJsonObjectHasList* parent = dorn::AsGroup(*child.mParent);
+  return parent != nullptr && Contains(*parent, &child);
+}
+
 }  // namespace
 
 VQJsonObjectHasList::VQJsonObjectHasList(const KZString& listkey, VQJsonObject* parent)
@@ -54,10 +65,11 @@ bool VQJsonObjectHasList::AddObject(VQJsonObject* jo, int command) {
     SetDirtyAdd();
     jo->SetDirtyAdd();
   }
-  const bool known =
-      jo->mWasAdded && std::find(mObjectList.begin(), mObjectList.end(), jo) != mObjectList.end();
+  if (jo->mWasAdded) {
+    if (Contains(*this, jo)) return true;
+    if (IsHeldByItsParent(*jo)) ++jo->mMoreOwners;
+  }
   jo->mWasAdded = true;
-  if (known) return true;
   mObjectList.push_back(jo);
   dorn::NoteStructureChange();
   return true;

@@ -33,7 +33,8 @@ class DORN_EXPORT VQJsonObjectHasList : public VQJsonObject {
 
   // Appends `jo`, which the group owns from then on, and returns true. With a `command` other than
   // 0 both are marked as added, so that the next update carries an ADD command. The child's mParent
-  // is not set: it gets its parent at construction. `jo` must not be in another group's list.
+  // is not set: it gets its parent at construction. `jo` must not be in the
+  // list of another group, except of its parent: the two then share it as a copy would.
   // Returns false, and the caller keeps owning `jo`, for null, for the group itself and for a group
   // that holds this one. A child that is already in the list is only marked, and stays there once.
   bool AddObject(VQJsonObject* jo, int command) override;

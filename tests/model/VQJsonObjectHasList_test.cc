@@ -138,6 +138,33 @@ TEST(VQJsonObjectHasListTest, NoLongerOwnsWhatAHostTakesOutOfTheListItself) {
   EXPECT_EQ(destroyed, 2);
 }
 
+TEST(VQJsonObjectHasListTest, AChildThatAnotherGroupAddsTooDiesOnceWithTheLastOfThem) {
+  for (const bool parentFirst : {true, false}) {
+    int destroyed = 0;
+    auto parent = std::make_unique<VQJsonObjectHasList>("Objects", nullptr);
+    auto other = std::make_unique<VQJsonObjectHasList>("Objects", nullptr);
+    auto* child = AddCounted(*parent, "c", destroyed);
+    EXPECT_TRUE(other->AddObject(child, 0));
+    (parentFirst ? parent : other).reset();
+    EXPECT_EQ(destroyed, 0);
+    EXPECT_EQ(Plain(child->mName), "c");
+    parent.reset();
+    other.reset();
+    EXPECT_EQ(destroyed, 1);
+  }
+}
+
+TEST(VQJsonObjectHasListTest, AChildThatAHostMovesHasOneOwner) {
+  int destroyed = 0;
+  VQJsonObjectHasList from("Objects", nullptr);
+  auto to = std::make_unique<VQJsonObjectHasList>("Objects", nullptr);
+  auto* child = AddCounted(from, "c", destroyed);
+  from.mObjectList.clear();
+  EXPECT_TRUE(to->AddObject(child, 0));
+  to.reset();
+  EXPECT_EQ(destroyed, 1);
+}
+
 TEST(VQJsonObjectHasListTest, ACopyHasTheListKeyAndTheSameChildren) {
   VQJsonObjectHasList group("Commands", nullptr);
   AddChild(group, "a");
