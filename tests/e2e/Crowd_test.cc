@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -29,24 +30,30 @@ TEST_P(CrowdTest, ThoseThatAreInAreServedAndThereIsRoomAgainAfterwards) {
   ASSERT_TRUE(first.LogIn("a"));
   {
     std::vector<std::unique_ptr<RemoteStation>> crowd;
+    int served = 0;
     for (int i = 0; i < kCrowd; ++i) {
       crowd.push_back(std::make_unique<RemoteStation>());
-      if (i % 100 != 0) continue;
-      ASSERT_TRUE(first.HasNothingMore()) << i;
+      RemoteStation& station = *crowd.back();
+      station.SendText(R"({"Command":"HELLO","Id":"x","Pass":"wrong"})");
+      // Either an answer or the end.
+      if (station.Next().empty()) {
+        ASSERT_TRUE(station.IsClosed()) << i;
+      } else {
+        ++served;
+      }
     }
+    const int limit = std::min(GetParam(), 1024);
+    EXPECT_GT(served, limit * 3 / 4);
+    EXPECT_LT(served, kCrowd);
     ASSERT_TRUE(first.HasNothingMore());
-    // The early ones are in, the last one is not.
-    EXPECT_TRUE(crowd.front()->LogIn("b"));
-    EXPECT_TRUE(crowd.back()->WaitForClose());
   }
-  ASSERT_TRUE(first.HasNothingMore());
   bool isIn = false;
-  for (int attempt = 0; attempt < 100 && !isIn; ++attempt) {
+  for (int attempt = 0; attempt < 1000 && !isIn; ++attempt) {
     RemoteStation late;
     isIn = late.LogIn("c");
   }
   EXPECT_TRUE(isIn);
-  EXPECT_TRUE(host.IsAlive());
+  EXPECT_TRUE(first.HasNothingMore());
 }
 
 INSTANTIATE_TEST_SUITE_P(DescriptorLimits, CrowdTest, testing::Values(256, 1024, 4096));

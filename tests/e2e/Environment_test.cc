@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -94,7 +93,10 @@ TEST_F(EnvironmentTest, ASignalThatInterruptsTheLoopHarmsNothing) {
   HostProcess host;
   RemoteStation station;
   ASSERT_TRUE(station.LogIn("a"));
-  EXPECT_TRUE(station.HasNothingMore());
+  for (int i = 0; i < 50; ++i) {
+    host.Interrupt();
+    ASSERT_TRUE(station.HasNothingMore()) << i;
+  }
 }
 
 TEST_F(EnvironmentTest, AnIdleHostUsesNoProcessorTime) {

@@ -3,6 +3,7 @@
 //   limit=N   at most N descriptors
 #include <sys/resource.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <locale>
@@ -35,6 +36,7 @@ void Apply(const std::string& argument) {
 
 int main(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) Apply(argv[i]);
+  std::signal(SIGUSR1, [](int) {});
   if (app.Initialize(argc, argv) < 0) return 2;
   if (!app.IsListening()) return 3;
   std::puts("READY");

@@ -1,6 +1,5 @@
 #include "tests/e2e/HostProcess.h"
 
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
@@ -47,8 +46,12 @@ HostProcess::HostProcess(const std::vector<std::string>& arguments,
 
 HostProcess::~HostProcess() {
   if (mPid > 0) {
-    kill(mPid, SIGKILL);
-    waitpid(mPid, nullptr, 0);
+    EXPECT_TRUE(IsAlive()) << Console();
+    if (mPid > 0) kill(mPid, SIGKILL);
+    if (mPid > 0) waitpid(mPid, nullptr, 0);
+  }
+  if (!mMayComplain) {
+    EXPECT_EQ("", Errors());
   }
   close(mOut);
   close(mErr);
@@ -56,7 +59,10 @@ HostProcess::~HostProcess() {
 
 std::string HostProcess::Console() const { return ReadAll(mOut); }
 
-std::string HostProcess::Errors() const { return ReadAll(mErr); }
+std::string HostProcess::Errors() {
+  mMayComplain = true;
+  return ReadAll(mErr);
+}
 
 bool HostProcess::WaitForConsole(const std::string& text) const {
   for (const Deadline deadline; Console().find(text) == std::string::npos; Breathe()) {
@@ -78,6 +84,8 @@ bool HostProcess::IsAlive() {
   if (mPid > 0 && waitpid(mPid, nullptr, WNOHANG) == mPid) mPid = -1;
   return mPid > 0;
 }
+
+void HostProcess::Interrupt() { kill(mPid, SIGUSR1); }
 
 int HostProcess::OpenDescriptors() const {
   int count = 0;

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
-// Runs from construction to destruction. `prepare` runs in the child before the host starts.
+// Runs from construction to destruction, which expects that it is still alive and has complained
+// about nothing on standard error, unless the test waited for its end or read what it said.
+// `prepare` runs in the child before the host starts.
 class HostProcess {
  public:
   explicit HostProcess(const std::vector<std::string>& arguments = {},
@@ -19,12 +21,14 @@ class HostProcess {
 
   // What it has printed so far on standard output and on standard error.
   std::string Console() const;
-  std::string Errors() const;
+  std::string Errors();
   // Waits until the console contains the text.
   bool WaitForConsole(const std::string& text) const;
   // Waits for its end; the exit code, or -1 if it did not end by itself.
   int WaitForExit();
   bool IsAlive();
+  // Sends the signal that the host handles, which ends the system call that it waits in.
+  void Interrupt();
   int OpenDescriptors() const;
   // Processor time that it has used, in milliseconds.
   long CpuMs() const;
@@ -37,6 +41,7 @@ class HostProcess {
   pid_t mPid = -1;
   int mOut = -1;
   int mErr = -1;
+  bool mMayComplain = false;
 };
 
 // Whether the tests have a network of their own, in which the station port is free.
