@@ -175,6 +175,7 @@ KZString KZString::GetFileNameWithoutExtension() const {
   return KZString(substr(0, dot));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value in the interface.
 KZString KZString::Replace(KZString strold, KZString strnew) {
   if (strold.empty()) return *this;
   std::string result;

@@ -92,12 +92,14 @@ value& value::operator=(const value& other) {
 value& value::operator=(value&& other) noexcept {
   value taken(std::move(other));
   const value old(std::move(*this));
-  std::memcpy(static_cast<void*>(this), &taken, sizeof(value));
+  type_ = taken.type_;
+  CopyPayload(taken);
   taken.type_ = null_type;
   return *this;
 }
 
 void value::Destroy() noexcept {
+  // NOLINTBEGIN(clang-analyzer-core.CallAndMessage): CopyPayload() has set the pointer.
   switch (type_) {
     case string_type:
       delete string_;
@@ -111,6 +113,7 @@ void value::Destroy() noexcept {
     default:
       break;
   }
+  // NOLINTEND(clang-analyzer-core.CallAndMessage)
 }
 
 value::operator bool() const {

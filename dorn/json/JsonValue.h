@@ -95,8 +95,8 @@ class DORN_EXPORT value {
   value(const object& o);
 
   value(const value& other);
-  value(value&& other) noexcept {  // Leaves null behind.
-    std::memcpy(static_cast<void*>(this), &other, sizeof(value));
+  value(value&& other) noexcept : type_(other.type_) {  // Leaves null behind.
+    CopyPayload(other);
     other.type_ = null_type;
   }
   ~value() {
@@ -160,6 +160,10 @@ class DORN_EXPORT value {
   };
 
  private:
+  // The double is as long as the longest member, so its bytes are those of whichever is in use.
+  void CopyPayload(const value& other) noexcept {
+    std::memcpy(&double_, &other.double_, sizeof double_);
+  }
   void Destroy() noexcept;
   static bool ParseElements(array& elements, input& in);
   static bool ParseMembers(object& members, input& in);
