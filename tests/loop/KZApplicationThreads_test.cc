@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "dorn/loop/KZApplication.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/LoopRunner.h"
 #include "tests/support/TestApplication.h"
 #include "tests/support/TestPipe.h"
@@ -32,6 +33,7 @@ class Threads {
 };
 
 TEST(KZApplicationThreadsTest, ATimerOfAnotherThreadEndsAnEndlessWait) {
+  const HangGuard guard;
   TestApplication app;
   app.mOnTimer = [&](unsigned int) { app.WakeUp(); };  // Ends the pass that serves the timer.
   Threads threads;
@@ -41,6 +43,7 @@ TEST(KZApplicationThreadsTest, ATimerOfAnotherThreadEndsAnEndlessWait) {
 }
 
 TEST(KZApplicationThreadsTest, ARecordOfAnotherThreadEndsAnEndlessWait) {
+  const HangGuard guard;
   TestApplication app;
   const TestPipe pipe;
   pipe.Write("x");
@@ -52,6 +55,7 @@ TEST(KZApplicationThreadsTest, ARecordOfAnotherThreadEndsAnEndlessWait) {
 }
 
 TEST(KZApplicationThreadsTest, WakeUpOfAnotherThreadEndsAnEndlessWait) {
+  const HangGuard guard;
   TestApplication app;
   Threads threads;
   threads.Start([&] { app.WakeUp(); });

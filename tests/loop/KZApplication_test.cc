@@ -20,6 +20,7 @@
 #include "tests/loop/SystemCallSpy.h"
 #include "tests/support/CapturedStdout.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/LoopRunner.h"
 #include "tests/support/MemberOrder.h"
@@ -155,6 +156,26 @@ TEST(KZApplicationTest, ATimerRegisteredByATimerCallbackWakesTheLoop) {
   EXPECT_EQ(PendingWakeUps(app), before + 1);
 }
 
+TEST(KZApplicationTest, ATimerCallbackWakesTheLoopAlsoWhenTimersAreServedFromADescriptorCallback) {
+  FakeClock clock;
+  TestApplication app;
+  const TestPipe pipe;
+  TestRecord record(2, pipe.ReadEnd(), 5);
+  app.mFdList.push_back(&record);
+  app.SetApplicationSingleTimerInterval(1, 1);
+  int written = -1;
+  app.mOnTimer = [&](unsigned int) { app.SetApplicationSingleTimerInterval(50, 2); };
+  record.mOnReceive = [&] {
+    const int before = PendingWakeUps(app);
+    clock.AdvanceMs(1);
+    app.BaseTimer(clock.Now());
+    written = PendingWakeUps(app) - before;
+  };
+  pipe.Write("x");
+  app.RunPass();
+  EXPECT_EQ(written, 1);
+}
+
 TEST(KZApplicationTest, DiscardingAllTimersWakesTheLoop) {
   TestApplication app;
   app.ResetTimer();
@@ -217,6 +238,7 @@ class KZApplicationWaitTest : public ::testing::Test {
     return spy.LastWaitMs();
   }
 
+  HangGuard mGuard;
   FakeClock mClock;
   TestPipe mPipe;
   TestApplication mApp;
@@ -303,6 +325,7 @@ class KZApplicationPassTest : public ::testing::Test {
     mApp.RunPass();
   }
 
+  HangGuard mGuard;
   TestPipe mPipe;
   TestApplication mApp;
 };
@@ -635,6 +658,7 @@ TEST(KZApplicationLoopTest, AppMainFiresTimersAgainAndAgain) {
 }
 
 TEST(KZApplicationLoopTest, ATimerThatOnlyACallbackRegisteredIsNotSleptThrough) {
+  const HangGuard guard;
   TestApplication app;
   app.SetApplicationSingleTimerInterval(1, 1);
   app.mOnTimer = [&](unsigned int id) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dorn/loop/KZFdData.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/TestApplication.h"
 #include "tests/support/TestPipe.h"
 
@@ -142,6 +143,7 @@ TEST_F(KZFdDataListApplyTest, TwoPendingRecordsWithOneDescriptorAreBothLinked) {
 }
 
 TEST_F(KZFdDataListApplyTest, ARequestMadeByADestructorWaitsForTheNextPass) {
+  const HangGuard guard;
   TestRecord later(2, 950, 9);
   TestRecord* const record = Make("a", 900, 1, true);
   record->mOnDestroy = [&] { mList.Add(&later); };
@@ -155,6 +157,7 @@ TEST_F(KZFdDataListApplyTest, ARequestMadeByADestructorWaitsForTheNextPass) {
 }
 
 TEST_F(KZFdDataListApplyTest, ADestructorMayRemoveRecords) {
+  const HangGuard guard;
   TestRecord other(2, 950, 9);
   mList.push_back(&other);
   for (const bool linked : {true, false}) {

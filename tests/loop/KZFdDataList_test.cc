@@ -15,6 +15,7 @@
 
 #include "dorn/loop/KZFdData.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/MemberOrder.h"
 #include "tests/support/TestApplication.h"
 #include "tests/support/TestPipe.h"
@@ -186,6 +187,7 @@ TEST(KZFdDataListTest, WakeUpWritesOneExclamationMark) {
 }
 
 TEST(KZFdDataListTest, SeventyThousandWakeUpsDoNotBlock) {
+  const HangGuard guard;
   TestList list;
   for (int i = 0; i < 70000; ++i) list.WakeUp();
   EXPECT_GT(PendingWakeUps(list), 60000);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/loop/BufferAllocation.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/MemberOrder.h"
 #include "tests/support/TestApplication.h"
 #include "tests/support/TestPipe.h"
@@ -396,6 +397,7 @@ TEST(KZFdDataTest, CheckBufferCountsFewerThan1500FreeBytesAsNearlyFull) {
 }
 
 TEST(KZFdDataTest, CheckBufferGivesItsNoticeWithoutTheLock) {
+  const HangGuard guard;
   TestRecord record(nullptr);
   Fill(record, 10, "abc");
   int held = -1;
@@ -405,6 +407,7 @@ TEST(KZFdDataTest, CheckBufferGivesItsNoticeWithoutTheLock) {
 }
 
 TEST(KZFdDataTest, ClearDataEmptiesTheBufferThenGivesItsNoticeWithoutTheLock) {
+  const HangGuard guard;
   TestRecord record(nullptr);
   Fill(record, 10, "abc");
   int held = -1;

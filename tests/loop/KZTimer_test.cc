@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "dorn/loop/KZApplication.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/MemberOrder.h"
 #include "tests/support/TestApplication.h"
@@ -338,6 +339,7 @@ TEST_F(KZTimerTest, AClockSetBackPostponesTimers) {
 // --- Callbacks ---
 
 TEST_F(KZTimerTest, CallbacksRunWithoutTheLock) {
+  const HangGuard guard;
   int taken = 0;
   mApp.mOnTimer = [&](unsigned int) {
     taken = mApp.mTimerListLock.TryLock();
@@ -405,6 +407,7 @@ TEST_F(KZTimerTest, TheStepOfAVeryLateTimerWrapsAt32Bits) {
 }
 
 TEST_F(KZTimerTest, AClockStepOfDecadesEndsForEveryPeriod) {
+  const HangGuard guard;
   for (const unsigned long interval : {50, 100, 200, 250, 500, 1000, 2000, 3000, 1024, 65536}) {
     for (const int64_t bootSeconds : {int64_t{0}, int64_t{946684800}}) {
       mClock.Set(bootSeconds);
@@ -423,6 +426,7 @@ TEST_F(KZTimerTest, AClockStepOfDecadesEndsForEveryPeriod) {
 }
 
 TEST_F(KZTimerTest, AStepThatWrapsToZeroBecomesOnePeriod) {
+  const HangGuard guard;
   // 65,536 periods of 65,536 ms are 2^32 ms: late by one period less, the step would be 0.
   mApp.SetApplicationTimerInterval(65536, 1);
   EXPECT_EQ(FireAt(uint64_t{65536} * 65536), 65536u);

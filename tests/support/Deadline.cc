@@ -1,5 +1,7 @@
 #include "tests/support/Deadline.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 
 std::chrono::milliseconds TestTimeout() {
@@ -14,3 +16,7 @@ int Deadline::LeftMs() const {
   if (left.count() > 0) return static_cast<int>(left.count());
   return IsOver() ? 0 : 1;
 }
+
+HangGuard::HangGuard() { alarm(static_cast<unsigned>(TestTimeout().count() / 1000 + 1)); }
+
+HangGuard::~HangGuard() { alarm(0); }

@@ -22,4 +22,14 @@ class Deadline {
   std::chrono::steady_clock::time_point mEnd;
 };
 
+// Ends the process with SIGALRM when a test is still at work TestTimeout() after its construction:
+// for code that blocks for ever, or loops, when it is wrong.
+class HangGuard {
+ public:
+  HangGuard();
+  ~HangGuard();
+  HangGuard(const HangGuard&) = delete;
+  HangGuard& operator=(const HangGuard&) = delete;
+};
+
 #endif  // TESTS_SUPPORT_DEADLINE_H_
