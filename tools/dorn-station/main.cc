@@ -2,6 +2,8 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -149,9 +151,7 @@ class Run {
   bool mQuit = false;
 };
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Main(int argc, char** argv) {
   CLI::App cli{
       "A station for the command line: logs in to a dialog server, sends commands and "
       "prints every message that arrives."};
@@ -165,4 +165,16 @@ int main(int argc, char** argv) {
   }
   arguments.station.answerKeepalive = !noKeepalive;
   return static_cast<int>(Run(arguments).All());
+}
+
+}  // namespace
+
+// The library for the arguments reports its own misuse by exceptions.
+int main(int argc, char** argv) {
+  try {
+    return Main(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "dorn-station: %s\n", error.what());
+    return static_cast<int>(Outcome::kUsage);
+  }
 }
