@@ -65,13 +65,13 @@ bool Has(const std::string& text, const char* part) { return text.find(part) != 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FuzzInput in(data, size);
   const KZString date(in.Until('\0'));
-  const KZString object(in.Until('\0'));
+  const KZString objectName(in.Until('\0'));
   const std::string name = in.Rest();
   FuzzServer server;
   app.CreateDialog("top");
   const FuzzStation station(4096);
   FUZZ_CHECK(VQApplication::IsInsideResources(name) == IsInside(name));
-  station.Client()->OnGetfile(name, date, object);
+  station.Client()->OnGetfile(name, date, objectName);
   const std::string bytes = Receive(station);
   FUZZ_CHECK(station.Client() != nullptr);
   const size_t end = bytes.find('\3');
