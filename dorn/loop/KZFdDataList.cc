@@ -116,8 +116,11 @@ KZFdDataList::~KZFdDataList() {
 }
 
 void KZFdDataList::WakeUp() {
-  // Fails only when the pipe is full, and then the loop is woken anyway.
-  [[maybe_unused]] const ssize_t ignored = write(LoadShared(mPipeFd), "!", 1);
+  const int fd = LoadShared(mPipeFd);
+  // When the pipe is full the loop is woken anyway. A byte that is lost for any other reason would
+  // leave requests waiting for the next one.
+  if (write(fd, "!", 1) >= 0 || errno == EAGAIN) return;
+  [[maybe_unused]] const ssize_t ignored = write(fd, "!", 1);
 }
 
 int KZFdDataList::CreateUniqueId() {
