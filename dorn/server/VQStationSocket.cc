@@ -72,7 +72,8 @@ void VQStationSocket::ReadyToRead() {
   for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
     sockaddr_in address{};
     socklen_t length = sizeof address;
-    const int fd = accept4(GetFD(), reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC);
+    const int fd = accept4(GetFD(), reinterpret_cast<sockaddr*>(&address), &length,
+                           SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd >= 0) {
       OnAccept(fd, reinterpret_cast<sockaddr*>(&address), &length);
       return;
@@ -87,8 +88,8 @@ void VQStationSocket::ReadyToRead() {
     usleep(kPauseUs);  // The connection waits; the loop must not spin meanwhile.
     return;
   }
-  dorn::PrintLine({"The station port is closed: ", std::strerror(error)});
   Accept();
+  if (GetFD() < 0) dorn::PrintLine({"The station port is closed: ", std::strerror(error)});
 }
 
 void VQStationSocket::OnListen() {
