@@ -137,7 +137,10 @@ int VQApplication::Initialize(int argc, char** argv) {
   int result = KZApplication::Initialize(argc, argv);
   if (result < 0) return result;
   result = mStationSocket.Open(nullptr, kStationPort);
-  if (result < 0) return result;
+  if (result < 0) {
+    std::fprintf(stderr, "dorn: no socket can be opened for TCP port %d\n", kStationPort);
+    return result;
+  }
   // Opening gives a descriptor also when the port could not be bound. The host decides what to do
   // about it, but nobody shall run a deaf server without knowing.
   if (!IsListening()) {
