@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -39,6 +40,7 @@ HostProcess::HostProcess(const std::vector<std::string>& arguments,
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   dup2(mOut, STDOUT_FILENO);
   dup2(mErr, STDERR_FILENO);
+  if (const char* preload = std::getenv("DORN_E2E_PRELOAD")) setenv("LD_PRELOAD", preload, 1);
   if (prepare) prepare();
   execv(DORN_E2E_HOST, argv.data());
   _exit(127);
@@ -83,6 +85,13 @@ int HostProcess::WaitForExit() {
 bool HostProcess::IsAlive() {
   if (mPid > 0 && waitpid(mPid, nullptr, WNOHANG) == mPid) mPid = -1;
   return mPid > 0;
+}
+
+bool HostProcess::HasEnded() const {
+  siginfo_t info{};
+  return mPid < 0 ||
+         (waitid(P_PID, static_cast<id_t>(mPid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+          info.si_pid == mPid);
 }
 
 void HostProcess::Interrupt() { kill(mPid, SIGUSR1); }

@@ -10,7 +10,8 @@
 
 // Runs from construction to destruction, which expects that it is still alive and has complained
 // about nothing on standard error, unless the test waited for its end or read what it said.
-// `prepare` runs in the child before the host starts.
+// `prepare` runs in the child before the host starts. The library that the environment variable
+// DORN_E2E_PRELOAD names is preloaded into the host.
 class HostProcess {
  public:
   explicit HostProcess(const std::vector<std::string>& arguments = {},
@@ -27,6 +28,8 @@ class HostProcess {
   // Waits for its end; the exit code, or -1 if it did not end by itself.
   int WaitForExit();
   bool IsAlive();
+  // Has ended by itself; WaitForExit() tells how.
+  bool HasEnded() const;
   // Sends the signal that the host handles, which ends the system call that it waits in.
   void Interrupt();
   int OpenDescriptors() const;
