@@ -1,0 +1,152 @@
+// Which timer reaches whom: dialogs, connections, sessions, the host.
+#include "tests/server/ServerTest.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ApplicationTimersTest : public ServerTest {};
+
+TEST_F(ApplicationTimersTest, DialogTimersReachTheNamedDialog) {
+  Offer("a", "unused");
+  app.CreateDialog("a");
+  Calls().clear();
+  app.SetTimerData(50, 7, "a", 0);
+  app.SetTimerData(60, 8, "unknown", 0);
+  Wait(100);
+  EXPECT_THAT(Calls(), ElementsAre("OnTimer a 7"));
+}
+
+TEST_F(ApplicationTimersTest, TimersOutsideTheRangesAreTheHosts) {
+  Link link = Connect();
+  app.ResetTimer();
+  for (const unsigned int id : {0U, 1U, 0x7FFFFFFU, 0x10000000U, 0xFFFFFFFFU}) {
+    app.SetApplicationSingleTimerInterval(1, id);
+    Wait(1);
+  }
+  EXPECT_THAT(Calls(), ElementsAre("OnTimer app 0", "OnTimer app 1", "OnTimer app 134217727",
+                                   "OnTimer app 268435456", "OnTimer app 4294967295"));
+}
+
+TEST_F(ApplicationTimersTest, TimersOfConnectionsThatAreGoneAreTheHosts) {
+  app.ApplicationTimer(timeval{}, 0x8000001);
+  app.ApplicationTimer(timeval{}, 0xCFFFFFF);
+  EXPECT_THAT(Calls(), ElementsAre("OnTimer app 134217729", "OnTimer app 218103807"));
+}
+
+TEST_F(ApplicationTimersTest, ConnectionTimeoutClosesTheConnection) {
+  Link link = Connect();
+  Wait(9999);
+  EXPECT_NE(nullptr, Find(link));
+  CapturedStdout console;
+  Wait(1);
+  EXPECT_EQ("コネクションタイムアウト\nsocket delete\n", console.Text());
+  EXPECT_EQ(0U, Connections());
+  EXPECT_TRUE(link.station.IsClosed());
+  EXPECT_THAT(Calls(), IsEmpty());
+}
+
+TEST_F(ApplicationTimersTest, IdleConnectionIsAskedToAnswer) {
+  Link link = LoggedIn("S1");
+  Tell(link, R"({"Command":"ANY"})");
+  Wait(179999);
+  EXPECT_THAT(link.station.Messages(), IsEmpty());
+  CapturedStdout console;
+  Wait(1);
+  EXPECT_EQ(" sid=S1 dname= id=134217728 out={\"Command\":\"KEEPALIVE\"}\n", console.Text());
+  EXPECT_THAT(link.station.Messages(), ElementsAre(R"({"Command":"KEEPALIVE"})"));
+  EXPECT_THAT(DueIn(0x8000002), ElementsAre(10000));
+  EXPECT_THAT(DueIn(0x8000001), IsEmpty());
+}
+
+TEST_F(ApplicationTimersTest, ASecondIdleTimeoutRearmsTheAnswerTimer) {
+  Link link = LoggedIn("S1");
+  app.ApplicationTimer(timeval{}, 0x8000001);
+  mClock.AdvanceMs(4000);
+  app.ApplicationTimer(timeval{}, 0x8000001);
+  EXPECT_THAT(DueIn(0x8000002), ElementsAre(10000));
+}
+
+TEST_F(ApplicationTimersTest, ConnectionThatDoesNotAnswerIsClosed) {
+  Link link = LoggedIn("S1");
+  Tell(link, R"({"Command":"ANY"})");
+  Wait(180000);
+  Wait(9999);
+  EXPECT_NE(nullptr, Find(link));
+  CapturedStdout console;
+  Wait(1);
+  EXPECT_EQ("KEEPALIVE応答タイムアウト\nsocket delete\n", console.Text());
+  EXPECT_TRUE(link.station.IsClosed());
+}
+
+TEST_F(ApplicationTimersTest, AnsweredConnectionLivesOn) {
+  Link link = LoggedIn("S1");
+  Tell(link, R"({"Command":"ANY"})");
+  for (int round = 0; round < 3; ++round) {
+    Wait(180000);
+    EXPECT_THAT(link.station.Messages(), ElementsAre(R"({"Command":"KEEPALIVE"})"));
+    Wait(9999);
+    Tell(link, R"({"Command":"KEEPALIVE"})");
+  }
+  Wait(10000);
+  EXPECT_NE(nullptr, Find(link));
+}
+
+// Only the KEEPALIVE command is an answer.
+TEST_F(ApplicationTimersTest, OtherCommandsDoNotAnswerTheKeepalive) {
+  Link link = LoggedIn("S1");
+  Tell(link, R"({"Command":"ANY"})");
+  Wait(180000);
+  Tell(link, R"({"Command":"ANY"})");
+  Wait(10000);
+  EXPECT_EQ(nullptr, Find(link));
+}
+
+TEST_F(ApplicationTimersTest, TimersThreeToNineOfAConnectionDoNothing) {
+  Link link = Connect();
+  CapturedStdout console;
+  for (unsigned int id = 0x8000003; id <= 0x8000009; ++id) app.ApplicationTimer(timeval{}, id);
+  EXPECT_EQ("", console.Text());
+  EXPECT_THAT(Calls(), IsEmpty());
+  EXPECT_NE(nullptr, Find(link));
+}
+
+// The first callback of a pass may close a connection whose own timer is due in the same pass.
+TEST_F(ApplicationTimersTest, AClosedConnectionSwallowsItsOwnLastTimer) {
+  Link link = Connect();
+  app.SetApplicationSingleTimerInterval(5000, 99);
+  app.timer = [&](unsigned int) {
+    if (VQClientSocket* client = Find(link)) client->Close();
+  };
+  Wait(10000);
+  EXPECT_THAT(Calls(), ElementsAre("OnTimer app 99"));
+  EXPECT_EQ(0U, Connections());
+}
+
+TEST_F(ApplicationTimersTest, SessionTimerPrintsAndExpires) {
+  app.CreateSession("S1", 1000);
+  CapturedStdout console;
+  Wait(1000);
+  EXPECT_EQ(
+      "セッション有効期限タイマー発生\n"
+      "セッションの有効期限が切れました SessionID:S1\n"
+      "Remove sessionid=S1\n",
+      console.Text());
+  EXPECT_FALSE(app.SessionList()->Has("S1"));
+}
+
+TEST_F(ApplicationTimersTest, UnknownTimersOfTheSessionRangeAreReportedAndNotTheHosts) {
+  CapturedStdout console;
+  app.ApplicationTimer(timeval{}, 0xD000000);
+  app.ApplicationTimer(timeval{}, 0xFFFFFFF);
+  EXPECT_EQ(
+      "セッション有効期限タイマー発生\n"
+      "エラー [セッション有効期限切れ処理] TimerId:d000000\n"
+      "セッション有効期限タイマー発生\n"
+      "エラー [セッション有効期限切れ処理] TimerId:fffffff\n",
+      console.Text());
+  EXPECT_THAT(Calls(), IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,139 @@
+// GETFILE of big files: slow readers, many requests, files that change meanwhile.
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <vector>
+
+#include "tests/server/FileTransferTest.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+using FileStreamingTest = FileTransferTest;
+
+TEST_F(FileStreamingTest, AFiveMegabyteFileArrivesWholeAndInOrder) {
+  const std::string text = Pattern(5 << 20);
+  const std::string name = File("big.bin", text);
+  Get(name);
+  SendMarker();
+  const std::string expected = Frame(Follows(name, text.size())) + text + Frame("marker");
+  EXPECT_TRUE(expected == Received(expected.size()));
+}
+
+TEST_F(FileStreamingTest, AStationThatDoesNotReadDelaysNobody) {
+  const std::string name = File("big.bin", Pattern(5 << 20));
+  Link other = LoggedIn("S2");
+  const int before = OpenDescriptors();
+  Get(name);
+  Tell(other, R"({"Command":"HELLO","Type":"T"})");
+  EXPECT_EQ(1U, other.station.Messages().size());
+  app.SetApplicationSingleTimerInterval(1, 42);
+  Calls().clear();
+  Wait(1);
+  EXPECT_THAT(Calls(), ElementsAre("OnTimer app 42"));
+  EXPECT_LE(OpenDescriptors(), before + 2);  // The file, and what watches the backlog.
+}
+
+TEST_F(FileStreamingTest, AWaitingTransferDoesNotKeepTheLoopBusy) {
+  const std::string name = File("big.bin", Pattern(5 << 20));
+  Get(name);
+  Pass(5);
+  app.ResetTimer();
+  app.SetApplicationTimerInterval(20, 42);
+  int passes = 0;
+  for (const auto start = std::chrono::steady_clock::now();
+       std::chrono::steady_clock::now() - start < std::chrono::milliseconds(100); ++passes) {
+    app.RunPass();
+    mClock.AdvanceMs(20);
+  }
+  EXPECT_LE(passes, 20);
+}
+
+TEST_F(FileStreamingTest, ManyRequestsAreAnsweredInOrder) {
+  const std::string a = Pattern(700000), b = Pattern(300001);
+  const std::string nameA = File("a.bin", a), nameB = File("b.bin", b);
+  Tell(mLink, R"({"Commands":[{"Command":"GETFILE","File":")" + nameA +
+                  R"("},{"Command":"GETFILE","File":"zz"},{"Command":"GETFILE","File":")" + nameB +
+                  R"("},{"Command":"GETFILE","File":")" + nameA + R"("}]})");
+  const std::string expected =
+      Frame(Follows(nameA, a.size())) + a + Frame(Error("zz", "FILE NOT FOUND")) +
+      Frame(Follows(nameB, b.size())) + b + Frame(Follows(nameA, a.size())) + a;
+  EXPECT_TRUE(expected == Received(expected.size()));
+}
+
+TEST_F(FileStreamingTest, ManyRequestsForAFileHoldFewDescriptors) {
+  const std::string name = File("a.bin", Pattern(1 << 20));
+  const int before = OpenDescriptors();
+  std::string commands;
+  for (int i = 0; i < 50; ++i) {
+    commands += (i == 0 ? "" : ",") + (R"({"Command":"GETFILE","File":")" + name + R"("})");
+  }
+  Tell(mLink, R"({"Commands":[)" + commands + "]}");
+  EXPECT_LE(OpenDescriptors(), before + 2);
+}
+
+TEST_F(FileStreamingTest, AFileThatGrowsIsSentToItsAnnouncedLength) {
+  const std::string text = Pattern(3 << 20);
+  const std::string name = File("grow.bin", text);
+  Get(name);
+  std::ofstream(Path(name), std::ios::binary | std::ios::app) << std::string(100000, 'g');
+  SendMarker();
+  const std::string expected = Frame(Follows(name, text.size())) + text + Frame("marker");
+  EXPECT_TRUE(expected == Received(expected.size()));
+}
+
+TEST_F(FileStreamingTest, AFileThatShrinksEndsEarlyAndTheStationIsServedOn) {
+  const std::string text = Pattern(3 << 20);
+  const std::string name = File("shrink.bin", text);
+  Get(name);
+  ASSERT_EQ(0, truncate(Path(name).c_str(), 1000));
+  SendMarker();
+  std::string got;
+  ASSERT_TRUE(RunUntil([&] {
+    got = mLink.station.Bytes();
+    return got.size() > 8 && got.substr(got.size() - 8) == Frame("marker");
+  }));
+  const std::string announced = Frame(Follows(name, text.size()));
+  EXPECT_EQ(announced, got.substr(0, announced.size()));
+  EXPECT_EQ(text.substr(0, 100), got.substr(announced.size(), 100));
+  EXPECT_LT(got.size(), text.size());
+}
+
+TEST_F(FileStreamingTest, AStationThatLeavesInTheMiddleLeavesNothingBehind) {
+  const std::string name = File("big.bin", Pattern(5 << 20));
+  Get(name);
+  const int before = OpenDescriptors();
+  mLink.station.Close();
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  EXPECT_LT(OpenDescriptors(), before);
+}
+
+// The raw bytes go through the connection's own Send, block by block.
+class RecordingClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  int Send(const void* data, int length) override {
+    mBlocks.push_back(length);
+    return VQClientSocket::Send(data, length);
+  }
+  std::vector<int> mBlocks;
+};
+
+TEST_F(FileStreamingTest, BlocksOfOneKibibyteGoThroughSend) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  auto* client = new RecordingClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  Station station(pair[1]);
+  Pass();
+  const std::string text = Pattern(2500);
+  const std::string name = File("a.bin", text);
+  client->OnGetfile(KZString(name), "", "");
+  EXPECT_THAT(client->mBlocks, ElementsAre(1024, 1024, 452));
+  EXPECT_EQ(Frame(Follows(name, 2500)) + text, station.Bytes());
+}
+
+}  // namespace
