@@ -41,9 +41,10 @@ class Model {
       mTimers.erase(mTimers.begin());
       fired.push_back(timer);
       if (timer.mInterval == 0) continue;
-      // In 32 bits.
-      const auto periods = static_cast<uint32_t>((now - timer.mTime) / timer.mInterval + 1);
-      const uint32_t step = timer.mInterval * periods;
+      const uint64_t periods = (now - timer.mTime) / timer.mInterval + 1;
+      uint64_t step = timer.mInterval * periods;
+      // In 32 bits, unless there are too many.
+      if (fired.size() < 100000) step &= 0xFFFFFFFF;
       timer.mTime += step == 0 ? timer.mInterval : step;
       Insert(timer);
     }
@@ -131,19 +132,32 @@ class Driver {
     mModel.Set(mClock.NowMs(), 0, id, "", false);
   }
 
-  // The list is public.
+  // The list is public. Whoever changes it keeps its order.
   void EditByHand() {
     if (mModel.mTimers.empty()) return;
     const unsigned index = mIn.Byte() % static_cast<unsigned>(mModel.mTimers.size());
     auto timer = mApp.mTimerList.begin();
     std::advance(timer, index);
-    if (mIn.Flag()) {
-      mApp.mTimerList.erase(timer);
-      mModel.mTimers.erase(mModel.mTimers.begin() + index);
-    } else {
-      mApp.mTimerList.insert(timer, *timer);
-      mModel.mTimers.insert(mModel.mTimers.begin() + index, Timer(mModel.mTimers[index]));
+    switch (mIn.Below(3)) {
+      case 0:
+        mApp.mTimerList.insert(timer, *timer);
+        mModel.mTimers.insert(mModel.mTimers.begin() + index, Timer(mModel.mTimers[index]));
+        return;
+      case 1:
+        mApp.mTimerList.erase(timer);
+        mModel.mTimers.erase(mModel.mTimers.begin() + index);
+        return;
+      default:
+        mModel.mTimers[index].mTime = timer->mTime = TimeFor(index);
     }
+  }
+
+  // A time between those of the neighbours.
+  uint64_t TimeFor(size_t index) {
+    const std::vector<Timer>& timers = mModel.mTimers;
+    const uint64_t first = index > 0 ? timers[index - 1].mTime : 0;
+    const uint64_t last = index + 1 < timers.size() ? timers[index + 1].mTime : first + 1000;
+    return first + mIn.Number(2) % (last - first + 1);
   }
 
   void Pass() {

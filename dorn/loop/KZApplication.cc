@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <ctime>
 #include <utility>
@@ -50,6 +51,9 @@ timeval ToTimeval(std::uint64_t milliseconds) {
   return time;
 }
 
+// How many timers fire in one pass before steps no longer wrap.
+constexpr std::size_t kMaxBurst = 100000;
+
 // The timer at the first point of its grid after `nowMs`.
 KZTimerData Rescheduled(const KZTimerData& timer, std::uint64_t nowMs) {
   KZTimerData next(timer);
@@ -59,6 +63,14 @@ KZTimerData Rescheduled(const KZTimerData& timer, std::uint64_t nowMs) {
   // A step that wrapped to nothing would leave the timer due for ever, and this pass without an
   // end. It happens when the clock is set forward by more than 49 days.
   next.mTime += step != 0 ? step : timer.mInterval;
+  return next;
+}
+
+// The same without the wrap. After a clock step some periods wrap to steps of a millisecond, again
+// and again: such a timer would fire millions of times, each with its place in memory.
+KZTimerData RescheduledAtOnce(const KZTimerData& timer, std::uint64_t nowMs) {
+  KZTimerData next(timer);
+  next.mTime += ((nowMs - timer.mTime) / timer.mInterval + 1) * timer.mInterval;
   return next;
 }
 
@@ -185,7 +197,9 @@ std::uint64_t KZApplication::BaseTimer(timeval tn) {
       }
       mTimerIndex->MoveFirstTo(fired);
       const KZTimerData& timer = fired.back();
-      if (timer.mInterval != 0) mTimerIndex->Insert(Rescheduled(timer, nowMs));
+      if (timer.mInterval == 0) continue;
+      const bool isBurst = fired.size() >= kMaxBurst;
+      mTimerIndex->Insert(isBurst ? RescheduledAtOnce(timer, nowMs) : Rescheduled(timer, nowMs));
     }
   }
   for (const KZTimerData& timer : fired) FireTimer(tn, timer);

@@ -435,4 +435,14 @@ TEST_F(KZTimerTest, AStepThatWrapsToZeroBecomesOnePeriod) {
   EXPECT_THAT(ListedTimes(), ElementsAre(uint64_t{65536} * 65537));
 }
 
+TEST_F(KZTimerTest, StepsThatWrapToAMillisecondDoNotFireForEver) {
+  const HangGuard guard;
+  // Three periods are 2^33 + 1 ms: from two to three periods late the step is 1 ms.
+  constexpr uint64_t kPeriod = 2863311531;
+  mApp.SetApplicationTimerInterval(kPeriod, 1);
+  EXPECT_EQ(FireAt(3 * kPeriod + 1000000000), kPeriod - 1000000000 + 99999);
+  EXPECT_EQ(mApp.TakeIds().size(), 100000u);
+  EXPECT_THAT(ListedTimes(), ElementsAre(4 * kPeriod + 99999));
+}
+
 }  // namespace
