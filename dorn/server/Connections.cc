@@ -1,6 +1,9 @@
 #include "dorn/server/Connections.h"
 
+#include <typeinfo>
+
 #include "dorn/loop/KZFdData.h"
+#include "dorn/loop/SharedInt.h"
 #include "dorn/server/App.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
@@ -11,12 +14,15 @@ VQClientSocket* AsConnection(KZFdData* record) {
   const auto id = static_cast<unsigned int>(record->GetId());
   const bool inRange =
       id >= VQApplication::kFirstSocketId && id < VQApplication::kFirstSessionTimerId;
-  return inRange ? dynamic_cast<VQClientSocket*>(record) : nullptr;
+  if (!inRange) return nullptr;
+  // The usual class needs no search through its bases.
+  if (typeid(*record) == typeid(VQClientSocket)) return static_cast<VQClientSocket*>(record);
+  return dynamic_cast<VQClientSocket*>(record);
 }
 
 VQClientSocket* AsLivingConnection(KZFdData* record) {
   VQClientSocket* client = AsConnection(record);
-  if (client == nullptr || client->GetFDStatus() == KZFdData::kStatusRemove) return nullptr;
+  if (client == nullptr || LoadShared(record->mStatus) == KZFdData::kStatusRemove) return nullptr;
   return client;
 }
 

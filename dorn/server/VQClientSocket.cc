@@ -8,11 +8,14 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/SharedInt.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/FrameHold.h"
 #include "dorn/server/OutgoingDrainer.h"
 #include "dorn/server/OutgoingQueue.h"
 #include "dorn/server/VQApplication.h"
@@ -42,8 +45,15 @@ bool IsRetryable(int error) { return error == EAGAIN || error == EWOULDBLOCK || 
 // Zero ends a text, STX and ETX frame it.
 bool MayNotBeInText(char byte) { return byte == '\0' || byte == kStx || byte == kEtx; }
 
-// STX text ETX. Bytes of the text that would end the message, or forge one, become blanks.
+bool IsFrameOf(const std::string& frame, const KZString& text) {
+  return frame.size() == text.size() + 2 &&
+         std::memcmp(frame.data() + 1, text.data(), text.size()) == 0;
+}
+
+// STX text ETX. Bytes of the text that would end the message, or forge one, become blanks. One text
+// usually goes to many stations in a row: the frame of the last one is used again.
 void Frame(const KZString& text, std::string& frame) {
+  if (IsFrameOf(frame, text)) return;
   frame.assign(1, kStx);
   frame.reserve(text.size() + 2);
   frame += text;
@@ -59,16 +69,18 @@ VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
 }
 
 VQClientSocket::~VQClientSocket() {
+  if (!mHeld.empty()) dorn::FrameHold::Forget(this);
   if (mOutgoing != nullptr) dorn::OutgoingDrainer::Forget(GetFdDataList(), this);
   std::puts("socket delete");
 }
 
-bool VQClientSocket::IsRemoved() { return GetFDStatus() == kStatusRemove; }
+// Descriptor and status are read without the lock, as the loop does: see SharedInt.h.
+bool VQClientSocket::IsRemoved() { return dorn::LoadShared(KZFdData::mStatus) == kStatusRemove; }
 
 // A record that never got a descriptor carries the number 0.
 bool VQClientSocket::HasNoDescriptor() {
-  const int fd = GetFD();
-  return fd < 0 || (fd == 0 && GetFDStatus() == kStatusInitial);
+  const int fd = dorn::LoadShared(mFD);
+  return fd < 0 || (fd == 0 && dorn::LoadShared(KZFdData::mStatus) == kStatusInitial);
 }
 
 // Receiving.
@@ -114,15 +126,25 @@ int VQClientSocket::OnReceive(sockaddr*, unsigned int) {
   // Bytes that were put there without the loop may be anything.
   if (IsSelect() == 0 && !isRepetition) ForgetSearches();
   Resynchronise();
-  for (int length = FindMessageEnd(); length > 0; length = FindMessageEnd()) {
-    DoCommand(TakeMessage(length));
-    // What a closed connection has sent is not executed any more, or one message could try
-    // thousands of session ids.
-    if (IsRemoved()) return 0;
-  }
+  ExecuteMessages();
+  if (IsRemoved()) return 0;
   CloseIfFull();
   mLeft = GetDataLength();
   return 0;
+}
+
+// What a closed connection has sent is not executed any more, or one message could try thousands of
+// session ids.
+void VQClientSocket::ExecuteMessages() {
+  dorn::FrameHold hold;
+  for (int length = FindMessageEnd(); length > 0; length = FindMessageEnd()) {
+    const KZString message = TakeMessage(length);
+    hold.SetMore(FindMessageEnd() > 0);
+    // Hooks may read from the buffer too, so the end is looked for anew.
+    ForgetSearches();
+    DoCommand(message);
+    if (IsRemoved()) return;
+  }
 }
 
 void VQClientSocket::RestartIdleTimer() {
@@ -206,17 +228,44 @@ int VQClientSocket::SendData(const KZString& text) {
 }
 
 int VQClientSocket::Send(const void* data, int length) {
+  FlushHeld();
   if (length <= 0 || !HasBacklog()) return KZClientSocket::Send(data, length);
   return Enqueue(static_cast<const char*>(data), static_cast<std::size_t>(length)) ? length : -1;
 }
 
-// One write. What it leaves over is queued and counts as written: a message that was begun must be
-// completed before anything else, or the station would be out of step for ever.
 int VQClientSocket::Transmit(const char* bytes, std::size_t length) {
   const int total = static_cast<int>(length);
   if (HasBacklog()) return Enqueue(bytes, length) ? total : -1;
   if (HasNoDescriptor()) return -1;
-  const ssize_t written = write(GetFD(), bytes, length);
+  if (Hold(bytes, length)) return total;
+  return HasBacklog() || HasNoDescriptor() ? Transmit(bytes, length) : WriteOrQueue(bytes, length);
+}
+
+// False when the bytes are to be sent now, behind what was kept back before.
+bool VQClientSocket::Hold(const char* bytes, std::size_t length) {
+  if (mHeld.empty() && !dorn::FrameHold::IsActive()) return false;
+  if (length > dorn::FrameHold::kMaxFrame || GetFdDataList() == nullptr) {
+    FlushHeld();
+    return false;
+  }
+  if (mHeld.empty()) dorn::FrameHold::Register(this);
+  mHeld.append(bytes, length);
+  if (mHeld.size() > dorn::FrameHold::kMaxHeld) FlushHeld();
+  return true;
+}
+
+// A failure is not reported here either: the loop finds it when it reads.
+void VQClientSocket::FlushHeld() {
+  if (mHeld.empty()) return;
+  const std::string bytes = std::exchange(mHeld, std::string());
+  if (!HasNoDescriptor()) static_cast<void>(WriteOrQueue(bytes.data(), bytes.size()));
+}
+
+// One write. What it leaves over is queued and counts as written: a message that was begun must be
+// completed before anything else, or the station would be out of step for ever.
+int VQClientSocket::WriteOrQueue(const char* bytes, std::size_t length) {
+  const int total = static_cast<int>(length);
+  const ssize_t written = write(dorn::LoadShared(mFD), bytes, length);
   if (written == total || (written < 0 && !IsRetryable(errno))) return static_cast<int>(written);
   if (GetFdDataList() == nullptr) return static_cast<int>(written);  // No loop to send the rest.
   const std::size_t sent = written > 0 ? static_cast<std::size_t>(written) : 0;
@@ -282,6 +331,7 @@ void VQClientSocket::DrainBacklog() {
 // Writes a payload in blocks through the virtual Send(), and queues what the socket does not take.
 // False when the connection is broken.
 bool VQClientSocket::SendPayload(const char* bytes, std::size_t length, std::size_t blockSize) {
+  FlushHeld();
   while (length > 0 && !HasBacklog()) {
     const std::size_t block = std::min(length, blockSize);
     const int sent = Send(bytes, static_cast<int>(block));
@@ -295,6 +345,7 @@ bool VQClientSocket::SendPayload(const char* bytes, std::size_t length, std::siz
 }
 
 int VQClientSocket::Close() {
+  FlushHeld();
   // Failure is ignored: the connection is being closed anyway.
   if (HasBacklog() && !HasNoDescriptor())
     static_cast<void>(mOutgoing->Write(GetFD(), kClosingBudget));
@@ -302,6 +353,10 @@ int VQClientSocket::Close() {
 }
 
 void VQClientSocket::OnClose() {
+  if (!mHeld.empty()) {
+    mHeld.clear();
+    dorn::FrameHold::Forget(this);
+  }
   if (mOutgoing != nullptr) {
     mOutgoing->Clear();
     dorn::OutgoingDrainer::Forget(GetFdDataList(), this);

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 
 #include "dorn/base/Export.h"
 #include "dorn/base/KZLog.h"
@@ -18,6 +19,7 @@ class VQJsonCommand;
 class VQJsonObject;
 
 namespace dorn {
+class FrameHold;
 class OutgoingDrainer;
 class OutgoingQueue;
 }  // namespace dorn
@@ -75,6 +77,9 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   // Prints one trace line, frames the text and writes it with a single write. Returns what the
   // write returned, or -1 without a descriptor. When the socket takes only a part, or when earlier
   // bytes are still queued, the rest is queued and the framed length is returned.
+  // While another complete message of the station that is being served has already arrived, small
+  // frames are kept back and the framed length is returned; they go out together, in order, as soon
+  // as that station's messages are executed, and before Send(), a file or Close().
   // The bytes 0x00, 0x02 and 0x03 inside the text would end or forge messages: they are sent as
   // blanks. Quotes are not touched: what a station may put into a text, other stations receive.
   virtual int SendData(const KZString& text);
@@ -118,10 +123,12 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
  private:
   friend class VQApplication;
   friend class VQDialog;
+  friend class dorn::FrameHold;
   friend class dorn::OutgoingDrainer;
 
   bool IsRemoved();
   bool HasNoDescriptor();
+  void ExecuteMessages();
   void RestartIdleTimer();
   void ForgetSearches();
   void Resynchronise();
@@ -143,6 +150,9 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   bool TakeProgress();
   bool HasPeerFinished();
   int Transmit(const char* bytes, std::size_t length);
+  bool Hold(const char* bytes, std::size_t length);
+  void FlushHeld();
+  int WriteOrQueue(const char* bytes, std::size_t length);
   bool Enqueue(const char* bytes, std::size_t length);
   bool EnqueueFile(const KZString& path, int file, long long offset, long long end);
   bool PrepareQueue();
@@ -160,6 +170,9 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   int mLeft = -1;
   bool mFinishing = false;  // The station sends no more; closed when the queue is empty.
   std::unique_ptr<dorn::OutgoingQueue> mOutgoing;  // Made at the first backlog.
+  // Frames that are kept back for a moment. Not in the queue: no socket has refused them yet, so
+  // that their leaving is no sign of life.
+  std::string mHeld;
 };
 
 #endif  // DORN_SERVER_VQCLIENTSOCKET_H_
