@@ -94,7 +94,9 @@ bool HostProcess::HasEnded() const {
           info.si_pid == mPid);
 }
 
-void HostProcess::Interrupt() { kill(mPid, SIGUSR1); }
+void HostProcess::Interrupt() {
+  if (mPid > 0) kill(mPid, SIGUSR1);  // -1 would mean every process there is.
+}
 
 int HostProcess::OpenDescriptors() const {
   int count = 0;
