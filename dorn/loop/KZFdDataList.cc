@@ -63,12 +63,26 @@ void Watch(KZFdData* rec, int fd, fd_set* rfds, fd_set* wfds) {
   if (!IsWatched(status)) return;
   const bool isConnecting =
       rec->GetType() == KZFdData::kTypeClient && status == KZFdData::kStatusOpen;
-  if (!isConnecting) rec->SetSelect(0);
+  if (!isConnecting && rec->IsSelect() != 0) rec->SetSelect(0);
   if (FitsIntoSet(fd)) FD_SET(fd, isConnecting ? wfds : rfds);
 }
 
 bool IsSignalled(int fd, const fd_set* rfds, const fd_set* wfds) {
   return FitsIntoSet(fd) && (FD_ISSET(fd, wfds) || FD_ISSET(fd, rfds));
+}
+
+// Between two walks the kernel's own walk over all sockets, inside select, has displaced the
+// records from the processor's cache, and the next place of a list is only known when this one has
+// been read: without help, most of a pass over many idle records is waiting for memory.
+template <class Whereabouts>
+void PrefetchAhead(const Whereabouts& whereabouts, std::size_t place) {
+  constexpr std::size_t kAhead = 12;
+  constexpr std::size_t kCacheLine = 64;
+  if (place + kAhead >= whereabouts.size()) return;
+  const auto& ahead = whereabouts[place + kAhead];
+  __builtin_prefetch(ahead.mPlace);
+  __builtin_prefetch(ahead.mRecord);
+  __builtin_prefetch(static_cast<const char*>(ahead.mRecord) + kCacheLine);
 }
 
 void DrainPipe(int fd) {
@@ -177,7 +191,11 @@ int KZFdDataList::FdSet(fd_set* rfds, fd_set* wfds) {
   FD_ZERO(rfds);
   FD_ZERO(wfds);
   int result = static_cast<int>(size());
-  for (KZFdData* rec : *this) {
+  mWhereabouts.resize(size());
+  std::size_t place = 0;
+  for (KZFdData*& rec : *this) {
+    PrefetchAhead(mWhereabouts, place);
+    mWhereabouts[place++] = {&rec, rec};
     const int fd = LoadShared(rec->mFD);
     if (fd < 0) continue;
     if (LoadShared(rec->mBufferPos) > 0) result = 0;
@@ -188,7 +206,9 @@ int KZFdDataList::FdSet(fd_set* rfds, fd_set* wfds) {
 
 void KZFdDataList::FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
   bool isWoken = false;
+  std::size_t place = 0;
   for (KZFdData* rec : *this) {
+    PrefetchAhead(mWhereabouts, place++);
     const int fd = LoadShared(rec->mFD);
     if (fd < 0) continue;
     if (IsSignalled(fd, rfds, wfds)) {

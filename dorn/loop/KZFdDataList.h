@@ -20,8 +20,10 @@
 
 #include <sys/select.h>
 
+#include <cstddef>
 #include <list>
 #include <memory>
+#include <vector>
 
 #include "dorn/base/Export.h"
 #include "dorn/base/KZSemaphore.h"
@@ -107,6 +109,14 @@ class DORN_EXPORT KZFdDataList : public FdDataList {
 
   // The removal requests made by Remove(fd, id), which are never destroyed; guarded by mSemFdList.
   FdDataList mRemovalRequests;
+
+  // Where the places of the list and the records were in the last FdSet(), and nothing but a hint
+  // for the processor's cache: never dereferenced.
+  struct Whereabouts {
+    const void* mPlace;
+    const void* mRecord;
+  };
+  std::vector<Whereabouts> mWhereabouts;
 
   // What linked and pending records point to; holds null from the destructor on.
   std::shared_ptr<KZFdDataList*> mSelf;

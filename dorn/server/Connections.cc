@@ -1,5 +1,6 @@
 #include "dorn/server/Connections.h"
 
+#include <cstddef>
 #include <typeinfo>
 
 #include "dorn/loop/KZFdData.h"
@@ -24,6 +25,18 @@ VQClientSocket* AsLivingConnection(KZFdData* record) {
   VQClientSocket* client = AsConnection(record);
   if (client == nullptr || LoadShared(record->mStatus) == KZFdData::kStatusRemove) return nullptr;
   return client;
+}
+
+// The record may be of another class: the addresses are not read, only fetched.
+void PrefetchConnection(const KZFdData* record) {
+  constexpr std::size_t kCacheLine = 64;
+  const char* const start = reinterpret_cast<const char*>(record);
+  const char* const end = start + sizeof(VQClientSocket);
+  __builtin_prefetch(start);
+  // The members of the class itself lie at the end.
+  for (const char* line = start + sizeof(KZClientSocket); line < end; line += kCacheLine) {
+    __builtin_prefetch(line);
+  }
 }
 
 VQClientSocket* FindConnectionOf(const KZString& sid) {

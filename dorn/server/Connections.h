@@ -19,6 +19,10 @@ VQClientSocket* AsConnection(KZFdData* record);
 // would use up the records of changes that a living station then never gets.
 VQClientSocket* AsLivingConnection(KZFdData* record);
 
+// Asks the processor to have at hand what sending to this record will read. For loops over all
+// records: the system call of each recipient displaces the next one from the cache.
+void PrefetchConnection(const KZFdData* record);
+
 // The first living connection of session `sid`, or null.
 VQClientSocket* FindConnectionOf(const KZString& sid);
 

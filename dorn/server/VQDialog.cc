@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
@@ -49,8 +50,10 @@ bool SendShared(VQDialog* dialog, bool all, dorn::SideCommands sideCommands) {
   VQJsonResource* tree = dialog->GetResourceShare();
   dorn::UpdateComposer composer(tree, all, sideCommands);
   bool sent = false;
-  for (KZFdData* record : *dorn::App().GetFdDataList()) {
-    VQClientSocket* client = dorn::AsLivingConnection(record);
+  KZFdDataList& records = *dorn::App().GetFdDataList();
+  for (auto it = records.begin(); it != records.end(); ++it) {
+    if (std::next(it) != records.end()) dorn::PrefetchConnection(*std::next(it));
+    VQClientSocket* client = dorn::AsLivingConnection(*it);
     if (client == nullptr || !client->CompareDialogName(dialog->mDialogName)) continue;
     const std::shared_ptr<const KZString> text = composer.Compose(client->GetSessionId());
     if (text == nullptr) continue;
