@@ -14,6 +14,7 @@
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/KZFdData.h"
 #include "dorn/loop/LiveList.h"
+#include "dorn/loop/LoopPass.h"
 #include "dorn/loop/TimerIndex.h"
 
 using dorn::SemaphoreLock;
@@ -37,6 +38,20 @@ class DispatchScope {
 
  private:
   const KZApplication* mOuter;
+};
+
+thread_local bool tInPass = false;
+
+class PassScope {
+ public:
+  PassScope() : mOuter(std::exchange(tInPass, true)) {}
+  ~PassScope() { tInPass = mOuter; }
+
+  PassScope(const PassScope&) = delete;
+  PassScope& operator=(const PassScope&) = delete;
+
+ private:
+  bool mOuter;
 };
 
 std::uint64_t ToMilliseconds(timeval time) {
@@ -94,6 +109,8 @@ bool ReplaceFields(time_t* clock, int year, int mon, int day, int hour, int min,
 
 }  // namespace
 
+bool dorn::IsInPass() { return tInPass; }
+
 KZApplication::KZApplication() : mTimerIndex(std::make_unique<dorn::TimerIndex>(mTimerList)) {}
 
 KZApplication::~KZApplication() = default;
@@ -122,6 +139,7 @@ int KZApplication::Initialize(int /*argc*/, char** /*argv*/) {
 }
 
 void KZApplication::RunPass() {
+  const PassScope pass;
   std::uint64_t waitMs = BaseTimer(dorn::Now());
   fd_set reads;
   fd_set writes;

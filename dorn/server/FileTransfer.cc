@@ -11,6 +11,7 @@
 #include <string>
 
 #include "dorn/base/Clock.h"
+#include "dorn/loop/LoopPass.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
@@ -122,12 +123,13 @@ class PutfileReply : public VQJsonCommand {
   }
 };
 
-// Reads up to `length` bytes from the start of a file; fewer if there are no more.
-std::string ReadStart(int file, std::size_t length) {
+// Reads up to `length` bytes of a file; fewer if there are no more.
+std::string ReadPart(int file, std::size_t offset, std::size_t length) {
   std::string bytes(length, '\0');
   std::size_t have = 0;
   while (have < length) {
-    const ssize_t got = pread(file, bytes.data() + have, length - have, static_cast<off_t>(have));
+    const ssize_t got =
+        pread(file, bytes.data() + have, length - have, static_cast<off_t>(offset + have));
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
     have += static_cast<std::size_t>(got);
@@ -190,12 +192,18 @@ void VQClientSocket::SendFile(const KZString& path, int length) {
   }
   const int file = dorn::OpenRegularFile(path);
   if (file < 0) return;
-  const std::size_t direct = std::min(static_cast<std::size_t>(length), kDirectSize);
-  const std::string start = ReadStart(file, direct);
-  const bool isSent = SendPayload(start.data(), start.size(), kBlockSize);
-  const bool hasMore = start.size() == direct && static_cast<int>(direct) < length;
-  if (isSent && hasMore) {
-    EnqueueFile(path, file, static_cast<long long>(direct), length);
+  const std::size_t end = static_cast<std::size_t>(length);
+  std::size_t sent = 0;
+  bool hasMore;
+  do {
+    const std::size_t direct = std::min(end - sent, kDirectSize);
+    const std::string part = ReadPart(file, sent, direct);
+    sent += part.size();
+    hasMore = SendPayload(part.data(), part.size(), kBlockSize) && part.size() == direct &&
+              sent < end && !HasNoDescriptor();
+  } while (hasMore && !HasBacklog() && !dorn::IsInPass());
+  if (hasMore) {
+    EnqueueFile(path, file, static_cast<long long>(sent), length);
   } else {
     close(file);
   }

@@ -1,5 +1,6 @@
 #include "dorn/server/VQClientSocket.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <utility>
 
 #include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
@@ -36,6 +38,9 @@ constexpr std::size_t kMaxQueuedBytes = std::size_t{8} * 1024 * 1024;
 // closed.
 constexpr std::size_t kDrainBudget = std::size_t{256} * 1024;
 constexpr std::size_t kClosingBudget = std::size_t{4} * 1024 * 1024;
+
+// How long a payload waits for a station that has stopped reading while no loop runs.
+constexpr int kRoomTimeoutMs = 500;
 
 // A frame buffer that has grown beyond this is given back.
 constexpr std::size_t kMaxKeptFrame = std::size_t{1024} * 1024;
@@ -328,6 +333,18 @@ void VQClientSocket::DrainBacklog() {
   }
 }
 
+// Outside the passes of a loop nobody may ever send what is queued, and nobody is kept waiting
+// either: a station that goes on reading gets everything at once.
+bool VQClientSocket::WaitForRoom() {
+  if (dorn::IsInPass()) return false;
+  pollfd room = {GetFD(), POLLOUT, 0};
+  int ready;
+  do {
+    ready = poll(&room, 1, kRoomTimeoutMs);
+  } while (ready < 0 && errno == EINTR);
+  return ready > 0;
+}
+
 // Writes a payload in blocks through the virtual Send(), and queues what the socket does not take.
 // False when the connection is broken.
 bool VQClientSocket::SendPayload(const char* bytes, std::size_t length, std::size_t blockSize) {
@@ -339,7 +356,7 @@ bool VQClientSocket::SendPayload(const char* bytes, std::size_t length, std::siz
     const std::size_t taken = sent > 0 ? static_cast<std::size_t>(sent) : 0;
     bytes += taken;
     length -= taken;
-    if (taken < block) return Enqueue(bytes, length);
+    if (taken < block && !WaitForRoom()) return Enqueue(bytes, length);
   }
   return length == 0 || Enqueue(bytes, length);
 }

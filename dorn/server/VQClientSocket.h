@@ -158,6 +158,7 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   bool PrepareQueue();
   bool WatchBacklog();
   void DrainBacklog();
+  bool WaitForRoom();
   bool SendPayload(const char* bytes, std::size_t length, std::size_t blockSize);
   void SendFile(const KZString& path, int length);
   void SendPutfileError(const KZString& file, const char* info);

@@ -1,9 +1,13 @@
 // GETFILE of big files: slow readers, many requests, files that change meanwhile.
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <fstream>
+#include <functional>
+#include <future>
+#include <memory>
 #include <vector>
 
 #include "tests/server/FileTransferTest.h"
@@ -135,5 +139,65 @@ TEST_F(FileStreamingTest, BlocksOfOneKibibyteGoThroughSend) {
   EXPECT_THAT(client->mBlocks, ElementsAre(1024, 1024, 452));
   EXPECT_EQ(Frame(Follows(name, 2500)) + text, station.Bytes());
 }
+
+// Calls `answer` while nothing runs the loop and the station reads; the result is what it got.
+std::string AnswerWithoutLoop(VQClientSocket* client, int station,
+                              const std::function<void()>& answer) {
+  auto got = std::async(std::launch::async, [station] {
+    std::string bytes;
+    char part[65536];
+    for (ssize_t n; (n = recv(station, part, sizeof part, 0)) > 0;) {
+      bytes.append(part, static_cast<size_t>(n));
+    }
+    return bytes;
+  });
+  answer();
+  shutdown(client->GetFD(), SHUT_WR);
+  return got.get();
+}
+
+class UnservedStreamingTest : public FileTransferTest, public testing::WithParamInterface<bool> {
+ protected:
+  void SetUp() override {
+    FileTransferTest::SetUp();
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, mPair));
+    ASSERT_EQ(0, fcntl(mPair[0], F_SETFL, O_NONBLOCK));
+    mClient =
+        std::make_unique<VQClientSocket>(&app.mLog, GetParam() ? app.GetFdDataList() : nullptr);
+    mClient->SetFD(mPair[0]);
+    mClient->SetFDStatus(2);
+  }
+  void TearDown() override {
+    mClient.reset();
+    close(mPair[0]);
+    close(mPair[1]);
+    FileTransferTest::TearDown();
+  }
+
+  int mPair[2] = {-1, -1};
+  std::unique_ptr<VQClientSocket> mClient;
+};
+
+TEST_P(UnservedStreamingTest, AFileIsWrittenWholeWhenNothingRunsTheLoop) {
+  const std::string text = Pattern(1 << 20);
+  const std::string name = File("big.bin", text);
+  const std::string got = AnswerWithoutLoop(mClient.get(), mPair[1], [&] {
+    mClient->OnGetfile(KZString(name), "", "");
+    mClient->SendData("after");
+  });
+  EXPECT_TRUE(Frame(Follows(name, text.size())) + text + Frame("after") == got) << got.size();
+}
+
+TEST_P(UnservedStreamingTest, ATreeIsWrittenWholeWhenNothingRunsTheLoop) {
+  HookedDialog* dialog = Shared("top", kTree);
+  dialog->GetResourceShare()->SetValue("Text", std::string(1 << 20, 'x'), 0, "");
+  const std::string tree = dialog->GetResourceShare()->GetJson();
+  const std::string got = AnswerWithoutLoop(
+      mClient.get(), mPair[1], [&] { dialog->VQDialog::OnGetfile(mClient.get(), "f", "", ""); });
+  ASSERT_GT(got.size(), tree.size());
+  EXPECT_TRUE(got.substr(got.size() - tree.size()) == tree);
+}
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutList, UnservedStreamingTest, testing::Bool());
 
 }  // namespace
