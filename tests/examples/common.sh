@@ -9,7 +9,7 @@ start_server() { # PROGRAM
   log=$(mktemp)
   "$1" >"$log" 2>&1 &
   server=$!
-  trap 'kill $server 2>/dev/null; wait $server 2>/dev/null; rm -f "$log"' EXIT
+  trap 'kill $server 2>/dev/null || true; wait $server 2>/dev/null || true; rm -f "$log"' EXIT
   for _ in $(seq 200); do
     ! script/port-is-free 2>/dev/null && return
     kill -0 $server 2>/dev/null || fail "the server ended: $(cat "$log")"
