@@ -159,4 +159,9 @@ class DORN_EXPORT VQApplication : public KZApplication {
   bool mSessionTimerIdsWrapped = false;
 };
 
+// What its hooks and lists hand out.
+#include "dorn/server/VQClientSocket.h"
+#include "dorn/server/VQDialog.h"
+#include "dorn/server/VQSession.h"
+
 #endif  // DORN_SERVER_VQAPPLICATION_H_

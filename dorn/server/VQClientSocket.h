@@ -176,4 +176,7 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   std::string mHeld;
 };
 
+// Whoever uses a connection also builds or reads its commands.
+#include "dorn/model/VQJsonCommand.h"
+
 #endif  // DORN_SERVER_VQCLIENTSOCKET_H_

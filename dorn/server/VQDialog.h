@@ -149,6 +149,8 @@ class DORN_EXPORT VQDialog {
 };
 
 // At the end because the list holds dialogs.
+// Hooks work with the connection that they are given.
+#include "dorn/server/VQClientSocket.h"
 #include "dorn/server/VQDialogList.h"
 
 #endif  // DORN_SERVER_VQDIALOG_H_
