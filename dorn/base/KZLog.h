@@ -35,7 +35,7 @@ class DORN_EXPORT KZLog {
   KZLog(const KZLog&) = delete;
   KZLog& operator=(const KZLog&) = delete;
 
-  // Starts the clock of the stamps. With a sink and a `size` other than 0, messages go to the sink
+  // Starts the clock of the stamps. With a sink and a `size` above 0, messages go to the sink
   // through a buffer of `size` bytes; a longer message is cut there. Without a sink they go to
   // standard output. The sink is not owned and must outlive the log's last message. Returns 1.
   // Kept: a sink given with `size` 0 is stored, but without a buffer the messages still go to

@@ -64,6 +64,7 @@ class DORN_EXPORT KZApplication {
   // from then on if `cont` is not 0. With an empty `name` it goes to ApplicationTimer(), else to
   // DialogTimer(). A timer with the same id stays beside it. Among timers that are due at the same
   // millisecond the last registered one fires first.
+  // Kept: 32 bits of the period count, so that one of 2^32 milliseconds (49.7 days) fires once.
   // An `interval` of 0 cancels every timer with this id instead, whatever its name and whoever
   // registered it. Any thread.
   void SetTimerData(unsigned long interval, unsigned int id, KZString name, int cont);

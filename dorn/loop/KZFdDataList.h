@@ -5,8 +5,7 @@
 //   there if its auto-delete is set.
 // - The active list changes only in the apply phase, on the loop thread and under mSemFdList, or
 //   when a record that is still linked is destroyed. Nobody unlinks a record while it is walked.
-// - mRequest is 1 whenever mAddRequest is not empty or a record was given kStatusRemove by
-// Remove(),
+// - mRequest is 1 whenever mAddRequest is not empty or Remove() has given a record kStatusRemove,
 //   and a byte lies in the pipe from then until the apply phase.
 // - Lock order: the list's mSemFdList before a record's mSemData. The timers' lock is taken alone.
 // - No lock is held while a hook, a callback or the destructor of a record runs.
