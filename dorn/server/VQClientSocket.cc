@@ -74,7 +74,8 @@ VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
 }
 
 VQClientSocket::~VQClientSocket() {
-  if (!mHeld.empty()) dorn::FrameHold::Forget(this);
+  // Also when nothing is held any more: whoever has flushed stays registered until the scope ends.
+  dorn::FrameHold::Forget(this);
   if (mOutgoing != nullptr) dorn::OutgoingDrainer::Forget(GetFdDataList(), this);
   std::puts("socket delete");
 }

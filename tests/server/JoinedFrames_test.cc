@@ -35,6 +35,9 @@ class JoinedFramesTest : public ServerTest {
                 other->Send(bytes.data(), static_cast<int>(bytes.size())));
     } else if (what == "close") {
       other->Close();
+    } else if (what == "destroy") {
+      other->Close();
+      delete other;
     } else if (what == "long") {
       other->SendData(std::string(100000, 'x'));
     } else {
@@ -114,6 +117,14 @@ TEST_F(JoinedFramesTest, MoreThanIsKeptBackStaysInOrder) {
 
 TEST_F(JoinedFramesTest, AClosedStationHasGotWhatWasSentBefore) {
   Feed(mAsking, Ask("a") + Ask("close") + Ask("b"));
+  EXPECT_EQ(Frame("a"), mOther.station.Bytes());
+  EXPECT_TRUE(mOther.station.WaitForClose());
+  EXPECT_THAT(mAsking.station.Messages(), ElementsAre("a", "b"));
+}
+
+// A sanitizer sees what happens when it is not forgotten.
+TEST_F(JoinedFramesTest, ADestroyedStationIsForgotten) {
+  Feed(mAsking, Ask("a") + Ask("destroy") + Ask("b"));
   EXPECT_EQ(Frame("a"), mOther.station.Bytes());
   EXPECT_TRUE(mOther.station.WaitForClose());
   EXPECT_THAT(mAsking.station.Messages(), ElementsAre("a", "b"));
