@@ -30,9 +30,6 @@ VQApplication* gApp = nullptr;
 constexpr unsigned int kIdsPerSocket = 10;
 constexpr unsigned long kAnswerTimeoutMs = 10000;
 
-// Which of a connection's ids a timer has.
-enum TimerKind { kConnectTimer = 0, kIdleTimer = 1, kAnswerTimer = 2 };
-
 bool IsSessionTimer(unsigned int id) {
   return id >= VQApplication::kFirstSessionTimerId && id < VQApplication::kTimerIdEnd;
 }
@@ -81,14 +78,14 @@ void VQApplication::ApplicationTimer(timeval time, unsigned int id) {
 }
 
 void VQApplication::ConnectionTimer(VQClientSocket* client, int kind) {
-  const unsigned int answerTimer = static_cast<unsigned int>(client->GetId()) + kAnswerTimer;
-  if (kind == kIdleTimer) {
+  const unsigned int answerTimer = static_cast<unsigned int>(client->GetId()) + dorn::kAnswerTimer;
+  if (kind == dorn::kIdleTimer) {
     VQJsonCommand command(dorn::kCommandKeepalive);
     client->SendData(command.GetJson());
     static_cast<void>(client->TakeProgress());  // What went out so far does not count.
     SetApplicationSingleTimerInterval(0, answerTimer);
     SetApplicationSingleTimerInterval(kAnswerTimeoutMs, answerTimer);
-  } else if (kind == kAnswerTimer) {
+  } else if (kind == dorn::kAnswerTimer) {
     // A station that took queued bytes meanwhile is alive, and the KEEPALIVE waits behind them or
     // has only just gone out: the ten seconds begin when it is really sent.
     if (client->TakeProgress()) {
@@ -98,7 +95,7 @@ void VQApplication::ConnectionTimer(VQClientSocket* client, int kind) {
     // "No answer to KEEPALIVE in time."
     std::puts("KEEPALIVE応答タイムアウト");
     client->Close();
-  } else if (kind == kConnectTimer) {
+  } else if (kind == dorn::kConnectTimer) {
     // "Connection time-out."
     std::puts("コネクションタイムアウト");
     client->Close();

@@ -14,8 +14,8 @@
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
-#include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
+#include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/FrameHold.h"
 #include "dorn/server/OutgoingDrainer.h"
@@ -29,7 +29,6 @@ constexpr char kEtx = 0x03;
 
 constexpr int kLogBufferSize = 1024;
 constexpr unsigned long kIdleTimeoutMs = 180000;
-constexpr unsigned int kIdleTimer = 1;
 
 // A station that lets more than this wait is closed when there is something else to send.
 constexpr std::size_t kMaxQueuedBytes = std::size_t{8} * 1024 * 1024;
@@ -155,7 +154,7 @@ void VQClientSocket::ExecuteMessages() {
 
 void VQClientSocket::RestartIdleTimer() {
   VQApplication& app = dorn::App();
-  const unsigned int id = static_cast<unsigned int>(GetId()) + kIdleTimer;
+  const unsigned int id = static_cast<unsigned int>(GetId()) + dorn::kIdleTimer;
   app.SetApplicationSingleTimerInterval(0, id);
   app.SetApplicationSingleTimerInterval(kIdleTimeoutMs, id);
 }

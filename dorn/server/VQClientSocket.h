@@ -1,6 +1,6 @@
 // The server's end of one connection from a station: framing, log-in, command dispatch, sending.
 // Loop thread only: the record's data semaphore is held only while the receive buffer is searched
-// or trimmed, never while a command executes, so hooks may send, close and delete freely.
+// or trimmed, never while a command executes, so hooks may send and close freely.
 #ifndef DORN_SERVER_VQCLIENTSOCKET_H_
 #define DORN_SERVER_VQCLIENTSOCKET_H_
 
@@ -142,7 +142,6 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   void SwitchDialog(VQJsonCommand* command);
   void Start(VQJsonCommand* command);
   void ExecuteAuthenticated(VQJsonObject* entry);
-  void GetFile(VQJsonObject* entry);
   void Condition(VQJsonCommand* command);
   void SendError(const char* status, const char* message);
 

@@ -6,6 +6,7 @@
 #include "dorn/model/VQJsonParser.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
+#include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/RunningHooks.h"
 #include "dorn/server/VQApplication.h"
@@ -17,8 +18,6 @@ namespace {
 
 constexpr char kKeyDialogName[] = "DialogName";
 constexpr char kKeyId[] = "Id";
-
-constexpr unsigned int kAnswerTimer = 2;
 
 // The text of a member; empty if there is none.
 KZString TextOf(VQJsonObject* entry, const char* key) { return entry->GetValue(key).GetString(); }
@@ -134,7 +133,8 @@ void VQClientSocket::ExecuteAuthenticated(VQJsonObject* entry) {
   const VQValue word = entry->GetValue(dorn::kKeyCommand);
   auto* command = dynamic_cast<VQJsonCommand*>(entry);
   if (word == dorn::kCommandKeepalive) {
-    app.SetApplicationSingleTimerInterval(0, static_cast<unsigned int>(GetId()) + kAnswerTimer);
+    const unsigned int answerTimer = static_cast<unsigned int>(GetId()) + dorn::kAnswerTimer;
+    app.SetApplicationSingleTimerInterval(0, answerTimer);
   } else if (word == dorn::kCommandGetfile) {
     OnGetfile(TextOf(entry, dorn::kKeyFile), TextOf(entry, dorn::kKeyDate),
               TextOf(entry, dorn::kKeyObjectName));

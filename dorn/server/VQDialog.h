@@ -139,7 +139,7 @@ class DORN_EXPORT VQDialog {
 
   // Start a periodic or a one-shot timer of this dialog, in milliseconds; OnTimer() gets its `id`.
   // A second call starts a second timer. An interval of 0 cancels every timer of that id in the
-  // whole process.
+  // whole process. It must not be negative: such a timer is due at once.
   void SetTimerInterval(int interval, unsigned int id);
   void SetSingleTimerInterval(int interval, unsigned int id);
 
