@@ -1,10 +1,12 @@
 #include "dorn/loop/KZFdData.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "dorn/base/SemaphoreLock.h"
@@ -13,6 +15,24 @@
 
 using dorn::SemaphoreLock;
 using dorn::StoreShared;
+
+namespace {
+
+// From this size on a buffer is worth a system call of its own.
+constexpr std::size_t kLargeBuffer = std::size_t{64} * 1024;
+
+// Memory that the process has used before comes with its pages. Without them a large buffer that
+// stays nearly empty costs one page, on a server's first day and after years of stations that come
+// and go. What the buffer held is nobody's any more, so a failure changes nothing but memory use.
+void GiveBackPages(char* buffer, std::size_t size) {
+  if (size < kLargeBuffer) return;
+  const auto pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  void* firstPage = buffer;
+  if (std::align(pageSize, pageSize, firstPage, size) == nullptr) return;
+  static_cast<void>(madvise(firstPage, size / pageSize * pageSize, MADV_DONTNEED));
+}
+
+}  // namespace
 
 KZFdData::KZFdData(KZFdDataList* list)
     : mStatus(kStatusInitial), mType(kTypeUnset), mId(-1), mFD(0), mList(list) {}
@@ -103,6 +123,7 @@ bool KZFdData::CreateBuffer(int buffersize) {
   // Left uninitialised: zeros would touch every page of a large buffer that may stay nearly empty.
   mDataBuffer = buffersize > 0 ? new (std::nothrow) char[static_cast<size_t>(buffersize)] : nullptr;
   if (mDataBuffer == nullptr) return false;
+  GiveBackPages(mDataBuffer, static_cast<std::size_t>(buffersize));
   mBufferSize = buffersize;
   return true;
 }

@@ -3,10 +3,13 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <memory>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -239,6 +242,20 @@ TEST(KZFdDataTest, CreateBufferTouchesNoPageOfTheNewBuffer) {
   ASSERT_TRUE(record.CreateBuffer(0x80000));
   EXPECT_EQ(record.mDataBuffer[0], '\x5A');
   EXPECT_EQ(record.mDataBuffer[0x7FFFF], '\x5A');
+}
+
+TEST(KZFdDataTest, ALargeBufferInUsedMemoryHoldsHardlyAnyPage) {
+  TestRecord record(nullptr);
+  const BufferAllocation::FillNew fill('\x5A');
+  ASSERT_TRUE(record.CreateBuffer(0x80000));
+  const auto pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  void* firstPage = record.mDataBuffer;
+  size_t size = 0x80000;
+  ASSERT_NE(std::align(pageSize, pageSize, firstPage, size), nullptr);
+  std::vector<unsigned char> resident(size / pageSize);
+  ASSERT_EQ(mincore(firstPage, resident.size() * pageSize, resident.data()), 0);
+  const auto isResident = [](unsigned char page) { return (page & 1) != 0; };
+  EXPECT_EQ(std::count_if(resident.begin(), resident.end(), isResident), 0);
 }
 
 TEST(KZFdDataTest, CreateBufferWithoutMemoryFailsAndKeepsTheOldCapacity) {
