@@ -236,12 +236,12 @@ TEST(KZFdDataTest, CreateBufferWithZeroOnAFreshRecordMakesNoBuffer) {
   EXPECT_EQ(record.mDataBuffer, nullptr);
 }
 
-TEST(KZFdDataTest, CreateBufferTouchesNoPageOfTheNewBuffer) {
+TEST(KZFdDataTest, CreateBufferDoesNotInitialiseTheBuffer) {
   TestRecord record(nullptr);
   const BufferAllocation::FillNew fill('\x5A');
-  ASSERT_TRUE(record.CreateBuffer(0x80000));
+  ASSERT_TRUE(record.CreateBuffer(1000));
   EXPECT_EQ(record.mDataBuffer[0], '\x5A');
-  EXPECT_EQ(record.mDataBuffer[0x7FFFF], '\x5A');
+  EXPECT_EQ(record.mDataBuffer[999], '\x5A');
 }
 
 TEST(KZFdDataTest, ALargeBufferInUsedMemoryHoldsHardlyAnyPage) {
