@@ -20,7 +20,7 @@ class CrowdTest : public testing::TestWithParam<int> {
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
-    if (limit.rlim_max < 4096) GTEST_SKIP() << "The hard limit of descriptors is below 4096.";
+    ASSERT_GE(limit.rlim_max, 4096U) << "raise the hard limit of descriptors: ulimit -Hn 4096";
   }
 };
 
