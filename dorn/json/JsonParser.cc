@@ -1,11 +1,33 @@
 #include "dorn/json/JsonParser.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "dorn/base/Check.h"
+#include "dorn/json/DialogValue.h"
 #include "dorn/json/VQValue.h"
+
+namespace {
+
+// Up to this number of members it is quicker to look at each of them, most of which differ in
+// length, than to make the text of the key that the map wants.
+constexpr std::size_t kFewMembers = 8;
+
+const value* FindMember(const value::object& members, std::string_view key) {
+  if (members.size() > kFewMembers) {
+    const auto found = members.find(std::string(key));
+    return found != members.end() ? &found->second : nullptr;
+  }
+  for (const auto& [name, member] : members) {
+    if (name == key) return &member;
+  }
+  return nullptr;
+}
+
+}  // namespace
 
 JsonParser::~JsonParser() = default;
 
@@ -30,10 +52,12 @@ bool JsonParser::IsObject() const {
   return mValueCurrent != nullptr && mValueCurrent->is<object>();
 }
 
-// The member, or null while there is no document. A missing member is a null value.
+// The member, or null if there is none or no document.
 const value* JsonParser::Find(const char* key) const {
   if (mValueCurrent == nullptr) return nullptr;
-  return &mValueCurrent->get(std::string(key != nullptr ? key : ""));
+  const char* name = key != nullptr ? key : "";
+  if (!IsObject()) return &mValueCurrent->get(std::string(name));  // Ends the process.
+  return FindMember(mValueCurrent->get<object>(), name);
 }
 
 bool JsonParser::IsArray(const char* key) const {
@@ -108,22 +132,5 @@ bool JsonParser::GetBoolean(const char* key, bool& dat) const {
 
 bool JsonParser::GetValue(const char* key, VQValue& dat) const {
   const value* member = Find(key);
-  if (member == nullptr) return false;
-  switch (member->type_) {
-    case value::boolean_type:
-      dat = member->get<bool>();
-      return true;
-    case value::int_type:
-      dat = member->get<int>();
-      return true;
-    case value::string_type:
-      dat = member->get<std::string>();
-      return true;
-    case value::array_type:
-    case value::object_type:
-      dat = VQValue(*member);
-      return true;
-    default:
-      return false;
-  }
+  return member != nullptr && dorn::StoreDialogValue(*member, dat);
 }

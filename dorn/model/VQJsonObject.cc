@@ -1,9 +1,12 @@
 #include "dorn/model/VQJsonObject.h"
 
+#include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <utility>
 
+#include "dorn/json/DialogValue.h"
 #include "dorn/json/JsonParser.h"
 #include "dorn/model/ClassTags.h"
 #include "dorn/model/FreshAllocations.h"
@@ -12,6 +15,8 @@
 #include "dorn/model/WireWords.h"
 
 namespace {
+
+using Attributes = std::map<KZString, VQValue>;
 
 // mDebugFlag lies directly behind the pointer to the virtual table.
 constexpr std::size_t kMarkerOffset = sizeof(void*);
@@ -38,6 +43,22 @@ bool ReadFilter(const JsonParser& jp, bool group, KZStringArray& keys) {
   keys += dorn::kKeyType;
   if (group) keys += dorn::kKeyLayout;
   return true;
+}
+
+// Kept: a key counts up to its first zero byte, so one that has such a byte names another member.
+bool ReadMember(const JsonParser& jp, const KZString& key, const value& member, VQValue& to) {
+  if (key.find('\0') != KZString::npos) return jp.GetValue(key, to);
+  return dorn::StoreDialogValue(member, to);
+}
+
+// Returns the place behind the attribute, where the next one usually goes: the members that are
+// read have the order of the attributes.
+Attributes::iterator Store(Attributes& list, Attributes::iterator place, KZString key,
+                           VQValue value) {
+  const std::size_t before = list.size();
+  const auto stored = list.try_emplace(place, std::move(key), std::move(value));
+  if (list.size() == before) stored->second = std::move(value);
+  return std::next(stored);
 }
 
 }  // namespace
@@ -133,20 +154,24 @@ bool VQJsonObject::Parse(JsonParser& jp, bool shard) {
   static_cast<void>(jp.GetString(dorn::kKeyName, mName));  // Without one the name stays.
   KZStringArray allowed;
   const bool filtered = !shard && ReadFilter(jp, HasGroup(), allowed);
-  KZString key;
-  auto member = jp.MapBegin();
-  while (jp.MapNext(member, key)) {
-    if (filtered && allowed.Find(key) < 0) continue;
+  auto place = mList.begin();
+  for (const auto& [key, member] : jp.mValueCurrent->get<value::object>()) {
     if (key == dorn::kKeyObject || key == dorn::kKeyObjects) continue;
+    KZString name(key);
+    if (filtered && allowed.Find(name) < 0) continue;
     VQValue value;
-    if (jp.GetValue(key, value)) mList[key] = std::move(value);
+    if (ReadMember(jp, name, member, value)) {
+      place = Store(mList, place, std::move(name), std::move(value));
+    }
   }
   dorn::NoteStructureChange();
   return true;
 }
 
 KZString VQJsonObject::GetJson() {
+  constexpr std::size_t kUsualLength = 200;
   KZString json;
+  json.reserve(kUsualLength);
   dorn::AppendObject(json, *this);
   return json;
 }

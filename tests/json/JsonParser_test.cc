@@ -491,4 +491,25 @@ TEST(JsonParserDeathTest, KeyedAccessToAScalarRootOrElementEndsTheProcess) {
               testing::HasSubstr(": Assertion `is<object>()' failed.\n"));
 }
 
+// Small objects are searched differently from large ones.
+TEST(JsonParserTest, FindsMembersOfObjectsOfAnySize) {
+  for (int count = 1; count <= 20; ++count) {
+    std::string json = "{";
+    for (int i = 0; i < count; ++i) {
+      json += (i > 0 ? ",\"k" : "\"k") + std::to_string(i) + "\":" + std::to_string(i * 10);
+    }
+    Document document(json + "}");
+    for (int i = 0; i < count; ++i) {
+      int number = -1;
+      EXPECT_TRUE(document->GetInteger(("k" + std::to_string(i)).c_str(), number));
+      EXPECT_EQ(number, i * 10) << count << " members";
+    }
+    for (const char* missing : {"", "k", "k00", "K0", "k0 ", "k20", "zz"}) {
+      int number = -1;
+      EXPECT_FALSE(document->GetInteger(missing, number)) << missing << ", " << count;
+      EXPECT_EQ(number, -1);
+    }
+  }
+}
+
 }  // namespace

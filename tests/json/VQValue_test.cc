@@ -4,6 +4,7 @@
 
 #include <array>
 #include <climits>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
@@ -379,6 +380,50 @@ TEST(VQValueTest, ConvertsContainersWithAllTheyHold) {
   ExpectState(list[2], VQValue::TYPE_NONE, 0, "");
   ExpectState(list[3].GetArray()[0], VQValue::TYPE_INT, 2, "2");
   ExpectState(members["a\0b"s].GetObject()["k"], VQValue::TYPE_BOOL, 1, "true");
+}
+
+TEST(VQValueTest, TheIntegerOfATextIsWhatAtoiGives) {
+  const char* const texts[] = {"",
+                               "0",
+                               "7",
+                               "42",
+                               "000000",
+                               "000123",
+                               "12345678",
+                               "123456789",
+                               "1234567890",
+                               "2147483647",
+                               "-2147483648",
+                               "0000000000012",
+                               "-5",
+                               "+3",
+                               " 7",
+                               "\t\n 8",
+                               "- 5",
+                               "--5",
+                               "+-5",
+                               "1.5",
+                               "1e3",
+                               "0x10",
+                               "9z",
+                               "z9",
+                               "abc",
+                               "~",
+                               ":",
+                               "/",
+                               "A1",
+                               "\xe3\x81\x82",
+                               "5\xe3",
+                               "\x7f",
+                               "\xff"
+                               "1",
+                               "\xa0"
+                               "1",
+                               "999999999x",
+                               "9999999999x"};
+  for (const char* text : texts) {
+    EXPECT_EQ(VQValue(text).GetInt(), std::atoi(text)) << '"' << text << '"';
+  }
 }
 
 }  // namespace

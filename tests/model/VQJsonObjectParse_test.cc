@@ -168,4 +168,28 @@ TEST(VQJsonObjectParseTest, ARadioButtonIsReadWithoutSwitchingOthersOff) {
   EXPECT_FALSE(node->SearchName("a")->IsDirty());
 }
 
+TEST(VQJsonObjectParseTest, AKeyWithAZeroByteTakesTheMemberOfTheKeyBeforeIt) {
+  const auto both = Read("{\"a\\u0000b\":1,\"a\":2}");
+  EXPECT_EQ(both->GetObject().size(), 2u);
+  EXPECT_EQ(both->GetValue("a").GetInt(), 2);
+  EXPECT_EQ(both->GetValue(KZString(std::string("a\0b", 3))).GetInt(), 2);
+
+  const auto alone = Read("{\"a\\u0000b\":1,\"c\":3}");
+  EXPECT_EQ(alone->GetObject().size(), 1u);
+  EXPECT_EQ(alone->GetValue("c").GetInt(), 3);
+}
+
+TEST(VQJsonObjectParseTest, ReadingAgainReplacesAndAddsAttributes) {
+  CapturedStdout captured;
+  JsonParser reader;
+  VQJsonObject object(nullptr);
+  ASSERT_TRUE(reader.Parse("{\"b\":{\"x\":1},\"d\":4,\"f\":[1,2]}"));
+  object.Parse(reader, true);
+  ASSERT_TRUE(reader.Parse("{\"a\":1,\"b\":2,\"c\":null,\"e\":\"5\",\"f\":true,\"g\":7}"));
+  object.Parse(reader, true);
+  EXPECT_EQ(object.GetJson(), "{\"a\":1,\"b\":2,\"d\":4,\"e\":\"5\",\"f\":true,\"g\":7}");
+  EXPECT_EQ(object.GetValue("b").mObject, nullptr) << "nothing of the old value is left";
+  EXPECT_EQ(object.GetValue("f").mArray, nullptr);
+}
+
 }  // namespace

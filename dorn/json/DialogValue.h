@@ -1,0 +1,17 @@
+// Conversion of a JSON value that was read into the value of a dialog object's attribute.
+// Internal: not installed.
+#ifndef DORN_JSON_DIALOGVALUE_H_
+#define DORN_JSON_DIALOGVALUE_H_
+
+#include "dorn/json/JsonValue.h"
+#include "dorn/json/VQValue.h"
+
+namespace dorn {
+
+// Stores `from`, containers with all they hold, and returns true. False and `to` untouched for null
+// and floating numbers, which dialogs do not know.
+bool StoreDialogValue(const value& from, VQValue& to);
+
+}  // namespace dorn
+
+#endif  // DORN_JSON_DIALOGVALUE_H_
