@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <new>
+#include <typeinfo>
 
 #include "dorn/base/Clock.h"
 
@@ -24,11 +25,15 @@ std::int64_t Microseconds(const timeval& time) {
                                    static_cast<std::uint64_t>(time.tv_usec));
 }
 
-// The stamp of a message at `time`; a start after it moves back to it.
-Prefix MakePrefix(const timeval& time, std::uint64_t& startUs) {
+// The time from the start to `time`; a start after it moves back to it.
+std::uint64_t Elapsed(const timeval& time, std::uint64_t& startUs) {
   const std::int64_t nowUs = Microseconds(time);
   if (nowUs < static_cast<std::int64_t>(startUs)) startUs = static_cast<std::uint64_t>(nowUs);
-  const std::uint64_t elapsedUs = static_cast<std::uint64_t>(nowUs) - startUs;
+  return static_cast<std::uint64_t>(nowUs) - startUs;
+}
+
+// The stamp of a message.
+Prefix MakePrefix(std::uint64_t elapsedUs) {
   const std::uint64_t seconds = elapsedUs / kMicrosecondsPerSecond;
   const std::uint64_t rest = elapsedUs % kMicrosecondsPerSecond;
   Prefix prefix{};
@@ -39,20 +44,27 @@ Prefix MakePrefix(const timeval& time, std::uint64_t& startUs) {
   return prefix;
 }
 
+// Whether the sink is of the base class, as that of every socket is unless the host gives one.
+bool DropsAll(const KZStream& sink) { return typeid(sink) == typeid(KZStream); }
+
+int Output(KZLog& log, Prefix prefix) {
+  const int result = log.mSrteam->Output(prefix.data());
+  return result + log.mSrteam->Output(log.mBuffer);
+}
+
 __attribute__((format(printf, 3, 0))) int Write(KZLog& log, const timeval& time, const char* f,
                                                 va_list arguments) {
   // Callers log between a failed system call and whoever looks at its error.
   const int error = errno;
-  Prefix prefix = MakePrefix(time, log.mStratTime);
+  const std::uint64_t elapsedUs = Elapsed(time, log.mStratTime);
   int result = -1;
   if (log.mBuffer != nullptr && log.mSrteam != nullptr) {
     errno = error;  // For "%m".
     static_cast<void>(
         std::vsnprintf(log.mBuffer, static_cast<std::size_t>(log.mBufferSize), f, arguments));
-    result = log.mSrteam->Output(prefix.data());
-    result += log.mSrteam->Output(log.mBuffer);
+    result = DropsAll(*log.mSrteam) ? 0 : Output(log, MakePrefix(elapsedUs));
   } else {
-    static_cast<void>(std::fputs(prefix.data(), stdout));
+    static_cast<void>(std::fputs(MakePrefix(elapsedUs).data(), stdout));
     errno = error;
     static_cast<void>(std::vprintf(f, arguments));
   }

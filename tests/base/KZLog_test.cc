@@ -332,4 +332,17 @@ TEST_F(KZLogTest, DestructorLeavesTheSinkAlone) {
   EXPECT_EQ(sink.destroyed, 0);
 }
 
+TEST_F(KZLogTest, ASinkThatDropsEverythingLeavesTheMessageInTheBuffer) {
+  KZStream sink;
+  KZLog log;
+  log.LogStart(100, &sink);
+  CapturedStdout captured;
+  EXPECT_EQ(log.LogPrintf("%s %d\n", "message", 1), 0);
+  EXPECT_EQ(captured.Text(), "");
+  EXPECT_STREQ(log.mBuffer, "message 1\n");
+  gNow = AfterStart(-5000000);
+  log.LogPrintf("before the start\n");
+  EXPECT_EQ(log.mStratTime, static_cast<std::uint64_t>(1699999995) * 1000000);
+}
+
 }  // namespace
