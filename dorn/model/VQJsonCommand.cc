@@ -7,7 +7,10 @@ VQJsonCommand::VQJsonCommand(const KZString& word)
     : VQJsonObjectHasList(dorn::kKeyObjects, nullptr) {
   mDebugFlag = dorn::kTagCommand;
   mName = word;
-  VQJsonObject::SetValue(dorn::kKeyCommand, word, -1, "");
+  // As SetValue() stores and marks the first value of a key.
+  const KZString key(dorn::kKeyCommand);
+  mDirty.insert(key);
+  mList.emplace(key, word);
 }
 
 VQJsonCommand::~VQJsonCommand() = default;

@@ -79,7 +79,9 @@ VQClientSocket::~VQClientSocket() {
   std::puts("socket delete");
 }
 
-// Descriptor and status are read without the lock, as the loop does: see SharedInt.h.
+// Descriptor, status and length are read without the lock, as the loop does: see SharedInt.h.
+int VQClientSocket::HeldLength() const { return dorn::LoadShared(mBufferPos); }
+
 bool VQClientSocket::IsRemoved() { return dorn::LoadShared(KZFdData::mStatus) == kStatusRemove; }
 
 // A record that never got a descriptor carries the number 0.
@@ -94,7 +96,7 @@ bool VQClientSocket::HasNoDescriptor() {
 // watches the socket for writing instead of reading, so the end of its stream is not reported again
 // and again until the rest of the queue is out.
 void VQClientSocket::ReadyToRead() {
-  if (GetDataLength() != mLeft) ForgetSearches();
+  if (HeldLength() != mLeft) ForgetSearches();
   if (IsSelect() != 0 && HasBacklog() && HasPeerFinished()) {
     mFinishing = true;
     SetFDStatus(kStatusOpen);
@@ -126,7 +128,7 @@ int VQClientSocket::OnNotice(int code, int value) {
 // that died in the middle of a message would never be noticed, and setting the timer wakes the loop
 // up, so that it would spin.
 int VQClientSocket::OnReceive(sockaddr*, unsigned int) {
-  const bool isRepetition = IsSelect() == 0 && GetDataLength() == mLeft;
+  const bool isRepetition = IsSelect() == 0 && HeldLength() == mLeft;
   if (!isRepetition) RestartIdleTimer();
   // Bytes that were put there without the loop may be anything.
   if (IsSelect() == 0 && !isRepetition) ForgetSearches();
@@ -134,7 +136,7 @@ int VQClientSocket::OnReceive(sockaddr*, unsigned int) {
   ExecuteMessages();
   if (IsRemoved()) return 0;
   CloseIfFull();
-  mLeft = GetDataLength();
+  mLeft = HeldLength();
   return 0;
 }
 
@@ -166,20 +168,22 @@ void VQClientSocket::ForgetSearches() {
 
 // Drops what precedes the first STX. Without any STX nothing is dropped.
 void VQClientSocket::Resynchronise() {
-  int garbage = 0;
-  {
-    const dorn::SemaphoreLock lock(mSemData);
-    const int held = mBufferPos;
-    if (held == 0 || mDataBuffer[0] == kStx || mNoStart >= held) return;
-    const char* from = mDataBuffer + mNoStart;
-    const void* start = std::memchr(from, kStx, static_cast<std::size_t>(held - mNoStart));
-    mNoStart = held;
-    if (start == nullptr) return;
-    garbage = static_cast<int>(static_cast<const char*>(start) - mDataBuffer);
-  }
-  std::string dropped(static_cast<std::size_t>(garbage), '\0');
-  GetData(dropped.data(), garbage);
+  const dorn::SemaphoreLock lock(mSemData);
+  const int held = mBufferPos;
+  if (held == 0 || mDataBuffer[0] == kStx || mNoStart >= held) return;
+  const char* from = mDataBuffer + mNoStart;
+  const void* start = std::memchr(from, kStx, static_cast<std::size_t>(held - mNoStart));
+  mNoStart = held;
+  if (start == nullptr) return;
+  DropFront(static_cast<int>(static_cast<const char*>(start) - mDataBuffer));
   ForgetSearches();
+}
+
+// What GetData() does without a copy. The caller holds the lock.
+void VQClientSocket::DropFront(int length) {
+  const int left = mBufferPos - length;
+  std::memmove(mDataBuffer, mDataBuffer + length, static_cast<std::size_t>(left));
+  dorn::StoreShared(mBufferPos, left);
 }
 
 // The length of the first complete message, ETX included, or 0. Goes on where the last search
@@ -200,17 +204,21 @@ int VQClientSocket::FindMessageEnd() {
 // Kept: only the first STX of a call is looked for, so what lies between two messages becomes the
 // start of the second one's text.
 KZString VQClientSocket::TakeMessage(int length) {
-  std::string message(static_cast<std::size_t>(length), '\0');
-  GetData(message.data(), length);
+  std::string text;
+  {
+    const dorn::SemaphoreLock lock(mSemData);
+    const char* first = mDataBuffer + 1;
+    if (length > 1) text.assign(first, strnlen(first, static_cast<std::size_t>(length) - 2));
+    DropFront(length);
+  }
   ForgetSearches();
-  message.back() = '\0';
-  return length > 1 ? KZString(message.c_str() + 1) : KZString();
+  return KZString(std::move(text));
 }
 
 // No ETX can ever arrive in a buffer that is full: whatever comes is dropped, the record would be
 // served in every pass, and the station never heard again.
 void VQClientSocket::CloseIfFull() {
-  if (mBufferSize <= 0 || GetDataLength() < mBufferSize) return;
+  if (mBufferSize <= 0 || HeldLength() < mBufferSize) return;
   dorn::PrintLine({"Connection ", std::to_string(GetId()),
                    " closed: its message does not fit into the buffer"});
   Close();

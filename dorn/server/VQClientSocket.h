@@ -134,6 +134,8 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   void Resynchronise();
   int FindMessageEnd();
   KZString TakeMessage(int length);
+  void DropFront(int length);
+  int HeldLength() const;
   void CloseIfFull();
 
   void Execute(VQJsonObject* entry);

@@ -1,7 +1,9 @@
 // What a connection does with the commands of its station.
 #include <cstddef>
+#include <string>
 #include <utility>
 
+#include "dorn/model/MemberText.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/VQJsonParser.h"
 #include "dorn/model/WireWords.h"
@@ -21,6 +23,17 @@ constexpr char kKeyId[] = "Id";
 
 // The text of a member; empty if there is none.
 KZString TextOf(VQJsonObject* entry, const char* key) { return entry->GetValue(key).GetString(); }
+
+// A buffer that has grown beyond this is given back.
+constexpr std::size_t kMaxKeptText = std::size_t{64} * 1024;
+
+void PrintCommand(const std::string& word, VQJsonObject& entry) {
+  static std::string json;
+  json.clear();
+  dorn::AppendObject(json, entry);
+  dorn::PrintLine({"Command=", word, " json=", json});
+  if (json.capacity() > kMaxKeptText) std::string().swap(json);
+}
 
 }  // namespace
 
@@ -54,10 +67,9 @@ int VQClientSocket::DoCommand(const KZString& text) {
 // HELLO, CHANGE and CONDITION are words of real commands only: another entry of the list cannot
 // have such a "Command", since that would have made it a command.
 void VQClientSocket::Execute(VQJsonObject* entry) {
-  const VQValue word = entry->GetValue(dorn::kKeyCommand);
-  if (word != dorn::kCommandKeepalive) {
-    dorn::PrintLine({"Command=", word.GetChar(), " json=", entry->GetJson()});
-  }
+  // A copy: the hook that checks the session may change the entry.
+  const std::string word = entry->GetValue(dorn::kKeyCommand).GetChar();
+  if (word != dorn::kCommandKeepalive) PrintCommand(word, *entry);
   CheckSessionId(entry);
   auto* command = dynamic_cast<VQJsonCommand*>(entry);
   const bool isGreeting = word == dorn::kCommandHello || word == dorn::kCommandChange;
@@ -130,7 +142,7 @@ void VQClientSocket::Start(VQJsonCommand* command) {
 void VQClientSocket::ExecuteAuthenticated(VQJsonObject* entry) {
   VQApplication& app = dorn::App();
   if (VQSession* session = app.SessionList()->Search(mSessionId)) session->Extend();
-  const VQValue word = entry->GetValue(dorn::kKeyCommand);
+  const std::string word = entry->GetValue(dorn::kKeyCommand).GetChar();
   auto* command = dynamic_cast<VQJsonCommand*>(entry);
   if (word == dorn::kCommandKeepalive) {
     const unsigned int answerTimer = static_cast<unsigned int>(GetId()) + dorn::kAnswerTimer;

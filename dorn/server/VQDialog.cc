@@ -189,7 +189,9 @@ bool VQDialog::SendUpdateShareToAll(bool all) {
 bool VQDialog::SendSnapshot(VQClientSocket* client) {
   const auto tree = mSessionResourceList.find(dorn::kSessionIdShared);
   if (client == nullptr || tree == mSessionResourceList.end()) return false;
+  constexpr std::size_t kUsualLength = 2000;
   std::string text;
+  text.reserve(kUsualLength);
   int objects = 0;
   dorn::BeginUpdateCommand(text);
   dorn::ForEachChild(tree->second, [&text, &objects](VQJsonObject& child) {
