@@ -39,6 +39,13 @@ bool IsThisMachine(const char* addr) {
   return addr == nullptr || std::strcmp(addr, "localhost") == 0;
 }
 
+// A negative length would count as a huge one, and what lies behind the data would be sent.
+bool CheckLength(int length) {
+  if (length >= 0) return true;
+  errno = EINVAL;
+  return false;
+}
+
 // Only IPv4 addresses are used.
 const sockaddr_in* AsInternet(const sockaddr* addr) {
   return reinterpret_cast<const sockaddr_in*>(addr);
@@ -84,7 +91,9 @@ void KZSocket::ReadyToRead() {
 }
 
 int KZSocket::Send(const void* data, int length) {
-  const int result = static_cast<int>(send(GetFD(), data, static_cast<size_t>(length), 0));
+  const int result = CheckLength(length)
+                         ? static_cast<int>(send(GetFD(), data, static_cast<size_t>(length), 0))
+                         : -1;
   if (result < 0) {
     const int error = errno;
     mLog.LogPrintf("sendエラー (%s) result:%d\n", strerror(error), result);
@@ -232,7 +241,9 @@ int KZSocket::Close() {
 
 int KZSocket::SendTo(const void* data, int length, const sockaddr* addr, unsigned int addrlen) {
   if (IsUnopened()) return -1;
-  const ssize_t sent = sendto(GetFD(), data, static_cast<size_t>(length), 0, addr, addrlen);
+  const ssize_t sent = CheckLength(length)
+                           ? sendto(GetFD(), data, static_cast<size_t>(length), 0, addr, addrlen)
+                           : -1;
   const int error = errno;
   if (sent < 0) {
     mLog.LogPrintf("ERROR! KZSocket::SendTo sendto=(%s)\n", strerror(error));

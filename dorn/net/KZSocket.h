@@ -37,7 +37,8 @@ class DORN_EXPORT KZSocket : public KZFdData {
   void ReadyToRead() override;
 
   // Sends what the socket takes at once and returns the number of bytes, or a negative number with
-  // `errno` set. Nothing is queued. A failure is logged and does not close.
+  // `errno` set. Nothing is queued. A failure, such as a `length` below 0, is logged and does not
+  // close.
   virtual int Send(const void* data, int length);
 
   // Called after opening, or when a connection is established.

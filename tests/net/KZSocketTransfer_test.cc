@@ -222,6 +222,22 @@ TEST_F(KZSocketTransferTest, SendingOnAClosedSocketFails) {
   EXPECT_THAT(mLog.Messages(), ElementsAre("sendエラー (Bad file descriptor) result:-1\n"));
 }
 
+TEST_F(KZSocketTransferTest, ANegativeLengthSendsNothing) {
+  TestSocket socket(kLogSize, &mLog, List());
+  TcpPeer peer = Join(socket);
+  const std::string bytes(1000, 'x');
+  EXPECT_EQ(socket.Send(bytes.data(), -1), -1);
+  EXPECT_EQ(errno, EINVAL);
+  const sockaddr_in address = LoopbackAddress(9);
+  EXPECT_EQ(socket.SendTo(bytes.data(), -1, Generic(address), sizeof address), -1);
+  EXPECT_THAT(mLog.Messages(), ElementsAre("sendエラー (Invalid argument) result:-1\n",
+                                           "ERROR! KZSocket::SendTo sendto=(Invalid argument)\n"));
+  EXPECT_EQ(socket.Send("y", 1), 1);
+  ASSERT_TRUE(peer.WaitFor(1));
+  EXPECT_EQ(peer.Received(), "y");
+  socket.Close();
+}
+
 TEST_F(KZSocketTransferTest, SendToLogsAddressPortAndBytesAndReturnsZero) {
   UdpPeer peer;
   TestSocket socket(kLogSize, &mLog, List());
