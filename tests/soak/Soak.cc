@@ -31,6 +31,7 @@ constexpr int kEnteringAtOnce = 50;
 constexpr int kMisdeedsPerSecond = 10;
 constexpr long long kStalledUs = 10 * kSecondUs;
 constexpr long long kSettlingUs = 3 * kSecondUs;
+constexpr long long kReportUs = 60 * kSecondUs;
 constexpr long kGrowthKiB = 16 * 1024;  // And a tenth of what there was.
 constexpr int kGrowthDescriptors = 4;
 constexpr rlim_t kDescriptors = 4096;
@@ -183,7 +184,16 @@ class Soak {
       Poll(5);
       Churn(now);
       Misbehave(now);
+      Report(now);
     }
+  }
+
+  void Report(long long now) {
+    if (mNextReportUs == 0) mNextReportUs = now + kReportUs;
+    if (now < mNextReportUs) return;
+    mNextReportUs += kReportUs;
+    std::printf("       %s\n", mHost.What().Text().c_str());
+    std::fflush(stdout);
   }
 
   // The figures of the host without those who hold its memory for as long as they do not read, and
@@ -277,6 +287,7 @@ class Soak {
   std::vector<std::unique_ptr<SoakStation>> mStations;
   long long mNextChurnUs = 0;
   long long mNextMisdeedUs = 0;
+  long long mNextReportUs = 0;
   long mChurned = 0;
   bool mHasEnded = false;
 };
