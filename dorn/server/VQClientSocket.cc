@@ -207,6 +207,8 @@ KZString VQClientSocket::TakeMessage(int length) {
   std::string text;
   {
     const dorn::SemaphoreLock lock(mSemData);
+    // Another thread may have taken bytes since the end was found.
+    length = std::min(length, static_cast<int>(mBufferPos));
     const char* first = mDataBuffer + 1;
     if (length > 1) text.assign(first, strnlen(first, static_cast<std::size_t>(length) - 2));
     DropFront(length);
