@@ -15,7 +15,7 @@ UpdateComposer::UpdateComposer(VQJsonResource* tree, bool allflag, SideCommands 
 
 UpdateComposer::Text UpdateComposer::Compose(const KZString& sessionid) {
   if (!mSurveyed || mContent != CurrentTreeStamp().content) Survey();
-  if (mHasRecords || !mOwnClasses) ComposeSide();
+  if (!mOwnClasses || mSurvey.HasSideRecords()) ComposeSide();
   Text text;
   if (mOwnClasses) {
     Update& update = SlotOf(sessionid);
@@ -29,31 +29,22 @@ UpdateComposer::Text UpdateComposer::Compose(const KZString& sessionid) {
   return text;
 }
 
+void UpdateComposer::ResetDirty(bool untouched) {
+  const bool isKnown = mSurveyed && mOwnClasses && mContent == CurrentTreeStamp().content;
+  if (untouched && isKnown) {
+    mSurvey.ResetDirty();
+  } else {
+    mTree->ResetDirty();
+  }
+}
+
 void UpdateComposer::Survey() {
   mSurveyed = true;
-  mEntries.clear();
   mBySession.clear();
   mShared = Update();
-  mHasRecords = mTree->IsDirtyAdd() || mTree->IsDirtyDel();
-  // The root itself is never written.
-  mOwnClasses = IsOwnClass(*mTree) && SurveyChildren(*mTree);
-}
-
-// False at an object of a host's class; the rest of the survey is then of no use.
-bool UpdateComposer::SurveyObject(VQJsonObject& object) {
-  if (!IsOwnClass(object)) return false;
-  mHasRecords = mHasRecords || object.IsDirtyAdd() || object.IsDirtyDel();
-  if (!object.mName.empty() && (mAllflag || object.IsDirty())) {
-    mEntries.push_back(&object);
-    SurveyTags(object);
-  }
-  return SurveyChildren(object);
-}
-
-bool UpdateComposer::SurveyChildren(VQJsonObject& object) {
-  bool own = true;
-  ForEachChild(object, [this, &own](VQJsonObject& child) { own = own && SurveyObject(child); });
-  return own;
+  mOwnClasses = mSurvey.Take(*mTree, mAllflag);
+  if (!mOwnClasses || mAllflag) return;
+  for (const VQJsonObject* entry : mSurvey.Entries()) SurveyTags(*entry);
 }
 
 void UpdateComposer::SurveyTags(const VQJsonObject& object) {
@@ -65,10 +56,13 @@ void UpdateComposer::SurveyTags(const VQJsonObject& object) {
 }
 
 void UpdateComposer::ComposeSide() {
+  if (mOwnClasses) {
+    mSurvey.AppendSideCommands(mSide, mSideCount);
+    return;
+  }
   int indent = 0;
   AppendDeleteCommandRaw(mSide, *mTree, mSideCount);
   AppendAddCommandRaw(mSide, *mTree, mSideCount, indent);
-  mHasRecords = false;
 }
 
 UpdateComposer::Update& UpdateComposer::SlotOf(const KZString& sessionid) {
@@ -82,7 +76,7 @@ UpdateComposer::Update UpdateComposer::ComposeFromEntries(const KZString& sessio
   std::string update;
   int objects = 0;
   BeginUpdateCommand(update);
-  for (VQJsonObject* entry : mEntries) {
+  for (VQJsonObject* entry : mSurvey.Entries()) {
     AppendUpdateEntry(update, *entry, objects, mAllflag, sessionid);
   }
   EndUpdateCommand(update);

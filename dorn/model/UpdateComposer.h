@@ -7,9 +7,9 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "dorn/base/KZString.h"
+#include "dorn/model/TreeSurvey.h"
 #include "dorn/model/VQJsonObject.h"
 #include "dorn/model/VQJsonResource.h"
 
@@ -26,10 +26,10 @@ enum class SideCommands {
 // clears the add and delete records, and attributes "Name" are inserted where they are looked up.
 // The tree is walked once; sessions that no change is tagged with share one text.
 //
-// Make one composer for each round of sending; ResetDirty() stays with the caller. Should an
-// operation change any tree between two calls, the tree is walked and composed anew; what host code
-// assigns to public members in between is not seen. A tree with an object of a host's own class
-// gets a literal call for every recipient, since that class may override a writer.
+// Make one composer for each round of sending. Should an operation change any tree between two
+// calls, the tree is walked and composed anew; what host code assigns to public members in between
+// is not seen. A tree with an object of a host's own class gets a literal call for every recipient,
+// since that class may override a writer.
 class UpdateComposer {
  public:
   using Text = std::shared_ptr<const KZString>;
@@ -41,6 +41,11 @@ class UpdateComposer {
   // same text.
   Text Compose(const KZString& sessionid);
 
+  // Calls ResetDirty() of the tree, once at the end of the round. `untouched` says that no host
+  // code has run since the first Compose(), so that no record can have been written directly: the
+  // tree is then not walked again.
+  void ResetDirty(bool untouched);
+
  private:
   // An UPDATE command, alone and with the side commands; null until it is needed.
   struct Update {
@@ -50,8 +55,6 @@ class UpdateComposer {
   };
 
   void Survey();
-  bool SurveyObject(VQJsonObject& object);
-  bool SurveyChildren(VQJsonObject& object);
   void SurveyTags(const VQJsonObject& object);
   void ComposeSide();
   Update& SlotOf(const KZString& sessionid);
@@ -66,9 +69,8 @@ class UpdateComposer {
   // The tree as it was when the stamp of all trees was mContent.
   bool mSurveyed = false;
   std::uint64_t mContent = 0;
-  bool mOwnClasses = false;             // No object of a host's class.
-  bool mHasRecords = false;             // Some object has an add or delete record.
-  std::vector<VQJsonObject*> mEntries;  // What an UPDATE command may name, in its order.
+  TreeSurvey mSurvey;
+  bool mOwnClasses = false;  // No object of a host's class; otherwise the survey is of no use.
 
   std::map<KZString, Update> mBySession;  // For the sessions in tags, and for the empty one.
   Update mShared;                         // For all other sessions.

@@ -9,8 +9,9 @@
 namespace dorn {
 namespace {
 
-// An added object inside an ADD command that is being written.
-void AppendAddedObject(std::string& out, VQJsonObject& object, int& indent) {
+// `appendChildren` appends the added objects below an object, and counts them in its argument.
+template <class AppendChildren>
+void AppendAddedObject(std::string& out, VQJsonObject& object, AppendChildren&& appendChildren) {
   out += '{';
   int members = 0;
   AppendMembers(out, object, members);
@@ -18,24 +19,36 @@ void AppendAddedObject(std::string& out, VQJsonObject& object, int& indent) {
     AppendComma(out, members);
     out += "\"Objects\":[";
     int children = 0;
-    ForEachChild(object, [&out, &children, &indent](VQJsonObject& child) {
-      AppendAddCommandRaw(out, child, children, indent);
-    });
+    appendChildren(children);
     out += ']';
   }
   out += '}';
 }
 
 // An ADD command for the children that were added to `object`.
-void AppendAddCommand(std::string& out, VQJsonObject& object, int& indent) {
+template <class AppendChildren>
+void AppendAddCommand(std::string& out, const VQJsonObject& object,
+                      AppendChildren&& appendChildren) {
   out += "{ \"Command\":\"ADD\",\"Name\":\"";
   out += object.mName;
   out += "\", \"Objects\":[";
   int children = 0;
-  ForEachChild(object, [&out, &children, &indent](VQJsonObject& child) {
-    AppendAddCommandRaw(out, child, children, indent);
-  });
+  appendChildren(children);
   out += "]}";
+}
+
+// Clears the mark of an added object and appends it: as a command, or, inside one, as an object.
+template <class AppendChildren>
+void AppendAdded(std::string& out, VQJsonObject& object, int& comma, int& indent,
+                 AppendChildren&& appendChildren) {
+  object.ResetDirtyAdd();
+  AppendComma(out, comma);
+  if (indent++ == 0) {
+    AppendAddCommand(out, object, appendChildren);
+  } else {
+    AppendAddedObject(out, object, appendChildren);
+  }
+  --indent;
 }
 
 void AppendDeleteCommand(std::string& out, const VQJsonObject& object) {
@@ -75,36 +88,51 @@ void AppendUpdateCommandRaw(std::string& out, VQJsonObject& object, int& comma, 
                             const KZString& sessionid) {
   AppendUpdateEntry(out, object, comma, allflag, sessionid);
   ForEachChild(object, [&out, &comma, allflag, &sessionid](VQJsonObject& child) {
+    if (!allflag && !child.IsDirty() && IsPlainObject(child)) return;
     AppendUpdateCommandRaw(out, child, comma, allflag, sessionid);
   });
 }
 
+void AppendDeleteRecord(std::string& out, VQJsonObject& object, int& comma) {
+  if (!object.IsDirtyDel()) return;
+  if (comma > 0) out += ',';
+  ++comma;
+  AppendDeleteCommand(out, object);
+  object.ResetDirtyDel();
+}
+
 void AppendDeleteCommandRaw(std::string& out, VQJsonObject& object, int& comma) {
-  if (object.IsDirtyDel()) {
-    if (comma > 0) out += ',';
-    ++comma;
-    AppendDeleteCommand(out, object);
-    object.ResetDirtyDel();
-  }
-  ForEachChild(object,
-               [&out, &comma](VQJsonObject& child) { AppendDeleteCommandRaw(out, child, comma); });
+  AppendDeleteRecord(out, object, comma);
+  ForEachChild(object, [&out, &comma](VQJsonObject& child) {
+    if (!child.IsDirtyDel() && IsPlainObject(child)) return;
+    AppendDeleteCommandRaw(out, child, comma);
+  });
 }
 
 void AppendAddCommandRaw(std::string& out, VQJsonObject& object, int& comma, int& indent) {
-  if (!object.IsDirtyAdd()) {
-    ForEachChild(object, [&out, &comma, &indent](VQJsonObject& child) {
-      AppendAddCommandRaw(out, child, comma, indent);
+  const auto appendChildren = [&out, &object, &indent](int& children) {
+    ForEachChild(object, [&out, &children, &indent](VQJsonObject& child) {
+      if (!child.IsDirtyAdd() && IsPlainObject(child)) return;
+      AppendAddCommandRaw(out, child, children, indent);
     });
-    return;
-  }
-  object.ResetDirtyAdd();
-  AppendComma(out, comma);
-  if (indent++ == 0) {
-    AppendAddCommand(out, object, indent);
+  };
+  if (object.IsDirtyAdd()) {
+    AppendAdded(out, object, comma, indent, appendChildren);
   } else {
-    AppendAddedObject(out, object, indent);
+    appendChildren(comma);
   }
-  --indent;
+}
+
+void AppendAddedObjects(std::string& out, const std::vector<AddedObject>& added, std::size_t first,
+                        std::size_t last, int& comma, int& indent) {
+  for (std::size_t i = first; i < last;) {
+    const AddedObject& entry = added[i++];
+    if (!entry.object->IsDirtyAdd()) continue;  // Held twice, and written already.
+    AppendAdded(out, *entry.object, comma, indent, [&](int& children) {
+      AppendAddedObjects(out, added, i, entry.end, children, indent);
+    });
+    i = entry.end;
+  }
 }
 
 void BeginUpdateCommand(std::string& out) { out += "{ \"Command\":\"UPDATE\", \"Objects\":["; }

@@ -2,7 +2,9 @@
 #ifndef DORN_MODEL_UPDATETEXT_H_
 #define DORN_MODEL_UPDATETEXT_H_
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "dorn/base/KZString.h"
 #include "dorn/model/VQJsonObject.h"
@@ -20,6 +22,21 @@ void AppendUpdateCommandRaw(std::string& out, VQJsonObject& object, int& comma, 
                             const KZString& sessionid);
 void AppendDeleteCommandRaw(std::string& out, VQJsonObject& object, int& comma);
 void AppendAddCommandRaw(std::string& out, VQJsonObject& object, int& comma, int& indent);
+
+// The DELETE command for the record of one object, without its children; nothing if it has none.
+void AppendDeleteRecord(std::string& out, VQJsonObject& object, int& comma);
+
+// An object that was added, in a list of all such objects of a tree, parents before children. What
+// follows up to `end` lies below it.
+struct AddedObject {
+  VQJsonObject* object;
+  std::size_t end;
+};
+
+// What AppendAddCommandRaw() appends for a tree of which `added`, from `first` up to `last`, lists
+// the added objects. Objects that are not marked any more are passed over.
+void AppendAddedObjects(std::string& out, const std::vector<AddedObject>& added, std::size_t first,
+                        std::size_t last, int& comma, int& indent);
 
 // The frame around the entries of an UPDATE command.
 void BeginUpdateCommand(std::string& out);

@@ -103,8 +103,17 @@ VQJsonObject* VQJsonObjectHasList::SearchName(const KZString& name) {
 
 void VQJsonObjectHasList::ResetDirty() {
   VQJsonObject::ResetDirty();
+  // By position: a host's override may change the list.
   for (std::size_t i = 0; i < mObjectList.size(); ++i) {
-    if (mObjectList[i] != nullptr) mObjectList[i]->ResetDirty();
+    dorn::FetchAhead(mObjectList, i);
+    VQJsonObject* child = mObjectList[i];
+    if (child == nullptr) continue;
+    // Most objects are plain and clean, and then a call is most of the work.
+    if (!dorn::IsPlainObject(*child)) {
+      child->ResetDirty();
+    } else if (child->IsDirty()) {
+      child->VQJsonObject::ResetDirty();
+    }
   }
 }
 

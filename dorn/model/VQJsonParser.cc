@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "dorn/json/JsonParser.h"
+#include "dorn/model/TreeSurvey.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/UpdateText.h"
 #include "dorn/model/WireWords.h"
@@ -133,17 +134,24 @@ VQJsonObject* VQJsonParser::CreateObject(const KZString& type, const KZString& l
 bool VQJsonParser::MakeUpdateCommand(KZString& json, VQJsonResource* jo, bool allflag,
                                      const KZString& sessionid) {
   std::string side;
-  int commands = 0;
-  int indent = 0;
-  dorn::AppendDeleteCommandRaw(side, *jo, commands);
-  dorn::AppendAddCommandRaw(side, *jo, commands, indent);
-
   std::string update;
+  int commands = 0;
   int objects = 0;
   dorn::BeginUpdateCommand(update);
-  dorn::ForEachChild(*jo, [&](VQJsonObject& child) {
-    dorn::AppendUpdateCommandRaw(update, child, objects, allflag, sessionid);
-  });
+  dorn::TreeSurvey survey;
+  if (survey.Take(*jo, allflag)) {
+    survey.AppendSideCommands(side, commands);
+    for (VQJsonObject* entry : survey.Entries()) {
+      dorn::AppendUpdateEntry(update, *entry, objects, allflag, sessionid);
+    }
+  } else {
+    int indent = 0;
+    dorn::AppendDeleteCommandRaw(side, *jo, commands);
+    dorn::AppendAddCommandRaw(side, *jo, commands, indent);
+    dorn::ForEachChild(*jo, [&](VQJsonObject& child) {
+      dorn::AppendUpdateCommandRaw(update, child, objects, allflag, sessionid);
+    });
+  }
   dorn::EndUpdateCommand(update);
 
   json = dorn::JoinCommands(update, side);
