@@ -9,6 +9,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <typeinfo>
 #include <utility>
 
 #include "dorn/model/NameIndex.h"
@@ -45,11 +46,23 @@ bool ReadText(int file, std::string& text) {
   }
 }
 
+// Sends a text. False if host code may have run meanwhile, which may have changed any tree: an
+// override of the connection's class, or the sink of its log, to which a connection that cannot
+// take the text speaks when it is closed.
+bool SendUntouched(VQClientSocket* client, const KZString& text) {
+  constexpr int kFrameBytes = 2;
+  const bool isOwnClass = typeid(*client) == typeid(VQClientSocket);
+  const int sent = client->SendData(text);
+  return isOwnClass && sent == static_cast<int>(text.size()) + kFrameBytes &&
+         dorn::AsLivingConnection(client) != nullptr;
+}
+
 bool SendShared(VQDialog* dialog, bool all, dorn::SideCommands sideCommands) {
   dorn::RunningHooks running(dialog);
   VQJsonResource* tree = dialog->GetResourceShare();
   dorn::UpdateComposer composer(tree, all, sideCommands);
   bool sent = false;
+  bool untouched = true;
   KZFdDataList& records = *dorn::App().GetFdDataList();
   for (auto it = records.begin(); it != records.end(); ++it) {
     if (std::next(it) != records.end()) dorn::PrefetchConnection(*std::next(it));
@@ -57,10 +70,10 @@ bool SendShared(VQDialog* dialog, bool all, dorn::SideCommands sideCommands) {
     if (client == nullptr || !client->CompareDialogName(dialog->mDialogName)) continue;
     const std::shared_ptr<const KZString> text = composer.Compose(client->GetSessionId());
     if (text == nullptr) continue;
-    client->SendData(*text);
+    untouched = SendUntouched(client, *text) && untouched;
     sent = true;
   }
-  tree->ResetDirty();
+  composer.ResetDirty(untouched);
   return sent;
 }
 
@@ -213,13 +226,11 @@ bool VQDialog::SendUpdateUnique(const KZString& sid, bool all) {
     if (client == nullptr || !client->CompareDialogName(mDialogName)) continue;
     if (!client->CompareSessionId(session)) continue;
     VQJsonResource* tree = GetResourceUnique(session);
-    KZString text;
-    VQJsonParser parser;
-    if (parser.MakeUpdateCommand(text, tree, all, session)) {
-      client->SendData(text);
-      sent = true;
-    }
-    tree->ResetDirty();
+    dorn::UpdateComposer composer(tree, all, dorn::SideCommands::kFirst);
+    const std::shared_ptr<const KZString> text = composer.Compose(session);
+    const bool untouched = text == nullptr || SendUntouched(client, *text);
+    if (text != nullptr) sent = true;
+    composer.ResetDirty(untouched);
   }
   return sent;
 }

@@ -1,4 +1,8 @@
 // What a dialog sends to the stations that show it.
+#include <sys/socket.h>
+
+#include <string>
+
 #include "tests/server/ServerTest.h"
 
 namespace {
@@ -194,6 +198,78 @@ TEST_F(VQDialogUpdatesTest, AnObjectOfTheHostsClassWritesItselfForEachSession) {
               ElementsAre("{ \"Command\":\"UPDATE\", \"Objects\":[{\"For\":\"S1\"}]}\n"));
   EXPECT_THAT(mB.station.Messages(),
               ElementsAre("{ \"Command\":\"UPDATE\", \"Objects\":[{\"For\":\"S2\"}]}\n"));
+}
+
+// What host code writes into the tree while a round is being sent is forgotten at its end, as marks
+// of operations are: no station was told of it.
+class MarkingStream : public KZStream {
+ public:
+  int Output(char*) override {
+    if (mObject != nullptr) mObject->mDirty.insert("Value");
+    return 0;
+  }
+  VQJsonObject* mObject = nullptr;
+};
+
+TEST_F(VQDialogUpdatesTest, MarksThatALogSinkWroteDuringTheRoundAreForgotten) {
+  MarkingStream sink;
+  Find(mA)->mLog.LogStart(256, &sink);
+  const KZString big(std::string(1 << 20, 'x'));
+  for (int i = 0; i < 9; ++i) ASSERT_GT(Find(mA)->SendData(big), 0);
+  sink.mObject = mTree->SearchName("l1");
+  Set("b1", "ON", "");
+  EXPECT_TRUE(mDialog->SendUpdateShare(false));
+  EXPECT_EQ(Find(mA), nullptr);  // Its queue was full.
+  EXPECT_THAT(mB.station.Messages(), ElementsAre(kButtonOn));
+  EXPECT_FALSE(mTree->SearchName("b1")->IsDirty());
+  EXPECT_FALSE(mTree->SearchName("l1")->IsDirty());
+}
+
+// A host's own class of connection.
+class MarkingClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  int SendData(const KZString& text) override {
+    if (mObject != nullptr) mObject->mDirty.insert("Value");
+    return VQClientSocket::SendData(text);
+  }
+  VQJsonObject* mObject = nullptr;
+};
+
+TEST_F(VQDialogUpdatesTest, MarksThatAConnectionOfAHostsClassWroteDuringTheRoundAreForgotten) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+  auto* client = new MarkingClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  Station station(pair[1]);
+  Pass();
+  client->mDialogName = "top";
+  client->mSessionId = "S1";
+  client->mObject = mTree->SearchName("l1");
+  Set("b1", "ON", "");
+  EXPECT_TRUE(mDialog->SendUpdateShare(false));
+  EXPECT_THAT(station.Messages(), ElementsAre(kButtonOn));
+  EXPECT_FALSE(mTree->SearchName("l1")->IsDirty());
+
+  mDialog->LoadJsonUnique("S1");
+  client->mObject = mDialog->GetResourceUnique("S1")->SearchName("l1");
+  Find(mA)->mDialogName = "other";
+  mDialog->GetResourceUnique("S1")->SearchName("b1")->SetValue("Value", VQValue("ON"), -1, "");
+  EXPECT_TRUE(mDialog->SendUpdateUnique("S1", false));
+  EXPECT_THAT(station.Messages(), ElementsAre(kButtonOn));
+  EXPECT_FALSE(client->mObject->IsDirty());
+}
+
+TEST_F(VQDialogUpdatesTest, MarksThatAHostWroteDirectlyBetweenTwoRoundsAreSent) {
+  Set("b1", "ON", "");
+  EXPECT_TRUE(mDialog->SendUpdateShare(false));
+  mA.station.Messages();
+  mTree->SearchName("l1")->mDirty.insert("Value");
+  EXPECT_TRUE(mDialog->SendUpdateShare(false));
+  EXPECT_THAT(
+      mA.station.Messages(),
+      ElementsAre("{ \"Command\":\"UPDATE\", \"Objects\":[{\"Value\":1,\"Name\":\"l1\"}]}\n"));
+  EXPECT_FALSE(mDialog->SendUpdateShare(false));
 }
 
 // SendUpdateShareToAll
