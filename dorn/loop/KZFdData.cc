@@ -11,6 +11,7 @@
 
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/LiveList.h"
+#include "dorn/loop/SettledRecords.h"
 #include "dorn/loop/SharedInt.h"
 
 using dorn::SemaphoreLock;
@@ -39,6 +40,8 @@ KZFdData::KZFdData(KZFdDataList* list)
 
 KZFdData::KZFdData(int type, int fd, int id, KZFdDataList* list)
     : mStatus(kStatusOpen), mType(type), mId(id), mFD(fd), mList(list) {}
+
+void KZFdData::TouchSettled() { dorn::SettledRecords::Touch(this); }
 
 KZFdData::~KZFdData() {
   dorn::LiveList::Forget(this);
@@ -88,17 +91,25 @@ int KZFdData::GetFDStatus() {
 }
 
 int KZFdData::SetFD(int fd) {
-  const SemaphoreLock lock(mSemData);
-  if (fd < 0) StoreShared(mStatus, kStatusGone);
-  const int previous = mFD;
-  StoreShared(mFD, fd);
+  int previous;
+  {
+    const SemaphoreLock lock(mSemData);
+    if (fd < 0) StoreShared(mStatus, kStatusGone);
+    previous = mFD;
+    StoreShared(mFD, fd);
+  }
+  Touch();
   return previous;
 }
 
 int KZFdData::SetFDStatus(int s) {
-  const SemaphoreLock lock(mSemData);
-  const int previous = mStatus;
-  StoreShared(mStatus, s);
+  int previous;
+  {
+    const SemaphoreLock lock(mSemData);
+    previous = mStatus;
+    StoreShared(mStatus, s);
+  }
+  Touch();
   return previous;
 }
 
@@ -136,6 +147,7 @@ bool KZFdData::SetDataToBuffer(char* data, int len) {
   const int taken = std::min(len, mBufferSize - mBufferPos);
   std::memcpy(mDataBuffer + mBufferPos, data, static_cast<size_t>(taken));
   StoreShared(mBufferPos, mBufferPos + taken);
+  Touch();
   return taken == len;
 }
 

@@ -3,12 +3,20 @@
 #ifndef DORN_LOOP_KZFDDATA_H_
 #define DORN_LOOP_KZFDDATA_H_
 
+#include <atomic>
+#include <cstddef>
 #include <memory>
 
 #include "dorn/base/Export.h"
 #include "dorn/base/KZSemaphore.h"
 
+class KZFdData;
 class KZFdDataList;
+
+namespace dorn {
+class SettledRecords;
+void LetSettle(KZFdData& record);
+}  // namespace dorn
 
 // Hooks and the buffer's consumers run on the loop thread. Other threads may read and change
 // status, descriptor and buffer through the operations that take the record's lock, and may ask
@@ -103,9 +111,15 @@ class DORN_EXPORT KZFdData {
   int GetId() const { return mId; }
   void SetId(int id) { mId = id; }
   int GetType() const { return mType; }
-  void SetType(int type) { mType = type; }
+  void SetType(int type) {
+    mType = type;
+    Touch();
+  }
   int IsSelect() const { return mIsSelect; }
-  void SetSelect(int select) { mIsSelect = select; }
+  void SetSelect(int select) {
+    mIsSelect = select;
+    Touch();
+  }
   int GetAutoDelete() const { return mAutoDelete; }
   void SetAutoDelete(int autoDelete) { mAutoDelete = autoDelete; }
 
@@ -133,6 +147,9 @@ class DORN_EXPORT KZFdData {
   // Drops all bytes held, then calls OnNotice(kNoticeCleared, 0) without the lock.
   void ClearData();
 
+  // Change them with the operations above: the loop looks at an idle connection of a station only
+  // when its descriptor is ready or an operation has changed something. Records of a host's own
+  // classes are looked at in every pass.
   int mStatus;                   // kStatus...; written under mSemData.
   int mType;                     // kType...
   int mId;                       // -1: not assigned yet.
@@ -147,10 +164,24 @@ class DORN_EXPORT KZFdData {
 
  private:
   friend class KZFdDataList;
+  friend class dorn::SettledRecords;
+  friend void dorn::LetSettle(KZFdData& record);
+
+  // Tells the loop that something has changed. Behind the change, whose lock orders it with the
+  // settling.
+  void Touch() {
+    if (mSettledIn.load(std::memory_order_relaxed) != nullptr) TouchSettled();
+  }
+  void TouchSettled();
 
   // The list that holds the record, linked or pending; its content is null once that list is
   // gone. Written under the list's lock.
   std::shared_ptr<KZFdDataList*> mHolder;
+
+  std::atomic<dorn::SettledRecords*> mSettledIn{nullptr};  // Null: the loop looks at this record.
+  int mSettledFd = -1;      // The descriptor with which it settled; loop thread only.
+  bool mMaySettle = false;  // See LetSettle().
+  std::size_t mPlace = 0;   // Its place in the list when the loop last walked it.
 };
 
 #include "dorn/loop/KZFdDataList.h"

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -14,6 +15,7 @@
 
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/LiveList.h"
+#include "dorn/loop/SettledRecords.h"
 #include "dorn/loop/SharedInt.h"
 
 using dorn::LoadShared;
@@ -71,18 +73,15 @@ bool IsSignalled(int fd, const fd_set* rfds, const fd_set* wfds) {
   return FitsIntoSet(fd) && (FD_ISSET(fd, wfds) || FD_ISSET(fd, rfds));
 }
 
-// Between two walks the kernel's own walk over all sockets, inside select, has displaced the
-// records from the processor's cache, and the next place of a list is only known when this one has
-// been read: without help, most of a pass over many idle records is waiting for memory.
-template <class Whereabouts>
-void PrefetchAhead(const Whereabouts& whereabouts, std::size_t place) {
+// Between two passes the kernel's own walk over all sockets, inside select, has displaced the
+// records from the processor's cache.
+void FetchAhead(const std::vector<KZFdData*>& records, std::size_t i) {
   constexpr std::size_t kAhead = 12;
   constexpr std::size_t kCacheLine = 64;
-  if (place + kAhead >= whereabouts.size()) return;
-  const auto& ahead = whereabouts[place + kAhead];
-  __builtin_prefetch(ahead.mPlace);
-  __builtin_prefetch(ahead.mRecord);
-  __builtin_prefetch(static_cast<const char*>(ahead.mRecord) + kCacheLine);
+  if (i + kAhead >= records.size()) return;
+  const KZFdData* ahead = records[i + kAhead];
+  __builtin_prefetch(ahead);
+  __builtin_prefetch(reinterpret_cast<const char*>(ahead) + kCacheLine);
 }
 
 void DrainPipe(int fd) {
@@ -105,7 +104,9 @@ struct Request {
 
 }  // namespace
 
-KZFdDataList::KZFdDataList() : mSelf(std::make_shared<KZFdDataList*>(this)) {
+KZFdDataList::KZFdDataList()
+    : mSettled(std::make_unique<dorn::SettledRecords>()),
+      mSelf(std::make_shared<KZFdDataList*>(this)) {
   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
   OccupyStandardDescriptors();
   int ends[2];
@@ -187,28 +188,40 @@ void KZFdDataList::Remove(int fd, int id) {
   WakeUp();
 }
 
+void KZFdDataList::SortByPlace(std::vector<KZFdData*>& records) {
+  const auto isBefore = [](const KZFdData* a, const KZFdData* b) { return a->mPlace < b->mPlace; };
+  std::sort(records.begin(), records.end(), isBefore);
+}
+
 int KZFdDataList::FdSet(fd_set* rfds, fd_set* wfds) {
-  FD_ZERO(rfds);
+  Survey();
+  mSettled->TakeTouched(mRestless);
+  *rfds = mSettled->Reads();
   FD_ZERO(wfds);
   int result = static_cast<int>(size());
-  mWhereabouts.resize(size());
-  std::size_t place = 0;
-  for (KZFdData*& rec : *this) {
-    PrefetchAhead(mWhereabouts, place);
-    mWhereabouts[place++] = {&rec, rec};
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < mRestless.size(); ++i) {
+    FetchAhead(mRestless, i);
+    KZFdData* rec = mRestless[i];
     const int fd = LoadShared(rec->mFD);
-    if (fd < 0) continue;
-    if (LoadShared(rec->mBufferPos) > 0) result = 0;
-    Watch(rec, fd, rfds, wfds);
+    if (fd >= 0) {
+      if (LoadShared(rec->mBufferPos) > 0) result = 0;
+      Watch(rec, fd, rfds, wfds);
+    }
+    if (!mSettled->Settle(rec)) mRestless[kept++] = rec;
   }
+  mRestless.resize(kept);
   return result;
 }
 
 void KZFdDataList::FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
+  Survey();
+  mSettled->TakeReady(*rfds, *wfds, mRestless);
   bool isWoken = false;
-  std::size_t place = 0;
-  for (KZFdData* rec : *this) {
-    PrefetchAhead(mWhereabouts, place++);
+  mFound.clear();
+  for (std::size_t i = 0; i < mRestless.size(); ++i) {
+    FetchAhead(mRestless, i);
+    KZFdData* rec = mRestless[i];
     const int fd = LoadShared(rec->mFD);
     if (fd < 0) continue;
     if (IsSignalled(fd, rfds, wfds)) {
@@ -218,15 +231,39 @@ void KZFdDataList::FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
         continue;
       }
       rec->SetSelect(1);
-      ready->push_back(rec);
+      mFound.push_back(rec);
     } else if (LoadShared(rec->mBufferPos) > 0) {
-      ready->push_back(rec);
+      mFound.push_back(rec);
     }
   }
+  SortByPlace(mFound);
+  ready->insert(ready->end(), mFound.begin(), mFound.end());
   if (!isWoken) return;
   // A record that another thread removed during select may be both ready and destroyed here.
   const dorn::LiveList live(*ready);
   ApplyRequests();
+}
+
+// Walks the list if it may have changed since the last time. Who changed it by hand, which nobody
+// should, may have taken out settled records.
+void KZFdDataList::Survey() {
+  const KZFdData* const last = empty() ? nullptr : back();
+  if (mIsSurveyed && mSurveyedSize == size() && mSurveyedLast == last) return;
+  if (CountSettled() != mSettled->Count()) mSettled->ForgetAll();
+  mRestless.clear();
+  std::size_t place = 0;
+  for (KZFdData* rec : *this) {
+    rec->mPlace = place++;
+    if (!dorn::SettledRecords::Has(*rec)) mRestless.push_back(rec);
+  }
+  mSurveyedSize = size();
+  mSurveyedLast = last;
+  mIsSurveyed = true;
+}
+
+std::size_t KZFdDataList::CountSettled() const {
+  return static_cast<std::size_t>(std::count_if(
+      begin(), end(), [](const KZFdData* rec) { return dorn::SettledRecords::Has(*rec); }));
 }
 
 void KZFdDataList::RemoveClosed() {
@@ -260,6 +297,7 @@ void KZFdDataList::ApplyRequests() {
   {
     const SemaphoreLock lock(mSemFdList);
     if (mRequest == 0) return;
+    mIsSurveyed = false;
     UnlinkMarked(doomed);
     LinkPending(doomed);
     mRequest = 0;
@@ -294,6 +332,7 @@ void KZFdDataList::UnlinkMarked(FdDataList& doomed) {
       continue;
     }
     it = erase(it);
+    mSettled->Forget(rec);
     if (isPending) continue;
     rec->mHolder.reset();
     if (rec->GetAutoDelete() != 0) doomed.push_back(rec);
@@ -321,4 +360,6 @@ void KZFdDataList::Forget(KZFdData* fdd) {
   const SemaphoreLock lock(mSemFdList);
   mAddRequest.remove(fdd);
   remove(fdd);
+  mSettled->Forget(fdd);
+  mIsSurveyed = false;
 }

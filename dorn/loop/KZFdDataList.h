@@ -29,6 +29,10 @@
 
 class KZFdData;
 
+namespace dorn {
+class SettledRecords;
+}
+
 using FdDataList = std::list<KZFdData*>;
 
 // The active records, in the order of their addition. Additions and removals are queued and applied
@@ -100,6 +104,9 @@ class DORN_EXPORT KZFdDataList : public FdDataList {
  private:
   friend class KZFdData;
 
+  static void SortByPlace(std::vector<KZFdData*>& records);
+  void Survey();
+  std::size_t CountSettled() const;
   void ApplyRequests();
   void UnlinkMarked(FdDataList& doomed);
   void LinkPending(FdDataList& doomed);
@@ -109,13 +116,14 @@ class DORN_EXPORT KZFdDataList : public FdDataList {
   // The removal requests made by Remove(fd, id), which are never destroyed; guarded by mSemFdList.
   FdDataList mRemovalRequests;
 
-  // Where the places of the list and the records were in the last FdSet(), and nothing but a hint
-  // for the processor's cache: never dereferenced.
-  struct Whereabouts {
-    const void* mPlace;
-    const void* mRecord;
-  };
-  std::vector<Whereabouts> mWhereabouts;
+  // Every record of the list is settled or restless, as long as mIsSurveyed holds and the list has
+  // the size and the last record that it had. Loop thread only.
+  std::unique_ptr<dorn::SettledRecords> mSettled;
+  std::vector<KZFdData*> mRestless;
+  std::vector<KZFdData*> mFound;  // Storage that FdIsSet() uses again.
+  std::size_t mSurveyedSize = 0;
+  const KZFdData* mSurveyedLast = nullptr;
+  bool mIsSurveyed = false;
 
   // What linked and pending records point to; holds null from the destructor on.
   std::shared_ptr<KZFdDataList*> mSelf;

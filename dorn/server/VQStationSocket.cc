@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "dorn/loop/SettledRecords.h"
 #include "dorn/server/App.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/Descriptors.h"
@@ -106,6 +107,7 @@ void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
   }
   KZServerSocket::OnAccept(fd, addr, addrlen);
   auto* client = new VQClientSocket(mStream, GetFdDataList());
+  dorn::LetSettle(*client);
   fcntl(fd, F_SETFL, O_NONBLOCK);
   fcntl(fd, F_SETFD, FD_CLOEXEC);
   // A message is one write: there is nothing to wait for. Fails on what is no TCP socket.
