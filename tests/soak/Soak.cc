@@ -132,7 +132,7 @@ class Soak {
     // The first part lets the memory reach its level; what counts is what happens to it later.
     const long long warmUp = std::min(total / 4, 120 * kSecondUs);
     Work(warmUp);
-    const Holdings start = Settle();
+    const Settled start = Settle();
     std::printf("start: %s\n", start.Text().c_str());
     std::fflush(stdout);
     mRun.mIsMeasuring = true;
@@ -143,7 +143,7 @@ class Soak {
     std::fflush(stdout);
     Work((total - warmUp) / 2);
     mRun.mIsMeasuring = false;
-    const Holdings end = Settle();
+    const Settled end = Settle();
     std::printf("end:   %s\n", end.Text().c_str());
     Judge(start, end);
     return mRun.mFailures == 0 ? 0 : 1;
@@ -196,17 +196,26 @@ class Soak {
     std::fflush(stdout);
   }
 
-  // The figures of the host without those who hold its memory for as long as they do not read, and
-  // without what the allocator keeps for later.
-  Holdings Settle() {
+  // The figures of the host without those who hold its memory for as long as they do not read: with
+  // and without what the allocator keeps for later.
+  struct Settled {
+    std::string Text() const { return mHeld.Text() + "; with freed memory " + mKept.Text(); }
+
+    Holdings mKept;
+    Holdings mHeld;
+  };
+
+  Settled Settle() {
     for (const auto& station : mStations) {
       if (station->What() != SoakStation::Kind::kReader) station->Leave(true);
     }
     Wait(kSettlingUs);
-    std::printf("       with freed memory: %s\n", mHost.What().Text().c_str());
+    Settled settled;
+    settled.mKept = mHost.What();
     mHost.Tell(SIGUSR2);
     Wait(kSettlingUs);
-    return mHost.What();
+    settled.mHeld = mHost.What();
+    return settled;
   }
 
   void Wait(long long us) {
@@ -257,7 +266,11 @@ class Soak {
     }
   }
 
-  void Judge(const Holdings& start, const Holdings& end) {
+  static bool HasGrown(const Holdings& start, const Holdings& end) {
+    return end.mKiB > start.mKiB + start.mKiB / 10 + kGrowthKiB;
+  }
+
+  void Judge(const Settled& start, const Settled& end) {
     const Latencies& latencies = mRun.mLatencies;
     std::printf("%lld updates; latency p50 %.2f ms, p99 %.2f ms, worst %.2f ms\n", mRun.mUpdates,
                 latencies.Quantile(0.5), latencies.Quantile(0.99), latencies.WorstMs());
@@ -265,8 +278,9 @@ class Soak {
         "%ld connections, %ld of stations that left and came back, %ld of silent or\n"
         "garbage stations closed by the host; %ld KEEPALIVE answered\n",
         mRun.mConnects, mChurned, mRun.mTurnedAway, mRun.mKeepalives);
-    if (end.mKiB > start.mKiB + start.mKiB / 10 + kGrowthKiB) mRun.Fail("the memory grew");
-    if (end.mDescriptors > start.mDescriptors + kGrowthDescriptors) {
+    if (HasGrown(start.mHeld, end.mHeld)) mRun.Fail("the memory grew");
+    if (HasGrown(start.mKept, end.mKept)) mRun.Fail("the memory grew that was freed");
+    if (end.mHeld.mDescriptors > start.mHeld.mDescriptors + kGrowthDescriptors) {
       mRun.Fail("the descriptors grew");
     }
     for (const auto& station : mStations) {
