@@ -267,6 +267,10 @@ std::size_t KZFdDataList::CountSettled() const {
 }
 
 void KZFdDataList::RemoveClosed() {
+  // The dead descriptor may be one that a settled record has no more, if somebody has written its
+  // public field: then nothing but this would ever take it out of the set.
+  mSettled->ForgetAll();
+  mIsSurveyed = false;
   for (KZFdData* rec : *this) {
     const int fd = LoadShared(rec->mFD);
     if (fd < 0 || !FitsIntoSet(fd) || !IsWatched(LoadShared(rec->mStatus))) continue;

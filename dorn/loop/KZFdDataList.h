@@ -7,10 +7,12 @@
 //   when a record that is still linked is destroyed. Nobody unlinks a record while it is walked.
 // - mRequest is 1 whenever mAddRequest is not empty or Remove() has given a record kStatusRemove,
 //   and a byte lies in the pipe from then until the apply phase.
-// - Lock order: the list's mSemFdList before a record's mSemData. The timers' lock is taken alone.
+// - Lock order: the list's mSemFdList, a record's mSemData, the lock of the settled records. The
+//   timers' lock is taken alone.
 // - No lock is held while a hook, a callback or the destructor of a record runs.
 // - A record's status, descriptor and buffer position are written under its mSemData; the loop
-//   thread reads each of them by a single atomic load, without the lock.
+//   thread reads each of them by a single atomic load, without the lock. To settle a record it
+//   takes the lock if it is free.
 // - An active record that a pending one replaces (same descriptor or same id) is gone before the
 //   pending one is linked; a record never replaces itself.
 // - A record is destroyed only after it left the active, the pending and the ready list.

@@ -1,10 +1,10 @@
 #include "dorn/loop/SettledRecords.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstring>
 #include <mutex>
-
-#include "dorn/base/SemaphoreLock.h"
 
 namespace dorn {
 namespace {
@@ -15,6 +15,17 @@ std::mutex gLock;
 
 using Lock = std::lock_guard<std::mutex>;
 
+// A set as select has it: one bit for each descriptor, in words of the machine.
+constexpr int kWordBits = 8 * sizeof(unsigned long);
+constexpr std::size_t kWords = sizeof(fd_set) / sizeof(unsigned long);
+using Words = std::array<unsigned long, kWords>;
+
+Words WordsOf(const fd_set& set) {
+  Words words;
+  std::memcpy(words.data(), &set, sizeof set);
+  return words;
+}
+
 }  // namespace
 
 void LetSettle(KZFdData& record) { record.mMaySettle = true; }
@@ -23,17 +34,26 @@ SettledRecords::SettledRecords() : mByDescriptor(FD_SETSIZE) { FD_ZERO(&mReads);
 
 SettledRecords::~SettledRecords() { ForgetAll(); }
 
+// Whoever changes a field has the record's lock before or after: before, the change is seen here;
+// after, he sees that the record is settled, and touches it. The loop does not wait for him.
 bool SettledRecords::Settle(KZFdData* record) {
   if (!record->mMaySettle || record->GetType() != KZFdData::kTypeClient) return false;
-  // Whoever changes a field has this lock before or after: before, it is seen here; after, he sees
-  // that the record is settled, and touches it.
-  const SemaphoreLock fields(record->mSemData);
+  if (record->mSemData.TryLock() == 0) return false;
+  const bool isSettled = IsIdle(*record) && Enter(record);
+  record->mSemData.Unlock();
+  return isSettled;
+}
+
+bool SettledRecords::IsIdle(const KZFdData& record) {
+  return record.mStatus == KZFdData::kStatusActive && record.mBufferPos == 0 &&
+         record.mIsSelect == 0;
+}
+
+bool SettledRecords::Enter(KZFdData* record) {
   const int fd = record->mFD;
-  const bool isIdle = record->mStatus == KZFdData::kStatusActive && record->mBufferPos == 0 &&
-                      record->mIsSelect == 0;
-  if (!isIdle || fd < 0 || fd >= FD_SETSIZE) return false;
+  if (fd < 0 || fd >= FD_SETSIZE || record->mSettledIn != nullptr) return false;
   KZFdData*& place = mByDescriptor[static_cast<std::size_t>(fd)];
-  if (place != nullptr || record->mSettledIn != nullptr) return false;
+  if (place != nullptr) return false;
   place = record;
   FD_SET(fd, &mReads);
   ++mCount;
@@ -51,10 +71,11 @@ void SettledRecords::TakeReady(const fd_set& reads, const fd_set& writes,
                                std::vector<KZFdData*>& restless) {
   const Lock lock(gLock);
   MoveTouched(restless);
-  for (int word = 0; word < FD_SETSIZE / NFDBITS; ++word) {
-    auto ready = static_cast<unsigned long>(__FDS_BITS(&reads)[word] | __FDS_BITS(&writes)[word]);
-    for (; ready != 0; ready &= ready - 1) {
-      const int fd = word * NFDBITS + __builtin_ctzl(ready);
+  const Words readWords = WordsOf(reads);
+  const Words writeWords = WordsOf(writes);
+  for (std::size_t word = 0; word < kWords; ++word) {
+    for (auto ready = readWords[word] | writeWords[word]; ready != 0; ready &= ready - 1) {
+      const int fd = static_cast<int>(word) * kWordBits + __builtin_ctzl(ready);
       KZFdData* record = mByDescriptor[static_cast<std::size_t>(fd)];
       if (record == nullptr) continue;
       Unsettle(record);

@@ -25,7 +25,7 @@ void LetSettle(KZFdData& record);
 // one whose descriptor is ready, is restless: to be looked at until it settles again.
 //
 // Loop thread, but for Touch(). A record must be forgotten before it is destroyed or leaves the
-// list. Lock order: the record's lock before the one in here.
+// list.
 class SettledRecords {
  public:
   SettledRecords();
@@ -57,6 +57,8 @@ class SettledRecords {
   static void Touch(KZFdData* record);
 
  private:
+  static bool IsIdle(const KZFdData& record);
+  bool Enter(KZFdData* record);
   void Unsettle(KZFdData* record);
   void MoveTouched(std::vector<KZFdData*>& restless);
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "dorn/model/MemberText.h"
+#include "dorn/model/TreeWalk.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/VQJsonParser.h"
 #include "dorn/model/WireWords.h"
@@ -28,6 +29,10 @@ KZString TextOf(VQJsonObject* entry, const char* key) { return entry->GetValue(k
 constexpr std::size_t kMaxKeptText = std::size_t{64} * 1024;
 
 void PrintCommand(const std::string& word, VQJsonObject& entry) {
+  if (!dorn::IsOwnClass(entry)) {
+    dorn::PrintLine({"Command=", word, " json=", entry.GetJson()});
+    return;
+  }
   static std::string json;
   json.clear();
   dorn::AppendObject(json, entry);

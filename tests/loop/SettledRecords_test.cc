@@ -2,6 +2,7 @@
 #include "dorn/loop/SettledRecords.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <memory>
@@ -10,7 +11,9 @@
 #include <thread>
 #include <vector>
 
+#include "dorn/loop/KZApplication.h"
 #include "dorn/loop/KZFdDataList.h"
+#include "tests/support/CapturedStdout.h"
 
 namespace {
 
@@ -25,6 +28,18 @@ class Settling : public KZFdData {
     SetFDStatus(kStatusActive);
     EXPECT_TRUE(CreateBuffer(64));
   }
+};
+
+class Served : public Settling {
+ public:
+  using Settling::Settling;
+  int OnReceive() override {
+    ++mServed;
+    ClearData();
+    return 0;
+  }
+
+  int mServed = 0;
 };
 
 int PipeOf(const KZFdDataList& list) { return list.front()->mFD; }
@@ -220,6 +235,35 @@ TEST_F(SettledRecordsTest, OtherThreadsMayChangeThem) {
   other.join();
   const Pass pass(mList);
   for (int i = 0; i < kFds; ++i) EXPECT_TRUE(pass.Reads(kFirstFd + i)) << i;
+}
+
+// A field that is written by hand is not seen, and closing the descriptor then makes every select
+// fail: the loop must not fail with it.
+TEST(SettledRecordsLoopTest, ADescriptorThatIsClosedBehindItsRecordStopsNobody) {
+  const auto takeAway = {
+      +[](KZFdData& record) { record.mFD = -1; },
+      +[](KZFdData& record) { record.mStatus = KZFdData::kStatusGone; },
+  };
+  for (const auto take : takeAway) {
+    KZApplication app;
+    int ends[2];
+    int others[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(pipe(others), 0);
+    Settling taken(ends[0], kFirstId, app.GetFdDataList());
+    Served other(others[0], kFirstId + 1, app.GetFdDataList());
+    taken.AddEvent();
+    other.AddEvent();
+    app.SetApplicationTimerInterval(1, 1);
+    CapturedStdout captured;
+    for (int i = 0; i < 3; ++i) app.RunPass();
+    take(taken);
+    close(ends[0]);
+    ASSERT_EQ(write(others[1], "x", 1), 1);
+    for (int i = 0; i < 5; ++i) app.RunPass();
+    EXPECT_EQ(other.mServed, 1);
+    for (const int fd : {ends[1], others[0], others[1]}) close(fd);
+  }
 }
 
 // A list whose records may settle, beside one whose records are looked at in every pass: whatever
