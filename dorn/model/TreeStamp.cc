@@ -2,9 +2,6 @@
 
 namespace dorn {
 
-TreeStamp& CurrentTreeStamp() noexcept {
-  static thread_local TreeStamp stamp;
-  return stamp;
-}
+__thread TreeStamp tTreeStamp;
 
 }  // namespace dorn
