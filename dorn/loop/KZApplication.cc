@@ -15,6 +15,7 @@
 #include "dorn/loop/KZFdData.h"
 #include "dorn/loop/LiveList.h"
 #include "dorn/loop/LoopPass.h"
+#include "dorn/loop/SharedInt.h"
 #include "dorn/loop/TimerIndex.h"
 
 using dorn::SemaphoreLock;
@@ -264,7 +265,7 @@ void KZApplication::Dispatch(KZFdData* rec) {
     case KZFdData::kTypeEvent:
       return;
     case KZFdData::kTypeClient:
-      switch (rec->GetFDStatus()) {
+      switch (dorn::LoadShared(rec->mStatus)) {
         case KZFdData::kStatusOpen:
           rec->ReadyToWrite();
           return;

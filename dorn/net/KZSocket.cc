@@ -9,6 +9,8 @@
 #include <cstring>
 #include <cwchar>
 
+#include "dorn/loop/SharedInt.h"
+
 namespace {
 
 using WideText = wchar_t[256];
@@ -63,7 +65,7 @@ KZSocket::~KZSocket() = default;
 
 void KZSocket::ReadyToRead() {
   if (mIsSelect != 0) {
-    const int fd = GetFD();
+    const int fd = dorn::LoadShared(mFD);
     if (fd < 0) return;
     char data[kReadSize];
     sockaddr_in from{};

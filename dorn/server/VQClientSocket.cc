@@ -168,6 +168,7 @@ void VQClientSocket::ForgetSearches() {
 
 // Drops what precedes the first STX. Without any STX nothing is dropped.
 void VQClientSocket::Resynchronise() {
+  if (mNoStart >= HeldLength()) return;
   const dorn::SemaphoreLock lock(mSemData);
   const int held = mBufferPos;
   if (held == 0 || mDataBuffer[0] == kStx || mNoStart >= held) return;
@@ -189,6 +190,7 @@ void VQClientSocket::DropFront(int length) {
 // The length of the first complete message, ETX included, or 0. Goes on where the last search
 // ended, so that a message which arrives in many pieces is searched once.
 int VQClientSocket::FindMessageEnd() {
+  if (mNoEnd >= HeldLength()) return 0;
   const dorn::SemaphoreLock lock(mSemData);
   const int held = mBufferPos;
   if (mNoEnd >= held) return 0;
@@ -235,7 +237,8 @@ bool VQClientSocket::TakeProgress() { return mOutgoing != nullptr && mOutgoing->
 int VQClientSocket::SendData(const KZString& text) {
   dorn::PrintLine({" sid=", mSessionId, " dname=", mDialogName, " id=", std::to_string(GetId()),
                    " out=", text});
-  thread_local std::string frame;
+  thread_local std::string lastFrame;
+  std::string& frame = lastFrame;
   Frame(text, frame);
   const int result = Transmit(frame.data(), frame.size());
   if (frame.capacity() > kMaxKeptFrame) std::string().swap(frame);
