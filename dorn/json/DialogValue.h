@@ -8,6 +8,11 @@
 
 namespace dorn {
 
+// Whether dialogs know such a value: false for null and floating numbers.
+inline bool IsDialogValue(const value& v) {
+  return v.type_ != value::null_type && v.type_ != value::double_type;
+}
+
 // Stores `from`, containers with all they hold, and returns true. False and `to` untouched for null
 // and floating numbers, which dialogs do not know.
 bool StoreDialogValue(const value& from, VQValue& to);

@@ -1,33 +1,13 @@
 #include "dorn/json/JsonParser.h"
 
-#include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 #include "dorn/base/Check.h"
 #include "dorn/json/DialogValue.h"
+#include "dorn/json/MemberSearch.h"
 #include "dorn/json/VQValue.h"
-
-namespace {
-
-// Up to this number of members it is quicker to look at each of them, most of which differ in
-// length, than to make the text of the key that the map wants.
-constexpr std::size_t kFewMembers = 8;
-
-const value* FindMember(const value::object& members, std::string_view key) {
-  if (members.size() > kFewMembers) {
-    const auto found = members.find(std::string(key));
-    return found != members.end() ? &found->second : nullptr;
-  }
-  for (const auto& [name, member] : members) {
-    if (name == key) return &member;
-  }
-  return nullptr;
-}
-
-}  // namespace
 
 JsonParser::~JsonParser() = default;
 
@@ -57,7 +37,7 @@ const value* JsonParser::Find(const char* key) const {
   if (mValueCurrent == nullptr) return nullptr;
   const char* name = key != nullptr ? key : "";
   if (!IsObject()) return &mValueCurrent->get(std::string(name));  // Ends the process.
-  return FindMember(mValueCurrent->get<object>(), name);
+  return dorn::FindMember(mValueCurrent->get<object>(), name);
 }
 
 bool JsonParser::IsArray(const char* key) const {
@@ -112,7 +92,7 @@ bool JsonParser::GetObject(const char* key) {
 bool JsonParser::GetString(const char* key, KZString& str) const {
   const value* member = Find(key);
   if (member == nullptr || !member->is<std::string>()) return false;
-  str = member->get<std::string>();
+  str.assign(member->get<std::string>());
   return true;
 }
 

@@ -69,12 +69,15 @@ int ToInt(const char* text) {
 
 // These two are apart, so that a level of the recursions around them takes little of the stack.
 [[gnu::noinline]] void AppendQuoted(const std::string& text, std::string& out) {
-  out.append(1, '"').append(text).append(1, '"');
+  out.push_back('"');
+  out.append(text).push_back('"');
 }
 
 // Up to where the text of the member begins.
 [[gnu::noinline]] void AppendKey(char before, const KZString& key, std::string& out) {
-  out.append(1, before).append(1, '"').append(key).append("\":\"");
+  out.push_back(before);
+  out.push_back('"');
+  out.append(key).append("\":\"");
 }
 
 }  // namespace

@@ -67,6 +67,7 @@ void AppendList(std::string& out, VQJsonObjectHasList& group, int& b) {
 
 void AppendOwnMembers(std::string& out, VQJsonObject& object, int& b) {
   AppendAttributes(out, object, b);
+  if (IsPlainObject(object)) return;
   if (typeid(object) == typeid(VQJsonGrid)) AppendTable(out, static_cast<VQJsonGrid&>(object), b);
 }
 

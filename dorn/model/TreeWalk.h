@@ -17,11 +17,13 @@ inline bool IsPlainObject(const VQJsonObject& object) {
   return &typeid(object) == &typeid(VQJsonObject);
 }
 
+// AsGroup() for an object that is not plain.
+VQJsonObjectHasList* AsGroupByClass(VQJsonObject& object);
+
 // The object as a group, or null. A host's class may say that it is none although it derives from
 // one, and the other way round.
 inline VQJsonObjectHasList* AsGroup(VQJsonObject& object) {
-  if (IsPlainObject(object)) return nullptr;
-  return object.HasGroup() ? dynamic_cast<VQJsonObjectHasList*>(&object) : nullptr;
+  return IsPlainObject(object) ? nullptr : AsGroupByClass(object);
 }
 
 // Asks the processor to have at hand what a walk that has come to place `i` of a list will soon

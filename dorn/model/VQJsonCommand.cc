@@ -10,7 +10,7 @@ VQJsonCommand::VQJsonCommand(const KZString& word)
   // As SetValue() stores and marks the first value of a key.
   const KZString key(dorn::kKeyCommand);
   mDirty.insert(key);
-  mList.emplace(key, word);
+  mList.try_emplace(key).first->second = word;
 }
 
 VQJsonCommand::~VQJsonCommand() = default;

@@ -8,6 +8,7 @@
 
 #include "dorn/json/DialogValue.h"
 #include "dorn/json/JsonParser.h"
+#include "dorn/json/MemberSearch.h"
 #include "dorn/model/ClassTags.h"
 #include "dorn/model/FreshAllocations.h"
 #include "dorn/model/MemberText.h"
@@ -34,31 +35,45 @@ void Write(std::ostream& out, const std::string& text) {
   out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-// The keys that the "NotifyList" of the current JSON object lets in. False if it has none.
-bool ReadFilter(const JsonParser& jp, bool group, KZStringArray& keys) {
-  KZString list;
-  if (!jp.GetString(dorn::kKeyNotifyList, list)) return false;
-  list.Separate(',', keys);
+// The keys that the "NotifyList" of a JSON object lets in. False if it has none.
+bool ReadFilter(const value::object& members, bool group, KZStringArray& keys) {
+  const value* list = dorn::FindMember(members, dorn::kKeyNotifyList);
+  if (list == nullptr || !list->is<std::string>()) return false;
+  KZString(list->get<std::string>()).Separate(',', keys);
   keys += dorn::kKeyAlias;
   keys += dorn::kKeyType;
   if (group) keys += dorn::kKeyLayout;
   return true;
 }
 
+// The member that is meant by a key, or null.
 // Kept: a key counts up to its first zero byte, so one that has such a byte names another member.
-bool ReadMember(const JsonParser& jp, const KZString& key, const value& member, VQValue& to) {
-  if (key.find('\0') != KZString::npos) return jp.GetValue(key, to);
-  return dorn::StoreDialogValue(member, to);
+const value* FindMeant(const value::object& members, const KZString& key, const value& member) {
+  if (std::memchr(key.data(), 0, key.size()) == nullptr) return &member;
+  const auto meant = members.find(key.c_str());
+  return meant != members.end() ? &meant->second : nullptr;
 }
 
 // Returns the place behind the attribute, where the next one usually goes: the members that are
 // read have the order of the attributes.
 Attributes::iterator Store(Attributes& list, Attributes::iterator place, KZString key,
-                           VQValue value) {
+                           const value& member) {
   const std::size_t before = list.size();
-  const auto stored = list.try_emplace(place, std::move(key), std::move(value));
-  if (list.size() == before) stored->second = std::move(value);
+  const auto stored = list.try_emplace(place, std::move(key));
+  // A setter would leave the containers of an earlier value.
+  const bool isNew = list.size() != before;
+  if (!isNew && (stored->second.mObject || stored->second.mArray)) stored->second = VQValue();
+  static_cast<void>(dorn::StoreDialogValue(member, stored->second));
   return std::next(stored);
+}
+
+// The entry of mDirty for a change that a session has made, or the host itself.
+KZString Tagged(const KZString& key, const KZString& sessionid) {
+  if (sessionid.empty()) return key;
+  KZString tagged;
+  tagged.reserve(key.size() + sizeof dorn::kSessionMark + sessionid.size());
+  tagged.append(key).append(dorn::kSessionMark).append(sessionid);
+  return tagged;
 }
 
 }  // namespace
@@ -138,11 +153,11 @@ VQJsonObject* VQJsonObject::SetValue(const KZString& key, VQValue value, int dir
   const bool differs = value != current;  // In this order: the stored value's kind decides.
   if (!differs && dirty == -1) return this;
   if (dirty >= 1 || (dirty == -1 && differs)) {
-    mDirty.insert(sessionid.empty() ? key : KZString(key + dorn::kSessionMark + sessionid));
+    mDirty.insert(Tagged(key, sessionid));
   }
   current = std::move(value);
   dorn::NoteContentChange();
-  if (key == dorn::kKeyName && mName != current.mString) {
+  if (dorn::Is(key, dorn::kKeyName) && mName != current.mString) {
     mName = current.mString;
     dorn::NoteStructureChange();
   }
@@ -151,17 +166,19 @@ VQJsonObject* VQJsonObject::SetValue(const KZString& key, VQValue value, int dir
 
 bool VQJsonObject::Parse(JsonParser& jp, bool shard) {
   if (!jp.IsObject()) return true;
-  static_cast<void>(jp.GetString(dorn::kKeyName, mName));  // Without one the name stays.
+  const auto& members = jp.mValueCurrent->get<value::object>();
+  const value* named = dorn::FindMember(members, dorn::kKeyName);
+  if (named != nullptr && named->is<std::string>()) mName.assign(named->get<std::string>());
   KZStringArray allowed;
-  const bool filtered = !shard && ReadFilter(jp, HasGroup(), allowed);
+  const bool filtered = !shard && ReadFilter(members, HasGroup(), allowed);
   auto place = mList.begin();
-  for (const auto& [key, member] : jp.mValueCurrent->get<value::object>()) {
-    if (key == dorn::kKeyObject || key == dorn::kKeyObjects) continue;
+  for (const auto& [key, member] : members) {
+    if (dorn::Is(key, dorn::kKeyObject) || dorn::Is(key, dorn::kKeyObjects)) continue;
     KZString name(key);
     if (filtered && allowed.Find(name) < 0) continue;
-    VQValue value;
-    if (ReadMember(jp, name, member, value)) {
-      place = Store(mList, place, std::move(name), std::move(value));
+    const value* meant = FindMeant(members, name, member);
+    if (meant != nullptr && dorn::IsDialogValue(*meant)) {
+      place = Store(mList, place, std::move(name), *meant);
     }
   }
   dorn::NoteStructureChange();

@@ -2,9 +2,11 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "dorn/json/JsonParser.h"
+#include "dorn/json/MemberSearch.h"
 #include "dorn/model/TreeSurvey.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/UpdateText.h"
@@ -12,19 +14,24 @@
 
 namespace {
 
+// The member of the current value, which is an object, if it is of type T; otherwise null.
+template <class T>
+const T* Member(const JsonParser& jp, std::string_view key) {
+  const value* member = dorn::FindMember(jp.mValueCurrent->get<value::object>(), key);
+  return member != nullptr && member->is<T>() ? &member->get<T>() : nullptr;
+}
+
 // A new object of the class that the current JSON object asks for. Never inlined: its texts would
 // be held at every level of ParseObject()'s recursion.
 __attribute__((noinline)) VQJsonObject* Create(VQJsonParser& parser, const JsonParser& jp,
                                                VQJsonObject* parent) {
   if (!jp.IsObject()) return parser.CreateObject(dorn::kTypeUnknown, "", parent);
-  KZString type;
-  if (jp.GetString(dorn::kKeyCommand, type)) return parser.CreateCommand(type);
-  if (!jp.GetString(dorn::kKeyType, type)) {
-    return parser.CreateObject(dorn::kTypeUnknown, "", parent);
-  }
-  KZString layout;
-  static_cast<void>(jp.GetString(dorn::kKeyLayout, layout));  // Without one it stays empty.
-  return parser.CreateObject(type, layout, parent);
+  const auto* command = Member<std::string>(jp, dorn::kKeyCommand);
+  if (command != nullptr) return parser.CreateCommand(*command);
+  const auto* type = Member<std::string>(jp, dorn::kKeyType);
+  if (type == nullptr) return parser.CreateObject(dorn::kTypeUnknown, "", parent);
+  const auto* layout = Member<std::string>(jp, dorn::kKeyLayout);
+  return parser.CreateObject(*type, layout != nullptr ? *layout : "", parent);
 }
 
 // Appends the reader's current JSON object to `jo`; returns how many children that made.
@@ -47,7 +54,7 @@ int ParseChildren(VQJsonParser& parser, VQJsonObjectHasList* jo, JsonParser& jp,
 bool IsDialog(const JsonParser& jp) {
   KZString command;
   return jp.IsObject() && jp.GetString(dorn::kKeyCommand, command) &&
-         command == dorn::kCommandDialog;
+         dorn::Is(command, dorn::kCommandDialog);
 }
 
 // Moves the cursor to the dialog among the commands of the document, or leaves it on a root that is
@@ -80,11 +87,11 @@ bool VQJsonParser::ParseDialog(VQJsonResource* jo, const KZString& json, bool sh
 bool VQJsonParser::ParseCommand(VQJsonCommands* jo, const KZString& json) {
   JsonParser jp;
   if (!jp.Parse(json) || !jp.IsObject()) return false;
-  if (jp.IsArray(dorn::kKeyCommands)) {
+  if (Member<value::array>(jp, dorn::kKeyCommands) != nullptr) {
     ParseList(jo, jp, false);
     return true;
   }
-  if (!jp.IsString(dorn::kKeyCommand)) return false;
+  if (Member<std::string>(jp, dorn::kKeyCommand) == nullptr) return false;
   ParseChild(*this, jo, jp, false);
   return true;
 }
@@ -100,7 +107,8 @@ VQJsonObject* VQJsonParser::ParseObject(JsonParser& jp, VQJsonObject* parent, bo
 int VQJsonParser::ParseList(VQJsonObjectHasList* jo, JsonParser& jp, bool shard) {
   if (!jp.IsObject()) return 0;
   for (const char* key : {dorn::kKeyObjects, dorn::kKeyCommands}) {
-    if (jp.IsArray(key)) return ParseChildren(*this, jo, jp, jp.GetArray(key), shard);
+    const auto* list = Member<value::array>(jp, key);
+    if (list != nullptr) return ParseChildren(*this, jo, jp, *list, shard);
   }
   if (jp.GetObject(dorn::kKeyObject) || jp.GetObject(dorn::kKeyDialog)) {
     return ParseChild(*this, jo, jp, shard);
@@ -109,22 +117,22 @@ int VQJsonParser::ParseList(VQJsonObjectHasList* jo, JsonParser& jp, bool shard)
 }
 
 VQJsonObject* VQJsonParser::CreateCommand(const KZString& type) {
-  if (type == dorn::kCommandDialog) return new VQJsonResource;
+  if (dorn::Is(type, dorn::kCommandDialog)) return new VQJsonResource;
   return new VQJsonCommand(type);
 }
 
 VQJsonObject* VQJsonParser::CreateObject(const KZString& type, const KZString& layout,
                                          VQJsonObject* parent) {
-  if (type == dorn::kTypeGrid) {
+  if (dorn::Is(type, dorn::kTypeGrid)) {
     std::puts("GRID!");
     return new VQJsonGrid(parent);
   }
-  if (type == dorn::kTypeRadioButton) {
+  if (dorn::Is(type, dorn::kTypeRadioButton)) {
     std::puts("RADIOBTN!");
     return new VQJsonRadioButtonObject(parent);
   }
-  if (type != dorn::kTypeGroup) return new VQJsonObject(parent);
-  if (layout == dorn::kLayoutRadio) {
+  if (!dorn::Is(type, dorn::kTypeGroup)) return new VQJsonObject(parent);
+  if (dorn::Is(layout, dorn::kLayoutRadio)) {
     std::puts("RADIO GROUP!");
     return new VQJsonRadioButtonGroup(parent);
   }

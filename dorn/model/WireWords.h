@@ -3,7 +3,17 @@
 #ifndef DORN_MODEL_WIREWORDS_H_
 #define DORN_MODEL_WIREWORDS_H_
 
+#include <cstddef>
+#include <cstring>
+#include <string>
+
 namespace dorn {
+
+// Whether a text is just this word, without measuring the word each time.
+template <std::size_t N>
+bool Is(const std::string& text, const char (&word)[N]) {
+  return text.size() == N - 1 && std::memcmp(text.data(), word, N - 1) == 0;
+}
 
 // Names a dialog's shared tree and, as an addressee, every session.
 constexpr char kSessionIdShared[] = "SessionIdShared";

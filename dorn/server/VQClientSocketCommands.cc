@@ -1,8 +1,10 @@
 // What a connection does with the commands of its station.
 #include <cstddef>
 #include <string>
+#include <typeinfo>
 #include <utility>
 
+#include "dorn/json/MemberSearch.h"
 #include "dorn/model/MemberText.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/VQJsonCommand.h"
@@ -22,8 +24,25 @@ namespace {
 constexpr char kKeyDialogName[] = "DialogName";
 constexpr char kKeyId[] = "Id";
 
-// The text of a member; empty if there is none.
-KZString TextOf(VQJsonObject* entry, const char* key) { return entry->GetValue(key).GetString(); }
+// The text of a member; empty if there is none. Only a host's class may answer in its own way.
+KZString TextOf(VQJsonObject* entry, const char* key) {
+  if (!dorn::IsOwnClass(*entry)) return entry->GetValue(key).GetString();
+  VQValue* attribute = dorn::FindMember(entry->mList, key);
+  return attribute != nullptr ? attribute->GetString() : KZString();
+}
+
+// The stored text of the entry's command word.
+std::string WordOf(VQJsonObject* entry) {
+  if (!dorn::IsOwnClass(*entry)) return entry->GetValue(dorn::kKeyCommand).GetChar();
+  const VQValue* attribute = dorn::FindMember(entry->mList, dorn::kKeyCommand);
+  return attribute != nullptr ? attribute->GetChar() : "";
+}
+
+// The usual entry is settled by the address of its class's description.
+VQJsonCommand* AsCommand(VQJsonObject* entry) {
+  if (&typeid(*entry) == &typeid(VQJsonCommand)) return static_cast<VQJsonCommand*>(entry);
+  return dynamic_cast<VQJsonCommand*>(entry);
+}
 
 // A buffer that has grown beyond this is given back.
 constexpr std::size_t kMaxKeptText = std::size_t{64} * 1024;
@@ -43,7 +62,7 @@ void PrintCommand(const std::string& word, VQJsonObject& entry) {
 }  // namespace
 
 bool VQClientSocket::CompareSessionId(const KZString& sid) const {
-  return sid == dorn::kSessionIdShared || sid == mSessionId;
+  return dorn::Is(sid, dorn::kSessionIdShared) || sid == mSessionId;
 }
 
 bool VQClientSocket::CompareDialogName(const KZString& name) const {
@@ -73,11 +92,12 @@ int VQClientSocket::DoCommand(const KZString& text) {
 // have such a "Command", since that would have made it a command.
 void VQClientSocket::Execute(VQJsonObject* entry) {
   // A copy: the hook that checks the session may change the entry.
-  const std::string word = entry->GetValue(dorn::kKeyCommand).GetChar();
-  if (word != dorn::kCommandKeepalive) PrintCommand(word, *entry);
+  const std::string word = WordOf(entry);
+  if (!dorn::Is(word, dorn::kCommandKeepalive)) PrintCommand(word, *entry);
   CheckSessionId(entry);
-  auto* command = dynamic_cast<VQJsonCommand*>(entry);
-  const bool isGreeting = word == dorn::kCommandHello || word == dorn::kCommandChange;
+  auto* command = AsCommand(entry);
+  const bool isGreeting =
+      dorn::Is(word, dorn::kCommandHello) || dorn::Is(word, dorn::kCommandChange);
   if (isGreeting && command != nullptr) {
     Greet(command);
   } else if (mAuth) {
@@ -90,7 +110,7 @@ void VQClientSocket::Execute(VQJsonObject* entry) {
 void VQClientSocket::CheckSessionId(VQJsonObject* entry) {
   if (mAuth || !entry->HasKey(dorn::kKeySessionId)) return;
   const KZString sid = TextOf(entry, dorn::kKeySessionId);
-  if (sid == dorn::kSessionIdShared) {
+  if (dorn::Is(sid, dorn::kSessionIdShared)) {
     Authentication("");
   } else if (dorn::App().OnAuthCheck(sid, this)) {
     return;
@@ -147,15 +167,15 @@ void VQClientSocket::Start(VQJsonCommand* command) {
 void VQClientSocket::ExecuteAuthenticated(VQJsonObject* entry) {
   VQApplication& app = dorn::App();
   if (VQSession* session = app.SessionList()->Search(mSessionId)) session->Extend();
-  const std::string word = entry->GetValue(dorn::kKeyCommand).GetChar();
-  auto* command = dynamic_cast<VQJsonCommand*>(entry);
-  if (word == dorn::kCommandKeepalive) {
+  const std::string word = WordOf(entry);
+  auto* command = AsCommand(entry);
+  if (dorn::Is(word, dorn::kCommandKeepalive)) {
     const unsigned int answerTimer = static_cast<unsigned int>(GetId()) + dorn::kAnswerTimer;
     app.SetApplicationSingleTimerInterval(0, answerTimer);
-  } else if (word == dorn::kCommandGetfile) {
+  } else if (dorn::Is(word, dorn::kCommandGetfile)) {
     OnGetfile(TextOf(entry, dorn::kKeyFile), TextOf(entry, dorn::kKeyDate),
               TextOf(entry, dorn::kKeyObjectName));
-  } else if (word == dorn::kCommandCondition && command != nullptr) {
+  } else if (dorn::Is(word, dorn::kCommandCondition) && command != nullptr) {
     Condition(command);
   }
 }
