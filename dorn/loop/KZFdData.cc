@@ -97,8 +97,8 @@ int KZFdData::SetFD(int fd) {
     if (fd < 0) StoreShared(mStatus, kStatusGone);
     previous = mFD;
     StoreShared(mFD, fd);
+    Touch();
   }
-  Touch();
   return previous;
 }
 
@@ -108,8 +108,8 @@ int KZFdData::SetFDStatus(int s) {
     const SemaphoreLock lock(mSemData);
     previous = mStatus;
     StoreShared(mStatus, s);
+    Touch();
   }
-  Touch();
   return previous;
 }
 

@@ -167,8 +167,8 @@ class DORN_EXPORT KZFdData {
   friend class dorn::SettledRecords;
   friend void dorn::LetSettle(KZFdData& record);
 
-  // Tells the loop that something has changed. Behind the change, whose lock orders it with the
-  // settling.
+  // Tells the loop that something has changed. Behind the change, and within its lock, which orders
+  // it with the settling: afterwards the loop may destroy the record.
   void Touch() {
     if (mSettledIn.load(std::memory_order_relaxed) != nullptr) TouchSettled();
   }

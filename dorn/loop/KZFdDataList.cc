@@ -57,6 +57,13 @@ bool IsWatched(int status) {
   return status == KZFdData::kStatusOpen || status == KZFdData::kStatusActive;
 }
 
+// Takes the lock once the record looks marked: the thread that marked it is done with it then, and
+// it may be destroyed.
+bool IsMarked(KZFdData* rec) {
+  return LoadShared(rec->mStatus) == KZFdData::kStatusRemove &&
+         rec->GetFDStatus() == KZFdData::kStatusRemove;
+}
+
 bool FitsIntoSet(int fd) { return fd < FD_SETSIZE; }
 
 // Adds the record's descriptor to the set that its state asks for, if any.
@@ -330,8 +337,7 @@ void KZFdDataList::UnlinkMarked(FdDataList& doomed) {
         rec->SetFDStatus(KZFdData::kStatusRemove);
       }
     }
-    const bool isMarked = LoadShared(rec->mStatus) == KZFdData::kStatusRemove;
-    if (!isPending && !isMarked) {
+    if (!isPending && !IsMarked(rec)) {
       ++it;
       continue;
     }
@@ -349,7 +355,7 @@ void KZFdDataList::LinkPending(FdDataList& doomed) {
   std::unordered_set<KZFdData*> seen;
   for (KZFdData* rec : mAddRequest) {
     if (!seen.insert(rec).second) continue;
-    if (LoadShared(rec->mStatus) != KZFdData::kStatusRemove) {
+    if (!IsMarked(rec)) {
       push_back(rec);
       continue;
     }

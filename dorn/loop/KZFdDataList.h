@@ -12,7 +12,7 @@
 // - No lock is held while a hook, a callback or the destructor of a record runs.
 // - A record's status, descriptor and buffer position are written under its mSemData; the loop
 //   thread reads each of them by a single atomic load, without the lock. To settle a record it
-//   takes the lock if it is free.
+//   takes the lock if it is free; before it unlinks a marked record it waits for the lock.
 // - An active record that a pending one replaces (same descriptor or same id) is gone before the
 //   pending one is linked; a record never replaces itself.
 // - A record is destroyed only after it left the active, the pending and the ready list.

@@ -165,6 +165,40 @@ TEST(KZApplicationThreadsTest, ARecordMayBeReplacedAndDestroyedWhileItsAddingRet
   EXPECT_EQ(app.mFdList.size(), 2u);
 }
 
+TEST(KZApplicationThreadsTest, ARecordMayBeDestroyedWhileTheCallThatMarksItReturns) {
+  // Any request makes the loop destroy what is marked, so the mark must be the last that its thread
+  // does with the record.
+  TestApplication app;
+  TestRecord other(2, -1, -1);
+  std::atomic<int> alive{0};
+  std::atomic<CountedRecord*> handed{nullptr};
+  std::atomic<bool> isOver{false};
+  Threads threads;
+  threads.Start([&] {
+    while (!isOver) {
+      CountedRecord* const record = handed.exchange(nullptr);
+      if (record != nullptr) record->SetFDStatus(KZFdData::kStatusRemove);
+      std::this_thread::yield();
+    }
+  });
+  const Deadline deadline;
+  for (int i = 0; i < 100 && !deadline.IsOver(); ++i) {
+    auto* const record = new CountedRecord(-1, app.GetFdDataList(), &alive);
+    record->AddEvent();
+    handed = record;
+    while (alive != 0 && !deadline.IsOver()) {
+      app.AddEventFd(&other);
+      app.RunPass();
+      std::this_thread::yield();
+    }
+  }
+  isOver = true;
+  EXPECT_EQ(alive, 0);
+  threads.Join();
+  app.RemoveEventFd(&other);
+  app.RunPass();
+}
+
 TEST(KZApplicationThreadsTest, StatusDescriptorAndBufferMayChangeWhileTheLoopWatches) {
   TestApplication app;
   const TestPipe pipe;
