@@ -287,7 +287,10 @@ void KZFdDataList::RemoveClosed() {
       continue;
     }
     const SemaphoreLock lock(mSemFdList);
-    rec->SetFDStatus(KZFdData::kStatusRemove);
+    const SemaphoreLock recordLock(rec->mSemData);
+    // Another thread may have given it another descriptor before it closed this one.
+    if (LoadShared(rec->mFD) != fd) continue;
+    StoreShared(rec->mStatus, KZFdData::kStatusRemove);
     mRequest = 1;
   }
   ApplyRequests();

@@ -431,6 +431,22 @@ TEST_F(KZApplicationPassTest, ABadDescriptorErrorRemovesNoRecordWhoseDescriptorI
   EXPECT_EQ(mApp.mFdList.size(), 3u);
 }
 
+TEST_F(KZApplicationPassTest, ARecordThatGotAnotherDescriptorBeforeItsOldOneWasClosedStays) {
+  TestPipe dead;
+  TestRecord record(2, dead.ReadEnd(), 5);
+  mApp.mFdList.push_back(&record);
+  dead.CloseReadEnd();
+  mPipe.Write("x");
+  {
+    // The other thread's SetFD() and close() fall between the two looks of the loop.
+    const FailedFcntlSpy spy([&](int) { record.SetFD(mPipe.ReadEnd()); });
+    mApp.RunPass();
+  }
+  EXPECT_TRUE(IsLinked(mApp, &record));
+  mApp.RunPass();
+  EXPECT_THAT(record.TakeEvents(), ElementsAre("receive"));
+}
+
 TEST_F(KZApplicationPassTest, AWakeUpPipeClosedUnderTheLoopIsReplaced) {
   const int readEnd = mApp.mFdList.front()->GetFD();
   const int writeEnd = mApp.mFdList.mPipeFd;

@@ -5,18 +5,28 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <utility>
 
 namespace {
 
 std::atomic<SelectSpy*> gSelectSpy{nullptr};
+std::atomic<FailedFcntlSpy*> gFcntlSpy{nullptr};
 std::atomic<ClockSettingSpy*> gClockSpy{nullptr};
 
 using Select = int (*)(int, fd_set*, fd_set*, fd_set*, timeval*);
 
 Select RealSelect() {
   static const auto real = reinterpret_cast<Select>(dlsym(RTLD_NEXT, "select"));
+  return real;
+}
+
+using Fcntl = int (*)(int, int, ...);
+
+Fcntl RealFcntl() {
+  static const auto real = reinterpret_cast<Fcntl>(dlsym(RTLD_NEXT, "fcntl"));
   return real;
 }
 
@@ -40,6 +50,12 @@ long SelectSpy::LastWaitMs() const {
   return timeout ? timeout->tv_sec * 1000 + timeout->tv_usec / 1000 : -1;
 }
 
+FailedFcntlSpy::FailedFcntlSpy(std::function<void(int fd)> onFailure)
+    : mOnFailure(std::move(onFailure)) {
+  gFcntlSpy = this;
+}
+FailedFcntlSpy::~FailedFcntlSpy() { gFcntlSpy = nullptr; }
+
 ClockSettingSpy::ClockSettingSpy() { gClockSpy = this; }
 ClockSettingSpy::~ClockSettingSpy() { gClockSpy = nullptr; }
 
@@ -54,6 +70,19 @@ extern "C" int select(int limit, fd_set* reads, fd_set* writes, fd_set* exceptio
   const int result = RealSelect()(limit, reads, writes, exceptions, timeout);
   const int error = errno;
   if (spy->mAfterwards) spy->mAfterwards();
+  errno = error;
+  return result;
+}
+
+extern "C" int fcntl(int fd, int command, ...) {
+  va_list arguments;
+  va_start(arguments, command);
+  void* const argument = va_arg(arguments, void*);
+  va_end(arguments);
+  const int result = RealFcntl()(fd, command, argument);
+  const int error = errno;
+  FailedFcntlSpy* const spy = gFcntlSpy;
+  if (result == -1 && spy != nullptr) spy->mOnFailure(fd);
   errno = error;
   return result;
 }

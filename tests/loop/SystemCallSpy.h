@@ -1,4 +1,4 @@
-// Looks at, and replaces, system calls of the loop: the test program defines select() and
+// Looks at, and replaces, system calls of the loop: the test program defines select(), fcntl() and
 // settimeofday() itself. Without a spy, select() is the real one; the clock of the machine is
 // never set.
 #ifndef TESTS_LOOP_SYSTEMCALLSPY_H_
@@ -35,6 +35,18 @@ class SelectSpy {
   std::function<int(fd_set* reads, fd_set* writes)> mReplacement;
   // After the real call, with what it found: what other threads do meanwhile.
   std::function<void()> mAfterwards;
+};
+
+// While one lives, it is told of every fcntl() that failed, before the caller is. At most one at a
+// time.
+class FailedFcntlSpy {
+ public:
+  explicit FailedFcntlSpy(std::function<void(int fd)> onFailure);
+  ~FailedFcntlSpy();
+  FailedFcntlSpy(const FailedFcntlSpy&) = delete;
+  FailedFcntlSpy& operator=(const FailedFcntlSpy&) = delete;
+
+  const std::function<void(int fd)> mOnFailure;
 };
 
 // While one lives, settimeofday() notes the time and gives a result.
