@@ -34,7 +34,7 @@ void TimerIndex::Insert(const KZTimerData& timer) {
 
 void TimerIndex::EraseId(unsigned int id) {
   Synchronise();
-  for (auto it = mById.find(id); it != mById.end(); it = mById.find(id)) {
+  for (auto it = FindId(id); it != mById.end(); it = FindId(id)) {
     // The destructor of the timer takes it out of the index.
     mList.erase(it->second->mTimer);
   }
@@ -42,7 +42,7 @@ void TimerIndex::EraseId(unsigned int id) {
 
 bool TimerIndex::HasId(unsigned int id) {
   Synchronise();
-  return mById.find(id) != mById.end();
+  return FindId(id) != mById.end();
 }
 
 void TimerIndex::MoveFirstTo(KZTimerList& fired) {
@@ -71,6 +71,14 @@ void TimerIndex::Rebuild() {
     Forget(*it);
     Enter(it, mByTime.end());
   }
+}
+
+// Whoever writes a listed timer's public id leaves its entry under the old one.
+TimerIndex::ById::iterator TimerIndex::FindId(unsigned int id) {
+  const auto found = mById.find(id);
+  if (found == mById.end() || found->second->mTimer->mId == id) return found;
+  Rebuild();
+  return mById.find(id);
 }
 
 // Empties the index. The timers stay where they are, which need not be the list.

@@ -19,6 +19,7 @@ namespace dorn {
 // - The index is built anew when it does not have as many timers as the list.
 // - A position found in the index is compared with the neighbours in the list; if it does not fit,
 //   the list is walked.
+// - A timer found by its id still has it; if not, the index is built anew.
 class TimerIndex {
  public:
   explicit TimerIndex(KZTimerList& list);
@@ -46,11 +47,13 @@ class TimerIndex {
 
  private:
   using ByTime = std::multimap<std::uint64_t, std::unique_ptr<TimerIndexEntry>>;
+  using ById = std::unordered_map<unsigned int, TimerIndexEntry*>;
   friend struct TimerIndexEntry;
 
   void Synchronise();
   void Rebuild();
   void Detach();
+  ById::iterator FindId(unsigned int id);
   ByTime::iterator FirstDueFrom(std::uint64_t time);
   bool Fits(KZTimerList::const_iterator place, std::uint64_t time) const;
   void Enter(KZTimerList::iterator timer, ByTime::const_iterator place);
@@ -59,7 +62,7 @@ class TimerIndex {
   KZTimerList& mList;
   ByTime mByTime;  // In the order of the list.
   // The first of a chain of entries for each id.
-  std::unordered_map<unsigned int, TimerIndexEntry*> mById;
+  ById mById;
 };
 
 }  // namespace dorn

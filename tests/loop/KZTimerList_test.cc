@@ -270,6 +270,21 @@ TEST_P(KZTimerListTest, StaysRightWhenTheHostShiftsAllDueTimes) {
   }
 }
 
+TEST_P(KZTimerListTest, ATimerThatTheHostRenumberedIsNotTakenForItsOldId) {
+  Register(10, 1, "", false);
+  Register(20, 2, "", false);
+  mApp.mTimerList.front().mId = 3;
+  mPlain.mTimers.front().mId = 3;
+  EXPECT_FALSE(mApp.HasTimer(1));
+  mApp.mTimerList.front().mId = 4;
+  mPlain.mTimers.front().mId = 4;
+  Cancel(3);
+  ASSERT_NO_FATAL_FAILURE(Compare());
+  Cancel(4);
+  ASSERT_NO_FATAL_FAILURE(Compare());
+  EXPECT_TRUE(mApp.HasTimer(2));
+}
+
 TEST_P(KZTimerListTest, StaysRightAfterAClockStepOfYears) {
   for (int i = 0; i < 100; ++i) RegisterSomething();
   for (const int64_t days : {60, -30, 365 * 20, 1}) {
