@@ -10,6 +10,7 @@
 #include <new>
 
 #include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/BeforeUse.h"
 #include "dorn/loop/LiveList.h"
 #include "dorn/loop/SettledRecords.h"
 #include "dorn/loop/SharedInt.h"
@@ -40,6 +41,10 @@ KZFdData::KZFdData(KZFdDataList* list)
 
 KZFdData::KZFdData(int type, int fd, int id, KZFdDataList* list)
     : mStatus(kStatusOpen), mType(type), mId(id), mFD(fd), mList(list) {}
+
+void dorn::SetBeforeUse(KZFdData& record, BeforeUse write) {
+  record.mBeforeUse.store(write, std::memory_order_relaxed);
+}
 
 void KZFdData::TouchSettled() { dorn::SettledRecords::Touch(this); }
 
@@ -80,7 +85,12 @@ void KZFdData::RemoveEvent() {
   if (mList != nullptr) mList->Remove(this);
 }
 
+void KZFdData::PrepareUse() {
+  if (const dorn::BeforeUse write = mBeforeUse.load(std::memory_order_relaxed)) write(*this);
+}
+
 int KZFdData::GetFD() {
+  PrepareUse();
   const SemaphoreLock lock(mSemData);
   return mFD;
 }
@@ -91,6 +101,7 @@ int KZFdData::GetFDStatus() {
 }
 
 int KZFdData::SetFD(int fd) {
+  PrepareUse();
   int previous;
   {
     const SemaphoreLock lock(mSemData);

@@ -11,6 +11,7 @@ namespace dorn {
 namespace {
 
 bool gMore = false;
+thread_local int tScopes = 0;
 
 // Never destroyed: connections may still be destroyed after the statics of this file.
 std::vector<VQClientSocket*>& Holders() {
@@ -20,16 +21,19 @@ std::vector<VQClientSocket*>& Holders() {
 
 }  // namespace
 
-FrameHold::FrameHold() : mOuter(std::exchange(gMore, false)) {}
+FrameHold::FrameHold() : mOuter(std::exchange(gMore, false)) { ++tScopes; }
 
 FrameHold::~FrameHold() {
   gMore = mOuter;
   Flush();
+  --tScopes;
 }
 
 void FrameHold::SetMore(bool more) { gMore = more; }
 
 bool FrameHold::IsActive() { return gMore; }
+
+bool FrameHold::IsOurs() { return tScopes > 0; }
 
 void FrameHold::Register(VQClientSocket* client) { Holders().push_back(client); }
 

@@ -38,6 +38,9 @@ class FrameHold {
   // For a connection that is destroyed.
   static void Forget(const VQClientSocket* client);
 
+  // Whether this thread is the one that keeps frames back.
+  static bool IsOurs();
+
   // Writes everything now; also for a process that ends in the middle of a scope.
   static void Flush();
 

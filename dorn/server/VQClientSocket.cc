@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/BeforeUse.h"
 #include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
 #include "dorn/server/App.h"
@@ -75,6 +76,7 @@ VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
 VQClientSocket::~VQClientSocket() {
   // Also when nothing is held any more: whoever has flushed stays registered until the scope ends.
   dorn::FrameHold::Forget(this);
+  dorn::SetBeforeUse(*this, nullptr);
   if (mOutgoing != nullptr) dorn::OutgoingDrainer::Forget(GetFdDataList(), this);
   std::puts("socket delete");
 }
@@ -266,7 +268,10 @@ bool VQClientSocket::Hold(const char* bytes, std::size_t length) {
     FlushHeld();
     return false;
   }
-  if (mHeld.empty()) dorn::FrameHold::Register(this);
+  if (mHeld.empty()) {
+    dorn::FrameHold::Register(this);
+    dorn::SetBeforeUse(*this, &VQClientSocket::FlushBeforeUse);
+  }
   mHeld.append(bytes, length);
   if (mHeld.size() > dorn::FrameHold::kMaxHeld) FlushHeld();
   return true;
@@ -275,8 +280,14 @@ bool VQClientSocket::Hold(const char* bytes, std::size_t length) {
 // A failure is not reported here either: the loop finds it when it reads.
 void VQClientSocket::FlushHeld() {
   if (mHeld.empty()) return;
+  dorn::SetBeforeUse(*this, nullptr);
   const std::string bytes = std::exchange(mHeld, std::string());
   if (!HasNoDescriptor()) static_cast<void>(WriteOrQueue(bytes.data(), bytes.size()));
+}
+
+// Another thread may ask for the descriptor too, and gets it without this.
+void VQClientSocket::FlushBeforeUse(KZFdData& record) {
+  if (dorn::FrameHold::IsOurs()) static_cast<VQClientSocket&>(record).FlushHeld();
 }
 
 // One write. What it leaves over is queued and counts as written: a message that was begun must be
@@ -385,6 +396,7 @@ int VQClientSocket::Close() {
 void VQClientSocket::OnClose() {
   if (!mHeld.empty()) {
     mHeld.clear();
+    dorn::SetBeforeUse(*this, nullptr);
     dorn::FrameHold::Forget(this);
   }
   if (mOutgoing != nullptr) {

@@ -79,7 +79,7 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   // bytes are still queued, the rest is queued and the framed length is returned.
   // While another complete message of the station that is being served has already arrived, small
   // frames are kept back and the framed length is returned; they go out together, in order, as soon
-  // as that station's messages are executed, and before Send(), a file or Close().
+  // as that station's messages are executed, and before Send(), a file, GetFD() or Close().
   // The bytes 0x00, 0x02 and 0x03 inside the text would end or forge messages: they are sent as
   // blanks. Quotes are not touched: what a station may put into a text, other stations receive.
   virtual int SendData(const KZString& text);
@@ -153,6 +153,7 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   int Transmit(const char* bytes, std::size_t length);
   bool Hold(const char* bytes, std::size_t length);
   void FlushHeld();
+  static void FlushBeforeUse(KZFdData& record);
   int WriteOrQueue(const char* bytes, std::size_t length);
   bool Enqueue(const char* bytes, std::size_t length);
   bool EnqueueFile(const KZString& path, int file, long long offset, long long end);

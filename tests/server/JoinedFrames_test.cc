@@ -1,4 +1,7 @@
 // What back-to-back commands send: the same bytes and lines as one command after the other.
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <string>
 
 #include "tests/server/ServerTest.h"
@@ -33,8 +36,17 @@ class JoinedFramesTest : public ServerTest {
       const std::string bytes = "raw bytes";
       EXPECT_EQ(static_cast<int>(bytes.size()),
                 other->Send(bytes.data(), static_cast<int>(bytes.size())));
+    } else if (what == "raw of the base") {
+      EXPECT_EQ(3, other->KZSocket::Send("raw", 3));
+    } else if (what == "raw by hand") {
+      EXPECT_EQ(3, send(other->GetFD(), "raw", 3, 0));
     } else if (what == "close") {
       other->Close();
+    } else if (what == "close the base") {
+      static_cast<KZSocket*>(other)->Close();
+    } else if (what == "take the descriptor") {
+      close(other->SetFD(-1));
+      other->RemoveEvent();
     } else if (what == "destroy") {
       other->Close();
       delete other;
@@ -93,6 +105,26 @@ TEST_F(JoinedFramesTest, TheConsoleShowsEachMessageWhenItIsSent) {
 TEST_F(JoinedFramesTest, RawBytesStayBehindTheMessagesBefore) {
   Feed(mAsking, Ask("a") + Ask("raw") + Ask("b"));
   EXPECT_EQ(Frame("a") + "raw bytes" + Frame("b"), mOther.station.Bytes());
+}
+
+TEST_F(JoinedFramesTest, WhatIsSentWithoutTheConnectionsOwnOperationsStaysBehindToo) {
+  std::string expected;
+  for (const char* const way : {"raw of the base", "raw by hand"}) {
+    Feed(mAsking, Ask("a") + Ask(way) + Ask("b"));
+    expected += Frame("a") + "raw" + Frame("b");
+    EXPECT_EQ(expected, mOther.station.Bytes()) << way;
+  }
+}
+
+TEST_F(JoinedFramesTest, AStationThatIsClosedByTheBaseHasGotWhatWasSentBefore) {
+  Feed(mAsking, Ask("a") + Ask("close the base") + Ask("b"));
+  EXPECT_THAT(mOther.station.Messages(), ElementsAre("a"));
+  EXPECT_TRUE(mOther.station.WaitForClose());
+}
+
+TEST_F(JoinedFramesTest, AStationWhoseDescriptorIsTakenHasGotWhatWasSentBefore) {
+  Feed(mAsking, Ask("a") + Ask("take the descriptor") + Ask("b"));
+  EXPECT_THAT(mOther.station.Messages(), ElementsAre("a"));
 }
 
 TEST_F(JoinedFramesTest, ALongMessageStaysInOrder) {
