@@ -22,7 +22,8 @@ class DORN_EXPORT KZTimerData {
   ~KZTimerData();
 
   std::uint64_t mTime = 0;     // When it is due: wall clock, milliseconds since the epoch.
-  unsigned int mId = 0;        // The caller's; several timers may have one id.
+  unsigned int mId = 0;        // The caller's; several timers may have one id. Not to be changed
+                               // in the application's list: cancelling would not find the new id.
   KZString mName;              // Empty: an application timer; else the dialog of a dialog timer.
   unsigned int mInterval = 0;  // Period in milliseconds; 0: fires once.
 
