@@ -21,8 +21,9 @@ class EnvironmentTest : public testing::Test {
   static void SetUpTestSuite() { HostProcess::WriteResource("top.json", kTree); }
 };
 
+// In the network of the tests there is the loopback interface alone. On a machine that does not let
+// them have their own there are others too, and the host listens all the same.
 TEST_F(EnvironmentTest, AHostThatKnowsOnlyTheLoopbackInterfaceListens) {
-  if (!HasOwnNetwork()) GTEST_SKIP() << "No network namespace can be made here.";
   HostProcess host;
   EXPECT_TRUE(host.WaitForConsole("READY\n"));
 }

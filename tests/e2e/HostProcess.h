@@ -47,7 +47,4 @@ class HostProcess {
   bool mMayComplain = false;
 };
 
-// Whether the tests have a network of their own, in which the station port is free.
-bool HasOwnNetwork();
-
 #endif  // TESTS_E2E_HOSTPROCESS_H_
