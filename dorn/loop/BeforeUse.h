@@ -9,7 +9,7 @@ namespace dorn {
 
 // From now on KZFdData::GetFD() and SetFD() call `write`, on whatever thread they are called,
 // before they hand the descriptor out: every operation that sends or closes asks for it first.
-// Null: no more.
+// Null: no more. To be called where the record is constructed or destroyed only.
 void SetBeforeUse(KZFdData& record, BeforeUse write);
 
 }  // namespace dorn

@@ -42,9 +42,7 @@ KZFdData::KZFdData(KZFdDataList* list)
 KZFdData::KZFdData(int type, int fd, int id, KZFdDataList* list)
     : mStatus(kStatusOpen), mType(type), mId(id), mFD(fd), mList(list) {}
 
-void dorn::SetBeforeUse(KZFdData& record, BeforeUse write) {
-  record.mBeforeUse.store(write, std::memory_order_relaxed);
-}
+void dorn::SetBeforeUse(KZFdData& record, BeforeUse write) { record.mBeforeUse = write; }
 
 void KZFdData::TouchSettled() { dorn::SettledRecords::Touch(this); }
 
@@ -86,7 +84,7 @@ void KZFdData::RemoveEvent() {
 }
 
 void KZFdData::PrepareUse() {
-  if (const dorn::BeforeUse write = mBeforeUse.load(std::memory_order_relaxed)) write(*this);
+  if (mBeforeUse != nullptr) mBeforeUse(*this);
 }
 
 int KZFdData::GetFD() {

@@ -187,7 +187,7 @@ class DORN_EXPORT KZFdData {
   bool mMaySettle = false;  // See LetSettle().
   std::size_t mPlace = 0;   // Its place in the list when the loop last walked it.
 
-  std::atomic<dorn::BeforeUse> mBeforeUse{nullptr};  // See SetBeforeUse().
+  dorn::BeforeUse mBeforeUse = nullptr;  // See SetBeforeUse().
 };
 
 #include "dorn/loop/KZFdDataList.h"

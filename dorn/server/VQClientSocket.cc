@@ -71,6 +71,7 @@ void Frame(const KZString& text, std::string& frame) {
 VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
     : KZClientSocket(kLogBufferSize, stream, list), mStream(stream) {
   SetId(static_cast<int>(dorn::App().NextSocketId()));
+  dorn::SetBeforeUse(*this, &VQClientSocket::FlushBeforeUse);
 }
 
 VQClientSocket::~VQClientSocket() {
@@ -268,10 +269,7 @@ bool VQClientSocket::Hold(const char* bytes, std::size_t length) {
     FlushHeld();
     return false;
   }
-  if (mHeld.empty()) {
-    dorn::FrameHold::Register(this);
-    dorn::SetBeforeUse(*this, &VQClientSocket::FlushBeforeUse);
-  }
+  if (mHeld.empty()) dorn::FrameHold::Register(this);
   mHeld.append(bytes, length);
   if (mHeld.size() > dorn::FrameHold::kMaxHeld) FlushHeld();
   return true;
@@ -280,7 +278,6 @@ bool VQClientSocket::Hold(const char* bytes, std::size_t length) {
 // A failure is not reported here either: the loop finds it when it reads.
 void VQClientSocket::FlushHeld() {
   if (mHeld.empty()) return;
-  dorn::SetBeforeUse(*this, nullptr);
   const std::string bytes = std::exchange(mHeld, std::string());
   if (!HasNoDescriptor()) static_cast<void>(WriteOrQueue(bytes.data(), bytes.size()));
 }
@@ -396,7 +393,6 @@ int VQClientSocket::Close() {
 void VQClientSocket::OnClose() {
   if (!mHeld.empty()) {
     mHeld.clear();
-    dorn::SetBeforeUse(*this, nullptr);
     dorn::FrameHold::Forget(this);
   }
   if (mOutgoing != nullptr) {

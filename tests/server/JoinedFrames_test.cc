@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <thread>
 
 #include "tests/server/ServerTest.h"
 
@@ -40,6 +41,11 @@ class JoinedFramesTest : public ServerTest {
       EXPECT_EQ(3, other->KZSocket::Send("raw", 3));
     } else if (what == "raw by hand") {
       EXPECT_EQ(3, send(other->GetFD(), "raw", 3, 0));
+    } else if (what == "other thread") {
+      int fd = -1;
+      std::thread([&] { fd = other->GetFD(); }).join();
+      EXPECT_GE(fd, 0);
+      mSeenMeanwhile += mOther.station.Bytes();
     } else if (what == "close") {
       other->Close();
     } else if (what == "close the base") {
@@ -114,6 +120,12 @@ TEST_F(JoinedFramesTest, WhatIsSentWithoutTheConnectionsOwnOperationsStaysBehind
     expected += Frame("a") + "raw" + Frame("b");
     EXPECT_EQ(expected, mOther.station.Bytes()) << way;
   }
+}
+
+TEST_F(JoinedFramesTest, AnotherThreadGetsTheDescriptorAndSendsNothing) {
+  Feed(mAsking, Ask("a") + Ask("other thread") + Ask("b"));
+  EXPECT_EQ("", mSeenMeanwhile);
+  EXPECT_THAT(mOther.station.Messages(), ElementsAre("a", "b"));
 }
 
 TEST_F(JoinedFramesTest, AStationThatIsClosedByTheBaseHasGotWhatWasSentBefore) {
