@@ -1,5 +1,6 @@
 // GETFILE of big files: slow readers, many requests, files that change meanwhile.
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -156,6 +157,13 @@ std::string AnswerWithoutLoop(VQClientSocket* client, int station,
   return got.get();
 }
 
+// Waits until the station has read enough that a short text is written at once: what is queued is
+// sent by the loop, and none runs.
+void AwaitRoom(int fd) {
+  pollfd room = {fd, POLLOUT, 0};
+  EXPECT_EQ(1, poll(&room, 1, 5000));
+}
+
 class UnservedStreamingTest : public FileTransferTest, public testing::WithParamInterface<bool> {
  protected:
   void SetUp() override {
@@ -183,6 +191,7 @@ TEST_P(UnservedStreamingTest, AFileIsWrittenWholeWhenNothingRunsTheLoop) {
   const std::string name = File("big.bin", text);
   const std::string got = AnswerWithoutLoop(mClient.get(), mPair[1], [&] {
     mClient->OnGetfile(KZString(name), "", "");
+    AwaitRoom(mPair[0]);
     mClient->SendData("after");
   });
   EXPECT_TRUE(Frame(Follows(name, text.size())) + text + Frame("after") == got) << got.size();
