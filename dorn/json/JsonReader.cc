@@ -1,6 +1,5 @@
-// The reader of JsonValue.h: `input` and the parse steps of `value`. A run of characters is taken
-// at once where none of them is a line feed or the first behind one; the state of the reader is
-// then what reading them one by one leaves.
+// The reader of JsonValue.h: `input` and the parse steps of `value`, one character at a time. It
+// has the last word on every text; parse() asks it only for those that the quick reader gives back.
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>

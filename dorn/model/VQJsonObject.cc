@@ -157,7 +157,7 @@ VQJsonObject* VQJsonObject::SetValue(const KZString& key, VQValue value, int dir
   }
   current = std::move(value);
   dorn::NoteContentChange();
-  if (dorn::Is(key, dorn::kKeyName) && mName != current.mString) {
+  if (dorn::Equals(key, dorn::kKeyName) && mName != current.mString) {
     mName = current.mString;
     dorn::NoteStructureChange();
   }
@@ -173,7 +173,7 @@ bool VQJsonObject::Parse(JsonParser& jp, bool shard) {
   const bool filtered = !shard && ReadFilter(members, HasGroup(), allowed);
   auto place = mList.begin();
   for (const auto& [key, member] : members) {
-    if (dorn::Is(key, dorn::kKeyObject) || dorn::Is(key, dorn::kKeyObjects)) continue;
+    if (dorn::Equals(key, dorn::kKeyObject) || dorn::Equals(key, dorn::kKeyObjects)) continue;
     KZString name(key);
     if (filtered && allowed.Find(name) < 0) continue;
     const value* meant = FindMeant(members, name, member);

@@ -54,7 +54,7 @@ int ParseChildren(VQJsonParser& parser, VQJsonObjectHasList* jo, JsonParser& jp,
 bool IsDialog(const JsonParser& jp) {
   KZString command;
   return jp.IsObject() && jp.GetString(dorn::kKeyCommand, command) &&
-         dorn::Is(command, dorn::kCommandDialog);
+         dorn::Equals(command, dorn::kCommandDialog);
 }
 
 // Moves the cursor to the dialog among the commands of the document, or leaves it on a root that is
@@ -117,22 +117,22 @@ int VQJsonParser::ParseList(VQJsonObjectHasList* jo, JsonParser& jp, bool shard)
 }
 
 VQJsonObject* VQJsonParser::CreateCommand(const KZString& type) {
-  if (dorn::Is(type, dorn::kCommandDialog)) return new VQJsonResource;
+  if (dorn::Equals(type, dorn::kCommandDialog)) return new VQJsonResource;
   return new VQJsonCommand(type);
 }
 
 VQJsonObject* VQJsonParser::CreateObject(const KZString& type, const KZString& layout,
                                          VQJsonObject* parent) {
-  if (dorn::Is(type, dorn::kTypeGrid)) {
+  if (dorn::Equals(type, dorn::kTypeGrid)) {
     std::puts("GRID!");
     return new VQJsonGrid(parent);
   }
-  if (dorn::Is(type, dorn::kTypeRadioButton)) {
+  if (dorn::Equals(type, dorn::kTypeRadioButton)) {
     std::puts("RADIOBTN!");
     return new VQJsonRadioButtonObject(parent);
   }
-  if (!dorn::Is(type, dorn::kTypeGroup)) return new VQJsonObject(parent);
-  if (dorn::Is(layout, dorn::kLayoutRadio)) {
+  if (!dorn::Equals(type, dorn::kTypeGroup)) return new VQJsonObject(parent);
+  if (dorn::Equals(layout, dorn::kLayoutRadio)) {
     std::puts("RADIO GROUP!");
     return new VQJsonRadioButtonGroup(parent);
   }

@@ -62,7 +62,7 @@ void PrintCommand(const std::string& word, VQJsonObject& entry) {
 }  // namespace
 
 bool VQClientSocket::CompareSessionId(const KZString& sid) const {
-  return dorn::Is(sid, dorn::kSessionIdShared) || sid == mSessionId;
+  return dorn::Equals(sid, dorn::kSessionIdShared) || sid == mSessionId;
 }
 
 bool VQClientSocket::CompareDialogName(const KZString& name) const {
@@ -93,11 +93,11 @@ int VQClientSocket::DoCommand(const KZString& text) {
 void VQClientSocket::Execute(VQJsonObject* entry) {
   // A copy: the hook that checks the session may change the entry.
   const std::string word = WordOf(entry);
-  if (!dorn::Is(word, dorn::kCommandKeepalive)) PrintCommand(word, *entry);
+  if (!dorn::Equals(word, dorn::kCommandKeepalive)) PrintCommand(word, *entry);
   CheckSessionId(entry);
   auto* command = AsCommand(entry);
   const bool isGreeting =
-      dorn::Is(word, dorn::kCommandHello) || dorn::Is(word, dorn::kCommandChange);
+      dorn::Equals(word, dorn::kCommandHello) || dorn::Equals(word, dorn::kCommandChange);
   if (isGreeting && command != nullptr) {
     Greet(command);
   } else if (mAuth) {
@@ -110,7 +110,7 @@ void VQClientSocket::Execute(VQJsonObject* entry) {
 void VQClientSocket::CheckSessionId(VQJsonObject* entry) {
   if (mAuth || !entry->HasKey(dorn::kKeySessionId)) return;
   const KZString sid = TextOf(entry, dorn::kKeySessionId);
-  if (dorn::Is(sid, dorn::kSessionIdShared)) {
+  if (dorn::Equals(sid, dorn::kSessionIdShared)) {
     Authentication("");
   } else if (dorn::App().OnAuthCheck(sid, this)) {
     return;
@@ -169,13 +169,13 @@ void VQClientSocket::ExecuteAuthenticated(VQJsonObject* entry) {
   if (VQSession* session = app.SessionList()->Search(mSessionId)) session->Extend();
   const std::string word = WordOf(entry);
   auto* command = AsCommand(entry);
-  if (dorn::Is(word, dorn::kCommandKeepalive)) {
+  if (dorn::Equals(word, dorn::kCommandKeepalive)) {
     const unsigned int answerTimer = static_cast<unsigned int>(GetId()) + dorn::kAnswerTimer;
     app.SetApplicationSingleTimerInterval(0, answerTimer);
-  } else if (dorn::Is(word, dorn::kCommandGetfile)) {
+  } else if (dorn::Equals(word, dorn::kCommandGetfile)) {
     OnGetfile(TextOf(entry, dorn::kKeyFile), TextOf(entry, dorn::kKeyDate),
               TextOf(entry, dorn::kKeyObjectName));
-  } else if (dorn::Is(word, dorn::kCommandCondition) && command != nullptr) {
+  } else if (dorn::Equals(word, dorn::kCommandCondition) && command != nullptr) {
     Condition(command);
   }
 }

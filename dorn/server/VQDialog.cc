@@ -98,7 +98,8 @@ void VQDialog::OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString sid
   const bool isShared = mSessionResourceList.count(dorn::kSessionIdShared) != 0;
   const int index = isShared ? kMarkIfChanged : kDoNotMark;
   for (auto it = source->KeyValueBegin(); it != source->KeyValueEnd(); ++it) {
-    if (!dorn::Is(it->first, dorn::kKeyName)) target->SetValue(it->first, it->second, index, sid);
+    if (!dorn::Equals(it->first, dorn::kKeyName))
+      target->SetValue(it->first, it->second, index, sid);
   }
 }
 
