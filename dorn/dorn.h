@@ -7,6 +7,7 @@
 #include "dorn/base/KZSemaphore.h"
 #include "dorn/base/KZString.h"
 #include "dorn/base/KZStringArray.h"
+#include "dorn/base/Version.h"
 
 #include "dorn/loop/KZApplication.h"
 #include "dorn/loop/KZFdData.h"

@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# install_tree.sh SOURCE BUILD WORK COMPILER
+# Installs what was built, component by component, looks at what each holds, and builds the smallest
+# example by itself against it, in the two ways that the README gives.
+set -euo pipefail
+source=$1
+build=$2
+work=$3
+compiler=$4
+fail() {
+  echo "$1" >&2
+  exit 1
+}
+
+rm -rf "$work"
+mkdir -p "$work"
+files() { (cd "$1" && find . ! -type d | sed 's,^\./,,' | LC_ALL=C sort); }
+
+cmake --install "$build" --prefix "$work/all" >/dev/null
+for component in runtime development tools documentation; do
+  cmake --install "$build" --prefix "$work/$component" --component "$component" >/dev/null
+done
+diff <(for component in runtime development tools documentation; do files "$work/$component"; done | LC_ALL=C sort) \
+  <(files "$work/all") || fail "a file belongs to no component or to two"
+
+lib=$(dirname "$(files "$work/runtime" | head -n 1)")
+holds() { # COMPONENT PATTERN... : every file of it matches one of the patterns, and each pattern some file
+  local component=$1 pattern others
+  shift
+  others=$(files "$work/$component")
+  for pattern in "$@"; do
+    grep -qxE "$pattern" <<<"$others" || fail "$component has no $pattern"
+    others=$(grep -vxE "$pattern" <<<"$others" || true)
+  done
+  [ -z "$others" ] || fail "$component has what does not belong there: $others"
+}
+holds runtime "$lib/libdorn\.so\.1" "$lib/libdorn\.so\.1\.8\.7"
+holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|loop|net|json|model|server)/[A-Za-z]+\.h' \
+  "$lib/cmake/dorn/dorn(Config|ConfigVersion|Targets|Targets-[a-z]+)\.cmake" "$lib/pkgconfig/dorn\.pc"
+holds tools 'bin/dorn-station'
+holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z]+\.md'
+
+# The tool finds the library beside which it was installed, also when the folder has moved.
+mkdir "$work/moved"
+cp -a "$work/runtime/." "$work/tools/." "$work/moved"
+env -u LD_LIBRARY_PATH "$work/moved/bin/dorn-station" --help >/dev/null || fail "the installed dorn-station does not start"
+
+export PKG_CONFIG_PATH=$work/all/$lib/pkgconfig
+cd "$source/examples/smallest"
+cmake -S . -B "$work/smallest" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$work/all" >/dev/null
+cmake --build "$work/smallest" >"$work/smallest.log" || { cat "$work/smallest.log"; fail "the smallest example does not build by itself"; }
+# shellcheck disable=SC2046
+"$compiler" -std=c++17 main.cc -o "$work/one-line" $(pkg-config --cflags --libs dorn)
+cp -r resources "$work/resources"
+cd "$source"
+for program in "$work/smallest/smallest" "$work/one-line"; do
+  LD_LIBRARY_PATH=$work/all/$lib tests/examples/smallest.sh "$program" "$work/all/bin/dorn-station" || fail "$program does not serve"
+done
