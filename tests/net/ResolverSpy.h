@@ -1,5 +1,5 @@
 // Looks at, and replaces, getaddrinfo(): the test program defines it itself. Without a spy it is
-// the real one.
+// the real one, to which "localhost" is 127.0.0.1 whatever the machine's files say.
 #ifndef TESTS_NET_RESOLVERSPY_H_
 #define TESTS_NET_RESOLVERSPY_H_
 

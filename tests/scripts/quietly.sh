@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# A long command shows that it goes on, and what went wrong.
+. "$(dirname "$0")/common.sh"
+cd "$source" || exit 1
+. script/common.sh
+log=$work/log
+
+said=$(quietly "$log" Trying echo hidden 2>&1) || fail "a command that succeeds"
+[ "$said" = "Trying ..." ] || fail "more than a line: $said"
+[ "$(cat "$log")" = hidden ] || fail "the output is not in the log"
+
+refuses quietly "$log" Trying bash -c 'echo the reason; exit 3'
+quietly "$log" Trying bash -c 'exit 3' >/dev/null 2>&1
+[ $? = 3 ] || fail "the result is not that of the command"
+grep -qx 'the reason' <<<"$said" || fail "the reason is not shown: $said"
+grep -q "Trying: failed; all of it is in $log" <<<"$said" || fail "the log is not named: $said"
+
+# On a terminal the line is written anew.
+said=$(script -qec "bash -c '. script/common.sh; quietly $log Trying bash -c \"echo one step; sleep 2.5\"'" /dev/null </dev/null)
+grep -q $'\rTrying: 1 s  one step' <<<"$said" || fail "no progress on a terminal: $said"
