@@ -11,5 +11,5 @@ grep -q '5000' <<<"$said" || fail "the second server does not name the port: $sa
 for name in demo test; do
   if said=$(script/$name 2>&1 </dev/null); then fail "script/$name went on"; fi
   [ "$(wc -l <<<"$said")" = 1 ] || fail "script/$name does not say it in one line: $said"
-  grep -q 'port 5000 is taken' <<<"$said" || fail "script/$name does not say why: $said"
+  grep -q "port 5000 is taken by smallest (process $server)" <<<"$said" || fail "script/$name does not say why: $said"
 done
