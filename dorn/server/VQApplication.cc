@@ -12,12 +12,14 @@
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
+#include "dorn/server/ApplicationState.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/FrameHold.h"
 #include "dorn/server/OutgoingDrainer.h"
 #include "dorn/server/ResourcePath.h"
 #include "dorn/server/RunningHooks.h"
+#include "dorn/server/StationAddress.h"
 #include "dorn/server/VQClientSocket.h"
 #include "dorn/server/VQDialog.h"
 #include "dorn/server/VQSession.h"
@@ -52,6 +54,7 @@ VQApplication::VQApplication(VQDialogMaker& maker)
       mStationSocket(&mLog, &mFdList),
       mSocketId(kFirstSocketId),
       mSessionTimerId(kFirstSessionTimerId) {
+  dorn::MakeState(*this);
   if (gApp == nullptr) gApp = this;
 }
 
@@ -59,6 +62,7 @@ VQApplication::~VQApplication() {
   if (gApp == this) gApp = nullptr;
   dorn::FrameHold::Flush();  // A hook may end the process.
   dorn::OutgoingDrainer::Forget(&mFdList);
+  dorn::DropState(*this);
 }
 
 void VQApplication::ApplicationTimer(timeval time, unsigned int id) {
@@ -132,19 +136,31 @@ void VQApplication::OnStart(VQClientSocket* client, KZString& type, int resoluti
 
 void VQApplication::OnTimer(timeval, unsigned int) {}
 
+void VQApplication::SetStationAddress(const char* address, int port) {
+  dorn::StateOf(*this).stationAddress = {address != nullptr ? address : "", port};
+}
+
+int VQApplication::GetStationPort() {
+  return IsListening() ? dorn::AddressOf(mStationSocket.GetFD()).port : 0;
+}
+
 int VQApplication::Initialize(int argc, char** argv) {
   int result = KZApplication::Initialize(argc, argv);
   if (result < 0) return result;
-  result = mStationSocket.Open(nullptr, kStationPort);
+  dorn::StationAddress address = dorn::StateOf(*this).stationAddress;
+  if (!dorn::ObeyEnvironment(address) || !dorn::CheckPort(address)) return -1;
+  result = mStationSocket.Open(address.HostOrNull(), address.port);
   if (result < 0) {
-    std::fprintf(stderr, "dorn: no socket can be opened for TCP port %d\n", kStationPort);
+    std::fprintf(stderr, "dorn: no socket can be opened for TCP port %d\n", address.port);
     return result;
   }
   // Opening gives a descriptor also when the port could not be bound. The host decides what to do
   // about it, but nobody shall run a deaf server without knowing.
-  if (!IsListening()) {
+  if (IsListening()) {
+    dorn::PublishStationAddress(mStationSocket.GetFD());
+  } else {
     std::fprintf(stderr, "dorn: not listening on TCP port %d; is another process using it?\n",
-                 kStationPort);
+                 address.port);
   }
   return OnInit();
 }

@@ -37,7 +37,7 @@ class VQDialog;
 // 0xFFFFFFF to sessions; all others are the host's.
 class DORN_EXPORT VQApplication : public KZApplication {
  public:
-  // Where stations connect.
+  // Where stations connect unless SetStationAddress() says otherwise.
   static constexpr int kStationPort = 5000;
 
   // Bounds of the id ranges; kTimerIdEnd is the first id behind them.
@@ -84,8 +84,19 @@ class DORN_EXPORT VQApplication : public KZApplication {
   // Called with each timer of the host's own. Does nothing by default.
   virtual void OnTimer(timeval time, unsigned int id);
 
-  // Opens the station port on all local addresses and calls OnInit(). Returns OnInit()'s result, or
-  // a negative number if the port's address could not even be resolved.
+  // Where Initialize() listens for stations: on `address` of this machine (null or empty: on every
+  // one), at TCP port `port` (0: at one that the system chooses; see GetStationPort()). Without a
+  // call: on every address, at kStationPort. The environment variable DORN_STATION, if it is set,
+  // has the last word; it reads "address:port", such as "127.0.0.1:0" or ":6000".
+  void SetStationAddress(const char* address, int port);
+
+  // The port at which stations can connect; 0 while there is none.
+  int GetStationPort();
+
+  // Opens the station port and calls OnInit(). Returns OnInit()'s result, or a negative number if
+  // the port's address could not even be resolved, or DORN_STATION cannot be read.
+  // Once the port is open, "address:port" is written to the file that the environment variable
+  // DORN_STATION_FILE names, if it is set: that is how a test finds a host with port 0.
   // Kept: a port that cannot be bound (another process has it) does not end this; one line on
   // standard error says so, OnInit() runs, and IsListening() is false.
   int Initialize(int argc, char** argv);

@@ -1,0 +1,28 @@
+// What the library remembers about an application object beside its members. Hosts have the size of
+// that object compiled in, so none can be added there. Internal: not installed.
+#ifndef DORN_SERVER_APPLICATIONSTATE_H_
+#define DORN_SERVER_APPLICATIONSTATE_H_
+
+#include "dorn/server/StationAddress.h"
+
+class VQApplication;
+
+namespace dorn {
+
+struct ApplicationState {
+  // Where stations connect.
+  StationAddress stationAddress;
+};
+
+// Each application object has one from its constructor to its destructor. Finding it takes no lock,
+// so that a signal handler may ask; null before and after.
+void MakeState(const VQApplication& app);
+void DropState(const VQApplication& app);
+ApplicationState* FindState(const VQApplication& app);
+
+// The same where there must be one.
+inline ApplicationState& StateOf(const VQApplication& app) { return *FindState(app); }
+
+}  // namespace dorn
+
+#endif  // DORN_SERVER_APPLICATIONSTATE_H_

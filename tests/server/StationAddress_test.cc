@@ -1,0 +1,170 @@
+// Where a host listens for stations: by default, by its own choice and by the environment.
+#include "dorn/server/StationAddress.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "tests/server/ServerTest.h"
+#include "tests/support/ChildProcess.h"
+
+namespace {
+
+std::string Content(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+// Each test takes its own process: what a host asks for stays asked for.
+class StationAddressTest : public ServerTest {
+ protected:
+  // Runs `body` in a child that has these variables, and expects success.
+  static void InChild(const std::map<std::string, std::string>& variables,
+                      const std::function<bool()>& body) {
+    const ChildResult child = RunChild([&] {
+      for (const auto& [name, text] : variables) setenv(name.c_str(), text.c_str(), 1);
+      return body() ? 0 : 1;
+    });
+    EXPECT_EQ(0, child.mExitCode) << child.mOutput;
+  }
+
+  static bool Start() { return app.Initialize(0, nullptr) == app.initResult; }
+  static std::string Host() { return dorn::AddressOf(app.mStationSocket.GetFD()).host; }
+
+  static bool CanConnect(int port) {
+    TcpPeer station;
+    return station.Connect(port);
+  }
+};
+
+TEST_F(StationAddressTest, ReadsAnAddressAndAPort) {
+  const auto address = dorn::ReadStationAddress("127.0.0.1:6000");
+  ASSERT_TRUE(address.has_value());
+  EXPECT_EQ("127.0.0.1", address->host);
+  EXPECT_EQ(6000, address->port);
+  const auto any = dorn::ReadStationAddress(":0");
+  ASSERT_TRUE(any.has_value());
+  EXPECT_EQ(nullptr, any->HostOrNull());
+  EXPECT_EQ(0, any->port);
+}
+
+TEST_F(StationAddressTest, ReadsNothingElse) {
+  for (const char* text : {"", "5000", "127.0.0.1", "127.0.0.1:", ":-1", ":65536", ":5000 ",
+                           ": 5000", ":+5", ":0x10", ":99999999999999"}) {
+    EXPECT_FALSE(dorn::ReadStationAddress(text).has_value()) << text;
+  }
+}
+
+TEST_F(StationAddressTest, IsEveryAddressAndPort5000WithoutACall) {
+  const dorn::StationAddress address;
+  EXPECT_EQ(nullptr, address.HostOrNull());
+  EXPECT_EQ(5000, address.port);
+}
+
+TEST_F(StationAddressTest, HasTheSystemChooseThePort) {
+  InChild({}, [] {
+    app.SetStationAddress("127.0.0.1", 0);
+    return Start() && app.GetStationPort() > 0 && app.GetStationPort() != 5000 &&
+           Host() == "127.0.0.1" && CanConnect(app.GetStationPort());
+  });
+}
+
+TEST_F(StationAddressTest, IsThePortThatWasAskedFor) {
+  const int port = UnusedPort();
+  InChild({}, [port] {
+    app.SetStationAddress(nullptr, port);
+    return Start() && app.GetStationPort() == port && Host() == "0.0.0.0" && CanConnect(port);
+  });
+}
+
+TEST_F(StationAddressTest, TwoHostsFitOnOneMachine) {
+  InChild({{"DORN_STATION", "127.0.0.1:0"}}, [] {
+    if (!Start()) return false;
+    TestApp second(maker);
+    second.SetStationAddress("127.0.0.1", 0);
+    return second.Initialize(0, nullptr) >= 0 && second.GetStationPort() > 0 &&
+           second.GetStationPort() != app.GetStationPort();
+  });
+}
+
+TEST_F(StationAddressTest, IsNoPortBeforeItListens) { EXPECT_EQ(0, app.GetStationPort()); }
+
+TEST_F(StationAddressTest, IsNoPortWhenAnotherProcessHasIt) {
+  const TcpAcceptor other;
+  InChild({}, [&other] {
+    app.SetStationAddress("127.0.0.1", other.Port());
+    return Start() && !app.IsListening() && app.GetStationPort() == 0;
+  });
+}
+
+TEST_F(StationAddressTest, TheEnvironmentHasTheLastWord) {
+  const int port = UnusedPort();
+  InChild({{"DORN_STATION", "127.0.0.1:" + std::to_string(port)}}, [port] {
+    app.SetStationAddress(nullptr, 1);
+    return Start() && app.GetStationPort() == port && Host() == "127.0.0.1";
+  });
+}
+
+TEST_F(StationAddressTest, AnEmptyVariableIsNone) {
+  const int port = UnusedPort();
+  InChild({{"DORN_STATION", ""}, {"DORN_STATION_FILE", ""}}, [port] {
+    app.SetStationAddress("127.0.0.1", port);
+    return Start() && app.GetStationPort() == port;
+  });
+}
+
+TEST_F(StationAddressTest, RefusesAVariableThatItCannotRead) {
+  InChild({{"DORN_STATION", "5000"}}, [] {
+    app.initResult = 7;  // The hook is not asked.
+    return app.Initialize(0, nullptr) < 0 && !app.IsListening();
+  });
+}
+
+TEST_F(StationAddressTest, RefusesANumberThatIsNoPort) {
+  for (const int port : {-1, 65536, 70000}) {
+    InChild({}, [port] {
+      app.SetStationAddress("127.0.0.1", port);
+      return app.Initialize(0, nullptr) < 0 && !app.IsListening();
+    });
+  }
+}
+
+TEST_F(StationAddressTest, TellsAFileWhereItListens) {
+  const std::string path = FolderPath() + "/station";
+  InChild({{"DORN_STATION", "127.0.0.1:0"}, {"DORN_STATION_FILE", path}}, [&path] {
+    return Start() && Content(path) == "127.0.0.1:" + std::to_string(app.GetStationPort()) + "\n";
+  });
+  // Nothing else is left there.
+  const std::filesystem::directory_iterator files(FolderPath());
+  EXPECT_EQ(1, std::distance(begin(files), end(files)));
+}
+
+TEST_F(StationAddressTest, TellsTheFileTheRealAddressOfAHostThatTookEveryOne) {
+  const std::string path = FolderPath() + "/station";
+  InChild({{"DORN_STATION", ":0"}, {"DORN_STATION_FILE", path}}, [&path] {
+    return Start() && Content(path) == "0.0.0.0:" + std::to_string(app.GetStationPort()) + "\n";
+  });
+}
+
+TEST_F(StationAddressTest, WritesNoFileWhenItDoesNotListen) {
+  const TcpAcceptor other;
+  const std::string path = FolderPath() + "/station";
+  InChild(
+      {{"DORN_STATION", "127.0.0.1:" + std::to_string(other.Port())}, {"DORN_STATION_FILE", path}},
+      [] { return Start() && !app.IsListening(); });
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(StationAddressTest, GoesOnWhenTheFileCannotBeWritten) {
+  InChild({{"DORN_STATION", "127.0.0.1:0"}, {"DORN_STATION_FILE", "/nowhere/at/all"}},
+          [] { return Start() && app.GetStationPort() > 0; });
+}
+
+}  // namespace
