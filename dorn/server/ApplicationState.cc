@@ -1,7 +1,5 @@
 #include "dorn/server/ApplicationState.h"
 
-#include <atomic>
-
 namespace dorn {
 
 namespace {
@@ -16,6 +14,7 @@ struct Entry {
 std::atomic<Entry*> gFirst{nullptr};
 
 static_assert(std::atomic<Entry*>::is_always_lock_free, "read by signal handlers");
+static_assert(std::atomic<bool>::is_always_lock_free, "written by signal handlers");
 
 }  // namespace
 

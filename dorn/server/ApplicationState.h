@@ -3,13 +3,19 @@
 #ifndef DORN_SERVER_APPLICATIONSTATE_H_
 #define DORN_SERVER_APPLICATIONSTATE_H_
 
+#include <atomic>
+
 #include "dorn/server/StationAddress.h"
 
 class VQApplication;
 
 namespace dorn {
 
+// Loop thread only, except what is marked.
 struct ApplicationState {
+  // Asks Run() to return. Any thread, signal handlers included.
+  std::atomic<bool> isStopping{false};
+
   // Where stations connect.
   StationAddress stationAddress;
 };

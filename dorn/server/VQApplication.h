@@ -23,7 +23,7 @@ class VQDialog;
 //   MyApp app(maker);
 //   int main(int argc, char** argv) {
 //     if (app.Initialize(argc, argv) < 0 || !app.IsListening()) return 1;
-//     app.AppMain();
+//     app.Run();  // Until Stop() is called; AppMain() never returns.
 //   }
 //
 // No header of the library declares `app`, and a host with several files writes `extern MyApp app;`
@@ -104,6 +104,17 @@ class DORN_EXPORT VQApplication : public KZApplication {
   // Whether stations can connect.
   bool IsListening();
 
+  // The loop until Stop() is called, before or meanwhile. Then the port is closed, stations get
+  // what is queued for them for up to a second (nothing is received and no timer fires meanwhile),
+  // and every connection is closed, with its hooks. Dialogs, sessions and timers stay as they are,
+  // and so do records of the host's own: they are for whoever called this to look at, save or
+  // remove. AppMain() is not called.
+  void Run();
+
+  // Makes Run() return. Any thread, and also a signal handler, on whatever thread it runs:
+  //   std::signal(SIGTERM, [](int) { app.Stop(); });
+  void Stop();
+
   // Sends the log of the station socket and of every later connection to `stream`, which is not
   // owned and must outlive them. Null: nowhere, as it is by default.
   void SetLogStream(KZStream* stream);
@@ -163,6 +174,8 @@ class DORN_EXPORT VQApplication : public KZApplication {
   unsigned int NextSocketId();
   bool HasSocketTimer(unsigned int socketId);
   unsigned int NextSessionTimerId();
+  void CloseDown();
+  void DrainQueues();
   void ConnectionTimer(VQClientSocket* client, int kind);
 
   // Once ids have started again from the first one, those still in use are skipped.
