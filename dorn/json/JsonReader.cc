@@ -112,6 +112,14 @@ std::string DescribeError(input& in) {
   return description;
 }
 
+// What was built before the quick reader gave up is gone when the other one begins.
+const char* ParseQuickly(value& out, const char* first, const char* last) {
+  value quick;
+  const char* stop = dorn::ReadQuickly(quick, first, last);
+  if (stop != nullptr) out = std::move(quick);
+  return stop;
+}
+
 }  // namespace
 
 int input::getc() {
@@ -156,11 +164,7 @@ bool input::match(const char* pattern) {
 }
 
 const char* value::parse(value& out, const char* first, const char* last, std::string* err) {
-  value quick;
-  if (const char* stop = dorn::ReadQuickly(quick, first, last)) {
-    out = std::move(quick);
-    return stop;
-  }
+  if (const char* stop = ParseQuickly(out, first, last)) return stop;
   input in(first, last);
   if (!_parse(out, in) && err != nullptr) *err = DescribeError(in);
   return in.cur();

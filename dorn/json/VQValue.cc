@@ -11,48 +11,78 @@
 
 namespace {
 
-// What is still to be converted, instead of a recursion as deep as the value.
-using Conversions = std::vector<std::pair<const value*, VQValue*>>;
-
-VQJArray MakeElements(const value::array& elements, Conversions& open) {
-  VQJArray made(elements.size());
-  for (std::size_t i = 0; i < elements.size(); ++i) open.emplace_back(&elements[i], &made[i]);
-  return made;
-}
-
-VQJObject MakeMembers(const value::object& members, Conversions& open) {
-  VQJObject made;
-  for (const auto& [key, member] : members) {
-    // Both maps order their keys by bytes, so each member goes to the end.
-    const auto place = made.emplace_hint(made.end(), key, VQValue());
-    open.emplace_back(&member, &place->second);
+// Converts a JSON value. Containers wait in a list instead of a recursion as deep as the value.
+class Conversion {
+ public:
+  void Convert(const value& from, VQValue& to) {
+    ConvertOne(from, to);
+    while (!mOpen.empty()) {
+      const auto [container, place] = mOpen.back();
+      mOpen.pop_back();
+      Fill(*container, *place);
+    }
   }
-  return made;
-}
 
-// Sets one value; places for what it holds are made and added to `open`. They stay where they are,
-// since moving a container keeps its elements in place.
-void ConvertOne(const value& from, VQValue& to, Conversions& open) {
-  switch (from.type_) {
-    case value::boolean_type:
-      to.Set(from.get<bool>());
-      break;
-    case value::int_type:
-      to.Set(from.get<int>());
-      break;
-    case value::string_type:
-      to.Set(from.get<std::string>());
-      break;
-    case value::array_type:
-      to.Set(MakeElements(from.get<value::array>(), open));
-      break;
-    case value::object_type:
-      to.Set(MakeMembers(from.get<value::object>(), open));
-      break;
-    default:
-      break;
+ private:
+  void ConvertOne(const value& from, VQValue& to) {
+    switch (from.type_) {
+      case value::boolean_type:
+        to.Set(from.get<bool>());
+        break;
+      case value::int_type:
+        to.Set(from.get<int>());
+        break;
+      case value::string_type:
+        to.Set(from.get<std::string>());
+        break;
+      case value::array_type:
+      case value::object_type:
+        mOpen.emplace_back(&from, &to);
+        break;
+      default:
+        break;
+    }
   }
-}
+
+  // What the container holds stays where it is, since moving a container keeps its elements.
+  void Fill(const value& from, VQValue& to) {
+    if (from.is<value::array>()) {
+      FillArray(from.get<value::array>(), to);
+    } else {
+      FillObject(from.get<value::object>(), to);
+    }
+  }
+
+  void FillArray(const value::array& elements, VQValue& to) {
+    if (elements.empty()) {
+      if (!mEmptyArray.mArray) mEmptyArray.Set(VQJArray());
+      to = mEmptyArray;
+      return;
+    }
+    VQJArray made(elements.size());
+    for (std::size_t i = 0; i < elements.size(); ++i) ConvertOne(elements[i], made[i]);
+    to.Set(std::move(made));
+  }
+
+  void FillObject(const value::object& members, VQValue& to) {
+    if (members.empty()) {
+      if (!mEmptyObject.mObject) mEmptyObject.Set(VQJObject());
+      to = mEmptyObject;
+      return;
+    }
+    VQJObject made;
+    for (const auto& [key, member] : members) {
+      // Both maps order their keys by bytes, so each member goes to the end.
+      ConvertOne(member, made.emplace_hint(made.end(), key, VQValue())->second);
+    }
+    to.Set(std::move(made));
+  }
+
+  std::vector<std::pair<const value*, VQValue*>> mOpen;
+  // The empty containers of one value are one: a text may have one in each three bytes.
+  VQValue mEmptyArray;
+  VQValue mEmptyObject;
+};
 
 // As atoi(), which takes long for what most texts are: words and short numbers.
 int ToInt(const char* text) {
@@ -82,15 +112,7 @@ int ToInt(const char* text) {
 
 }  // namespace
 
-VQValue::VQValue(const value& v) {
-  Conversions open;
-  ConvertOne(v, *this, open);
-  while (!open.empty()) {
-    const auto [from, to] = open.back();
-    open.pop_back();
-    ConvertOne(*from, *to, open);
-  }
-}
+VQValue::VQValue(const value& v) { Conversion().Convert(v, *this); }
 
 VQValue& VQValue::operator=(const VQValue& other) { return *this = VQValue(other); }
 

@@ -2,22 +2,17 @@
 
 #include <cstddef>
 #include <cstring>
-#include <iterator>
 #include <string>
 #include <utility>
 
-#include "dorn/json/DialogValue.h"
-#include "dorn/json/JsonParser.h"
-#include "dorn/json/MemberSearch.h"
 #include "dorn/model/ClassTags.h"
 #include "dorn/model/FreshAllocations.h"
 #include "dorn/model/MemberText.h"
+#include "dorn/model/TreeReader.h"
 #include "dorn/model/TreeStamp.h"
 #include "dorn/model/WireWords.h"
 
 namespace {
-
-using Attributes = std::map<KZString, VQValue>;
 
 // mDebugFlag lies directly behind the pointer to the virtual table.
 constexpr std::size_t kMarkerOffset = sizeof(void*);
@@ -33,38 +28,6 @@ void* MarkFresh(void* storage, std::size_t size) noexcept {
 
 void Write(std::ostream& out, const std::string& text) {
   out.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
-// The keys that the "NotifyList" of a JSON object lets in. False if it has none.
-bool ReadFilter(const value::object& members, bool group, KZStringArray& keys) {
-  const value* list = dorn::FindMember(members, dorn::kKeyNotifyList);
-  if (list == nullptr || !list->is<std::string>()) return false;
-  KZString(list->get<std::string>()).Separate(',', keys);
-  keys += dorn::kKeyAlias;
-  keys += dorn::kKeyType;
-  if (group) keys += dorn::kKeyLayout;
-  return true;
-}
-
-// The member that is meant by a key, or null.
-// Kept: a key counts up to its first zero byte, so one that has such a byte names another member.
-const value* FindMeant(const value::object& members, const KZString& key, const value& member) {
-  if (std::memchr(key.data(), 0, key.size()) == nullptr) return &member;
-  const auto meant = members.find(key.c_str());
-  return meant != members.end() ? &meant->second : nullptr;
-}
-
-// Returns the place behind the attribute, where the next one usually goes: the members that are
-// read have the order of the attributes.
-Attributes::iterator Store(Attributes& list, Attributes::iterator place, KZString key,
-                           const value& member) {
-  const std::size_t before = list.size();
-  const auto stored = list.try_emplace(place, std::move(key));
-  // A setter would leave the containers of an earlier value.
-  const bool isNew = list.size() != before;
-  if (!isNew && (stored->second.mObject || stored->second.mArray)) stored->second = VQValue();
-  static_cast<void>(dorn::StoreDialogValue(member, stored->second));
-  return std::next(stored);
 }
 
 // The entry of mDirty for a change that a session has made, or the host itself.
@@ -165,23 +128,7 @@ VQJsonObject* VQJsonObject::SetValue(const KZString& key, VQValue value, int dir
 }
 
 bool VQJsonObject::Parse(JsonParser& jp, bool shard) {
-  if (!jp.IsObject()) return true;
-  const auto& members = jp.mValueCurrent->get<value::object>();
-  const value* named = dorn::FindMember(members, dorn::kKeyName);
-  if (named != nullptr && named->is<std::string>()) mName.assign(named->get<std::string>());
-  KZStringArray allowed;
-  const bool filtered = !shard && ReadFilter(members, HasGroup(), allowed);
-  auto place = mList.begin();
-  for (const auto& [key, member] : members) {
-    if (dorn::Equals(key, dorn::kKeyObject) || dorn::Equals(key, dorn::kKeyObjects)) continue;
-    KZString name(key);
-    if (filtered && allowed.Find(name) < 0) continue;
-    const value* meant = FindMeant(members, name, member);
-    if (meant != nullptr && dorn::IsDialogValue(*meant)) {
-      place = Store(mList, place, std::move(name), *meant);
-    }
-  }
-  dorn::NoteStructureChange();
+  dorn::TreeReader(jp, shard, dorn::Source::kHost).ReadAttributes(*this);
   return true;
 }
 

@@ -2,54 +2,15 @@
 
 #include <cstdio>
 #include <string>
-#include <string_view>
-#include <utility>
 
 #include "dorn/json/JsonParser.h"
-#include "dorn/json/MemberSearch.h"
+#include "dorn/model/TreeReader.h"
 #include "dorn/model/TreeSurvey.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/UpdateText.h"
 #include "dorn/model/WireWords.h"
 
 namespace {
-
-// The member of the current value, which is an object, if it is of type T; otherwise null.
-template <class T>
-const T* Member(const JsonParser& jp, std::string_view key) {
-  const value* member = dorn::FindMember(jp.mValueCurrent->get<value::object>(), key);
-  return member != nullptr && member->is<T>() ? &member->get<T>() : nullptr;
-}
-
-// A new object of the class that the current JSON object asks for. Never inlined: its texts would
-// be held at every level of ParseObject()'s recursion.
-__attribute__((noinline)) VQJsonObject* Create(VQJsonParser& parser, const JsonParser& jp,
-                                               VQJsonObject* parent) {
-  if (!jp.IsObject()) return parser.CreateObject(dorn::kTypeUnknown, "", parent);
-  const auto* command = Member<std::string>(jp, dorn::kKeyCommand);
-  if (command != nullptr) return parser.CreateCommand(*command);
-  const auto* type = Member<std::string>(jp, dorn::kKeyType);
-  if (type == nullptr) return parser.CreateObject(dorn::kTypeUnknown, "", parent);
-  const auto* layout = Member<std::string>(jp, dorn::kKeyLayout);
-  return parser.CreateObject(*type, layout != nullptr ? *layout : "", parent);
-}
-
-// Appends the reader's current JSON object to `jo`; returns how many children that made.
-int ParseChild(VQJsonParser& parser, VQJsonObjectHasList* jo, JsonParser& jp, bool shard) {
-  return jo->AddObject(parser.ParseObject(jp, jo, shard), 0) ? 1 : 0;
-}
-
-// The same for each element of `list` that is an object: nothing else has members to read.
-int ParseChildren(VQJsonParser& parser, VQJsonObjectHasList* jo, JsonParser& jp,
-                  const value::array& list, bool shard) {
-  if (list.empty()) return 0;
-  int added = 0;
-  auto element = jp.Begin(list);
-  while (jp.Next(list, element)) {
-    if (jp.IsObject()) added += ParseChild(parser, jo, jp, shard);
-  }
-  return added;
-}
 
 bool IsDialog(const JsonParser& jp) {
   KZString command;
@@ -79,41 +40,29 @@ void Write(std::ostream& out, const std::string& text) {
 bool VQJsonParser::ParseDialog(VQJsonResource* jo, const KZString& json, bool shard) {
   JsonParser jp;
   if (!jp.Parse(json) || !FindDialog(jp)) return false;
-  jo->Parse(jp, shard);
-  ParseList(jo, jp, shard);
+  dorn::TreeReader(jp, shard, dorn::Source::kHost).ReadRoot(*jo);
   return true;
 }
 
 bool VQJsonParser::ParseCommand(VQJsonCommands* jo, const KZString& json) {
   JsonParser jp;
   if (!jp.Parse(json) || !jp.IsObject()) return false;
-  if (Member<value::array>(jp, dorn::kKeyCommands) != nullptr) {
-    ParseList(jo, jp, false);
+  dorn::TreeReader reader(jp, false, dorn::Source::kStation);
+  if (jp.IsArray(dorn::kKeyCommands)) {
+    reader.ReadList(*jo);
     return true;
   }
-  if (Member<std::string>(jp, dorn::kKeyCommand) == nullptr) return false;
-  ParseChild(*this, jo, jp, false);
+  if (!jp.IsString(dorn::kKeyCommand)) return false;
+  jo->AddObject(reader.ReadObject(jo), 0);
   return true;
 }
 
 VQJsonObject* VQJsonParser::ParseObject(JsonParser& jp, VQJsonObject* parent, bool shard) {
-  VQJsonObject* created = Create(*this, jp, parent);
-  created->Parse(jp, shard);
-  VQJsonObjectHasList* group = dorn::AsGroup(*created);
-  if (group != nullptr) ParseList(group, jp, shard);
-  return created;
+  return dorn::TreeReader(jp, shard, dorn::Source::kHost).ReadObject(parent);
 }
 
 int VQJsonParser::ParseList(VQJsonObjectHasList* jo, JsonParser& jp, bool shard) {
-  if (!jp.IsObject()) return 0;
-  for (const char* key : {dorn::kKeyObjects, dorn::kKeyCommands}) {
-    const auto* list = Member<value::array>(jp, key);
-    if (list != nullptr) return ParseChildren(*this, jo, jp, *list, shard);
-  }
-  if (jp.GetObject(dorn::kKeyObject) || jp.GetObject(dorn::kKeyDialog)) {
-    return ParseChild(*this, jo, jp, shard);
-  }
-  return 0;
+  return dorn::TreeReader(jp, shard, dorn::Source::kHost).ReadList(*jo);
 }
 
 VQJsonObject* VQJsonParser::CreateCommand(const KZString& type) {

@@ -32,7 +32,9 @@ class DORN_EXPORT VQJsonParser {
 
   // Appends the command or commands of a station's text to `jo`. Returns false, with `jo`
   // untouched, if the text cannot be parsed, is not an object, or has neither "Commands" nor
-  // "Command". An empty array of commands gives true.
+  // "Command". An empty array of commands gives true. Below the fourth level of objects, the
+  // commands being the first, "Dialog" and "Commands" are attributes and make no children:
+  // otherwise a small text could have attributes of any length.
   bool ParseCommand(VQJsonCommands* jo, const KZString& json);
 
   // A new object, which the caller owns, from the reader's current JSON object: a command if it has

@@ -59,7 +59,6 @@ constexpr char kCommandPutfile[] = "PUTFILE";
 constexpr char kTypeGrid[] = "GRID";
 constexpr char kTypeGroup[] = "GROUP";
 constexpr char kTypeRadioButton[] = "RADIOBTN";
-constexpr char kTypeUnknown[] = "UNKNOWN";
 constexpr char kLayoutRadio[] = "RADIO";
 constexpr char kOn[] = "ON";
 constexpr char kOff[] = "OFF";

@@ -179,6 +179,24 @@ TEST_F(HostileStationTest, DeepButClosedNestingHarmsNobody) {
   }
 }
 
+// Each level is a child and an attribute that holds all levels below it.
+TEST_F(HostileStationTest, DialogsInDialogsArePrintedFewTimesTheirLength) {
+  for (const size_t levels : {50U, 1000U}) {
+    std::string text = R"({"Command":"A")";
+    for (size_t i = 0; i < levels; ++i) text += R"(,"Dialog":{"Type":"GROUP")";
+    text += R"(,"x":[0)";
+    while (text.size() < levels * 480) text += ",0";
+    text += "]" + std::string(levels, '}') + "}";
+    Link stranger = Connect();
+    CapturedStdout console;
+    Tell(stranger, text);
+    const std::string lines = console.Text();
+    ASSERT_LE(lines.size(), 20 * text.size()) << levels;
+    EXPECT_GE(lines.size(), text.size()) << levels;
+    ExpectThatOthersAreServed("Dialog");
+  }
+}
+
 TEST_F(HostileStationTest, TruncatedAndMutatedCommandsHarmNobody) {
   const std::string valid =
       R"({"Commands":[{"Command":"HELLO","Id":"u1","Pass":"p","DialogName":"top"},)"
