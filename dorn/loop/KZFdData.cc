@@ -10,7 +10,6 @@
 #include <new>
 
 #include "dorn/base/SemaphoreLock.h"
-#include "dorn/loop/BeforeUse.h"
 #include "dorn/loop/LiveList.h"
 #include "dorn/loop/SettledRecords.h"
 #include "dorn/loop/SharedInt.h"
@@ -41,8 +40,6 @@ KZFdData::KZFdData(KZFdDataList* list)
 
 KZFdData::KZFdData(int type, int fd, int id, KZFdDataList* list)
     : mStatus(kStatusOpen), mType(type), mId(id), mFD(fd), mList(list) {}
-
-void dorn::SetBeforeUse(KZFdData& record, BeforeUse write) { record.mBeforeUse = write; }
 
 void KZFdData::TouchSettled() { dorn::SettledRecords::Touch(this); }
 
@@ -83,12 +80,7 @@ void KZFdData::RemoveEvent() {
   if (mList != nullptr) mList->Remove(this);
 }
 
-void KZFdData::PrepareUse() {
-  if (mBeforeUse != nullptr) mBeforeUse(*this);
-}
-
 int KZFdData::GetFD() {
-  PrepareUse();
   const SemaphoreLock lock(mSemData);
   return mFD;
 }
@@ -99,7 +91,6 @@ int KZFdData::GetFDStatus() {
 }
 
 int KZFdData::SetFD(int fd) {
-  PrepareUse();
   int previous;
   {
     const SemaphoreLock lock(mSemData);

@@ -15,9 +15,7 @@ class KZFdDataList;
 
 namespace dorn {
 class SettledRecords;
-using BeforeUse = void (*)(KZFdData& record);
 void LetSettle(KZFdData& record);
-void SetBeforeUse(KZFdData& record, BeforeUse write);
 }  // namespace dorn
 
 // Hooks and the buffer's consumers run on the loop thread. Other threads may read and change
@@ -168,7 +166,6 @@ class DORN_EXPORT KZFdData {
   friend class KZFdDataList;
   friend class dorn::SettledRecords;
   friend void dorn::LetSettle(KZFdData& record);
-  friend void dorn::SetBeforeUse(KZFdData& record, dorn::BeforeUse write);
 
   // Tells the loop that something has changed. Behind the change, and within its lock, which orders
   // it with the settling: afterwards the loop may destroy the record.
@@ -176,7 +173,6 @@ class DORN_EXPORT KZFdData {
     if (mSettledIn.load(std::memory_order_relaxed) != nullptr) TouchSettled();
   }
   void TouchSettled();
-  void PrepareUse();
 
   // The list that holds the record, linked or pending; its content is null once that list is
   // gone. Written under the list's lock.
@@ -187,7 +183,7 @@ class DORN_EXPORT KZFdData {
   bool mMaySettle = false;  // See LetSettle().
   std::size_t mPlace = 0;   // Its place in the list when the loop last walked it.
 
-  dorn::BeforeUse mBeforeUse = nullptr;  // See SetBeforeUse().
+  void* mReserved = nullptr;  // Hosts have the size of this class compiled in.
 };
 
 #include "dorn/loop/KZFdDataList.h"

@@ -184,7 +184,6 @@ bool VQClientSocket::AnswerFromDialog(const KZString& file, const KZString& date
 // nobody else waiting. Only a regular file has bytes to send: reading a pipe or a device could
 // block, and a directory cannot be read; a station that asked for one waits in vain.
 void VQClientSocket::SendFile(const KZString& path, int length) {
-  FlushHeld();
   if (length <= 0 || HasNoDescriptor()) return;
   if (HasBacklog()) {
     EnqueueFile(path, -1, 0, length);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "dorn/server/MessageBatch.h"
 #include "dorn/server/VQDialog.h"
 
 namespace dorn {
@@ -12,6 +13,7 @@ RunningHooks* gInnermost = nullptr;
 
 RunningHooks::RunningHooks(VQDialog* dialog) : mDialog(dialog), mOuter(gInnermost) {
   gInnermost = this;
+  MessageBatch::BeforeHook();
 }
 
 RunningHooks::~RunningHooks() {

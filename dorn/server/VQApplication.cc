@@ -15,7 +15,6 @@
 #include "dorn/server/ApplicationState.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
-#include "dorn/server/FrameHold.h"
 #include "dorn/server/OutgoingDrainer.h"
 #include "dorn/server/ResourcePath.h"
 #include "dorn/server/RunningHooks.h"
@@ -60,7 +59,6 @@ VQApplication::VQApplication(VQDialogMaker& maker)
 
 VQApplication::~VQApplication() {
   if (gApp == this) gApp = nullptr;
-  dorn::FrameHold::Flush();  // A hook may end the process.
   dorn::OutgoingDrainer::Forget(&mFdList);
   dorn::DropState(*this);
 }

@@ -1,5 +1,7 @@
 #include "dorn/server/VQClientSocket.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -12,13 +14,12 @@
 #include <utility>
 
 #include "dorn/base/SemaphoreLock.h"
-#include "dorn/loop/BeforeUse.h"
 #include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
 #include "dorn/server/App.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
-#include "dorn/server/FrameHold.h"
+#include "dorn/server/MessageBatch.h"
 #include "dorn/server/OutgoingDrainer.h"
 #include "dorn/server/OutgoingQueue.h"
 #include "dorn/server/VQApplication.h"
@@ -71,13 +72,10 @@ void Frame(const KZString& text, std::string& frame) {
 VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
     : KZClientSocket(kLogBufferSize, stream, list), mStream(stream) {
   SetId(static_cast<int>(dorn::App().NextSocketId()));
-  dorn::SetBeforeUse(*this, &VQClientSocket::FlushBeforeUse);
 }
 
 VQClientSocket::~VQClientSocket() {
-  // Also when nothing is held any more: whoever has flushed stays registered until the scope ends.
-  dorn::FrameHold::Forget(this);
-  dorn::SetBeforeUse(*this, nullptr);
+  if (mIsUnpushed) dorn::MessageBatch::Forget(this);
   if (mOutgoing != nullptr) dorn::OutgoingDrainer::Forget(GetFdDataList(), this);
   std::puts("socket delete");
 }
@@ -146,10 +144,10 @@ int VQClientSocket::OnReceive(sockaddr*, unsigned int) {
 // What a closed connection has sent is not executed any more, or one message could try thousands of
 // session ids.
 void VQClientSocket::ExecuteMessages() {
-  dorn::FrameHold hold;
+  dorn::MessageBatch batch;
   for (int length = FindMessageEnd(); length > 0; length = FindMessageEnd()) {
     const KZString message = TakeMessage(length);
-    hold.SetMore(FindMessageEnd() > 0);
+    batch.SetMore(FindMessageEnd() > 0);
     // Hooks may read from the buffer too, so the end is looked for anew.
     ForgetSearches();
     DoCommand(message);
@@ -249,7 +247,6 @@ int VQClientSocket::SendData(const KZString& text) {
 }
 
 int VQClientSocket::Send(const void* data, int length) {
-  FlushHeld();
   if (length <= 0 || !HasBacklog()) return KZClientSocket::Send(data, length);
   return Enqueue(static_cast<const char*>(data), static_cast<std::size_t>(length)) ? length : -1;
 }
@@ -258,40 +255,32 @@ int VQClientSocket::Transmit(const char* bytes, std::size_t length) {
   const int total = static_cast<int>(length);
   if (HasBacklog()) return Enqueue(bytes, length) ? total : -1;
   if (HasNoDescriptor()) return -1;
-  if (Hold(bytes, length)) return total;
-  return HasBacklog() || HasNoDescriptor() ? Transmit(bytes, length) : WriteOrQueue(bytes, length);
+  return WriteOrQueue(bytes, length);
 }
 
-// False when the bytes are to be sent now, behind what was kept back before.
-bool VQClientSocket::Hold(const char* bytes, std::size_t length) {
-  if (mHeld.empty() && !dorn::FrameHold::IsActive()) return false;
-  if (length > dorn::FrameHold::kMaxFrame || GetFdDataList() == nullptr) {
-    FlushHeld();
-    return false;
-  }
-  if (mHeld.empty()) dorn::FrameHold::Register(this);
-  mHeld.append(bytes, length);
-  if (mHeld.size() > dorn::FrameHold::kMaxHeld) FlushHeld();
-  return true;
+// One write, for what is no socket too. A plain one also sends what the kernel kept back.
+long VQClientSocket::WriteFrame(const char* bytes, std::size_t length) {
+  const int fd = dorn::LoadShared(mFD);
+  if (!dorn::MessageBatch::HasMore()) return write(fd, bytes, length);
+  const ssize_t written = send(fd, bytes, length, MSG_MORE);
+  if (written < 0) return errno == ENOTSOCK ? write(fd, bytes, length) : written;
+  if (!std::exchange(mIsUnpushed, true)) dorn::MessageBatch::Remember(this);
+  return written;
 }
 
-// A failure is not reported here either: the loop finds it when it reads.
-void VQClientSocket::FlushHeld() {
-  if (mHeld.empty()) return;
-  const std::string bytes = std::exchange(mHeld, std::string());
-  if (!HasNoDescriptor()) static_cast<void>(WriteOrQueue(bytes.data(), bytes.size()));
-}
-
-// Another thread may ask for the descriptor too, and gets it without this.
-void VQClientSocket::FlushBeforeUse(KZFdData& record) {
-  if (dorn::FrameHold::IsOurs()) static_cast<VQClientSocket&>(record).FlushHeld();
+// The socket has this option already; setting it anew is what sends. Fails, rightly, on what is no
+// TCP socket: nothing is kept back there.
+void VQClientSocket::Push() {
+  if (!std::exchange(mIsUnpushed, false) || HasNoDescriptor()) return;
+  const int on = 1;
+  static_cast<void>(setsockopt(dorn::LoadShared(mFD), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));
 }
 
 // One write. What it leaves over is queued and counts as written: a message that was begun must be
 // completed before anything else, or the station would be out of step for ever.
 int VQClientSocket::WriteOrQueue(const char* bytes, std::size_t length) {
   const int total = static_cast<int>(length);
-  const ssize_t written = write(dorn::LoadShared(mFD), bytes, length);
+  const long written = WriteFrame(bytes, length);
   if (written == total || (written < 0 && !IsRetryable(errno))) return static_cast<int>(written);
   if (GetFdDataList() == nullptr) return static_cast<int>(written);  // No loop to send the rest.
   const std::size_t sent = written > 0 ? static_cast<std::size_t>(written) : 0;
@@ -369,7 +358,6 @@ bool VQClientSocket::WaitForRoom() {
 // Writes a payload in blocks through the virtual Send(), and queues what the socket does not take.
 // False when the connection is broken.
 bool VQClientSocket::SendPayload(const char* bytes, std::size_t length, std::size_t blockSize) {
-  FlushHeld();
   while (length > 0 && !HasBacklog()) {
     const std::size_t block = std::min(length, blockSize);
     const int sent = Send(bytes, static_cast<int>(block));
@@ -383,7 +371,6 @@ bool VQClientSocket::SendPayload(const char* bytes, std::size_t length, std::siz
 }
 
 int VQClientSocket::Close() {
-  FlushHeld();
   // Failure is ignored: the connection is being closed anyway.
   if (HasBacklog() && !HasNoDescriptor())
     static_cast<void>(mOutgoing->Write(GetFD(), kClosingBudget));
@@ -391,10 +378,8 @@ int VQClientSocket::Close() {
 }
 
 void VQClientSocket::OnClose() {
-  if (!mHeld.empty()) {
-    mHeld.clear();
-    dorn::FrameHold::Forget(this);
-  }
+  // The end of the stream has taken along what the kernel kept back.
+  if (std::exchange(mIsUnpushed, false)) dorn::MessageBatch::Forget(this);
   if (mOutgoing != nullptr) {
     mOutgoing->Clear();
     dorn::OutgoingDrainer::Forget(GetFdDataList(), this);

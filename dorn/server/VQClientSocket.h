@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <string>
 
 #include "dorn/base/Export.h"
 #include "dorn/base/KZLog.h"
@@ -19,7 +18,7 @@ class VQJsonCommand;
 class VQJsonObject;
 
 namespace dorn {
-class FrameHold;
+void PushAll();
 class OutgoingDrainer;
 class OutgoingQueue;
 }  // namespace dorn
@@ -77,9 +76,9 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   // Prints one trace line, frames the text and writes it with a single write. Returns what the
   // write returned, or -1 without a descriptor. When the socket takes only a part, or when earlier
   // bytes are still queued, the rest is queued and the framed length is returned.
-  // While another complete message of the station that is being served has already arrived, small
-  // frames are kept back and the framed length is returned; they go out together, in order, as soon
-  // as that station's messages are executed, and before Send(), a file, GetFD() or Close().
+  // While another complete message of the station that is being served has already arrived, the
+  // kernel is told that more will follow: it may send such frames together, in order, at the latest
+  // when that station's messages are executed.
   // The bytes 0x00, 0x02 and 0x03 inside the text would end or forge messages: they are sent as
   // blanks. Quotes are not touched: what a station may put into a text, other stations receive.
   virtual int SendData(const KZString& text);
@@ -123,7 +122,7 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
  private:
   friend class VQApplication;
   friend class VQDialog;
-  friend class dorn::FrameHold;
+  friend void dorn::PushAll();
   friend class dorn::OutgoingDrainer;
 
   bool IsRemoved();
@@ -151,9 +150,8 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   bool TakeProgress();
   bool HasPeerFinished();
   int Transmit(const char* bytes, std::size_t length);
-  bool Hold(const char* bytes, std::size_t length);
-  void FlushHeld();
-  static void FlushBeforeUse(KZFdData& record);
+  long WriteFrame(const char* bytes, std::size_t length);
+  void Push();
   int WriteOrQueue(const char* bytes, std::size_t length);
   bool Enqueue(const char* bytes, std::size_t length);
   bool EnqueueFile(const KZString& path, int file, long long offset, long long end);
@@ -171,11 +169,10 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   int mNoEnd = 0;
   int mNoStart = 0;
   int mLeft = -1;
-  bool mFinishing = false;  // The station sends no more; closed when the queue is empty.
+  bool mFinishing = false;   // The station sends no more; closed when the queue is empty.
+  bool mIsUnpushed = false;  // The kernel may be keeping something back.
   std::unique_ptr<dorn::OutgoingQueue> mOutgoing;  // Made at the first backlog.
-  // Frames that are kept back for a moment. Not in the queue: no socket has refused them yet, so
-  // that their leaving is no sign of life.
-  std::string mHeld;
+  void* mReserved[4] = {};                         // Hosts have the size of this class compiled in.
 };
 
 // Whoever uses a connection also builds or reads its commands.

@@ -13,6 +13,7 @@
 #include "dorn/server/App.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/MessageBatch.h"
 #include "dorn/server/RunningHooks.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
@@ -110,6 +111,7 @@ void VQClientSocket::Execute(VQJsonObject* entry) {
 void VQClientSocket::CheckSessionId(VQJsonObject* entry) {
   if (mAuth || !entry->HasKey(dorn::kKeySessionId)) return;
   const KZString sid = TextOf(entry, dorn::kKeySessionId);
+  dorn::MessageBatch::BeforeHook();
   if (dorn::Equals(sid, dorn::kSessionIdShared)) {
     Authentication("");
   } else if (dorn::App().OnAuthCheck(sid, this)) {
@@ -123,6 +125,7 @@ void VQClientSocket::CheckSessionId(VQJsonObject* entry) {
 
 void VQClientSocket::Greet(VQJsonCommand* command) {
   if (!mAuth && command->HasKey(kKeyId)) {
+    dorn::MessageBatch::BeforeHook();
     dorn::App().OnAuth(TextOf(command, kKeyId), TextOf(command, "Pass"), this);
   }
   if (!mAuth) {
@@ -159,6 +162,7 @@ void VQClientSocket::Start(VQJsonCommand* command) {
   KZString type = TextOf(command, dorn::kKeyType);
   const int resolutionH = command->GetValue("ResolutionH").GetInt();
   const int resolutionV = command->GetValue("ResolutionV").GetInt();
+  dorn::MessageBatch::BeforeHook();
   dorn::App().OnStart(this, type, resolutionV, resolutionH);
 }
 

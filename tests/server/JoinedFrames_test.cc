@@ -1,9 +1,12 @@
 // What back-to-back commands send: the same bytes and lines as one command after the other.
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <stdexcept>
 #include <string>
-#include <thread>
+#include <vector>
 
 #include "tests/server/ServerTest.h"
 
@@ -23,12 +26,37 @@ class JoinedFramesTest : public ServerTest {
  protected:
   void SetUp() override {
     ServerTest::SetUp();
-    mAsking = LoggedIn("S1", "top");
-    mOther = LoggedIn("S2", "top");
+    mAsking = LoggedInByTcp("S1");
+    mOther = LoggedInByTcp("S2");
+    mOtherFd = Find(mOther)->GetFD();
     Shared("top", kTree)->condition = [this](HookedDialog&, VQClientSocket* client,
                                              VQJsonCommand* command) {
       Act(client, command->GetValue("What").GetString());
     };
+  }
+
+  // Only a TCP connection has a kernel that keeps something back.
+  Link LoggedInByTcp(const std::string& sid) {
+    Link link = ConnectTcp();
+    EXPECT_TRUE(app.CreateSession(KZString(sid), 0));
+    Find(link)->Authentication(KZString(sid));
+    Find(link)->mDialogName = KZString("top");
+    return link;
+  }
+
+  // Delivers the bytes as one readiness, without a second pass behind it.
+  static void FeedOnce(Link& link, const std::string& bytes) {
+    link.station.SendRaw(bytes);
+    Pass();
+  }
+
+  // Milliseconds until the station has got so many bytes.
+  static long long WaitMs(Link& link, size_t count) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(link.station.WaitFor(count));
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                                 start)
+        .count();
   }
 
   void Act(VQClientSocket* client, const KZString& what) {
@@ -41,10 +69,19 @@ class JoinedFramesTest : public ServerTest {
       EXPECT_EQ(3, other->KZSocket::Send("raw", 3));
     } else if (what == "raw by hand") {
       EXPECT_EQ(3, send(other->GetFD(), "raw", 3, 0));
-    } else if (what == "other thread") {
-      int fd = -1;
-      std::thread([&] { fd = other->GetFD(); }).join();
-      EXPECT_GE(fd, 0);
+    } else if (what == "raw by number") {
+      EXPECT_EQ(3, write(mOtherFd, "raw", 3));
+    } else if (what == "reset") {
+      mOther.station.Reset();
+    } else if (what == "end the process") {
+      _exit(0);
+    } else if (what == "throw") {
+      throw std::runtime_error("thrown by a hook");
+    } else if (what == "slow") {
+      mClock.AdvanceMs(21);
+    } else if (what == "quick") {
+      mClock.AdvanceMs(20);
+    } else if (what == "look") {
       mSeenMeanwhile += mOther.station.Bytes();
     } else if (what == "close") {
       other->Close();
@@ -60,7 +97,7 @@ class JoinedFramesTest : public ServerTest {
       other->SendData(std::string(100000, 'x'));
     } else {
       mResults.push_back(client->SendData(what));
-      mSeenMeanwhile += mAsking.station.Bytes();
+      mSeenByAsker.push_back(mAsking.station.Bytes());
       if (other != nullptr) other->SendData(what);
     }
   }
@@ -69,6 +106,8 @@ class JoinedFramesTest : public ServerTest {
   Link mOther;
   std::vector<int> mResults;
   std::string mSeenMeanwhile;
+  std::vector<std::string> mSeenByAsker;
+  int mOtherFd = -1;
 };
 
 TEST_F(JoinedFramesTest, EveryStationGetsEveryMessageInOrder) {
@@ -84,17 +123,17 @@ TEST_F(JoinedFramesTest, SendingReturnsTheFramedLength) {
 
 TEST_F(JoinedFramesTest, NothingLeavesWhileAnotherMessageWaits) {
   Feed(mAsking, Ask("a") + Ask("b"));
-  EXPECT_EQ("", mSeenMeanwhile);
+  EXPECT_THAT(mSeenByAsker, ElementsAre("", Frame("a") + Frame("b")));
 }
 
 TEST_F(JoinedFramesTest, AMessageAloneIsAnsweredAtOnce) {
   Feed(mAsking, Ask("a"));
-  EXPECT_EQ(Frame("a"), mSeenMeanwhile);
+  EXPECT_THAT(mSeenByAsker, ElementsAre(Frame("a")));
 }
 
 TEST_F(JoinedFramesTest, AnIncompleteMessageBehindKeepsNothingBack) {
   Feed(mAsking, Ask("a") + "\x02{\"Comm");
-  EXPECT_EQ(Frame("a"), mSeenMeanwhile);
+  EXPECT_THAT(mSeenByAsker, ElementsAre(Frame("a")));
 }
 
 TEST_F(JoinedFramesTest, TheConsoleShowsEachMessageWhenItIsSent) {
@@ -122,10 +161,78 @@ TEST_F(JoinedFramesTest, WhatIsSentWithoutTheConnectionsOwnOperationsStaysBehind
   }
 }
 
-TEST_F(JoinedFramesTest, AnotherThreadGetsTheDescriptorAndSendsNothing) {
-  Feed(mAsking, Ask("a") + Ask("other thread") + Ask("b"));
+TEST_F(JoinedFramesTest, WhatIsWrittenToARememberedDescriptorStaysBehindToo) {
+  Feed(mAsking, Ask("a") + Ask("raw by number") + Ask("b"));
+  EXPECT_EQ(Frame("a") + "raw" + Frame("b"), mOther.station.Bytes());
+}
+
+TEST_F(JoinedFramesTest, SendingToAStationThatHasResetReportsTheFailure) {
+  VQClientSocket* other = Find(mOther);
+  Dialog("top")->condition = [&](HookedDialog&, VQClientSocket*, VQJsonCommand*) {
+    mOther.station.Reset();
+    mResults.push_back(other->SendData("a"));
+  };
+  Feed(mAsking, Ask("a") + Ask("b"));
+  EXPECT_THAT(mResults, ElementsAre(-1, -1));
+}
+
+TEST_F(JoinedFramesTest, WhatWasSentArrivesThoughAHookEndsTheProcess) {
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    Feed(mAsking, Ask("a") + Ask("end the process") + Ask("b"));
+    _exit(1);
+  }
+  int status = -1;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+  EXPECT_TRUE(mOther.station.WaitFor(3));
+  EXPECT_THAT(mOther.station.Messages(), ElementsAre("a"));
+}
+
+TEST_F(JoinedFramesTest, AnAnswerLeavesBeforeALateHook) {
+  Feed(mAsking, Ask("a") + Ask("slow") + Ask("look") + Ask("b"));
+  EXPECT_EQ(Frame("a"), mSeenMeanwhile);
+}
+
+TEST_F(JoinedFramesTest, AnAnswerWaitsForHooksThatFollowQuickly) {
+  Feed(mAsking, Ask("a") + Ask("quick") + Ask("look") + Ask("b"));
   EXPECT_EQ("", mSeenMeanwhile);
-  EXPECT_THAT(mOther.station.Messages(), ElementsAre("a", "b"));
+}
+
+// Unasked, the kernel sends what it keeps back after 200 ms.
+TEST_F(JoinedFramesTest, WhatTheLastMessageDoesNotAnswerLeavesAtOnce) {
+  FeedOnce(mAsking, Ask("a") + Ask("look"));
+  EXPECT_LT(WaitMs(mOther, 3), 100);
+}
+
+TEST_F(JoinedFramesTest, WhatWasSentLeavesAtOnceWhenAHookThrows) {
+  mAsking.station.SendRaw(Ask("a") + Ask("throw") + Ask("b"));
+  EXPECT_THROW(Pass(), std::runtime_error);
+  EXPECT_LT(WaitMs(mOther, 3), 100);
+}
+
+TEST_F(JoinedFramesTest, AClosedStationGetsTheRestAtOnce) {
+  for (const char* const way : {"close", "close the base"}) {
+    FeedOnce(mAsking, Ask("a") + Ask(way) + Ask("b"));
+    EXPECT_LT(WaitMs(mOther, 3), 100) << way;
+    mOther = LoggedInByTcp(std::string("S") + way);
+  }
+}
+
+// What is no socket has neither flags nor packets.
+TEST_F(JoinedFramesTest, AConnectionOnAPipeGetsItsFrames) {
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  VQClientSocket* other = Find(mOther);
+  const int socketFd = other->SetFD(ends[1]);
+  Feed(mAsking, Ask("a") + Ask("b"));
+  char bytes[10] = "";
+  EXPECT_EQ(6, read(ends[0], bytes, sizeof bytes));
+  EXPECT_EQ(Frame("a") + Frame("b"), bytes);
+  other->SetFD(socketFd);
+  close(ends[0]);
+  close(ends[1]);
 }
 
 TEST_F(JoinedFramesTest, AStationThatIsClosedByTheBaseHasGotWhatWasSentBefore) {
@@ -146,7 +253,7 @@ TEST_F(JoinedFramesTest, ALongMessageStaysInOrder) {
   EXPECT_EQ(expected, mOther.station.Bytes());
 }
 
-TEST_F(JoinedFramesTest, MoreThanIsKeptBackStaysInOrder) {
+TEST_F(JoinedFramesTest, ManyMessagesStayInOrder) {
   std::string expected;
   std::string commands;
   const std::string text(1200, 'y');
