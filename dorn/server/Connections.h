@@ -1,4 +1,4 @@
-// Which records of the loop are connections of stations, and which timers they have.
+// Which records of the loop are connections of stations.
 // Internal: not installed. Loop thread only.
 #ifndef DORN_SERVER_CONNECTIONS_H_
 #define DORN_SERVER_CONNECTIONS_H_
@@ -9,9 +9,6 @@ class KZFdData;
 class VQClientSocket;
 
 namespace dorn {
-
-// What is added to a connection's id for each of its timers; see VQClientSocket.h.
-enum ConnectionTimer { kConnectTimer = 0, kIdleTimer = 1, kAnswerTimer = 2 };
 
 // The record as a connection, or null. Its id lies in the range of connections, and it is one: a
 // host may have given such an id to a record of its own.

@@ -1,5 +1,5 @@
-// Files that stations ask for: the GETFILE command and its PUTFILE answers.
-#include <fcntl.h>
+#include "dorn/server/FileTransfer.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -7,26 +7,26 @@
 #include <cerrno>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <string>
 
-#include "dorn/base/Clock.h"
 #include "dorn/loop/LoopPass.h"
-#include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
+#include "dorn/server/Connection.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/OutgoingQueue.h"
+#include "dorn/server/PutfileReply.h"
 #include "dorn/server/ResourcePath.h"
 #include "dorn/server/RunningHooks.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
 #include "dorn/server/VQDialog.h"
 
-namespace {
+namespace dorn {
 
-constexpr char kKeyInfo[] = "Info";
-constexpr char kKeyLength[] = "Length";
+namespace {
 
 // A file goes out in blocks of this size as long as the socket takes them at once, and at most so
 // much of it before others get their turn.
@@ -64,19 +64,9 @@ KZString FileDate(std::time_t time) {
   return std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields) != 0 ? text : "";
 }
 
-// Kept: a dialog's tree is dated with a two-digit year, unlike files, and a minute back.
-const char* TreeDate() {
-  static char text[80];
-  const std::time_t time = dorn::Now().tv_sec - 60;
-  std::tm fields{};
-  localtime_r(&time, &fields);
-  std::strftime(text, sizeof text, "%y-%m-%d %H:%M:%S", &fields);
-  return text;
-}
-
 void PrintRefusal(const char* reason, const KZString& file) {
   const std::string_view name(file);
-  dorn::PrintLine({"GETFILE refused, ", reason, ": ", name.substr(0, kPrintedName)});
+  PrintLine({"GETFILE refused, ", reason, ": ", name.substr(0, kPrintedName)});
 }
 
 // Kept: everything that has a file type passes, directories included.
@@ -86,11 +76,11 @@ Resource FindResource(const KZString& file) {
     resource.mError = "NOT KEY";
     return resource;
   }
-  if (!dorn::StaysInside(file)) {
+  if (!StaysInside(file)) {
     PrintRefusal("outside resources", file);
     return resource;
   }
-  resource.mPath.Format("%s/resources/%s", dorn::App().GetModuleDirectory(),
+  resource.mPath.Format("%s/resources/%s", App().GetModuleDirectory(),
                         static_cast<const char*>(file));
   struct stat status {};
   if (stat(resource.mPath, &status) != 0) return resource;
@@ -108,21 +98,6 @@ Resource FindResource(const KZString& file) {
   return resource;
 }
 
-// An answer with its common members.
-class PutfileReply : public VQJsonCommand {
- public:
-  explicit PutfileReply(const KZString& file) : VQJsonCommand(dorn::kCommandPutfile) {
-    Set(dorn::kKeyFile, file);
-  }
-
-  void Set(const char* key, const VQValue& value) { SetValue(key, value, -1, ""); }
-
-  void SetDateAndObject(const KZString& date, const KZString& objectName) {
-    Set(dorn::kKeyDate, date);
-    if (!objectName.empty()) Set(dorn::kKeyObjectName, objectName);
-  }
-};
-
 // Reads up to `length` bytes of a file; fewer if there are no more.
 std::string ReadPart(int file, std::size_t offset, std::size_t length) {
   std::string bytes(length, '\0');
@@ -138,58 +113,36 @@ std::string ReadPart(int file, std::size_t offset, std::size_t length) {
   return bytes;
 }
 
-}  // namespace
-
-// The interface takes them by value: NOLINTNEXTLINE(performance-unnecessary-value-param)
-void VQClientSocket::OnGetfile(KZString file, KZString date, KZString objectName) {
-  const std::time_t requested = ParseDate(date);
-  const Resource resource = FindResource(file);
-  if (resource.mTime == 0) {
-    SendPutfileError(file, resource.mError);
-    return;
-  }
-  if (AnswerFromDialog(file, date, objectName)) return;
+void SendPutfileError(VQClientSocket& client, const KZString& file, const char* info) {
   PutfileReply reply(file);
-  reply.SetDateAndObject(FileDate(resource.mTime), objectName);
-  if (resource.mTime == requested) {
-    reply.Set(dorn::kKeyStatus, "LATEST");
-    SendData(reply.GetJson());
-    return;
-  }
-  reply.Set(kKeyLength, resource.mLength);
-  SendData(reply.GetJson());
-  SendFile(resource.mPath, resource.mLength);
-}
-
-void VQClientSocket::SendPutfileError(const KZString& file, const char* info) {
-  PutfileReply reply(file);
-  reply.Set(dorn::kKeyStatus, "ERROR");
-  reply.Set(kKeyInfo, info);
-  SendData(reply.GetJson());
+  reply.Set(kKeyStatus, "ERROR");
+  reply.Set("Info", info);
+  client.SendData(reply.GetJson());
 }
 
 // The resource file of a dialog that exists is answered by the dialog.
-bool VQClientSocket::AnswerFromDialog(const KZString& file, const KZString& date,
-                                      const KZString& objectName) {
+bool AnswerFromDialog(VQClientSocket& client, const KZString& file, const KZString& date,
+                      const KZString& objectName) {
   const KZString name = file.GetFileNameWithoutExtension();
   if (file.GetFileExtension().MakeUpper() != "JSON" || name.empty()) return false;
-  VQDialog* dialog = dorn::App().DialogList()->Search(name);
+  VQDialog* dialog = App().DialogList()->Search(name);
   if (dialog == nullptr) return false;
-  dorn::RunningHooks running(dialog);
-  return dialog->OnGetfile(this, file, date, objectName) != 0;
+  RunningHooks running(dialog);
+  return dialog->OnGetfile(&client, file, date, objectName) != 0;
 }
 
 // The bytes and their order are those of sending the whole file here and now; but what the socket
 // does not take is sent as it makes room, so that a station that reads slowly, or not at all, keeps
 // nobody else waiting. Only a regular file has bytes to send: reading a pipe or a device could
 // block, and a directory cannot be read; a station that asked for one waits in vain.
-void VQClientSocket::SendFile(const KZString& path, int length) {
-  if (length <= 0 || HasNoDescriptor()) return;
-  if (HasBacklog()) {
-    EnqueueFile(path, -1, 0, length);
+void SendFile(VQClientSocket& client, const KZString& path, int length) {
+  Outgoing& out = Connection::Of(client).Out();
+  if (length <= 0 || HasNoDescriptor(client)) return;
+  if (out.HasBacklog()) {
+    out.EnqueueFile(path, -1, 0, length);
     return;
   }
-  const int file = dorn::OpenRegularFile(path);
+  const int file = OpenRegularFile(path);
   if (file < 0) return;
   const std::size_t end = static_cast<std::size_t>(length);
   std::size_t sent = 0;
@@ -198,25 +151,37 @@ void VQClientSocket::SendFile(const KZString& path, int length) {
     const std::size_t direct = std::min(end - sent, kDirectSize);
     const std::string part = ReadPart(file, sent, direct);
     sent += part.size();
-    hasMore = SendPayload(part.data(), part.size(), kBlockSize) && part.size() == direct &&
-              sent < end && !HasNoDescriptor();
-  } while (hasMore && !HasBacklog() && !dorn::IsInPass());
+    hasMore = out.SendPayload(part.data(), part.size(), kBlockSize) && part.size() == direct &&
+              sent < end && !HasNoDescriptor(client);
+  } while (hasMore && !out.HasBacklog() && !IsInPass());
   if (hasMore) {
-    EnqueueFile(path, file, static_cast<long long>(sent), length);
+    out.EnqueueFile(path, file, static_cast<std::int64_t>(sent), length);
   } else {
     close(file);
   }
 }
 
-// By value, as every override takes it: NOLINTNEXTLINE(performance-unnecessary-value-param)
-int VQDialog::OnGetfile(VQClientSocket* client, KZString file, KZString, KZString objectName) {
-  const auto tree = mSessionResourceList.find(dorn::kSessionIdShared);
-  if (tree == mSessionResourceList.end()) return 0;
-  const KZString text = tree->second.GetJson();
+}  // namespace
+
+void AnswerGetfile(VQClientSocket& client, const KZString& file, const KZString& date,
+                   const KZString& objectName) {
+  const std::time_t requested = ParseDate(date);
+  const Resource resource = FindResource(file);
+  if (resource.mTime == 0) {
+    SendPutfileError(client, file, resource.mError);
+    return;
+  }
+  if (AnswerFromDialog(client, file, date, objectName)) return;
   PutfileReply reply(file);
-  reply.Set(kKeyLength, text.GetLength());
-  reply.SetDateAndObject(TreeDate(), objectName);
-  client->SendData(reply.GetJson());
-  client->SendPayload(text.data(), text.size(), std::max<std::size_t>(text.size(), 1));
-  return 1;
+  reply.SetDateAndObject(FileDate(resource.mTime), objectName);
+  if (resource.mTime == requested) {
+    reply.Set(kKeyStatus, "LATEST");
+    client.SendData(reply.GetJson());
+    return;
+  }
+  reply.SetLength(resource.mLength);
+  client.SendData(reply.GetJson());
+  SendFile(client, resource.mPath, resource.mLength);
 }
+
+}  // namespace dorn

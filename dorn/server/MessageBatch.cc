@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "dorn/base/Clock.h"
-#include "dorn/server/VQClientSocket.h"
+#include "dorn/server/Outgoing.h"
 
 namespace dorn {
 
@@ -21,8 +21,8 @@ thread_local bool tMore = false;
 long long gSinceMs = 0;
 
 // Never destroyed: connections may still be destroyed after the statics of this file.
-std::vector<VQClientSocket*>& Unpushed() {
-  static auto* const unpushed = new std::vector<VQClientSocket*>;
+std::vector<Outgoing*>& Unpushed() {
+  static auto* const unpushed = new std::vector<Outgoing*>;
   return *unpushed;
 }
 
@@ -31,13 +31,13 @@ long long NowMs() {
   return static_cast<long long>(now.tv_sec) * 1000 + now.tv_usec / 1000;
 }
 
-}  // namespace
-
 // No callback runs while this pushes: the list stays as it is.
 void PushAll() {
-  for (VQClientSocket* client : Unpushed()) client->Push();
+  for (Outgoing* outgoing : Unpushed()) outgoing->Push();
   Unpushed().clear();
 }
+
+}  // namespace
 
 MessageBatch::MessageBatch() : mOuter(std::exchange(tMore, false)) {}
 
@@ -50,11 +50,11 @@ void MessageBatch::SetMore(bool more) { tMore = more; }
 
 bool MessageBatch::HasMore() { return tMore; }
 
-void MessageBatch::Remember(VQClientSocket* client) { Unpushed().push_back(client); }
+void MessageBatch::Remember(Outgoing* outgoing) { Unpushed().push_back(outgoing); }
 
-void MessageBatch::Forget(const VQClientSocket* client) {
-  std::vector<VQClientSocket*>& unpushed = Unpushed();
-  unpushed.erase(std::remove(unpushed.begin(), unpushed.end(), client), unpushed.end());
+void MessageBatch::Forget(const Outgoing* outgoing) {
+  std::vector<Outgoing*>& unpushed = Unpushed();
+  unpushed.erase(std::remove(unpushed.begin(), unpushed.end(), outgoing), unpushed.end());
 }
 
 // A clock that was set in the meantime causes a push too many or too few, and no more.

@@ -3,9 +3,9 @@
 #ifndef DORN_SERVER_MESSAGEBATCH_H_
 #define DORN_SERVER_MESSAGEBATCH_H_
 
-class VQClientSocket;
-
 namespace dorn {
+
+class Outgoing;
 
 // Stands around the messages that one receive has completed. While another one is waiting behind
 // the message that is being executed, frames are given to the kernel with the remark that more will
@@ -31,8 +31,8 @@ class MessageBatch {
 
   // Remembers a connection for whose station the kernel keeps something back. Once for each; until
   // the connection is pushed or forgotten.
-  static void Remember(VQClientSocket* client);
-  static void Forget(const VQClientSocket* client);
+  static void Remember(Outgoing* outgoing);
+  static void Forget(const Outgoing* outgoing);
 
   // To be called before a hook of the host.
   static void BeforeHook();

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "dorn/base/SemaphoreLock.h"
-#include "dorn/server/VQClientSocket.h"
+#include "dorn/server/Drainable.h"
 
 namespace dorn {
 
@@ -64,13 +64,12 @@ void OutgoingDrainer::Forget(KZFdDataList* list) {
       drainers.end());
 }
 
-void OutgoingDrainer::Forget(KZFdDataList* list, const VQClientSocket* client) {
+void OutgoingDrainer::Forget(KZFdDataList* list, const Drainable* waiting) {
   OutgoingDrainer* drainer = Find(list);
-  if (drainer != nullptr) drainer->Unwatch(client);
+  if (drainer != nullptr) drainer->Unwatch(waiting);
 }
 
-bool OutgoingDrainer::Watch(VQClientSocket* client) {
-  const int fd = client->GetFD();
+bool OutgoingDrainer::Watch(int fd, Drainable* waiting) {
   epoll_event event{};
   event.events = EPOLLOUT | EPOLLONESHOT;
   event.data.fd = fd;
@@ -78,14 +77,14 @@ bool OutgoingDrainer::Watch(VQClientSocket* client) {
       epoll_ctl(GetFD(), EPOLL_CTL_ADD, fd, &event) != 0) {
     return false;
   }
-  mWatched[fd] = client;
+  mWatched[fd] = waiting;
   return true;
 }
 
 // Closing the descriptor, which has usually happened by now, ends the registration as well.
-void OutgoingDrainer::Unwatch(const VQClientSocket* client) {
+void OutgoingDrainer::Unwatch(const Drainable* waiting) {
   for (auto it = mWatched.begin(); it != mWatched.end();) {
-    it = it->second == client ? mWatched.erase(it) : std::next(it);
+    it = it->second == waiting ? mWatched.erase(it) : std::next(it);
   }
 }
 
@@ -96,9 +95,9 @@ void OutgoingDrainer::ReadyToRead() {
   for (int i = 0; i < count; ++i) {
     const auto found = mWatched.find(events[i].data.fd);
     if (found == mWatched.end()) continue;
-    VQClientSocket* client = found->second;
+    Drainable* waiting = found->second;
     mWatched.erase(found);
-    client->DrainBacklog();
+    waiting->Drain();
   }
 }
 

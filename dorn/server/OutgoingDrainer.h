@@ -1,4 +1,4 @@
-// Writes the queues of those connections whose sockets have room again.
+// Tells those who wait for room in a socket that there is some.
 // Internal: not installed. Loop thread only.
 #ifndef DORN_SERVER_OUTGOINGDRAINER_H_
 #define DORN_SERVER_OUTGOINGDRAINER_H_
@@ -7,9 +7,9 @@
 
 #include "dorn/loop/KZFdData.h"
 
-class VQClientSocket;
-
 namespace dorn {
+
+class Drainable;
 
 // One record for all connections of a loop. The loop watches a connected socket for reading only,
 // and does not tell a record which of the two it found. But an epoll descriptor is itself readable
@@ -29,14 +29,13 @@ class OutgoingDrainer : public KZFdData {
   // Destroys the drainer of a list that is about to be destroyed.
   static void Forget(KZFdDataList* list);
 
-  // Forgets a connection, also one that it does not know.
-  static void Forget(KZFdDataList* list, const VQClientSocket* client);
+  // Forgets who waits, also one that it does not know. `list` may be null.
+  static void Forget(KZFdDataList* list, const Drainable* waiting);
 
   ~OutgoingDrainer() override;
 
-  // Calls the connection's DrainBacklog() once, when its socket has room. False when that cannot be
-  // arranged.
-  bool Watch(VQClientSocket* client);
+  // Calls Drain() once, when the socket `fd` has room. False when that cannot be arranged.
+  bool Watch(int fd, Drainable* waiting);
 
   void ReadyToRead() override;
 
@@ -44,10 +43,10 @@ class OutgoingDrainer : public KZFdData {
   OutgoingDrainer(int epoll, KZFdDataList* list);
 
   static OutgoingDrainer* Find(KZFdDataList* list);
-  void Unwatch(const VQClientSocket* client);
+  void Unwatch(const Drainable* waiting);
   bool IsInList();
 
-  std::unordered_map<int, VQClientSocket*> mWatched;  // By descriptor.
+  std::unordered_map<int, Drainable*> mWatched;  // By descriptor.
 };
 
 }  // namespace dorn

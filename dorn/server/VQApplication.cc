@@ -13,6 +13,7 @@
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
 #include "dorn/server/ApplicationState.h"
+#include "dorn/server/Connection.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/OutgoingDrainer.h"
@@ -29,7 +30,6 @@ namespace {
 VQApplication* gApp = nullptr;
 
 constexpr unsigned int kIdsPerSocket = 10;
-constexpr unsigned long kAnswerTimeoutMs = 10000;
 
 bool IsSessionTimer(unsigned int id) {
   return id >= VQApplication::kFirstSessionTimerId && id < VQApplication::kTimerIdEnd;
@@ -73,34 +73,9 @@ void VQApplication::ApplicationTimer(timeval time, unsigned int id) {
   VQClientSocket* client = nullptr;
   const int kind = GetSocket(id, &client);
   if (client != nullptr) {
-    ConnectionTimer(client, kind);
+    dorn::Connection::Of(*client).Timers().Expire(kind);
   } else {
     OnTimer(time, id);
-  }
-}
-
-void VQApplication::ConnectionTimer(VQClientSocket* client, int kind) {
-  const unsigned int answerTimer = static_cast<unsigned int>(client->GetId()) + dorn::kAnswerTimer;
-  if (kind == dorn::kIdleTimer) {
-    VQJsonCommand command(dorn::kCommandKeepalive);
-    client->SendData(command.GetJson());
-    static_cast<void>(client->TakeProgress());  // What went out so far does not count.
-    SetApplicationSingleTimerInterval(0, answerTimer);
-    SetApplicationSingleTimerInterval(kAnswerTimeoutMs, answerTimer);
-  } else if (kind == dorn::kAnswerTimer) {
-    // A station that took queued bytes meanwhile is alive, and the KEEPALIVE waits behind them or
-    // has only just gone out: the ten seconds begin when it is really sent.
-    if (client->TakeProgress()) {
-      SetApplicationSingleTimerInterval(kAnswerTimeoutMs, answerTimer);
-      return;
-    }
-    // "No answer to KEEPALIVE in time."
-    std::puts("KEEPALIVE応答タイムアウト");
-    client->Close();
-  } else if (kind == dorn::kConnectTimer) {
-    // "Connection time-out."
-    std::puts("コネクションタイムアウト");
-    client->Close();
   }
 }
 
@@ -116,7 +91,6 @@ bool VQApplication::OnAuthCheck(const KZString& sid, VQClientSocket* client) {
     client->Authentication("");
     return false;
   }
-  SetApplicationSingleTimerInterval(0, static_cast<unsigned int>(client->GetId()));
   client->Authentication(sid);
   return true;
 }

@@ -176,7 +176,6 @@ class DORN_EXPORT VQApplication : public KZApplication {
   unsigned int NextSessionTimerId();
   void CloseDown();
   void DrainQueues();
-  void ConnectionTimer(VQClientSocket* client, int kind);
 
   // Once ids have started again from the first one, those still in use are skipped.
   bool mSocketIdsWrapped = false;

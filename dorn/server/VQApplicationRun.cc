@@ -8,6 +8,7 @@
 
 #include "dorn/loop/SharedInt.h"
 #include "dorn/server/ApplicationState.h"
+#include "dorn/server/Connection.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
@@ -65,7 +66,7 @@ void VQApplication::DrainQueues() {
     waiting.clear();
     for (KZFdData* record : *GetFdDataList()) {
       VQClientSocket* client = dorn::AsLivingConnection(record);
-      if (client != nullptr && client->HasBacklog())
+      if (client != nullptr && dorn::Connection::Of(*client).Out().HasBacklog())
         waiting.push_back({client->GetFD(), POLLOUT, 0});
     }
     const int leftMs = LeftMs(end);
@@ -73,7 +74,8 @@ void VQApplication::DrainQueues() {
     if (poll(waiting.data(), waiting.size(), leftMs) < 0 && errno != EINTR) return;
     for (KZFdData* record : *GetFdDataList()) {
       VQClientSocket* client = dorn::AsLivingConnection(record);
-      if (client != nullptr && client->HasBacklog()) client->DrainBacklog();
+      if (client != nullptr && dorn::Connection::Of(*client).Out().HasBacklog())
+        dorn::Connection::Of(*client).Out().Drain();
     }
   }
 }

@@ -6,7 +6,6 @@
 
 #include <sys/socket.h>
 
-#include <cstddef>
 #include <memory>
 
 #include "dorn/base/Export.h"
@@ -15,12 +14,9 @@
 #include "dorn/net/KZClientSocket.h"
 
 class VQJsonCommand;
-class VQJsonObject;
 
 namespace dorn {
-void PushAll();
-class OutgoingDrainer;
-class OutgoingQueue;
+class Connection;
 }  // namespace dorn
 
 // A message is STX text ETX (0x02, UTF-8 JSON, 0x03), in both directions. There is no length field
@@ -120,59 +116,10 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   KZStream* mStream = nullptr;  // Not owned.
 
  private:
-  friend class VQApplication;
-  friend class VQDialog;
-  friend void dorn::PushAll();
-  friend class dorn::OutgoingDrainer;
+  friend class dorn::Connection;
 
-  bool IsRemoved();
-  bool HasNoDescriptor();
-  void ExecuteMessages();
-  void RestartIdleTimer();
-  void ForgetSearches();
-  void Resynchronise();
-  int FindMessageEnd();
-  KZString TakeMessage(int length);
-  void DropFront(int length);
-  int HeldLength() const;
-  void CloseIfFull();
-
-  void Execute(VQJsonObject* entry);
-  void CheckSessionId(VQJsonObject* entry);
-  void Greet(VQJsonCommand* command);
-  void SwitchDialog(VQJsonCommand* command);
-  void Start(VQJsonCommand* command);
-  void ExecuteAuthenticated(VQJsonObject* entry);
-  void Condition(VQJsonCommand* command);
-  void SendError(const char* status, const char* message);
-
-  bool HasBacklog() const;
-  bool TakeProgress();
-  bool HasPeerFinished();
-  int Transmit(const char* bytes, std::size_t length);
-  long WriteFrame(const char* bytes, std::size_t length);
-  void Push();
-  int WriteOrQueue(const char* bytes, std::size_t length);
-  bool Enqueue(const char* bytes, std::size_t length);
-  bool EnqueueFile(const KZString& path, int file, long long offset, long long end);
-  bool PrepareQueue();
-  bool WatchBacklog();
-  void DrainBacklog();
-  bool WaitForRoom();
-  bool SendPayload(const char* bytes, std::size_t length, std::size_t blockSize);
-  void SendFile(const KZString& path, int length);
-  void SendPutfileError(const KZString& file, const char* info);
-  bool AnswerFromDialog(const KZString& file, const KZString& date, const KZString& objectName);
-
-  // How much of the buffer's front is known to hold no ETX, and no STX, and how much the last
-  // OnReceive() left in it (-1 before the first).
-  int mNoEnd = 0;
-  int mNoStart = 0;
-  int mLeft = -1;
-  bool mFinishing = false;   // The station sends no more; closed when the queue is empty.
-  bool mIsUnpushed = false;  // The kernel may be keeping something back.
-  std::unique_ptr<dorn::OutgoingQueue> mOutgoing;  // Made at the first backlog.
-  void* mReserved[4] = {};                         // Hosts have the size of this class compiled in.
+  std::unique_ptr<dorn::Connection> mConnection;
+  void* mReserved[6] = {};  // Hosts have the size of this class compiled in.
 };
 
 // Whoever uses a connection also builds or reads its commands.

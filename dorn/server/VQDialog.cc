@@ -3,15 +3,18 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <ctime>
 #include <iterator>
 #include <memory>
 #include <string>
 #include <typeinfo>
 #include <utility>
 
+#include "dorn/base/Clock.h"
 #include "dorn/model/NameIndex.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/UpdateComposer.h"
@@ -19,8 +22,10 @@
 #include "dorn/model/VQJsonParser.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
+#include "dorn/server/Connection.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/PutfileReply.h"
 #include "dorn/server/ResourcePath.h"
 #include "dorn/server/RunningHooks.h"
 #include "dorn/server/VQApplication.h"
@@ -77,6 +82,16 @@ bool SendShared(VQDialog* dialog, bool all, dorn::SideCommands sideCommands) {
   return sent;
 }
 
+// Kept: a dialog's tree is dated with a two-digit year, unlike files, and a minute back.
+const char* TreeDate() {
+  static char text[80];
+  const std::time_t time = dorn::Now().tv_sec - 60;
+  std::tm fields{};
+  localtime_r(&time, &fields);
+  std::strftime(text, sizeof text, "%y-%m-%d %H:%M:%S", &fields);
+  return text;
+}
+
 }  // namespace
 
 VQDialog::VQDialog() = default;
@@ -109,6 +124,20 @@ void VQDialog::OnTouch(VQClientSocket*, VQJsonObject*, KZString) {}
 void VQDialog::OnTimer(timeval, unsigned int) {}
 
 void VQDialog::OnFinal() {}
+
+// By value, as every override takes it: NOLINTNEXTLINE(performance-unnecessary-value-param)
+int VQDialog::OnGetfile(VQClientSocket* client, KZString file, KZString, KZString objectName) {
+  const auto tree = mSessionResourceList.find(dorn::kSessionIdShared);
+  if (tree == mSessionResourceList.end()) return 0;
+  const KZString text = tree->second.GetJson();
+  dorn::PutfileReply reply(file);
+  reply.SetLength(text.GetLength());
+  reply.SetDateAndObject(TreeDate(), objectName);
+  client->SendData(reply.GetJson());
+  dorn::Connection::Of(*client).Out().SendPayload(text.data(), text.size(),
+                                                  std::max<std::size_t>(text.size(), 1));
+  return 1;
+}
 
 void VQDialog::Init(const KZString& name, const char* file) {
   mDialogName = name;

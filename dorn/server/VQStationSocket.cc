@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "dorn/loop/SettledRecords.h"
-#include "dorn/server/App.h"
+#include "dorn/server/Connection.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/Descriptors.h"
 #include "dorn/server/VQApplication.h"
@@ -21,7 +21,6 @@ namespace {
 
 constexpr int kLogBufferSize = 1024;
 constexpr int kReceiveBufferSize = 0x80000;
-constexpr unsigned long kConnectTimeoutMs = 10000;
 
 // Of the descriptors that the loop can watch, the highest ones are not given to stations.
 // Descriptors are handed out lowest first, so as many stay free for files and the host.
@@ -114,8 +113,7 @@ void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
   const int on = 1;
   static_cast<void>(setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));
   client->Create(fd, kReceiveBufferSize);
-  dorn::App().SetApplicationSingleTimerInterval(kConnectTimeoutMs,
-                                                static_cast<unsigned int>(client->GetId()));
+  dorn::Connection::Of(*client).Timers().AwaitLogIn();
   if (client->mDataBuffer == nullptr) {
     dorn::PrintLine({"Connection closed: no memory for its receive buffer"});
     client->Close();

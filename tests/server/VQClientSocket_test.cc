@@ -52,6 +52,20 @@ TEST_F(VQClientSocketTest, KeepsItsMembersInOrderBehindThoseOfItsBase) {
                           MemberAddress(client.mAuth), MemberAddress(client.mStream)}));
 }
 
+// As hosts have them compiled in.
+TEST_F(VQClientSocketTest, KeepsItsMembersWhereTheyAre) {
+  Link link = Connect();
+  const VQClientSocket& client = *Find(link);
+  const auto offset = [&](const auto& member) {
+    return MemberAddress(member) - MemberAddress(client);
+  };
+  EXPECT_EQ(208, offset(client.mDialogName));
+  EXPECT_EQ(248, offset(client.mSessionId));
+  EXPECT_EQ(288, offset(client.mAuth));
+  EXPECT_EQ(296, offset(client.mStream));
+  EXPECT_EQ(360U, sizeof(VQClientSocket));
+}
+
 // Construction and destruction
 
 TEST_F(VQClientSocketTest, StartsUnauthenticatedWithEmptyTextsAndTheNextSocketId) {

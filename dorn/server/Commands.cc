@@ -1,0 +1,189 @@
+#include "dorn/server/Commands.h"
+
+#include <cstddef>
+#include <string>
+#include <typeinfo>
+
+#include "dorn/json/MemberSearch.h"
+#include "dorn/model/MemberText.h"
+#include "dorn/model/TreeWalk.h"
+#include "dorn/model/VQJsonCommand.h"
+#include "dorn/model/WireWords.h"
+#include "dorn/server/App.h"
+#include "dorn/server/Connection.h"
+#include "dorn/server/Console.h"
+#include "dorn/server/MessageBatch.h"
+#include "dorn/server/RunningHooks.h"
+#include "dorn/server/VQApplication.h"
+#include "dorn/server/VQClientSocket.h"
+#include "dorn/server/VQDialog.h"
+#include "dorn/server/VQSession.h"
+
+namespace dorn {
+
+namespace {
+
+constexpr char kKeyDialogName[] = "DialogName";
+constexpr char kKeyId[] = "Id";
+
+// The text of a member; empty if there is none. Only a host's class may answer in its own way.
+KZString TextOf(VQJsonObject* entry, const char* key) {
+  if (!IsOwnClass(*entry)) return entry->GetValue(key).GetString();
+  VQValue* attribute = FindMember(entry->mList, key);
+  return attribute != nullptr ? attribute->GetString() : KZString();
+}
+
+// The stored text of the entry's command word.
+std::string WordOf(VQJsonObject* entry) {
+  if (!IsOwnClass(*entry)) return entry->GetValue(kKeyCommand).GetChar();
+  const VQValue* attribute = FindMember(entry->mList, kKeyCommand);
+  return attribute != nullptr ? attribute->GetChar() : "";
+}
+
+// The usual entry is settled by the address of its class's description.
+VQJsonCommand* AsCommand(VQJsonObject* entry) {
+  if (&typeid(*entry) == &typeid(VQJsonCommand)) return static_cast<VQJsonCommand*>(entry);
+  return dynamic_cast<VQJsonCommand*>(entry);
+}
+
+// A buffer that has grown beyond this is given back.
+constexpr std::size_t kMaxKeptText = std::size_t{64} * 1024;
+
+void PrintCommand(const std::string& word, VQJsonObject& entry) {
+  if (!IsOwnClass(entry)) {
+    PrintLine({"Command=", word, " json=", entry.GetJson()});
+    return;
+  }
+  static std::string json;
+  json.clear();
+  AppendObject(json, entry);
+  PrintLine({"Command=", word, " json=", json});
+  if (json.capacity() > kMaxKeptText) std::string().swap(json);
+}
+
+void SendError(VQClientSocket& client, const char* status, const char* message) {
+  VQJsonCommand error(kCommandError);
+  error.SetValue(kKeyStatus, status, -1, "");
+  error.SetValue("Message", message, -1, "");
+  client.SendData(error.GetJson());
+}
+
+// "SessionIdShared" is refused before the host is asked: that session exists as soon as a shared
+// tree is loaded and never expires, so its well-known id would log anybody in.
+void CheckSessionId(VQClientSocket& client, VQJsonObject* entry) {
+  if (client.mAuth || !entry->HasKey(kKeySessionId)) return;
+  const KZString sid = TextOf(entry, kKeySessionId);
+  MessageBatch::BeforeHook();
+  if (Equals(sid, kSessionIdShared)) {
+    client.Authentication("");
+  } else if (App().OnAuthCheck(sid, &client)) {
+    return;
+  }
+  // "The session is invalid."
+  SendError(client, "InvalidSessionId", "無効なセッションです。");
+  // Kept: the command goes on after this, so a HELLO may still log in on the closed connection.
+  client.Close();
+}
+
+void SwitchDialog(VQClientSocket& client, VQJsonCommand* command) {
+  VQApplication& app = App();
+  const KZString name = TextOf(command, kKeyDialogName);
+  if (VQDialog* previous = app.DialogList()->Search(client.mDialogName)) {
+    RunningHooks running(previous);
+    previous->OnChangeBefore(&client, command);
+  }
+  VQDialog* dialog = app.DialogList()->Search(name);
+  if (dialog == nullptr) dialog = app.CreateDialog(name);
+  if (dialog == nullptr) {
+    // "Unknown dialog name."
+    PrintLine({"認識されていないダイアログ名です。(", name, ")"});
+    return;
+  }
+  client.mDialogName = name;
+  RunningHooks running(dialog);
+  dialog->OnChange(&client, command);
+}
+
+void Start(VQClientSocket& client, VQJsonCommand* command) {
+  KZString type = TextOf(command, kKeyType);
+  const int resolutionH = command->GetValue("ResolutionH").GetInt();
+  const int resolutionV = command->GetValue("ResolutionV").GetInt();
+  MessageBatch::BeforeHook();
+  App().OnStart(&client, type, resolutionV, resolutionH);
+}
+
+void Greet(VQClientSocket& client, VQJsonCommand* command) {
+  if (!client.mAuth && command->HasKey(kKeyId)) {
+    MessageBatch::BeforeHook();
+    App().OnAuth(TextOf(command, kKeyId), TextOf(command, "Pass"), &client);
+  }
+  if (!client.mAuth) {
+    client.mSessionId.Clear();
+    // "Authentication failed"
+    SendError(client, "Authentication", "認証失敗");
+  } else if (command->HasKey(kKeyDialogName)) {
+    SwitchDialog(client, command);
+  } else {
+    Start(client, command);
+  }
+}
+
+void Condition(VQClientSocket& client, VQJsonCommand* command) {
+  VQDialogList* dialogs = App().DialogList();
+  const KZString dialogName = client.mDialogName;
+  VQDialog* dialog = dialogs->Search(dialogName);
+  if (dialog == nullptr) {
+    // "The dialog was not found."
+    PrintLine({"ダイアログが見つかりませんでした。[", dialogName, "]"});
+    return;
+  }
+  {
+    RunningHooks running(dialog);
+    dialog->OnCondition(&client, command);
+  }
+  const KZString actionName = TextOf(command, "ActionName");
+  const KZString actionType = TextOf(command, "ActionType");
+  VQJsonObject* object = command->SearchName(actionName);
+  // The hook may have removed the dialog.
+  dialog = dialogs->Search(dialogName);
+  if (object == nullptr || dialog == nullptr) return;
+  RunningHooks running(dialog);
+  dialog->OnTouch(&client, object, actionType);
+}
+
+// The session may be gone: it expired while this connection was not the first of its two, or the
+// host removed it.
+void ExecuteAuthenticated(VQClientSocket& client, VQJsonObject* entry) {
+  VQApplication& app = App();
+  if (VQSession* session = app.SessionList()->Search(client.mSessionId)) session->Extend();
+  const std::string word = WordOf(entry);
+  auto* command = AsCommand(entry);
+  if (Equals(word, kCommandKeepalive)) {
+    Connection::Of(client).Timers().Answered();
+  } else if (Equals(word, kCommandGetfile)) {
+    client.OnGetfile(TextOf(entry, kKeyFile), TextOf(entry, kKeyDate),
+                     TextOf(entry, kKeyObjectName));
+  } else if (Equals(word, kCommandCondition) && command != nullptr) {
+    Condition(client, command);
+  }
+}
+
+}  // namespace
+
+// HELLO, CHANGE and CONDITION are words of real commands only: another entry of the list cannot
+// have such a "Command", since that would have made it a command.
+void ExecuteCommand(VQClientSocket& client, VQJsonObject* entry) {
+  // A copy: the hook that checks the session may change the entry.
+  const std::string word = WordOf(entry);
+  if (!Equals(word, kCommandKeepalive)) PrintCommand(word, *entry);
+  CheckSessionId(client, entry);
+  auto* command = AsCommand(entry);
+  const bool isGreeting = Equals(word, kCommandHello) || Equals(word, kCommandChange);
+  if (isGreeting && command != nullptr) {
+    Greet(client, command);
+  } else if (client.mAuth) {
+    ExecuteAuthenticated(client, entry);
+  }
+}
+
+}  // namespace dorn

@@ -1,0 +1,125 @@
+#include "dorn/server/Connection.h"
+
+#include <sys/socket.h>
+
+#include <cstring>
+#include <string>
+
+#include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/SharedInt.h"
+#include "dorn/server/Console.h"
+#include "dorn/server/MessageBatch.h"
+
+namespace dorn {
+
+// Descriptor, status and length are read without the lock, as the loop does: see SharedInt.h.
+bool IsRemoved(const KZFdData& record) {
+  return LoadShared(record.mStatus) == KZFdData::kStatusRemove;
+}
+
+// A record that never got a descriptor carries the number 0.
+bool HasNoDescriptor(const KZFdData& record) {
+  const int fd = LoadShared(record.mFD);
+  return fd < 0 || (fd == 0 && LoadShared(record.mStatus) == KZFdData::kStatusInitial);
+}
+
+Connection::Connection(VQClientSocket& socket)
+    : mSocket(socket), mOutgoing(socket), mTimers(socket, mOutgoing) {}
+
+int Connection::HeldLength() const { return LoadShared(mSocket.mBufferPos); }
+
+// The caller holds the lock of the buffer.
+std::string_view Connection::Held() const {
+  return {mSocket.mDataBuffer, static_cast<std::size_t>(mSocket.mBufferPos)};
+}
+
+// A station that shuts down its sending side may still be reading. By status kStatusOpen the loop
+// watches the socket for writing instead of reading, so the end of its stream is not reported again
+// and again until the rest of the queue is out.
+bool Connection::PrepareRead() {
+  if (HeldLength() != mLeft) mCutter.Forget();
+  if (mSocket.IsSelect() == 0 || !mOutgoing.HasBacklog() || !HasPeerFinished()) return true;
+  mOutgoing.CloseWhenDrained();
+  mSocket.SetFDStatus(KZFdData::kStatusOpen);
+  return false;
+}
+
+bool Connection::HasPeerFinished() const {
+  char byte;
+  return recv(LoadShared(mSocket.mFD), &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
+}
+
+// An incomplete message keeps the record on the ready list in every pass. Such a call, in which
+// nothing has arrived, must not count as a sign of life: the timer would never run out, a station
+// that died in the middle of a message would never be noticed, and setting the timer wakes the loop
+// up, so that it would spin.
+void Connection::Receive() {
+  const bool isRepetition = mSocket.IsSelect() == 0 && HeldLength() == mLeft;
+  if (!isRepetition) mTimers.BytesArrived();
+  // Bytes that were put there without the loop may be anything.
+  if (mSocket.IsSelect() == 0 && !isRepetition) mCutter.Forget();
+  DropGarbage();
+  ExecuteMessages();
+  if (IsRemoved(mSocket)) return;
+  CloseIfFull();
+  mLeft = HeldLength();
+}
+
+// What a closed connection has sent is not executed any more, or one message could try thousands of
+// session ids.
+void Connection::ExecuteMessages() {
+  MessageBatch batch;
+  KZString text;
+  while (TakeMessage(text)) {
+    batch.SetMore(HasMessage());
+    // Hooks may read from the buffer too, so the end is looked for anew.
+    mCutter.Forget();
+    mSocket.DoCommand(text);
+    if (IsRemoved(mSocket)) return;
+  }
+}
+
+// Drops what precedes the first STX. Without any STX nothing is dropped.
+void Connection::DropGarbage() {
+  if (HeldLength() == 0) return;
+  const SemaphoreLock lock(mSocket.mSemData);
+  const std::size_t length = mCutter.CountGarbage(Held());
+  if (length > 0) DropFront(length);
+}
+
+bool Connection::TakeMessage(KZString& text) {
+  if (HeldLength() == 0) return false;
+  const SemaphoreLock lock(mSocket.mSemData);
+  const std::string_view held = Held();
+  const std::size_t length = mCutter.FindMessage(held);
+  if (length == 0) return false;
+  text = MessageCutter::TextOf(held.substr(0, length));
+  DropFront(length);
+  return true;
+}
+
+bool Connection::HasMessage() {
+  if (HeldLength() == 0) return false;
+  const SemaphoreLock lock(mSocket.mSemData);
+  return mCutter.FindMessage(Held()) > 0;
+}
+
+// What GetData() does without a copy. The caller holds the lock.
+void Connection::DropFront(std::size_t length) {
+  char* const buffer = mSocket.mDataBuffer;
+  const std::size_t left = static_cast<std::size_t>(mSocket.mBufferPos) - length;
+  std::memmove(buffer, buffer + length, left);
+  StoreShared(mSocket.mBufferPos, static_cast<int>(left));
+  mCutter.Forget();
+}
+
+// No ETX can ever arrive in a buffer that is full: whatever comes is dropped, the record would be
+// served in every pass, and the station never heard again.
+void Connection::CloseIfFull() {
+  if (mSocket.mBufferSize <= 0 || HeldLength() < mSocket.mBufferSize) return;
+  PrintLine({"Connection ", std::to_string(mSocket.GetId()),
+             " closed: its message does not fit into the buffer"});
+  mSocket.Close();
+}
+
+}  // namespace dorn

@@ -1,0 +1,62 @@
+// What lies behind a VQClientSocket. Internal: not installed. Loop thread only, where nothing else
+// is said.
+#ifndef DORN_SERVER_CONNECTION_H_
+#define DORN_SERVER_CONNECTION_H_
+
+#include <cstddef>
+#include <string_view>
+
+#include "dorn/server/ConnectionTimers.h"
+#include "dorn/server/MessageCutter.h"
+#include "dorn/server/Outgoing.h"
+#include "dorn/server/VQClientSocket.h"
+
+namespace dorn {
+
+// Whether the loop has been asked to remove the record.
+bool IsRemoved(const KZFdData& record);
+
+// Whether the record has no descriptor: none was ever opened, or it was closed.
+bool HasNoDescriptor(const KZFdData& record);
+
+// The rooms of one connection, and what is done with the bytes of its receive buffer.
+class Connection {
+ public:
+  explicit Connection(VQClientSocket& socket);
+
+  static Connection& Of(VQClientSocket& socket) { return *socket.mConnection; }
+
+  Outgoing& Out() { return mOutgoing; }
+  ConnectionTimers& Timers() { return mTimers; }
+
+  // To be called when the socket is readable or its buffer holds something. False when it must not
+  // be read: the station has finished sending while a backlog is waiting for it.
+  bool PrepareRead();
+
+  // Executes all messages that are complete.
+  void Receive();
+
+  // The receive buffer was emptied. Any thread.
+  void BufferCleared() { mCutter.Forget(); }
+
+ private:
+  void ExecuteMessages();
+  void DropGarbage();
+  bool TakeMessage(KZString& text);
+  bool HasMessage();
+  std::string_view Held() const;
+  void DropFront(std::size_t length);
+  int HeldLength() const;
+  bool HasPeerFinished() const;
+  void CloseIfFull();
+
+  VQClientSocket& mSocket;
+  Outgoing mOutgoing;
+  ConnectionTimers mTimers;
+  MessageCutter mCutter;
+  int mLeft = -1;  // What the last Receive() left in the buffer; -1 before the first.
+};
+
+}  // namespace dorn
+
+#endif  // DORN_SERVER_CONNECTION_H_

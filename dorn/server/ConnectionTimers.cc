@@ -1,0 +1,72 @@
+#include "dorn/server/ConnectionTimers.h"
+
+#include <cstdio>
+
+#include "dorn/model/VQJsonCommand.h"
+#include "dorn/model/WireWords.h"
+#include "dorn/server/App.h"
+#include "dorn/server/Outgoing.h"
+#include "dorn/server/VQApplication.h"
+#include "dorn/server/VQClientSocket.h"
+
+namespace dorn {
+
+namespace {
+
+constexpr unsigned long kLogInTimeoutMs = 10000;
+constexpr unsigned long kIdleTimeoutMs = 180000;
+constexpr unsigned long kAnswerTimeoutMs = 10000;
+
+}  // namespace
+
+unsigned int ConnectionTimers::IdOf(Kind kind) const {
+  return static_cast<unsigned int>(mSocket.GetId()) + static_cast<unsigned int>(kind);
+}
+
+void ConnectionTimers::Restart(Kind kind, unsigned long ms) {
+  Cancel(kind);
+  App().SetApplicationSingleTimerInterval(ms, IdOf(kind));
+}
+
+void ConnectionTimers::Cancel(Kind kind) { App().SetApplicationSingleTimerInterval(0, IdOf(kind)); }
+
+void ConnectionTimers::AwaitLogIn() { Restart(kLogIn, kLogInTimeoutMs); }
+
+void ConnectionTimers::LoggedIn() { Cancel(kLogIn); }
+
+void ConnectionTimers::BytesArrived() { Restart(kIdle, kIdleTimeoutMs); }
+
+void ConnectionTimers::Answered() { Cancel(kAnswer); }
+
+void ConnectionTimers::Expire(int kind) {
+  if (kind == kIdle) {
+    AskForAnswer();
+  } else if (kind == kAnswer) {
+    MissAnswer();
+  } else if (kind == kLogIn) {
+    // "Connection time-out."
+    std::puts("コネクションタイムアウト");
+    mSocket.Close();
+  }
+}
+
+void ConnectionTimers::AskForAnswer() {
+  VQJsonCommand command(kCommandKeepalive);
+  mSocket.SendData(command.GetJson());
+  static_cast<void>(mOutgoing.TakeProgress());  // What went out so far does not count.
+  Restart(kAnswer, kAnswerTimeoutMs);
+}
+
+// A station that took queued bytes meanwhile is alive, and the KEEPALIVE waits behind them or has
+// only just gone out: the ten seconds begin when it is really sent.
+void ConnectionTimers::MissAnswer() {
+  if (mOutgoing.TakeProgress()) {
+    Restart(kAnswer, kAnswerTimeoutMs);
+    return;
+  }
+  // "No answer to KEEPALIVE in time."
+  std::puts("KEEPALIVE応答タイムアウト");
+  mSocket.Close();
+}
+
+}  // namespace dorn

@@ -1,0 +1,54 @@
+// When a connection's timers are armed and cancelled, and what happens when they fire.
+// Internal: not installed. Loop thread only.
+#ifndef DORN_SERVER_CONNECTIONTIMERS_H_
+#define DORN_SERVER_CONNECTIONTIMERS_H_
+
+class VQClientSocket;
+
+namespace dorn {
+
+class Outgoing;
+
+// The timers of one connection, whose id B is their first one:
+//   B+0  armed when the connection is accepted, cancelled when it authenticates
+//   B+1  armed anew whenever bytes arrive, never cancelled
+//   B+2  armed when a KEEPALIVE is sent, cancelled by the station's KEEPALIVE
+// Those of a connection that is gone fire all the same; the application routes them to the host.
+class ConnectionTimers {
+ public:
+  // What is added to the connection's id.
+  enum Kind { kLogIn = 0, kIdle = 1, kAnswer = 2 };
+
+  ConnectionTimers(VQClientSocket& socket, Outgoing& outgoing)
+      : mSocket(socket), mOutgoing(outgoing) {}
+
+  ConnectionTimers(const ConnectionTimers&) = delete;
+  ConnectionTimers& operator=(const ConnectionTimers&) = delete;
+
+  // The station has ten seconds to log in.
+  void AwaitLogIn();
+  void LoggedIn();
+
+  // The station has three minutes for its next bytes.
+  void BytesArrived();
+
+  void Answered();
+
+  // The timer of this kind has fired: asks an idle station for an answer; closes one that did not
+  // log in or did not answer.
+  void Expire(int kind);
+
+ private:
+  void Restart(Kind kind, unsigned long ms);
+  void Cancel(Kind kind);
+  unsigned int IdOf(Kind kind) const;
+  void AskForAnswer();
+  void MissAnswer();
+
+  VQClientSocket& mSocket;
+  Outgoing& mOutgoing;
+};
+
+}  // namespace dorn
+
+#endif  // DORN_SERVER_CONNECTIONTIMERS_H_

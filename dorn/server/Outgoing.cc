@@ -1,0 +1,214 @@
+#include "dorn/server/Outgoing.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "dorn/loop/LoopPass.h"
+#include "dorn/loop/SharedInt.h"
+#include "dorn/server/Connection.h"
+#include "dorn/server/Console.h"
+#include "dorn/server/FrameBytes.h"
+#include "dorn/server/MessageBatch.h"
+#include "dorn/server/OutgoingDrainer.h"
+#include "dorn/server/OutgoingQueue.h"
+#include "dorn/server/VQClientSocket.h"
+
+namespace dorn {
+
+namespace {
+
+// A station that lets more than this wait is closed when there is something else to send.
+constexpr std::size_t kMaxQueuedBytes = std::size_t{8} * 1024 * 1024;
+
+// The most that one connection gets at once while others wait for their turn, and before it is
+// closed.
+constexpr std::size_t kDrainBudget = std::size_t{256} * 1024;
+constexpr std::size_t kClosingBudget = std::size_t{4} * 1024 * 1024;
+
+// How long a payload waits for a station that has stopped reading while no loop runs.
+constexpr int kRoomTimeoutMs = 500;
+
+// A frame buffer that has grown beyond this is given back.
+constexpr std::size_t kMaxKeptFrame = std::size_t{1024} * 1024;
+
+bool IsRetryable(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
+
+// Zero ends a text, STX and ETX frame it.
+bool MayNotBeInText(char byte) { return byte == '\0' || byte == kStx || byte == kEtx; }
+
+bool IsFrameOf(const std::string& frame, const KZString& text) {
+  return frame.size() == text.size() + 2 &&
+         std::memcmp(frame.data() + 1, text.data(), text.size()) == 0;
+}
+
+// STX text ETX. Bytes of the text that would end the message, or forge one, become blanks. One text
+// usually goes to many stations in a row: the frame of the last one is used again.
+void Frame(const KZString& text, std::string& frame) {
+  if (IsFrameOf(frame, text)) return;
+  frame.assign(1, kStx);
+  frame.reserve(text.size() + 2);
+  frame += text;
+  std::replace_if(frame.begin() + 1, frame.end(), MayNotBeInText, ' ');
+  frame += kEtx;
+}
+
+}  // namespace
+
+Outgoing::Outgoing(VQClientSocket& socket) : mSocket(socket) {}
+
+Outgoing::~Outgoing() { Drop(); }
+
+bool Outgoing::HasBacklog() const { return mQueue != nullptr && !mQueue->IsEmpty(); }
+
+bool Outgoing::TakeProgress() { return mQueue != nullptr && mQueue->TakeProgress(); }
+
+int Outgoing::SendText(const KZString& text) {
+  thread_local std::string lastFrame;
+  std::string& frame = lastFrame;
+  Frame(text, frame);
+  const int result = Transmit(frame.data(), frame.size());
+  if (frame.capacity() > kMaxKeptFrame) std::string().swap(frame);
+  return result;
+}
+
+int Outgoing::Transmit(const char* bytes, std::size_t length) {
+  if (HasBacklog()) return Enqueue(bytes, length) ? static_cast<int>(length) : -1;
+  return HasNoDescriptor(mSocket) ? -1 : WriteOrQueue(bytes, length);
+}
+
+// One write. What it leaves over is queued and counts as written: a message that was begun must be
+// completed before anything else, or the station would be out of step for ever.
+int Outgoing::WriteOrQueue(const char* bytes, std::size_t length) {
+  const int total = static_cast<int>(length);
+  const long written = WriteOnce(bytes, length);
+  if (written == total || (written < 0 && !IsRetryable(errno))) return static_cast<int>(written);
+  if (mSocket.GetFdDataList() == nullptr) {
+    return static_cast<int>(written);  // No loop to send the rest.
+  }
+  const std::size_t sent = written > 0 ? static_cast<std::size_t>(written) : 0;
+  return Enqueue(bytes + sent, length - sent) ? total : -1;
+}
+
+// For what is no socket too. A plain write also sends what the kernel kept back.
+long Outgoing::WriteOnce(const char* bytes, std::size_t length) {
+  const int fd = LoadShared(mSocket.mFD);
+  if (!MessageBatch::HasMore()) return write(fd, bytes, length);
+  const ssize_t written = send(fd, bytes, length, MSG_MORE);
+  if (written < 0) return errno == ENOTSOCK ? write(fd, bytes, length) : written;
+  if (!std::exchange(mIsUnpushed, true)) MessageBatch::Remember(this);
+  return written;
+}
+
+// The socket has this option already; setting it anew is what sends. Fails, rightly, on what is no
+// TCP socket: nothing is kept back there.
+void Outgoing::Push() {
+  if (!std::exchange(mIsUnpushed, false) || HasNoDescriptor(mSocket)) return;
+  const int on = 1;
+  static_cast<void>(setsockopt(LoadShared(mSocket.mFD), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));
+}
+
+// A queue that holds something is being watched already.
+bool Outgoing::Enqueue(const char* bytes, std::size_t length) {
+  const bool isWatched = HasBacklog();
+  if (!PrepareQueue()) return false;
+  mQueue->Append(bytes, length);
+  return isWatched || WatchBacklog();
+}
+
+bool Outgoing::EnqueueFile(const KZString& path, int file, std::int64_t offset, std::int64_t end) {
+  const bool isWatched = HasBacklog();
+  if (!PrepareQueue()) {
+    if (file >= 0) close(file);
+    return false;
+  }
+  mQueue->AppendFile(path, file, offset, end);
+  return isWatched || WatchBacklog();
+}
+
+// Closes a station that does not read. Dropping messages instead would leave it with a wrong
+// picture for ever; when it comes back it gets everything anew.
+bool Outgoing::PrepareQueue() {
+  if (mQueue == nullptr) mQueue = std::make_unique<OutgoingQueue>();
+  if (mQueue->MemoryBytes() < kMaxQueuedBytes) return true;
+  PrintLine({"Connection ", std::to_string(mSocket.GetId()), " closed: it does not read, ",
+             std::to_string(mQueue->MemoryBytes()), " bytes are waiting"});
+  mSocket.Close();
+  errno = ENOBUFS;
+  return false;
+}
+
+bool Outgoing::WatchBacklog() {
+  KZFdDataList* list = mSocket.GetFdDataList();
+  OutgoingDrainer* drainer = list != nullptr ? OutgoingDrainer::Of(list) : nullptr;
+  if (drainer != nullptr && drainer->Watch(mSocket.GetFD(), this)) return true;
+  PrintLine({"Connection ", std::to_string(mSocket.GetId()),
+             " closed: the rest of a message cannot be queued: ", std::strerror(errno)});
+  mSocket.Close();
+  errno = ENOBUFS;
+  return false;
+}
+
+void Outgoing::Drain() {
+  using Result = OutgoingQueue::Result;
+  if (mQueue == nullptr || HasNoDescriptor(mSocket)) return;
+  const Result result = mQueue->Write(mSocket.GetFD(), kDrainBudget);
+  if (result == Result::kFailed) {
+    PrintLine({"Connection ", std::to_string(mSocket.GetId()),
+               " closed: the rest of a message cannot be sent: ", std::strerror(errno)});
+    mSocket.Close();
+  } else if (result != Result::kEmpty) {
+    WatchBacklog();
+  } else if (mClosesWhenDrained) {
+    mSocket.Close();
+  }
+}
+
+// Outside the passes of a loop nobody may ever send what is queued, and nobody is kept waiting
+// either: a station that goes on reading gets everything at once.
+bool Outgoing::WaitForRoom() {
+  if (IsInPass()) return false;
+  pollfd room = {mSocket.GetFD(), POLLOUT, 0};
+  int ready;
+  do {
+    ready = poll(&room, 1, kRoomTimeoutMs);
+  } while (ready < 0 && errno == EINTR);
+  return ready > 0;
+}
+
+bool Outgoing::SendPayload(const char* bytes, std::size_t length, std::size_t blockSize) {
+  while (length > 0 && !HasBacklog()) {
+    const std::size_t block = std::min(length, blockSize);
+    const int sent = mSocket.Send(bytes, static_cast<int>(block));
+    if (sent < 0 && !IsRetryable(errno)) return false;
+    const std::size_t taken = sent > 0 ? static_cast<std::size_t>(sent) : 0;
+    bytes += taken;
+    length -= taken;
+    if (taken < block && !WaitForRoom()) return Enqueue(bytes, length);
+  }
+  return length == 0 || Enqueue(bytes, length);
+}
+
+// Failure is ignored: the connection is being closed anyway.
+void Outgoing::WriteLast() {
+  if (!HasBacklog() || HasNoDescriptor(mSocket)) return;
+  static_cast<void>(mQueue->Write(mSocket.GetFD(), kClosingBudget));
+}
+
+// The end of the stream has taken along what the kernel kept back.
+void Outgoing::Drop() {
+  if (std::exchange(mIsUnpushed, false)) MessageBatch::Forget(this);
+  if (mQueue == nullptr) return;
+  mQueue->Clear();
+  OutgoingDrainer::Forget(mSocket.GetFdDataList(), this);
+}
+
+}  // namespace dorn
