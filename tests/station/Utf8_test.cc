@@ -1,0 +1,53 @@
+#include "station/Utf8.h"
+
+#include <gtest/gtest.h>
+
+namespace dorn::station {
+namespace {
+
+TEST(Utf8Test, KeepsWhatIsValid) {
+  for (const std::string text : {"", "abc", "é", "日本語", "\xF0\x9F\x98\x80", "\xEF\xBF\xBF",
+                                 "\xED\x9F\xBF", "\xEE\x80\x80", "\xF4\x8F\xBF\xBF"}) {
+    EXPECT_TRUE(IsValidUtf8(text)) << text;
+    EXPECT_EQ(ValidUtf8(text), text);
+  }
+}
+
+TEST(Utf8Test, ReplacesEachLongestBeginningOnce) {
+  const struct {
+    std::string bytes, text;
+  } cases[] = {
+      {"a\xFF"
+       "b",
+       "a\uFFFDb"},
+      {"\x80\xBF", "\uFFFD\uFFFD"},
+      {"\xC3", "\uFFFD"},
+      {"\xC3(", "\uFFFD("},
+      {"\xC0\xAF", "\uFFFD\uFFFD"},
+      {"\xE2\x82", "\uFFFD"},
+      {"\xE2\x82"
+       "x",
+       "\uFFFDx"},
+      {"\xE0\x80\x80", "\uFFFD\uFFFD\uFFFD"},
+      {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},
+      {"\xF0\x9F\x98", "\uFFFD"},
+      {"\xF0\x9F\x98\xC3\xA9", "\uFFFDé"},
+      {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"\xF8\x88\x80\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {std::string("\x00\xFE", 2), std::string("\0", 1) + "\uFFFD"},
+  };
+  for (const auto& each : cases) {
+    EXPECT_FALSE(IsValidUtf8(each.bytes));
+    EXPECT_EQ(ValidUtf8(each.bytes), each.text);
+  }
+}
+
+TEST(Utf8Test, CountsAndAppendsCharacters) {
+  EXPECT_EQ(CharactersOf("aé日\xF0\x9F\x98\x80"), 4u);
+  std::string out;
+  for (const unsigned code : {0x41u, 0xE9u, 0x65E5u, 0x1F600u}) AppendUtf8(out, code);
+  EXPECT_EQ(out, "Aé日\xF0\x9F\x98\x80");
+}
+
+}  // namespace
+}  // namespace dorn::station
