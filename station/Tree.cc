@@ -1,0 +1,243 @@
+#include "station/Tree.h"
+
+#include <algorithm>
+
+namespace dorn::station {
+
+namespace {
+
+bool IsChildrenKey(std::string_view key) { return key == "Objects" || key == "Object"; }
+
+void SetAttributes(Object& object, const Json& json) {
+  for (const auto& [key, value] : json.mMembers) {
+    if (!IsChildrenKey(key) && !value.IsNull()) object.mAttributes[key] = value;
+  }
+  object.mName = object.TextOf("Name");
+}
+
+enum class Source { kLive, kFile };
+
+// The children of an object. In a file hosts know four ways to write those of a group; from their
+// memory they write "Objects", and the other three are attributes.
+std::vector<const Json*> ChildrenOf(const Json& json, bool isGroup) {
+  std::vector<const Json*> children;
+  const Json* list = json.Find("Objects");
+  if (isGroup && (list == nullptr || !list->IsArray())) list = json.Find("Commands");
+  if (list != nullptr && list->IsArray()) {
+    for (const Json& child : list->mElements) children.push_back(&child);
+    return children;
+  }
+  if (!isGroup) return children;
+  for (const char* key : {"Object", "Dialog"}) {
+    const Json* child = json.Find(key);
+    if (child != nullptr && child->IsObject()) return {child};
+  }
+  return children;
+}
+
+void Build(Object& object, const Json& json, Source source) {
+  SetAttributes(object, json);
+  const bool isGroup = object.mParent == nullptr || object.IsGroup();
+  for (const Json* child : ChildrenOf(json, isGroup && source == Source::kFile)) {
+    if (!child->IsObject()) continue;
+    object.mChildren.push_back(std::make_unique<Object>());
+    object.mChildren.back()->mParent = &object;
+    Build(*object.mChildren.back(), *child, source);
+  }
+}
+
+bool IsDialog(const Json& json) { return json.TextOf("Command") == "DIALOG"; }
+
+bool IsWithin(const Object& object, const Object& ancestor) {
+  for (const Object* each = &object; each != nullptr; each = each->mParent) {
+    if (each == &ancestor) return true;
+  }
+  return false;
+}
+
+std::unique_ptr<Object> TakeFromParent(Object& object) {
+  auto& siblings = object.mParent->mChildren;
+  const auto place = std::find_if(siblings.begin(), siblings.end(),
+                                  [&object](const auto& each) { return each.get() == &object; });
+  std::unique_ptr<Object> taken = std::move(*place);
+  siblings.erase(place);
+  return taken;
+}
+
+Json WrittenObject(const Object& object) {
+  Json json = Json::MakeObject(object.mAttributes);
+  if (object.mChildren.empty()) return json;
+  Json& children = json.mMembers["Objects"] = Json::MakeArray();
+  for (const auto& child : object.mChildren) children.mElements.push_back(WrittenObject(*child));
+  return json;
+}
+
+}  // namespace
+
+std::string_view Object::TextOf(std::string_view key) const {
+  const Json* found = Find(key);
+  return found == nullptr ? std::string_view() : found->Text();
+}
+
+const Json* Object::Find(std::string_view key) const {
+  const auto found = mAttributes.find(key);
+  return found == mAttributes.end() ? nullptr : &found->second;
+}
+
+bool IsTable(const Json* json) {
+  return json != nullptr && json->IsArray() &&
+         std::all_of(json->mElements.begin(), json->mElements.end(),
+                     [](const Json& row) { return row.IsArray(); });
+}
+
+const Json::Array& ObjectsOf(const Json& command) {
+  static const Json::Array none;
+  const Json* objects = command.Find("Objects");
+  return objects == nullptr ? none : objects->mElements;
+}
+
+Tree::Tree() : mRoot(std::make_unique<Object>()) {}
+
+Tree Tree::FromLive(const Json& tree) {
+  Tree made;
+  Build(*made.mRoot, tree, Source::kLive);
+  return made;
+}
+
+std::optional<Tree> Tree::FromFile(const Json& file) {
+  const Json* commands = file.Find("Commands");
+  if (commands == nullptr || !commands->IsArray() || commands->mElements.empty()) {
+    if (!IsDialog(file)) return std::nullopt;
+    Tree made;
+    Build(*made.mRoot, file, Source::kFile);
+    return made;
+  }
+  const auto dialog =
+      std::find_if(commands->mElements.begin(), commands->mElements.end(), IsDialog);
+  if (dialog == commands->mElements.end()) return std::nullopt;
+  Tree made;
+  Build(*made.mRoot, *dialog, Source::kFile);
+  return made;
+}
+
+Tree Tree::Flat(std::string_view name, const std::vector<Json>& updates) {
+  Tree made;
+  made.mRoot->mName = name;
+  made.mRoot->mAttributes["Name"] = Json::String(name);
+  for (const Json& update : updates) {
+    for (const Json& object : ObjectsOf(update)) {
+      const std::string_view child = object.TextOf("Name");
+      if (child.empty()) continue;
+      Object* known = made.Find(child);
+      if (known == nullptr || known == made.mRoot.get()) known = &made.Append(*made.mRoot);
+      SetAttributes(*known, object);
+      made.mIsIndexed = false;
+    }
+  }
+  return made;
+}
+
+Object* Tree::Find(std::string_view name) {
+  if (!mIsIndexed) {
+    mByName.clear();
+    std::vector<Object*> open{mRoot.get()};
+    while (!open.empty()) {
+      Object* object = open.back();
+      open.pop_back();
+      mByName.emplace(object->mName, object);  // The first one stays.
+      for (auto child = object->mChildren.rbegin(); child != object->mChildren.rend(); ++child) {
+        open.push_back(child->get());
+      }
+    }
+    mIsIndexed = true;
+  }
+  const auto found = mByName.find(name);
+  return found == mByName.end() ? nullptr : found->second;
+}
+
+const Object* Tree::Find(std::string_view name) const {
+  return const_cast<Tree*>(this)->Find(name);  // The index is all that changes.
+}
+
+bool Tree::Update(const Json& command) {
+  bool wantsAll = false;
+  for (const Json& json : ObjectsOf(command)) {
+    const std::string_view name = json.TextOf("Name");
+    Object* object = name.empty() ? nullptr : Find(name);
+    if (object != nullptr) wantsAll = UpdateObject(*object, json) || wantsAll;
+  }
+  return wantsAll;
+}
+
+bool Tree::UpdateObject(Object& object, const Json& json) {
+  const bool isGrid = object.TextOf("Type") == "GRID";
+  bool lacksTable = isGrid && (json.mHadEmptyData || json.mMembers.size() == 1);
+  for (const auto& [key, value] : json.mMembers) {
+    if (key == "Name" || IsChildrenKey(key) || value.IsNull()) continue;
+    if (isGrid && key == "Data" && !IsTable(&value)) {
+      lacksTable = true;  // The plain attribute beside the table.
+    } else {
+      object.mAttributes[key] = value;
+    }
+  }
+  return lacksTable && !IsTable(json.Find("Data")) && !IsTable(object.Find("Rows"));
+}
+
+bool Tree::Add(const Json& command) {
+  Object* group = Find(command.TextOf("Name"));
+  bool wantsAll = false;
+  if (group == nullptr) return wantsAll;
+  for (const Json& json : ObjectsOf(command)) {
+    if (json.IsObject()) wantsAll = Merge(json, *group) || wantsAll;
+  }
+  return wantsAll;
+}
+
+// An object that is there already stays: a group that got new children is marked as added itself,
+// and so is told again inside the ADD of its own group, with its new children alone.
+bool Tree::Merge(const Json& json, Object& parent) {
+  const std::string name(json.TextOf("Name"));
+  Object* object = name.empty() ? nullptr : Find(name);
+  const bool isNew = object == nullptr || object == mRoot.get();
+  if (isNew) {
+    object = &Append(parent);
+  } else if (object->mParent != &parent && !IsWithin(parent, *object)) {
+    parent.mChildren.push_back(TakeFromParent(*object));
+    object->mParent = &parent;
+  }
+  SetAttributes(*object, json);
+  mIsIndexed = false;
+  const Json::Array& children = ObjectsOf(json);
+  bool wantsAll = isNew && object->IsGroup() && children.empty();
+  for (const Json& child : children) {
+    if (child.IsObject()) wantsAll = Merge(child, *object) || wantsAll;
+  }
+  return wantsAll;
+}
+
+Object& Tree::Append(Object& parent) {
+  parent.mChildren.push_back(std::make_unique<Object>());
+  parent.mChildren.back()->mParent = &parent;
+  mIsIndexed = false;
+  return *parent.mChildren.back();
+}
+
+void Tree::Delete(const Json& command) {
+  Object* object = Find(command.TextOf("Name"));
+  if (object == nullptr) return;
+  if (command.TextOf("Delete") == "CHILD") {
+    object->mChildren.clear();
+    mIsIndexed = false;
+  } else if (command.TextOf("Delete") == "THIS" && object->mParent != nullptr) {
+    Remove(*object);
+  }
+}
+
+void Tree::Remove(Object& object) {
+  static_cast<void>(TakeFromParent(object));  // Dies with all below it.
+  mIsIndexed = false;
+}
+
+Json Tree::Written() const { return WrittenObject(*mRoot); }
+
+}  // namespace dorn::station
