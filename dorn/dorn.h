@@ -2,6 +2,7 @@
 #ifndef DORN_DORN_H_
 #define DORN_DORN_H_
 
+#include "dorn/base/EscapeText.h"
 #include "dorn/base/Export.h"
 #include "dorn/base/KZLog.h"
 #include "dorn/base/KZSemaphore.h"

@@ -1,0 +1,62 @@
+#include "dorn/base/EscapeText.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+namespace {
+
+using dorn::EscapeText;
+using dorn::UnescapeText;
+
+std::string Escaped(const std::string& text) { return EscapeText(KZString(text)); }
+std::string Unescaped(const std::string& text) { return UnescapeText(KZString(text)); }
+
+TEST(EscapeTextTest, WritesWhatWouldEndOrForgeAStringAsJsonDoes) {
+  EXPECT_EQ("say \\\"hi\\\"", Escaped("say \"hi\""));
+  EXPECT_EQ("c:\\\\new", Escaped("c:\\new"));
+  EXPECT_EQ("\\b\\f\\n\\r\\t", Escaped("\b\f\n\r\t"));
+  EXPECT_EQ("\\u0000\\u0002\\u0003\\u001f", Escaped(std::string("\0\x02\x03\x1f", 4)));
+}
+
+TEST(EscapeTextTest, LeavesEverythingElse) {
+  for (const char* text : {"", "a/b 'c'", "ポンプ", "\x7f\xff\xc3"}) {
+    EXPECT_EQ(text, Escaped(text));
+  }
+}
+
+TEST(UnescapeTextTest, ReadsEveryEscapeOfJson) {
+  EXPECT_EQ("\"\\/\b\f\n\r\t", Unescaped("\\\"\\\\\\/\\b\\f\\n\\r\\t"));
+  EXPECT_EQ("A\xc3\xa9\xe3\x83\x9d", Unescaped("\\u0041\\u00e9\\u30DD"));
+  EXPECT_EQ("\xf0\x9f\x98\x80", Unescaped("\\ud83d\\ude00"));
+  EXPECT_EQ(std::string("\0", 1), Unescaped("\\u0000"));
+}
+
+TEST(UnescapeTextTest, LeavesWhatIsNoEscape) {
+  for (const char* text : {"\\", "a\\", "\\x", "\\u", "\\u12", "\\u12g4", "\\u 123", "\\ud83d",
+                           "\\ud83dx", "\\ud83d\\ud83d", "\\ude00", "\\U0041"}) {
+    EXPECT_EQ(text, Unescaped(text));
+  }
+}
+
+TEST(UnescapeTextTest, ReadsWhatFollowsHalfAPair) {
+  EXPECT_EQ("\\ud83dA", Unescaped("\\ud83d\\u0041"));
+  EXPECT_EQ("\\ud83d\xf0\x9f\x98\x80", Unescaped("\\ud83d\\ud83d\\ude00"));
+}
+
+TEST(UnescapeTextTest, GivesBackWhateverWasEscaped) {
+  std::mt19937 random(1);
+  const std::string likely = "\"\\/ubfnrt0123dD8\n\x02\x03";
+  for (int round = 0; round < 5000; ++round) {
+    std::string text;
+    for (unsigned length = random() % 20; length > 0; --length) {
+      text += random() % 2 == 0 ? likely[random() % likely.size()] : static_cast<char>(random());
+    }
+    const std::string escaped = Escaped(text);
+    ASSERT_EQ(text, Unescaped(escaped));
+    for (const char byte : escaped) ASSERT_GE(static_cast<unsigned char>(byte), 0x20);
+  }
+}
+
+}  // namespace
