@@ -32,6 +32,8 @@
 #include "dorn/model/VQJsonRadioButton.h"
 #include "dorn/model/VQJsonResource.h"
 
+#include "dorn/server/DialogName.h"
+#include "dorn/server/SessionId.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
 #include "dorn/server/VQDialog.h"
