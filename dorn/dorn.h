@@ -33,6 +33,7 @@
 #include "dorn/model/VQJsonResource.h"
 
 #include "dorn/server/DialogName.h"
+#include "dorn/server/ResourceReport.h"
 #include "dorn/server/SessionId.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"

@@ -26,30 +26,13 @@
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/PutfileReply.h"
+#include "dorn/server/ResourceFile.h"
 #include "dorn/server/ResourcePath.h"
 #include "dorn/server/RunningHooks.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
 
 namespace {
-
-// Reads a file up to its first zero byte or its end. False when there is nothing to read: for an
-// empty file, a directory, a read error. Never waits for a writer of a pipe.
-bool ReadText(int file, std::string& text) {
-  char block[4096];
-  for (;;) {
-    const ssize_t got = read(file, block, sizeof block);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return false;
-    if (got == 0) return !text.empty();
-    const void* zero = std::memchr(block, 0, static_cast<std::size_t>(got));
-    if (zero != nullptr) {
-      text.append(block, static_cast<std::size_t>(static_cast<const char*>(zero) - block));
-      return true;
-    }
-    text.append(block, static_cast<std::size_t>(got));
-  }
-}
 
 // Sends a text. False if host code may have run meanwhile, which may have changed any tree: an
 // override of the connection's class, or the sink of its log, to which a connection that cannot
@@ -168,24 +151,25 @@ int VQDialog::LoadJsonUnique(const KZString& sid) {
 
 void VQDialog::LoadJson(const KZString& file, const KZString& sid) {
   VQJsonResource* tree = GetResourceUnique(sid);
-  const int descriptor = open(file, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  if (descriptor < 0) {
+  dorn::ResourceReport report;
+  std::string bytes;
+  const dorn::ResourceState state = dorn::ReadResource(file, bytes, report);
+  if (state == dorn::ResourceState::kMissing) {
     dorn::PrintLine({file, " is non"});
-    return;
-  }
-  std::string text;
-  const bool isRead = ReadText(descriptor, text);
-  close(descriptor);
-  if (!isRead) {
+  } else if (state == dorn::ResourceState::kUnreadable) {
     dorn::PrintLine({file, " is fail"});
-    return;
-  }
-  VQJsonParser parser;
-  if (parser.ParseDialog(tree, std::move(text), sid == dorn::kSessionIdShared)) {
-    dorn::PrintLine({"Load:", file});
   } else {
-    dorn::PrintLine({file, " is not dialog"});
+    const KZString text(std::move(bytes));
+    VQJsonParser parser;
+    report.isUsable = parser.ParseDialog(tree, text, sid == dorn::kSessionIdShared);
+    if (report.isUsable) {
+      dorn::PrintLine({"Load:", file});
+    } else {
+      dorn::PrintLine({file, " is not dialog"});
+      dorn::DiagnoseResource(text, report);
+    }
   }
+  dorn::RememberResource(std::move(report));
 }
 
 VQJsonResource* VQDialog::GetResourceShare() { return GetResourceUnique(dorn::kSessionIdShared); }

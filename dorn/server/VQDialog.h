@@ -95,7 +95,8 @@ class DORN_EXPORT VQDialog {
   int LoadJsonUnique(const KZString& sid);
 
   // Appends a resource file (a path) to the tree of `sid`. Prints one line that says whether it
-  // worked; on failure the tree stays as it was.
+  // worked; on failure the tree stays as it was, and dorn::LastResource() tells what is wrong with
+  // the file and where.
   void LoadJson(const KZString& file, const KZString& sid);
 
   // The trees. A missing one is created, empty. The pointer is valid until RemoveSession().
