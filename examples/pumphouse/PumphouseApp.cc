@@ -4,7 +4,7 @@
 #include <sys/socket.h>
 
 #include <cstdio>
-#include <random>
+#include <initializer_list>
 #include <string>
 
 namespace {
@@ -12,14 +12,6 @@ namespace {
 // Any id outside 0x8000000 to 0xFFFFFFF is the host's.
 constexpr unsigned int kSweepTimer = 1;
 constexpr unsigned long kSweepIntervalMs = 60000;
-
-// A session id is what a station re-attaches with, so nobody may guess it.
-std::string RandomSessionId() {
-  std::random_device random;
-  char text[33];
-  std::snprintf(text, sizeof text, "%08x%08x%08x%08x", random(), random(), random(), random());
-  return text;
-}
 
 std::string AddressOf(VQClientSocket* client) {
   sockaddr_in peer{};
@@ -29,6 +21,18 @@ std::string AddressOf(VQClientSocket* client) {
     inet_ntop(AF_INET, &peer.sin_addr, text, sizeof text);
   }
   return text;
+}
+
+// The pages that every station sees: a server with a broken one is of no use.
+bool AreUsable(std::initializer_list<const char*> files) {
+  bool areUsable = true;
+  for (const char* file : files) {
+    const dorn::ResourceReport report = dorn::CheckResource(file);
+    if (report.isUsable) continue;
+    std::fprintf(stderr, "pumphouse: %s\n", report.Text().c_str());
+    areUsable = false;
+  }
+  return areUsable;
 }
 
 }  // namespace
@@ -43,6 +47,7 @@ int PumphouseApp::OnInit() {
     std::fprintf(stderr, "pumphouse: cannot read %s: put the user file there\n", file.c_str());
     return -1;
   }
+  if (!AreUsable({"panel.json", "notes.json"})) return -1;
   SetApplicationTimerInterval(kSweepIntervalMs, kSweepTimer);
   return 1;
 }
@@ -62,9 +67,9 @@ void PumphouseApp::OnAuth(const KZString& id, const KZString& pass, VQClientSock
     std::printf("pumphouse: log-in refused for a station at %s\n", address.c_str());
     return;
   }
-  const KZString sessionId = RandomSessionId();
+  const KZString sessionId = dorn::MakeSessionId();
   if (!CreateSession(sessionId, user->sessionSeconds * 1000)) return;
-  mUserBySession[sessionId] = user->name;
+  mSessions.Add(sessionId, user->name);
   client->Authentication(sessionId);
 }
 
@@ -92,12 +97,5 @@ void PumphouseApp::OnTimer(timeval, unsigned int id) {
   // Other ids also arrive here: the last timers of connections that are gone.
   if (id != kSweepTimer) return;
   mLoginGuard.Forget();
-  for (auto each = mUserBySession.begin(); each != mUserBySession.end();) {
-    each = SessionList()->Has(each->first) ? std::next(each) : mUserBySession.erase(each);
-  }
-}
-
-KZString PumphouseApp::UserOf(const KZString& sessionId) const {
-  const auto found = mUserBySession.find(sessionId);
-  return found == mUserBySession.end() ? KZString() : found->second;
+  mSessions.Sweep();
 }

@@ -5,6 +5,7 @@
 #include <dorn/dorn.h>
 
 #include "LoginGuard.h"
+#include "UserSessions.h"
 #include "Users.h"
 
 class PumphouseApp : public VQApplication {
@@ -18,7 +19,7 @@ class PumphouseApp : public VQApplication {
   void OnTimer(timeval time, unsigned int id) override;
 
   // The user that a session belongs to; empty for an unknown session.
-  KZString UserOf(const KZString& sessionId) const;
+  KZString UserOf(const KZString& sessionId) const { return mSessions.UserOf(sessionId); }
 
  private:
   // Socket events of the library, with the time since the server started, on standard error.
@@ -30,7 +31,7 @@ class PumphouseApp : public VQApplication {
   SocketLog mSocketLog;
   Users mUsers;
   LoginGuard mLoginGuard;
-  std::map<KZString, KZString> mUserBySession;
+  UserSessions mSessions;
 };
 
 extern PumphouseApp app;

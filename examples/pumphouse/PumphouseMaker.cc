@@ -9,11 +9,12 @@
 #include "PanelDialog.h"
 #include "PumphouseApp.h"
 
-// The name comes from a station: only pages that exist inside `resources`.
+// The name comes from a station: only pages that exist inside `resources`, and each under one name,
+// or there would be a dialog for every way to spell it.
 const char* PumphouseMaker::GetFilename(const KZString& name) {
   if (name.compare(0, 5, "help@") != 0) return nullptr;
+  if (!(dorn::CanonicalDialogName(name) == name)) return nullptr;
   mFileName = name + std::string(".json");
-  if (!VQDialog::IsInsideResources(mFileName)) return nullptr;
   const std::string path =
       std::string(app.GetModuleDirectory()) + "/resources/" + KZString(mFileName).Replace("@", "/");
   return access(path.c_str(), R_OK) == 0 ? static_cast<const char*>(mFileName) : nullptr;

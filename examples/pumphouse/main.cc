@@ -1,4 +1,5 @@
 // The operator panel of a small pumping station.
+#include <csignal>
 #include <cstdio>
 
 #include "PumphouseApp.h"
@@ -14,9 +15,11 @@ int main(int argc, char** argv) {
     return 1;
   }
   if (!app.IsListening()) {
-    std::fputs("pumphouse: TCP port 5000 is not to be had: is another server running?\n", stderr);
+    std::fputs("pumphouse: its port is not to be had: is another server running?\n", stderr);
     return 1;
   }
-  std::puts("pumphouse: serving on port 5000");
-  app.AppMain();
+  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { app.Stop(); });
+  std::printf("pumphouse: serving on port %d\n", app.GetStationPort());
+  app.Run();
+  std::puts("pumphouse: stopped");
 }

@@ -1,6 +1,9 @@
 // The smallest dialog server: one panel that every station shares.
 #include <dorn/dorn.h>
 
+#include <csignal>
+#include <cstdio>
+
 class Panel : public VQDialog {
  public:
   void OnInit() override { LoadJsonShare(); }
@@ -24,11 +27,16 @@ class Maker : public VQDialogMaker {
 class App : public VQApplication {
  public:
   using VQApplication::VQApplication;
-  int OnInit() override { return 1; }
-  void OnAuth(const KZString& id, const KZString& pass, VQClientSocket* station) override {
+  int OnInit() override {
+    const auto panel = dorn::CheckResource("panel.json");
+    if (!panel.isUsable) std::fprintf(stderr, "%s\n", panel.Text().c_str());
+    return panel.isUsable ? 1 : -1;
+  }
+  void OnAuth(const KZString&, const KZString& pass, VQClientSocket* station) override {
     if (!(pass == "secret")) return;
-    CreateSession(id, 600000);  // Ends ten minutes after the last command.
-    station->Authentication(id);
+    const KZString session = dorn::MakeSessionId();
+    CreateSession(session, 600000);  // Ends ten minutes after the last command.
+    station->Authentication(session);
   }
 };
 
@@ -37,5 +45,6 @@ App app(maker);
 
 int main(int argc, char** argv) {
   if (app.Initialize(argc, argv) < 0 || !app.IsListening()) return 1;
-  app.AppMain();
+  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { app.Stop(); });
+  app.Run();
 }

@@ -10,7 +10,7 @@ start_server "$host"
 watcher=$!
 # The watcher is in the dialog once the server has sent it the whole panel.
 for _ in $(seq 200); do
-  grep -q 'sid=two dname=panel.*"title"' "$log" && break
+  grep -q ' dname=panel .*"title"' "$log" && break
   sleep 0.05
 done
 "$station" --id one --pass secret --dialog panel 'expect "Name":"lamp"' 'set lamp Value ON' --linger 0.2 >/dev/null ||
