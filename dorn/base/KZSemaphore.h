@@ -22,7 +22,7 @@ class DORN_EXPORT KZSemaphore {
   void Lock();
 
   // Takes the lock if it is free: 1 when taken, else 0.
-  [[nodiscard]] int TryLock();
+  int TryLock();
 
   // Gives the lock back: 1, or 0 when the system refuses. Any thread may do it.
   int Unlock();
