@@ -12,6 +12,7 @@
 
 #include "dorn/base/Clock.h"
 #include "gtest/gtest.h"
+#include "tests/base/UntypedStream.h"
 #include "tests/support/CapturedStdout.h"
 
 namespace {
@@ -330,6 +331,18 @@ TEST_F(KZLogTest, DestructorLeavesTheSinkAlone) {
     log.LogStart(100, &sink);
   }
   EXPECT_EQ(sink.destroyed, 0);
+}
+
+// Such a host's classes have no type_info.
+TEST_F(KZLogTest, ASinkMayComeFromAHostWithoutTypeInformation) {
+  const auto counting = MakeUntypedCountingStream();
+  const auto dropping = MakeUntypedStream();
+  KZLog log;
+  log.LogStart(64, counting.get());
+  EXPECT_EQ(log.LogPrintf("one"), 2);
+  log.LogStart(64, dropping.get());
+  EXPECT_EQ(log.LogPrintf("two"), 0);
+  EXPECT_STREQ(log.mBuffer, "two");
 }
 
 TEST_F(KZLogTest, ASinkThatDropsEverythingLeavesTheMessageInTheBuffer) {
