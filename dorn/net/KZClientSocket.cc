@@ -1,6 +1,7 @@
 #include "dorn/net/KZClientSocket.h"
 
 #include <netinet/in.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,11 +11,16 @@ namespace {
 
 constexpr int kSmallestBuffer = 3000;
 
-// Neither connected nor failed: the connect is still in progress.
+// Neither connected nor failed: the connect is still in progress. A socket that has failed is not
+// connected either, and has no error to tell any more when somebody has asked for it before.
 bool IsConnecting(int fd) {
   sockaddr_in peer{};
   socklen_t length = sizeof peer;
-  return getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) < 0 && errno == ENOTCONN;
+  if (getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) == 0 || errno != ENOTCONN) {
+    return false;
+  }
+  pollfd state = {fd, POLLOUT, 0};
+  return poll(&state, 1, 0) == 0;
 }
 
 }  // namespace

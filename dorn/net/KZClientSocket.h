@@ -22,7 +22,8 @@ class DORN_EXPORT KZClientSocket : public KZSocket {
   // and gives this object to the list, which destroys it after Close(). Returns 1.
   int Create(int sd, int buffersize);
 
-  // Ends a connect: OnOpen(), or a log line and Close().
+  // Ends a connect: OnOpen(), or a log line and Close(). When somebody else has taken the error of
+  // a failed connect (by a Send() or SO_ERROR), OnOpen() is called, and the first read closes.
   void ReadyToWrite() override;
 
   // Writes a log line.

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <functional>
@@ -130,8 +131,9 @@ TEST_F(KZClientSocketTest, AStateThatCannotBeReadIsLoggedAndCloses) {
 }
 
 TEST_F(KZClientSocketTest, AConnectThatIsStillUnderWayIsNotTakenForConnected) {
+  const FullListener listener;
   TestClient client(kLogSize, &mLog, List());
-  client.Socket(AF_INET, SOCK_STREAM, 0);
+  client.Open("127.0.0.1", listener.Port(), 3000);
   client.ReadyToWrite();
   EXPECT_EQ(client.GetFDStatus(), 1);
   EXPECT_GE(client.GetFD(), 0);
@@ -141,12 +143,11 @@ TEST_F(KZClientSocketTest, AConnectThatIsStillUnderWayIsNotTakenForConnected) {
 }
 
 TEST_F(KZClientSocketTest, AConnectingSocketWithBufferedDataIsNotTakenForConnected) {
+  const FullListener listener;
   TestClient client(kLogSize, &mLog, List());
-  client.Socket(AF_INET, SOCK_STREAM, 0);
-  client.CreateBuffer(3000);
+  client.Open("127.0.0.1", listener.Port(), 3000);
   char byte = 'x';
   client.SetDataToBuffer(&byte, 1);
-  client.AddEvent();
   Settle();
   EXPECT_TRUE(IsLinked(&client));
   EXPECT_EQ(client.GetFDStatus(), 1);
@@ -317,6 +318,40 @@ TEST_F(KZClientSocketTest, ARefusedConnectionMayBeTriedAgainFromOnClose) {
   Settle();
   EXPECT_EQ(mLog.Count("接続できませんでした。 (Connection refused)\n"), 5);
   EXPECT_FALSE(IsLinked(&client));
+}
+
+// Whoever asks first gets the error of a refused connection, and nobody else does.
+TEST_F(KZClientSocketTest, ARefusalThatSomebodyElseHasSeenOpensAndTheReadCloses) {
+  const struct {
+    const char* name;
+    void (*consume)(int fd);
+  } rows[] = {
+      {"getsockopt",
+       [](int fd) {
+         int error = 0;
+         socklen_t length = sizeof error;
+         getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &length);
+       }},
+      {"send", [](int fd) { EXPECT_LT(send(fd, "x", 1, MSG_NOSIGNAL), 0); }},
+      {"recv",
+       [](int fd) {
+         char byte;
+         EXPECT_LE(recv(fd, &byte, 1, 0), 0);
+       }},
+  };
+  for (const auto& row : rows) {
+    TestClient client(kLogSize, &mLog, List());
+    const int fd = client.Open("127.0.0.1", UnusedPort(), 3000);
+    ASSERT_GE(fd, 0);
+    pollfd refused = {fd, POLLOUT, 0};
+    ASSERT_EQ(poll(&refused, 1, 5000), 1);
+    row.consume(fd);
+    EXPECT_TRUE(RunUntil([&] { return client.GetFD() < 0; })) << row.name;
+    EXPECT_EQ(client.mEvents.front(), "open") << row.name;
+    EXPECT_EQ(client.mEvents.back(), "close") << row.name;
+    client.Close();
+    Settle();
+  }
 }
 
 }  // namespace

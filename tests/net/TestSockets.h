@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -119,6 +120,39 @@ inline sockaddr_in LoopbackAddress(int port) {
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   return address;
 }
+
+// A listener on 127.0.0.1 that answers no further connect: each one stays under way.
+class FullListener {
+ public:
+  FullListener() {
+    mFds.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const sockaddr_in any = LoopbackAddress(0);
+    EXPECT_EQ(bind(mFds[0], Generic(any), sizeof any), 0);
+    EXPECT_EQ(listen(mFds[0], 0), 0);
+    const sockaddr_in address = LoopbackAddress(Port());
+    pollfd state{};
+    do {
+      mFds.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+      connect(mFds.back(), Generic(address), sizeof address);
+      state = {mFds.back(), POLLOUT, 0};
+    } while (poll(&state, 1, 20) == 1 && mFds.size() < 10);
+  }
+  ~FullListener() {
+    for (const int fd : mFds) close(fd);
+  }
+  FullListener(const FullListener&) = delete;
+  FullListener& operator=(const FullListener&) = delete;
+
+  int Port() const {
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    getsockname(mFds[0], reinterpret_cast<sockaddr*>(&address), &length);
+    return ntohs(address.sin_port);
+  }
+
+ private:
+  std::vector<int> mFds;  // The listening one first.
+};
 
 // An application whose loop the test runs, and a log.
 class SocketTest : public ::testing::Test {
