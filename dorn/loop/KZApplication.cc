@@ -221,8 +221,27 @@ std::uint64_t KZApplication::BaseTimer(timeval tn) {
       mTimerIndex->Insert(isBurst ? RescheduledAtOnce(timer, nowMs) : Rescheduled(timer, nowMs));
     }
   }
-  for (const KZTimerData& timer : fired) FireTimer(tn, timer);
+  FireTimers(tn, fired);
   return result;
+}
+
+// Nothing is caught here: the exception of a callback goes to whoever runs the loop, and may run it
+// again.
+void KZApplication::FireTimers(timeval now, KZTimerList& fired) {
+  struct PutBack {
+    ~PutBack() {
+      if (mFired.empty()) return;
+      const SemaphoreLock lock(mApp.mTimerListLock);
+      mApp.mTimerIndex->InsertDue(mFired);
+    }
+    KZApplication& mApp;
+    KZTimerList& mFired;
+  } const putBack = {*this, fired};
+  while (!fired.empty()) {
+    const KZTimerData timer = fired.front();
+    fired.pop_front();
+    FireTimer(now, timer);
+  }
 }
 
 void KZApplication::FireTimer(timeval now, const KZTimerData& timer) {

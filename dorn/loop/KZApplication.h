@@ -39,6 +39,8 @@ class DORN_EXPORT KZApplication {
   // Called when a timer without a name is due, `time` being the clock at the beginning of the pass.
   // No lock is held; the callback may register and cancel timers. A timer that is due in the same
   // pass is called even when an earlier callback has cancelled it. The base prints a trace line.
+  // Hooks should not throw: what they throw leaves the loop, and AppMain() with it. The timers that
+  // were due and not called yet then stay due, once each.
   virtual void ApplicationTimer(timeval time, unsigned int id);
 
   // The same for a timer with a name.
@@ -100,6 +102,7 @@ class DORN_EXPORT KZApplication {
  private:
   void Dispatch(KZFdData* rec);
   void DispatchReady(FdDataList& ready);
+  void FireTimers(timeval now, KZTimerList& fired);
   void FireTimer(timeval now, const KZTimerData& timer);
 
   // Finds timers of mTimerList by due time and by id. The list is the truth.

@@ -50,6 +50,14 @@ void TimerIndex::MoveFirstTo(KZTimerList& fired) {
   fired.splice(fired.end(), mList, mList.begin());
 }
 
+// From the last one on, since a timer goes before those of the same time.
+void TimerIndex::InsertDue(KZTimerList& unfired) {
+  for (; !unfired.empty(); unfired.pop_back()) {
+    unfired.back().mInterval = 0;
+    Insert(unfired.back());
+  }
+}
+
 void TimerIndex::Clear() {
   Detach();
   mList.clear();

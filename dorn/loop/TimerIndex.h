@@ -39,6 +39,10 @@ class TimerIndex {
   // Moves the first timer to the end of `fired`.
   void MoveFirstTo(KZTimerList& fired);
 
+  // Puts timers that were taken but did not fire back to the front, in their order; each is to fire
+  // once, as the next firing of a periodic one is in the list already.
+  void InsertDue(KZTimerList& unfired);
+
   // Erases all timers.
   void Clear();
 

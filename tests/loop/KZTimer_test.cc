@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <list>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -393,6 +394,48 @@ TEST_F(KZTimerTest, ACallbackMayDiscardAllTimers) {
   FireAt(200);
   EXPECT_THAT(mApp.TakeIds(), ElementsAre(1, 2));
   EXPECT_THAT(ListedIds(), IsEmpty());
+}
+
+// --- Callbacks that throw ---
+
+TEST_F(KZTimerTest, ACallbackThatThrowsLeavesTheOthersDue) {
+  mApp.SetApplicationSingleTimerInterval(100, 1);
+  mApp.SetApplicationSingleTimerInterval(200, 2);
+  mApp.SetTimerData(200, 3, "dialog", 1);  // Ahead of 2, being registered later.
+  mApp.SetApplicationTimerInterval(250, 4);
+  mApp.mOnTimer = [](unsigned int id) {
+    if (id == 1) throw std::runtime_error("from a hook");
+  };
+  EXPECT_THROW(FireAt(260), std::runtime_error);
+  EXPECT_THAT(mApp.TakeIds(), ElementsAre(1));
+  EXPECT_THAT(ListedIds(), ElementsAre(3, 2, 4, 3, 4));
+  EXPECT_EQ(FireAt(270), 130u);
+  ASSERT_EQ(mApp.mFired.size(), 3u);
+  EXPECT_TRUE(mApp.mFired[0].mIsDialog);
+  EXPECT_EQ(mApp.mFired[0].mName, "dialog");
+  EXPECT_THAT(mApp.TakeIds(), ElementsAre(3, 2, 4));
+  // The periodic ones are still periodic, and once.
+  EXPECT_THAT(ListedIds(), ElementsAre(3, 4));
+  EXPECT_THAT(ListedTimes(), ElementsAre(400, 500));
+}
+
+TEST_F(KZTimerTest, EachTimerMayThrowInItsTurn) {
+  for (unsigned int id = 5; id >= 1; --id) mApp.SetApplicationSingleTimerInterval(100, id);
+  mApp.mOnTimer = [](unsigned int) { throw std::runtime_error("from a hook"); };
+  for (int i = 0; i < 5; ++i) EXPECT_THROW(FireAt(100 + i), std::runtime_error);
+  EXPECT_EQ(FireAt(200), 0u);
+  EXPECT_THAT(mApp.TakeIds(), ElementsAre(1, 2, 3, 4, 5));
+  EXPECT_THAT(ListedIds(), IsEmpty());
+}
+
+TEST_F(KZTimerTest, OneThatIsStillDueCanBeCancelled) {
+  mApp.SetApplicationSingleTimerInterval(100, 1);
+  mApp.SetApplicationTimerInterval(150, 2);
+  mApp.mOnTimer = [](unsigned int) { throw std::runtime_error("from a hook"); };
+  EXPECT_THROW(FireAt(150), std::runtime_error);
+  mApp.SetApplicationTimerInterval(0, 2);
+  EXPECT_EQ(FireAt(1000), 0u);
+  EXPECT_THAT(mApp.TakeIds(), ElementsAre(1));
 }
 
 // --- Very late timers ---
