@@ -11,6 +11,7 @@
 
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/LiveList.h"
+#include "dorn/loop/RecordState.h"
 #include "dorn/loop/SettledRecords.h"
 #include "dorn/loop/SharedInt.h"
 
@@ -36,16 +37,31 @@ void GiveBackPages(char* buffer, std::size_t size) {
 }  // namespace
 
 KZFdData::KZFdData(KZFdDataList* list)
-    : mStatus(kStatusInitial), mType(kTypeUnset), mId(-1), mFD(0), mList(list) {}
+    : mStatus(kStatusInitial),
+      mType(kTypeUnset),
+      mId(-1),
+      mFD(0),
+      mList(list),
+      mState(std::make_unique<dorn::RecordState>()) {}
 
 KZFdData::KZFdData(int type, int fd, int id, KZFdDataList* list)
-    : mStatus(kStatusOpen), mType(type), mId(id), mFD(fd), mList(list) {}
+    : mStatus(kStatusOpen),
+      mType(type),
+      mId(id),
+      mFD(fd),
+      mList(list),
+      mState(std::make_unique<dorn::RecordState>()) {}
 
-void KZFdData::TouchSettled() { dorn::SettledRecords::Touch(this); }
+void KZFdData::TouchSettled() {
+  if (mState->mSettledIn.load(std::memory_order_relaxed) != nullptr) {
+    dorn::SettledRecords::TouchRecord(this);
+  }
+}
 
 KZFdData::~KZFdData() {
   dorn::LiveList::Forget(this);
-  if (mHolder != nullptr && *mHolder != nullptr) (*mHolder)->Forget(this);
+  const std::shared_ptr<KZFdDataList*>& holder = mState->mHolder;
+  if (holder != nullptr && *holder != nullptr) (*holder)->Forget(this);
   delete[] mDataBuffer;
 }
 
@@ -97,7 +113,7 @@ int KZFdData::SetFD(int fd) {
     if (fd < 0) StoreShared(mStatus, kStatusGone);
     previous = mFD;
     StoreShared(mFD, fd);
-    Touch();
+    TouchSettled();
   }
   return previous;
 }
@@ -108,7 +124,7 @@ int KZFdData::SetFDStatus(int s) {
     const SemaphoreLock lock(mSemData);
     previous = mStatus;
     StoreShared(mStatus, s);
-    Touch();
+    TouchSettled();
   }
   return previous;
 }
@@ -147,7 +163,7 @@ bool KZFdData::SetDataToBuffer(char* data, int len) {
   const int taken = std::min(len, mBufferSize - mBufferPos);
   std::memcpy(mDataBuffer + mBufferPos, data, static_cast<size_t>(taken));
   StoreShared(mBufferPos, mBufferPos + taken);
-  Touch();
+  TouchSettled();
   return taken == len;
 }
 

@@ -3,8 +3,6 @@
 #ifndef DORN_LOOP_KZFDDATA_H_
 #define DORN_LOOP_KZFDDATA_H_
 
-#include <atomic>
-#include <cstddef>
 #include <memory>
 
 #include "dorn/base/Export.h"
@@ -14,8 +12,7 @@ class KZFdData;
 class KZFdDataList;
 
 namespace dorn {
-class SettledRecords;
-void LetSettle(KZFdData& record);
+struct RecordState;
 }  // namespace dorn
 
 // Hooks and the buffer's consumers run on the loop thread. Other threads may read and change
@@ -113,12 +110,12 @@ class DORN_EXPORT KZFdData {
   int GetType() const { return mType; }
   void SetType(int type) {
     mType = type;
-    Touch();
+    TouchSettled();
   }
   int IsSelect() const { return mIsSelect; }
   void SetSelect(int select) {
     mIsSelect = select;
-    Touch();
+    TouchSettled();
   }
   int GetAutoDelete() const { return mAutoDelete; }
   void SetAutoDelete(int autoDelete) { mAutoDelete = autoDelete; }
@@ -163,27 +160,19 @@ class DORN_EXPORT KZFdData {
   volatile int mBufferPos = 0;   // Bytes held, from the start of mDataBuffer on.
 
  private:
-  friend class KZFdDataList;
-  friend class dorn::SettledRecords;
-  friend void dorn::LetSettle(KZFdData& record);
+  friend struct dorn::RecordState;
 
-  // Tells the loop that something has changed. Behind the change, and within its lock, which orders
-  // it with the settling: afterwards the loop may destroy the record.
-  void Touch() {
-    if (mSettledIn.load(std::memory_order_relaxed) != nullptr) TouchSettled();
-  }
+  // Tells the loop that a record it does not look at any more has changed. Behind the change, and
+  // within its lock, which orders it with the settling: afterwards the loop may destroy the record.
   void TouchSettled();
 
-  // The list that holds the record, linked or pending; its content is null once that list is
-  // gone. Written under the list's lock.
-  std::shared_ptr<KZFdDataList*> mHolder;
+  // Never used: what derives from this class begins where it did when hosts were compiled.
+  void* mReserved1[2] = {};
 
-  std::atomic<dorn::SettledRecords*> mSettledIn{nullptr};  // Null: the loop looks at this record.
-  int mSettledFd = -1;      // The descriptor with which it settled; loop thread only.
-  bool mMaySettle = false;  // See LetSettle().
-  std::size_t mPlace = 0;   // Its place in the list when the loop last walked it.
+  // Never null, at the place where such hosts look before they call TouchSettled().
+  std::unique_ptr<dorn::RecordState> mState;
 
-  void* mReserved = nullptr;  // Hosts have the size of this class compiled in.
+  void* mReserved2[3] = {};
 };
 
 #include "dorn/loop/KZFdDataList.h"

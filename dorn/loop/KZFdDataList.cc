@@ -14,11 +14,14 @@
 #include <vector>
 
 #include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/ListState.h"
 #include "dorn/loop/LiveList.h"
+#include "dorn/loop/RecordState.h"
 #include "dorn/loop/SettledRecords.h"
 #include "dorn/loop/SharedInt.h"
 
 using dorn::LoadShared;
+using dorn::RecordState;
 using dorn::SemaphoreLock;
 using dorn::StoreShared;
 
@@ -97,6 +100,12 @@ void DrainPipe(int fd) {
   [[maybe_unused]] const ssize_t ignored = read(fd, bytes, sizeof bytes);
 }
 
+void SortByPlace(std::vector<KZFdData*>& records) {
+  const auto place = [](const KZFdData* record) { return RecordState::Of(*record).mPlace; };
+  std::sort(records.begin(), records.end(),
+            [&place](const KZFdData* a, const KZFdData* b) { return place(a) < place(b); });
+}
+
 // A pending record as it was at the beginning of the apply phase.
 struct Request {
   explicit Request(KZFdData* rec) : mRecord(rec), mFd(LoadShared(rec->mFD)), mId(rec->GetId()) {}
@@ -111,9 +120,7 @@ struct Request {
 
 }  // namespace
 
-KZFdDataList::KZFdDataList()
-    : mSettled(std::make_unique<dorn::SettledRecords>()),
-      mSelf(std::make_shared<KZFdDataList*>(this)) {
+KZFdDataList::KZFdDataList() : mState(std::make_unique<dorn::ListState>(this)) {
   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
   OccupyStandardDescriptors();
   int ends[2];
@@ -126,15 +133,15 @@ KZFdDataList::KZFdDataList()
   mPipeFd = ends[1];
   auto* pipe = new KZFdData(KZFdData::kTypePipe, ends[0], kPipeId, this);
   pipe->SetAutoDelete(1);
-  pipe->mHolder = mSelf;
+  RecordState::Of(*pipe).mHolder = mState->mSelf;
   push_back(pipe);
 }
 
 KZFdDataList::~KZFdDataList() {
-  *mSelf = nullptr;
+  *mState->mSelf = nullptr;
   KeepReachable(std::move(static_cast<FdDataList&>(*this)));
   KeepReachable(std::move(mAddRequest));
-  KeepReachable(std::move(mRemovalRequests));
+  KeepReachable(std::move(mState->mRemovalRequests));
 }
 
 void KZFdDataList::WakeUp() {
@@ -157,7 +164,7 @@ int KZFdDataList::Add(KZFdData* fdd) {
     if (fdd->GetId() == -1) fdd->SetId(mUniqueId++);
     // Read here: once the lock is free, the loop may link the record, remove and destroy it.
     id = fdd->GetId();
-    fdd->mHolder = mSelf;
+    RecordState::Of(*fdd).mHolder = mState->mSelf;
     mAddRequest.push_back(fdd);
     mRequest = 1;
   }
@@ -188,47 +195,42 @@ void KZFdDataList::Remove(int fd, int id) {
     // Kept: never destroyed, since its auto-delete is off.
     auto* request = new KZFdData(KZFdData::kTypeUnset, fd, id, this);
     request->SetFDStatus(KZFdData::kStatusRemove);
-    mRemovalRequests.push_back(request);
+    mState->mRemovalRequests.push_back(request);
     mAddRequest.push_back(request);
     mRequest = 1;
   }
   WakeUp();
 }
 
-void KZFdDataList::SortByPlace(std::vector<KZFdData*>& records) {
-  const auto isBefore = [](const KZFdData* a, const KZFdData* b) { return a->mPlace < b->mPlace; };
-  std::sort(records.begin(), records.end(), isBefore);
-}
-
 int KZFdDataList::FdSet(fd_set* rfds, fd_set* wfds) {
   Survey();
-  mSettled->TakeTouched(mRestless);
-  *rfds = mSettled->Reads();
+  mState->mSettled.TakeTouched(mState->mRestless);
+  *rfds = mState->mSettled.Reads();
   FD_ZERO(wfds);
   int result = static_cast<int>(size());
   std::size_t kept = 0;
-  for (std::size_t i = 0; i < mRestless.size(); ++i) {
-    FetchAhead(mRestless, i);
-    KZFdData* rec = mRestless[i];
+  for (std::size_t i = 0; i < mState->mRestless.size(); ++i) {
+    FetchAhead(mState->mRestless, i);
+    KZFdData* rec = mState->mRestless[i];
     const int fd = LoadShared(rec->mFD);
     if (fd >= 0) {
       if (LoadShared(rec->mBufferPos) > 0) result = 0;
       Watch(rec, fd, rfds, wfds);
     }
-    if (!mSettled->Settle(rec)) mRestless[kept++] = rec;
+    if (!mState->mSettled.Settle(rec)) mState->mRestless[kept++] = rec;
   }
-  mRestless.resize(kept);
+  mState->mRestless.resize(kept);
   return result;
 }
 
 void KZFdDataList::FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
   Survey();
-  mSettled->TakeReady(*rfds, *wfds, mRestless);
+  mState->mSettled.TakeReady(*rfds, *wfds, mState->mRestless);
   bool isWoken = false;
-  mFound.clear();
-  for (std::size_t i = 0; i < mRestless.size(); ++i) {
-    FetchAhead(mRestless, i);
-    KZFdData* rec = mRestless[i];
+  mState->mFound.clear();
+  for (std::size_t i = 0; i < mState->mRestless.size(); ++i) {
+    FetchAhead(mState->mRestless, i);
+    KZFdData* rec = mState->mRestless[i];
     const int fd = LoadShared(rec->mFD);
     if (fd < 0) continue;
     if (IsSignalled(fd, rfds, wfds)) {
@@ -238,13 +240,13 @@ void KZFdDataList::FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
         continue;
       }
       rec->SetSelect(1);
-      mFound.push_back(rec);
+      mState->mFound.push_back(rec);
     } else if (LoadShared(rec->mBufferPos) > 0) {
-      mFound.push_back(rec);
+      mState->mFound.push_back(rec);
     }
   }
-  SortByPlace(mFound);
-  ready->insert(ready->end(), mFound.begin(), mFound.end());
+  SortByPlace(mState->mFound);
+  ready->insert(ready->end(), mState->mFound.begin(), mState->mFound.end());
   if (!isWoken) return;
   // A record that another thread removed during select may be both ready and destroyed here.
   const dorn::LiveList live(*ready);
@@ -255,17 +257,18 @@ void KZFdDataList::FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
 // should, may have taken out settled records.
 void KZFdDataList::Survey() {
   const KZFdData* const last = empty() ? nullptr : back();
-  if (mIsSurveyed && mSurveyedSize == size() && mSurveyedLast == last) return;
-  if (CountSettled() != mSettled->Count()) mSettled->ForgetAll();
-  mRestless.clear();
+  if (mState->mIsSurveyed && mState->mSurveyedSize == size() && mState->mSurveyedLast == last)
+    return;
+  if (CountSettled() != mState->mSettled.Count()) mState->mSettled.ForgetAll();
+  mState->mRestless.clear();
   std::size_t place = 0;
   for (KZFdData* rec : *this) {
-    rec->mPlace = place++;
-    if (!dorn::SettledRecords::Has(*rec)) mRestless.push_back(rec);
+    RecordState::Of(*rec).mPlace = place++;
+    if (!dorn::SettledRecords::Has(*rec)) mState->mRestless.push_back(rec);
   }
-  mSurveyedSize = size();
-  mSurveyedLast = last;
-  mIsSurveyed = true;
+  mState->mSurveyedSize = size();
+  mState->mSurveyedLast = last;
+  mState->mIsSurveyed = true;
 }
 
 std::size_t KZFdDataList::CountSettled() const {
@@ -276,8 +279,8 @@ std::size_t KZFdDataList::CountSettled() const {
 void KZFdDataList::RemoveClosed() {
   // The dead descriptor may be one that a settled record has no more, if somebody has written its
   // public field: then nothing but this would ever take it out of the set.
-  mSettled->ForgetAll();
-  mIsSurveyed = false;
+  mState->mSettled.ForgetAll();
+  mState->mIsSurveyed = false;
   for (KZFdData* rec : *this) {
     const int fd = LoadShared(rec->mFD);
     if (fd < 0 || !FitsIntoSet(fd) || !IsWatched(LoadShared(rec->mStatus))) continue;
@@ -311,7 +314,7 @@ void KZFdDataList::ApplyRequests() {
   {
     const SemaphoreLock lock(mSemFdList);
     if (mRequest == 0) return;
-    mIsSurveyed = false;
+    mState->mIsSurveyed = false;
     UnlinkMarked(doomed);
     LinkPending(doomed);
     mRequest = 0;
@@ -345,9 +348,9 @@ void KZFdDataList::UnlinkMarked(FdDataList& doomed) {
       continue;
     }
     it = erase(it);
-    mSettled->Forget(rec);
+    mState->mSettled.Forget(rec);
     if (isPending) continue;
-    rec->mHolder.reset();
+    RecordState::Of(*rec).mHolder.reset();
     if (rec->GetAutoDelete() != 0) doomed.push_back(rec);
   }
 }
@@ -362,7 +365,7 @@ void KZFdDataList::LinkPending(FdDataList& doomed) {
       push_back(rec);
       continue;
     }
-    rec->mHolder.reset();
+    RecordState::Of(*rec).mHolder.reset();
     if (rec->GetAutoDelete() != 0) doomed.push_back(rec);
   }
   mAddRequest.clear();
@@ -373,6 +376,6 @@ void KZFdDataList::Forget(KZFdData* fdd) {
   const SemaphoreLock lock(mSemFdList);
   mAddRequest.remove(fdd);
   remove(fdd);
-  mSettled->Forget(fdd);
-  mIsSurveyed = false;
+  mState->mSettled.Forget(fdd);
+  mState->mIsSurveyed = false;
 }

@@ -4,8 +4,8 @@
 
 namespace dorn {
 
-// True while this thread runs KZApplication::RunPass(), its callbacks included. Without it nobody
-// may ever come to serve what is left for the loop to do.
+// True while this thread runs KZApplication::RunPass(), its callbacks included. Otherwise it is a
+// thread whose loop has not begun or that has none, and what is queued may never be served.
 bool IsInPass();
 
 }  // namespace dorn

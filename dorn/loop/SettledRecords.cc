@@ -28,7 +28,7 @@ Words WordsOf(const fd_set& set) {
 
 }  // namespace
 
-void LetSettle(KZFdData& record) { record.mMaySettle = true; }
+void LetRecordSettle(KZFdData& record) { RecordState::Of(record).mMaySettle = true; }
 
 SettledRecords::SettledRecords() : mByDescriptor(FD_SETSIZE) { FD_ZERO(&mReads); }
 
@@ -37,7 +37,8 @@ SettledRecords::~SettledRecords() { ForgetAll(); }
 // Whoever changes a field has the record's lock before or after: before, the change is seen here;
 // after, he sees that the record is settled, and touches it. The loop does not wait for him.
 bool SettledRecords::Settle(KZFdData* record) {
-  if (!record->mMaySettle || record->GetType() != KZFdData::kTypeClient) return false;
+  if (!RecordState::Of(*record).mMaySettle) return false;
+  if (record->GetType() != KZFdData::kTypeClient) return false;
   if (record->mSemData.TryLock() == 0) return false;
   const bool isSettled = IsIdle(*record) && Enter(record);
   record->mSemData.Unlock();
@@ -51,14 +52,14 @@ bool SettledRecords::IsIdle(const KZFdData& record) {
 
 bool SettledRecords::Enter(KZFdData* record) {
   const int fd = record->mFD;
-  if (fd < 0 || fd >= FD_SETSIZE || record->mSettledIn != nullptr) return false;
+  if (fd < 0 || fd >= FD_SETSIZE || RecordState::Of(*record).mSettledIn != nullptr) return false;
   KZFdData*& place = mByDescriptor[static_cast<std::size_t>(fd)];
   if (place != nullptr) return false;
   place = record;
   FD_SET(fd, &mReads);
   ++mCount;
-  record->mSettledFd = fd;
-  record->mSettledIn = this;
+  RecordState::Of(*record).mSettledFd = fd;
+  RecordState::Of(*record).mSettledIn = this;
   return true;
 }
 
@@ -98,22 +99,22 @@ void SettledRecords::ForgetAll() {
   mTouched.clear();
 }
 
-void SettledRecords::Touch(KZFdData* record) {
+void SettledRecords::TouchRecord(KZFdData* record) {
   const Lock lock(gLock);
-  SettledRecords* settled = record->mSettledIn;
+  SettledRecords* settled = RecordState::Of(*record).mSettledIn;
   if (settled == nullptr) return;
   // Its place is the loop thread's to clear.
-  record->mSettledIn = nullptr;
+  RecordState::Of(*record).mSettledIn = nullptr;
   settled->mTouched.push_back(record);
 }
 
 void SettledRecords::Unsettle(KZFdData* record) {
-  const int fd = record->mSettledFd;
+  const int fd = RecordState::Of(*record).mSettledFd;
   mByDescriptor[static_cast<std::size_t>(fd)] = nullptr;
   FD_CLR(fd, &mReads);
   --mCount;
-  record->mSettledFd = -1;
-  record->mSettledIn = nullptr;
+  RecordState::Of(*record).mSettledFd = -1;
+  RecordState::Of(*record).mSettledIn = nullptr;
 }
 
 void SettledRecords::MoveTouched(std::vector<KZFdData*>& restless) {

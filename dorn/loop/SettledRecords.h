@@ -8,13 +8,14 @@
 #include <vector>
 
 #include "dorn/loop/KZFdData.h"
+#include "dorn/loop/RecordState.h"
 
 namespace dorn {
 
 // Lets the record settle from now on. Only for objects whose class is known to change descriptor,
 // status, type and buffer by the operations of KZFdData alone: a class that a host derives may
 // write the fields. Before the record is added.
-void LetSettle(KZFdData& record);
+void LetRecordSettle(KZFdData& record);
 
 // The connected records of one list of which nothing has changed since the loop looked at them.
 // With hundreds of idle stations, looking at each record twice in every pass is what a pass costs,
@@ -24,8 +25,8 @@ void LetSettle(KZFdData& record);
 // settled record has. Every operation that changes one of these touches it. A touched record, and
 // one whose descriptor is ready, is restless: to be looked at until it settles again.
 //
-// Loop thread, but for Touch(). A record must be forgotten before it is destroyed or leaves the
-// list.
+// Loop thread, but for TouchRecord(). A record must be forgotten before it is destroyed or leaves
+// the list.
 class SettledRecords {
  public:
   SettledRecords();
@@ -47,14 +48,14 @@ class SettledRecords {
   void TakeReady(const fd_set& reads, const fd_set& writes, std::vector<KZFdData*>& restless);
 
   // Whether the record is settled, or touched and not yet taken; and how many are.
-  static bool Has(const KZFdData& record) { return record.mSettledFd >= 0; }
+  static bool Has(const KZFdData& record) { return RecordState::Of(record).mSettledFd >= 0; }
   std::size_t Count() const { return mCount; }
 
   void Forget(KZFdData* record);
   void ForgetAll();
 
   // Makes the record restless if it is settled. Any thread.
-  static void Touch(KZFdData* record);
+  static void TouchRecord(KZFdData* record);
 
  private:
   static bool IsIdle(const KZFdData& record);

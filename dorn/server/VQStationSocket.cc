@@ -106,7 +106,7 @@ void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
   }
   KZServerSocket::OnAccept(fd, addr, addrlen);
   auto* client = new VQClientSocket(mStream, GetFdDataList());
-  dorn::LetSettle(*client);
+  dorn::LetRecordSettle(*client);
   fcntl(fd, F_SETFL, O_NONBLOCK);
   fcntl(fd, F_SETFD, FD_CLOEXEC);
   // A message is one write: there is nothing to wait for. Fails on what is no TCP socket.

@@ -24,7 +24,7 @@ constexpr int kFirstId = 100;
 class Settling : public KZFdData {
  public:
   Settling(int fd, int id, KZFdDataList* list) : KZFdData(kTypeClient, fd, id, list) {
-    dorn::LetSettle(*this);
+    dorn::LetRecordSettle(*this);
     SetFDStatus(kStatusActive);
     EXPECT_TRUE(CreateBuffer(64));
   }
@@ -319,7 +319,7 @@ class TwinLists {
     for (Side* side : {&mOne, &mOther}) {
       auto record = std::make_unique<KZFdData>(KZFdData::kTypeClient, kFirstFd + i, kFirstId + i,
                                                &side->mList);
-      if (side == &mOne) dorn::LetSettle(*record);
+      if (side == &mOne) dorn::LetRecordSettle(*record);
       record->SetFDStatus(KZFdData::kStatusActive);
       EXPECT_TRUE(record->CreateBuffer(64));
       record->AddEvent();

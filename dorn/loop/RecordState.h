@@ -1,0 +1,32 @@
+// What the loop remembers of a descriptor record beside its public members. Internal: not
+// installed.
+#ifndef DORN_LOOP_RECORDSTATE_H_
+#define DORN_LOOP_RECORDSTATE_H_
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+
+#include "dorn/loop/KZFdData.h"
+
+namespace dorn {
+
+class SettledRecords;
+
+struct RecordState {
+  static RecordState& Of(KZFdData& record) { return *record.mState; }
+  static const RecordState& Of(const KZFdData& record) { return *record.mState; }
+
+  // The list that holds the record, linked or pending; its content is null once that list is
+  // gone. Written under the list's lock.
+  std::shared_ptr<KZFdDataList*> mHolder;
+
+  std::atomic<SettledRecords*> mSettledIn{nullptr};  // Null: the loop looks at this record.
+  int mSettledFd = -1;      // The descriptor with which it settled; loop thread only.
+  bool mMaySettle = false;  // See LetRecordSettle().
+  std::size_t mPlace = 0;   // Its place in the list when the loop last walked it.
+};
+
+}  // namespace dorn
+
+#endif  // DORN_LOOP_RECORDSTATE_H_
