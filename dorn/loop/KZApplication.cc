@@ -13,6 +13,7 @@
 #include "dorn/base/Clock.h"
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/KZFdData.h"
+#include "dorn/loop/ListState.h"
 #include "dorn/loop/LiveList.h"
 #include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
@@ -141,15 +142,18 @@ int KZApplication::Initialize(int /*argc*/, char** /*argv*/) {
 
 void KZApplication::RunPass() {
   const PassScope pass;
-  std::uint64_t waitMs = BaseTimer(dorn::Now());
+  std::uint64_t waitMs = FirePassTimers();
   fd_set reads;
   fd_set writes;
-  const bool isBuffered = mFdList.FdSet(&reads, &writes) == 0;
+  const bool isBuffered = mFdList.Prepare(&reads, &writes) == 0;
   if (isBuffered && (waitMs == 0 || waitMs > kBufferedWaitMs)) waitMs = kBufferedWaitMs;
-  timeval timeout = ToTimeval(waitMs);
+  // From here on a wish to wake up is a byte in the pipe.
+  const bool isWoken = mFdList.IsWoken();
+  timeval timeout = isWoken ? timeval{} : ToTimeval(waitMs);
   // What was printed is read before the loop sleeps, also at the other end of a pipe.
   std::fflush(stdout);
-  const int count = select(FD_SETSIZE, &reads, &writes, nullptr, waitMs != 0 ? &timeout : nullptr);
+  const int count =
+      select(FD_SETSIZE, &reads, &writes, nullptr, isWoken || waitMs != 0 ? &timeout : nullptr);
   if (count < 0) {
     const bool isClosed = errno == EBADF;
     usleep(kFailedSelectUs);
@@ -157,8 +161,14 @@ void KZApplication::RunPass() {
     return;
   }
   FdDataList ready;
-  mFdList.FdIsSet(&reads, &writes, &ready);
+  mFdList.Collect(&reads, &writes, &ready);
+  const dorn::DeferredWakeUp::Hooks hooks(mFdList.mState->mWakeUp);
   DispatchReady(ready);
+}
+
+std::uint64_t KZApplication::FirePassTimers() {
+  const dorn::DeferredWakeUp::Hooks hooks(mFdList.mState->mWakeUp);
+  return BaseTimer(dorn::Now());
 }
 
 int KZApplication::AddEventFd(KZFdData* rec) { return mFdList.Add(rec); }
@@ -228,6 +238,7 @@ std::uint64_t KZApplication::BaseTimer(timeval tn) {
 // Nothing is caught here: the exception of a callback goes to whoever runs the loop, and may run it
 // again.
 void KZApplication::FireTimers(timeval now, KZTimerList& fired) {
+  if (fired.empty()) return;
   struct PutBack {
     ~PutBack() {
       if (mFired.empty()) return;

@@ -102,6 +102,7 @@ class DORN_EXPORT KZApplication {
  private:
   void Dispatch(KZFdData* rec);
   void DispatchReady(FdDataList& ready);
+  std::uint64_t FirePassTimers();
   void FireTimers(timeval now, KZTimerList& fired);
   void FireTimer(timeval now, const KZTimerData& timer);
 

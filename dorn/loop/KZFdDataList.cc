@@ -69,14 +69,22 @@ bool IsMarked(KZFdData* rec) {
 
 bool FitsIntoSet(int fd) { return fd < FD_SETSIZE; }
 
-// Adds the record's descriptor to the set that its state asks for, if any.
-void Watch(KZFdData* rec, int fd, fd_set* rfds, fd_set* wfds) {
+bool IsConnecting(const KZFdData* rec, int status) {
+  return rec->GetType() == KZFdData::kTypeClient && status == KZFdData::kStatusOpen;
+}
+
+// What is watched for reading begins the pass as not ready.
+void BeginPass(KZFdData* rec) {
   const int status = LoadShared(rec->mStatus);
-  if (!IsWatched(status)) return;
-  const bool isConnecting =
-      rec->GetType() == KZFdData::kTypeClient && status == KZFdData::kStatusOpen;
-  if (!isConnecting && rec->IsSelect() != 0) rec->SetSelect(0);
-  if (FitsIntoSet(fd)) FD_SET(fd, isConnecting ? wfds : rfds);
+  if (LoadShared(rec->mFD) < 0 || !IsWatched(status) || IsConnecting(rec, status)) return;
+  if (rec->IsSelect() != 0) rec->SetSelect(0);
+}
+
+// Adds the record's descriptor to the set that its state asks for, if any.
+void Watch(const KZFdData* rec, int fd, fd_set* rfds, fd_set* wfds) {
+  const int status = LoadShared(rec->mStatus);
+  if (!IsWatched(status) || !FitsIntoSet(fd)) return;
+  FD_SET(fd, IsConnecting(rec, status) ? wfds : rfds);
 }
 
 bool IsSignalled(int fd, const fd_set* rfds, const fd_set* wfds) {
@@ -145,6 +153,11 @@ KZFdDataList::~KZFdDataList() {
 }
 
 void KZFdDataList::WakeUp() {
+  if (mState->mWakeUp.Note()) return;
+  WriteWakeUp();
+}
+
+void KZFdDataList::WriteWakeUp() const {
   const int fd = LoadShared(mPipeFd);
   // When the pipe is full the loop is woken anyway. A byte that is lost for any other reason would
   // leave requests waiting for the next one.
@@ -203,34 +216,64 @@ void KZFdDataList::Remove(int fd, int id) {
 }
 
 int KZFdDataList::FdSet(fd_set* rfds, fd_set* wfds) {
+  // Whoever is not the loop waits for the pipe alone.
+  mState->mWakeUp.Stop();
+  if (mState->mWakeUp.Take()) WriteWakeUp();
+  const int result = WatchRestless(rfds, wfds);
+  mState->mSettled.AddTo(rfds);
+  return result;
+}
+
+int KZFdDataList::Prepare(fd_set* rfds, fd_set* wfds) {
+  const int result = WatchRestless(rfds, wfds);
+  mState->mSettled.AddTo(rfds);
+  return result;
+}
+
+bool KZFdDataList::IsWoken() const { return mState->mWakeUp.IsNoted(); }
+
+void KZFdDataList::Collect(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
+  CollectReady(rfds, wfds, ready, mState->mWakeUp.Take());
+}
+
+// Fills both sets with what the settled records do not wait for.
+int KZFdDataList::WatchRestless(fd_set* rfds, fd_set* wfds) {
   Survey();
-  mState->mSettled.TakeTouched(mState->mRestless);
-  *rfds = mState->mSettled.Reads();
+  FD_ZERO(rfds);
   FD_ZERO(wfds);
+  std::vector<KZFdData*>& restless = mState->mRestless;
+  mState->mSettled.TakeTouched(restless);
   int result = static_cast<int>(size());
   std::size_t kept = 0;
-  for (std::size_t i = 0; i < mState->mRestless.size(); ++i) {
-    FetchAhead(mState->mRestless, i);
-    KZFdData* rec = mState->mRestless[i];
+  for (std::size_t i = 0; i < restless.size(); ++i) {
+    FetchAhead(restless, i);
+    KZFdData* rec = restless[i];
+    BeginPass(rec);
+    if (mState->mSettled.Settle(rec)) continue;
+    restless[kept++] = rec;
     const int fd = LoadShared(rec->mFD);
-    if (fd >= 0) {
-      if (LoadShared(rec->mBufferPos) > 0) result = 0;
-      Watch(rec, fd, rfds, wfds);
-    }
-    if (!mState->mSettled.Settle(rec)) mState->mRestless[kept++] = rec;
+    if (fd < 0) continue;
+    if (LoadShared(rec->mBufferPos) > 0) result = 0;
+    Watch(rec, fd, rfds, wfds);
   }
-  mState->mRestless.resize(kept);
+  restless.resize(kept);
   return result;
 }
 
 void KZFdDataList::FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
+  CollectReady(rfds, wfds, ready, false);
+}
+
+void KZFdDataList::CollectReady(const fd_set* rfds, const fd_set* wfds, FdDataList* ready,
+                                bool isWoken) {
   Survey();
-  mState->mSettled.TakeReady(*rfds, *wfds, mState->mRestless);
-  bool isWoken = false;
-  mState->mFound.clear();
-  for (std::size_t i = 0; i < mState->mRestless.size(); ++i) {
-    FetchAhead(mState->mRestless, i);
-    KZFdData* rec = mState->mRestless[i];
+  std::vector<KZFdData*>& restless = mState->mRestless;
+  std::vector<KZFdData*>& found = mState->mFound;
+  mState->mSettled.TakeReady(*rfds, *wfds, restless);
+  found.clear();
+  for (std::size_t i = 0; i < restless.size(); ++i) {
+    FetchAhead(restless, i);
+    KZFdData* rec = restless[i];
     const int fd = LoadShared(rec->mFD);
     if (fd < 0) continue;
     if (IsSignalled(fd, rfds, wfds)) {
@@ -240,13 +283,13 @@ void KZFdDataList::FdIsSet(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
         continue;
       }
       rec->SetSelect(1);
-      mState->mFound.push_back(rec);
+      found.push_back(rec);
     } else if (LoadShared(rec->mBufferPos) > 0) {
-      mState->mFound.push_back(rec);
+      found.push_back(rec);
     }
   }
-  SortByPlace(mState->mFound);
-  ready->insert(ready->end(), mState->mFound.begin(), mState->mFound.end());
+  SortByPlace(found);
+  ready->insert(ready->end(), found.begin(), found.end());
   if (!isWoken) return;
   // A record that another thread removed during select may be both ready and destroyed here.
   const dorn::LiveList live(*ready);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "dorn/loop/DeferredWakeUp.h"
 #include "dorn/loop/KZFdDataList.h"
 #include "dorn/loop/SettledRecords.h"
 
@@ -13,6 +14,8 @@ namespace dorn {
 
 struct ListState {
   explicit ListState(KZFdDataList* list) : mSelf(std::make_shared<KZFdDataList*>(list)) {}
+
+  DeferredWakeUp mWakeUp;
 
   // The removal requests made by Remove(fd, id), which are never destroyed; guarded by mSemFdList.
   FdDataList mRemovalRequests;

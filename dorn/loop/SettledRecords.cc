@@ -63,6 +63,13 @@ bool SettledRecords::Enter(KZFdData* record) {
   return true;
 }
 
+void SettledRecords::AddTo(fd_set* reads) const {
+  Words words = WordsOf(*reads);
+  const Words settled = WordsOf(mReads);
+  for (std::size_t word = 0; word < kWords; ++word) words[word] |= settled[word];
+  std::memcpy(reads, words.data(), sizeof *reads);
+}
+
 void SettledRecords::TakeTouched(std::vector<KZFdData*>& restless) {
   const Lock lock(gLock);
   MoveTouched(restless);

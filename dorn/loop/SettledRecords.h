@@ -38,8 +38,8 @@ class SettledRecords {
   // Returns whether the record is settled now.
   bool Settle(KZFdData* record);
 
-  // The descriptors of the settled records; all of them wait to be read.
-  const fd_set& Reads() const { return mReads; }
+  // Adds the descriptors of all settled records, which wait to be read, to a set for select.
+  void AddTo(fd_set* reads) const;
 
   // Appends to `restless` the records that were touched since the last call.
   void TakeTouched(std::vector<KZFdData*>& restless);
