@@ -145,8 +145,10 @@ void KZApplication::RunPass() {
   std::uint64_t waitMs = FirePassTimers();
   fd_set reads;
   fd_set writes;
+  const std::uint64_t refreshMs = mFdList.mState->mSettled.RefreshIfDue();
   const bool isBuffered = mFdList.Prepare(&reads, &writes) == 0;
   if (isBuffered && (waitMs == 0 || waitMs > kBufferedWaitMs)) waitMs = kBufferedWaitMs;
+  if (refreshMs != 0 && (waitMs == 0 || waitMs > refreshMs)) waitMs = refreshMs;
   // From here on a wish to wake up is a byte in the pipe.
   const bool isWoken = mFdList.IsWoken();
   timeval timeout = isWoken ? timeval{} : ToTimeval(waitMs);
@@ -162,6 +164,7 @@ void KZApplication::RunPass() {
   }
   FdDataList ready;
   mFdList.Collect(&reads, &writes, &ready);
+  if (count > 0 || isWoken || !ready.empty()) mFdList.mState->mSettled.NoteHooks();
   const dorn::DeferredWakeUp::Hooks hooks(mFdList.mState->mWakeUp);
   DispatchReady(ready);
 }
@@ -239,6 +242,7 @@ std::uint64_t KZApplication::BaseTimer(timeval tn) {
 // again.
 void KZApplication::FireTimers(timeval now, KZTimerList& fired) {
   if (fired.empty()) return;
+  mFdList.mState->mSettled.NoteHooks();
   struct PutBack {
     ~PutBack() {
       if (mFired.empty()) return;

@@ -114,6 +114,10 @@ int KZFdData::SetFD(int fd) {
     previous = mFD;
     StoreShared(mFD, fd);
     TouchSettled();
+    // The caller may close the former one now.
+    if (mState->mMemberOf.load(std::memory_order_relaxed) != nullptr) {
+      dorn::SettledRecords::LeaveDescriptor(this);
+    }
   }
   return previous;
 }

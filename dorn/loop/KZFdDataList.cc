@@ -226,13 +226,14 @@ int KZFdDataList::FdSet(fd_set* rfds, fd_set* wfds) {
 
 int KZFdDataList::Prepare(fd_set* rfds, fd_set* wfds) {
   const int result = WatchRestless(rfds, wfds);
-  mState->mSettled.AddTo(rfds);
+  mState->mSettled.AddWithMembers(rfds);
   return result;
 }
 
 bool KZFdDataList::IsWoken() const { return mState->mWakeUp.IsNoted(); }
 
 void KZFdDataList::Collect(fd_set* rfds, fd_set* wfds, FdDataList* ready) {
+  mState->mSettled.TakeMembers(rfds);
   CollectReady(rfds, wfds, ready, mState->mWakeUp.Take());
 }
 

@@ -24,7 +24,13 @@ struct RecordState {
   std::atomic<SettledRecords*> mSettledIn{nullptr};  // Null: the loop looks at this record.
   int mSettledFd = -1;      // The descriptor with which it settled; loop thread only.
   bool mMaySettle = false;  // See LetRecordSettle().
-  std::size_t mPlace = 0;   // Its place in the list when the loop last walked it.
+
+  // Whose EpollSet has its descriptor, as long as it has; guarded by the lock of the settled
+  // records.
+  std::atomic<SettledRecords*> mMemberOf{nullptr};
+  int mMemberFd = -1;
+
+  std::size_t mPlace = 0;  // Its place in the list when the loop last walked it.
 };
 
 }  // namespace dorn

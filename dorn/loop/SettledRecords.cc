@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <mutex>
+#include <utility>
 
 namespace dorn {
 namespace {
@@ -26,11 +29,52 @@ Words WordsOf(const fd_set& set) {
   return words;
 }
 
+// How long the loop may go on with a descriptor that a hook has closed and opened again.
+constexpr std::uint64_t kRefreshMs = 100;
+
+std::uint64_t NowMs() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return static_cast<std::uint64_t>(now.tv_sec) * 1000 +
+         static_cast<std::uint64_t>(now.tv_nsec / 1000000);
+}
+
+void Store(const Words& words, fd_set* set) { std::memcpy(set, words.data(), sizeof *set); }
+
+template <class Combine>
+Words Combined(Words a, const Words& b, Combine combine) {
+  for (std::size_t word = 0; word < kWords; ++word) a[word] = combine(a[word], b[word]);
+  return a;
+}
+
+using Word = unsigned long;
+Words Union(const Words& a, const Words& b) {
+  return Combined(a, b, [](Word x, Word y) { return x | y; });
+}
+Words Without(const Words& a, const Words& b) {
+  return Combined(a, b, [](Word x, Word y) { return x & ~y; });
+}
+Words Common(const Words& a, const Words& b) {
+  return Combined(a, b, [](Word x, Word y) { return x & y; });
+}
+
+template <class Visit>
+void ForEach(const Words& words, Visit visit) {
+  for (std::size_t word = 0; word < kWords; ++word) {
+    for (Word rest = words[word]; rest != 0; rest &= rest - 1) {
+      visit(static_cast<int>(word) * kWordBits + __builtin_ctzl(rest));
+    }
+  }
+}
+
 }  // namespace
 
 void LetRecordSettle(KZFdData& record) { RecordState::Of(record).mMaySettle = true; }
 
-SettledRecords::SettledRecords() : mByDescriptor(FD_SETSIZE) { FD_ZERO(&mReads); }
+SettledRecords::SettledRecords() : mByDescriptor(FD_SETSIZE), mMemberRecords(FD_SETSIZE) {
+  FD_ZERO(&mReads);
+  FD_ZERO(&mRefused);
+}
 
 SettledRecords::~SettledRecords() { ForgetAll(); }
 
@@ -51,23 +95,93 @@ bool SettledRecords::IsIdle(const KZFdData& record) {
 }
 
 bool SettledRecords::Enter(KZFdData* record) {
+  RecordState& state = RecordState::Of(*record);
   const int fd = record->mFD;
-  if (fd < 0 || fd >= FD_SETSIZE || RecordState::Of(*record).mSettledIn != nullptr) return false;
-  KZFdData*& place = mByDescriptor[static_cast<std::size_t>(fd)];
-  if (place != nullptr) return false;
-  place = record;
+  const Lock lock(gLock);
+  if (fd < 0 || fd >= FD_SETSIZE || state.mSettledIn != nullptr) return false;
+  const auto place = static_cast<std::size_t>(fd);
+  if (mByDescriptor[place] != nullptr) return false;
+  mByDescriptor[place] = record;
   FD_SET(fd, &mReads);
   ++mCount;
-  RecordState::Of(*record).mSettledFd = fd;
-  RecordState::Of(*record).mSettledIn = this;
+  state.mSettledFd = fd;
+  state.mSettledIn = this;
+  // The member was another record's, whose descriptor was closed behind it.
+  if (mMemberRecords[place] != record) Leave(fd);
   return true;
 }
 
 void SettledRecords::AddTo(fd_set* reads) const {
-  Words words = WordsOf(*reads);
+  Store(Union(WordsOf(*reads), WordsOf(mReads)), reads);
+}
+
+void SettledRecords::AddWithMembers(fd_set* reads) {
+  const Lock lock(gLock);
+  AddMembers();
+  const Words others = Without(WordsOf(mReads), WordsOf(mMembers.Members()));
+  Store(Union(WordsOf(*reads), others), reads);
+  const int epoll = mMembers.Descriptor();
+  if (epoll >= 0) FD_SET(epoll, reads);
+}
+
+// A record that was touched meanwhile may have left its descriptor, and this one be another's.
+void SettledRecords::AddMembers() {
+  const Words tried = Union(WordsOf(mMembers.Members()), WordsOf(mRefused));
+  ForEach(Without(WordsOf(mReads), tried), [this](int fd) {
+    KZFdData* record = mByDescriptor[static_cast<std::size_t>(fd)];
+    RecordState& state = RecordState::Of(*record);
+    if (state.mSettledIn == nullptr) return;
+    if (!mMembers.Add(fd)) {
+      FD_SET(fd, &mRefused);
+      return;
+    }
+    KZFdData*& member = mMemberRecords[static_cast<std::size_t>(fd)];
+    if (member != nullptr) RecordState::Of(*member).mMemberOf = nullptr;
+    member = record;
+    state.mMemberOf = this;
+    state.mMemberFd = fd;
+  });
+}
+
+void SettledRecords::TakeMembers(fd_set* reads) {
+  const Lock lock(gLock);
+  const int epoll = mMembers.Descriptor();
+  if (epoll < 0 || !FD_ISSET(epoll, reads)) return;
+  FD_CLR(epoll, reads);
+  fd_set readable;
+  mMembers.TakeReadable(&readable);
   const Words settled = WordsOf(mReads);
-  for (std::size_t word = 0; word < kWords; ++word) words[word] |= settled[word];
-  std::memcpy(reads, words.data(), sizeof *reads);
+  Store(Union(WordsOf(*reads), Common(WordsOf(readable), settled)), reads);
+  ForEach(Without(WordsOf(readable), settled), [this](int fd) { Leave(fd); });
+}
+
+std::uint64_t SettledRecords::RefreshIfDue() {
+  if (!mMayBeStale) return 0;
+  const std::uint64_t elapsedMs = NowMs() - mRefreshedMs;
+  if (mCount > 0 && elapsedMs < kRefreshMs) return kRefreshMs - elapsedMs;
+  mMayBeStale = false;
+  if (mCount > 0) Refresh();
+  return 0;
+}
+
+void SettledRecords::Refresh() {
+  const Lock lock(gLock);
+  FD_ZERO(&mRefused);
+  mMembers.Refresh();
+  mRefreshedMs = NowMs();
+}
+
+void SettledRecords::LeaveDescriptor(KZFdData* record) {
+  const Lock lock(gLock);
+  RecordState& state = RecordState::Of(*record);
+  SettledRecords* settled = state.mMemberOf;
+  if (settled != nullptr) settled->Leave(state.mMemberFd);
+}
+
+void SettledRecords::Leave(int fd) {
+  mMembers.Remove(fd);
+  KZFdData* record = std::exchange(mMemberRecords[static_cast<std::size_t>(fd)], nullptr);
+  if (record != nullptr) RecordState::Of(*record).mMemberOf = nullptr;
 }
 
 void SettledRecords::TakeTouched(std::vector<KZFdData*>& restless) {
@@ -79,22 +193,19 @@ void SettledRecords::TakeReady(const fd_set& reads, const fd_set& writes,
                                std::vector<KZFdData*>& restless) {
   const Lock lock(gLock);
   MoveTouched(restless);
-  const Words readWords = WordsOf(reads);
-  const Words writeWords = WordsOf(writes);
-  for (std::size_t word = 0; word < kWords; ++word) {
-    for (auto ready = readWords[word] | writeWords[word]; ready != 0; ready &= ready - 1) {
-      const int fd = static_cast<int>(word) * kWordBits + __builtin_ctzl(ready);
-      KZFdData* record = mByDescriptor[static_cast<std::size_t>(fd)];
-      if (record == nullptr) continue;
-      Unsettle(record);
-      restless.push_back(record);
-    }
-  }
+  ForEach(Union(WordsOf(reads), WordsOf(writes)), [this, &restless](int fd) {
+    KZFdData* record = mByDescriptor[static_cast<std::size_t>(fd)];
+    if (record == nullptr) return;
+    Unsettle(record);
+    restless.push_back(record);
+  });
 }
 
 void SettledRecords::Forget(KZFdData* record) {
   const Lock lock(gLock);
   if (Has(*record)) Unsettle(record);
+  const RecordState& state = RecordState::Of(*record);
+  if (SettledRecords* owner = state.mMemberOf) owner->Leave(state.mMemberFd);
   mTouched.erase(std::remove(mTouched.begin(), mTouched.end(), record), mTouched.end());
 }
 
@@ -103,6 +214,12 @@ void SettledRecords::ForgetAll() {
   for (KZFdData* record : mByDescriptor) {
     if (record != nullptr) Unsettle(record);
   }
+  for (KZFdData*& record : mMemberRecords) {
+    if (record != nullptr) RecordState::Of(*record).mMemberOf = nullptr;
+    record = nullptr;
+  }
+  mMembers.Close();
+  FD_ZERO(&mRefused);
   mTouched.clear();
 }
 
