@@ -16,6 +16,7 @@
 #include "dorn/loop/ListState.h"
 #include "dorn/loop/LiveList.h"
 #include "dorn/loop/LoopPass.h"
+#include "dorn/loop/RestartTimer.h"
 #include "dorn/loop/SharedInt.h"
 #include "dorn/loop/TimerIndex.h"
 
@@ -197,6 +198,16 @@ void KZApplication::SetTimerData(unsigned long interval, unsigned int id, KZStri
     mTimerIndex->Insert(timer);
   }
   if (tDispatching != this) WakeUp();
+}
+
+void dorn::RestartSingleTimer(KZApplication& app, unsigned long interval, unsigned int id) {
+  if (interval == 0) return app.SetTimerData(0, id, "", 0);
+  const std::uint64_t time = ToMilliseconds(dorn::Now()) + interval;
+  {
+    const SemaphoreLock lock(app.mTimerListLock);
+    app.mTimerIndex->RestartSingle(time, id);
+  }
+  if (tDispatching != &app) app.WakeUp();
 }
 
 void KZApplication::SetApplicationTimerInterval(unsigned long interval, unsigned int id) {

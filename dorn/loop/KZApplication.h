@@ -13,9 +13,12 @@
 #include "dorn/loop/KZFdDataList.h"
 #include "dorn/loop/KZTimer.h"
 
+class KZApplication;
+
 namespace dorn {
 class TimerIndex;
-}
+void RestartSingleTimer(KZApplication& app, unsigned long interval, unsigned int id);
+}  // namespace dorn
 
 // Everything is called on the thread that runs AppMain(), except what is marked "any thread".
 //
@@ -100,6 +103,8 @@ class DORN_EXPORT KZApplication {
   KZSemaphore mTimerListLock;  // Lock over mTimerList; taken alone, never held during a callback.
 
  private:
+  friend void dorn::RestartSingleTimer(KZApplication& app, unsigned long interval, unsigned int id);
+
   void Dispatch(KZFdData* rec);
   void DispatchReady(FdDataList& ready);
   std::uint64_t FirePassTimers();

@@ -40,6 +40,17 @@ void TimerIndex::EraseId(unsigned int id) {
   }
 }
 
+void TimerIndex::RestartSingle(std::uint64_t time, unsigned int id) {
+  Synchronise();
+  const auto found = FindId(id);
+  if (found != mById.end() && Move(*found->second, time)) return;
+  EraseId(id);
+  KZTimerData timer;
+  timer.mTime = time;
+  timer.mId = id;
+  Insert(timer);
+}
+
 bool TimerIndex::HasId(unsigned int id) {
   Synchronise();
   return FindId(id) != mById.end();
@@ -105,6 +116,27 @@ TimerIndex::ByTime::iterator TimerIndex::FirstDueFrom(std::uint64_t time) {
 bool TimerIndex::Fits(KZTimerList::const_iterator place, std::uint64_t time) const {
   const bool isBeforeLater = place == mList.end() || place->mTime >= time;
   return isBeforeLater && (place == mList.begin() || std::prev(place)->mTime < time);
+}
+
+// False when it is not the only timer with its id, or has a name or a period, or when the place
+// that the index knows does not fit.
+bool TimerIndex::Move(TimerIndexEntry& entry, std::uint64_t time) {
+  const KZTimerList::iterator timer = entry.mTimer;
+  const bool isOnly = entry.mNext == nullptr && entry.mPrevious == nullptr;
+  if (!isOnly || !timer->mName.empty() || timer->mInterval != 0) return false;
+  auto place = FirstDueFrom(time);
+  if (place == entry.mPlace) ++place;
+  const auto next = place != mByTime.end() ? place->second->mTimer : mList.end();
+  auto before = next;
+  if (before != mList.begin() && std::prev(before) == timer) --before;
+  const bool isBeforeLater = next == mList.end() || next->mTime >= time;
+  if (!isBeforeLater || (before != mList.begin() && std::prev(before)->mTime >= time)) return false;
+  auto node = mByTime.extract(entry.mPlace);
+  node.key() = time;
+  entry.mPlace = mByTime.insert(place, std::move(node));
+  timer->mTime = time;
+  mList.splice(next, mList, timer);
+  return true;
 }
 
 void TimerIndex::Enter(KZTimerList::iterator timer, ByTime::const_iterator place) {

@@ -34,6 +34,10 @@ class TimerIndex {
   // Erases every timer with this id.
   void EraseId(unsigned int id);
 
+  // Erases every timer with this id and inserts one without name and period that is due at `time`.
+  // When there is exactly such a one, it is moved.
+  void RestartSingle(std::uint64_t time, unsigned int id);
+
   bool HasId(unsigned int id);
 
   // Moves the first timer to the end of `fired`.
@@ -60,6 +64,7 @@ class TimerIndex {
   ById::iterator FindId(unsigned int id);
   ByTime::iterator FirstDueFrom(std::uint64_t time);
   bool Fits(KZTimerList::const_iterator place, std::uint64_t time) const;
+  bool Move(TimerIndexEntry& entry, std::uint64_t time);
   void Enter(KZTimerList::iterator timer, ByTime::const_iterator place);
   void Remove(TimerIndexEntry* entry);
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "dorn/loop/KZApplication.h"
+#include "dorn/loop/RestartTimer.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/TestApplication.h"
 
@@ -89,6 +90,12 @@ class KZTimerListTest : public ::testing::TestWithParam<unsigned int> {
     mPlain.Cancel(id);
   }
 
+  void Restart(unsigned long interval, unsigned int id) {
+    dorn::RestartSingleTimer(mApp, interval, id);
+    mPlain.Cancel(id);
+    if (interval != 0) mPlain.Insert({mClock.NowMs() + interval, id, "", 0});
+  }
+
   void Fire() {
     std::vector<PlainTimer> expected;
     const uint64_t wait = mPlain.Fire(mClock.NowMs(), &expected);
@@ -149,12 +156,16 @@ class KZTimerListTest : public ::testing::TestWithParam<unsigned int> {
   }
 
   void DoSomething() {
-    switch (Random(8)) {
+    switch (Random(11)) {
       case 0:
       case 1:
       case 2:
       case 3:
         return RegisterSomething();
+      case 8:
+      case 9:
+      case 10:
+        return Restart(Random(6) * 20, Random(12));
       case 4:
         return Cancel(Random(12));
       case 5:
@@ -198,6 +209,29 @@ TEST_P(KZTimerListTest, EqualsAPlainSortedListAfterEveryOperation) {
     ASSERT_NO_FATAL_FAILURE(DoSomething()) << i;
     ASSERT_NO_FATAL_FAILURE(Compare()) << i;
   }
+}
+
+// As those of connections, which are restarted all the time.
+TEST_P(KZTimerListTest, EqualsAPlainSortedListWhenMostTimersAreOnlyRestarted) {
+  for (int i = 0; i < 4000; ++i) {
+    Restart(1 + Random(5) * 10, Random(20));
+    if (Random(3) == 0) mClock.AdvanceMs(static_cast<int64_t>(Random(8)) - 2);
+    if (Random(20) == 0) Fire();
+    if (Random(50) == 0) RegisterSomething();
+    if (Random(200) == 0) ClearByHand();
+    ASSERT_NO_FATAL_FAILURE(Compare()) << i;
+  }
+}
+
+TEST_P(KZTimerListTest, ARestartedTimerIsMovedNotMadeAnew) {
+  Register(10, 1, "", false);
+  Register(20, 2, "", false);
+  const KZTimerData* const first = &mApp.mTimerList.front();
+  Restart(30, 1);
+  EXPECT_EQ(&mApp.mTimerList.back(), first);
+  Restart(20, 1);  // Ahead of the other, being registered later.
+  EXPECT_EQ(&mApp.mTimerList.front(), first);
+  ASSERT_NO_FATAL_FAILURE(Compare());
 }
 
 TEST_P(KZTimerListTest, EqualsAPlainSortedListWithThousandsOfTimers) {
