@@ -10,6 +10,7 @@
 #include <new>
 
 #include "dorn/base/SemaphoreLock.h"
+#include "dorn/loop/BufferPool.h"
 #include "dorn/loop/LiveList.h"
 #include "dorn/loop/RecordState.h"
 #include "dorn/loop/SettledRecords.h"
@@ -20,18 +21,24 @@ using dorn::StoreShared;
 
 namespace {
 
-// From this size on a buffer is worth a system call of its own.
-constexpr std::size_t kLargeBuffer = std::size_t{64} * 1024;
-
 // Memory that the process has used before comes with its pages. Without them a large buffer that
 // stays nearly empty costs one page, on a server's first day and after years of stations that come
 // and go. What the buffer held is nobody's any more, so a failure changes nothing but memory use.
 void GiveBackPages(char* buffer, std::size_t size) {
-  if (size < kLargeBuffer) return;
+  if (size < dorn::kPooledSize) return;
   const auto pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   void* firstPage = buffer;
   if (std::align(pageSize, pageSize, firstPage, size) == nullptr) return;
   static_cast<void>(madvise(firstPage, size / pageSize * pageSize, MADV_DONTNEED));
+}
+
+// Left uninitialised: zeros would touch every page of a large buffer that may stay nearly empty.
+char* NewBuffer(std::size_t size) {
+  char* buffer = dorn::TakeKeptBuffer(size);
+  if (buffer != nullptr) return buffer;
+  buffer = new (std::nothrow) char[size];
+  if (buffer != nullptr) GiveBackPages(buffer, size);
+  return buffer;
 }
 
 }  // namespace
@@ -62,7 +69,7 @@ KZFdData::~KZFdData() {
   dorn::LiveList::Forget(this);
   const std::shared_ptr<KZFdDataList*>& holder = mState->mHolder;
   if (holder != nullptr && *holder != nullptr) (*holder)->Forget(this);
-  delete[] mDataBuffer;
+  FreeBuffer();
 }
 
 void KZFdData::ReadyToRead() {
@@ -150,13 +157,26 @@ bool KZFdData::CreateBuffer(int buffersize) {
   const SemaphoreLock lock(mSemData);
   StoreShared(mBufferPos, 0);
   if (buffersize == 0) return true;
-  delete[] mDataBuffer;
-  // Left uninitialised: zeros would touch every page of a large buffer that may stay nearly empty.
-  mDataBuffer = buffersize > 0 ? new (std::nothrow) char[static_cast<size_t>(buffersize)] : nullptr;
+  FreeBuffer();
+  mDataBuffer = buffersize > 0 ? NewBuffer(static_cast<std::size_t>(buffersize)) : nullptr;
   if (mDataBuffer == nullptr) return false;
-  GiveBackPages(mDataBuffer, static_cast<std::size_t>(buffersize));
+  mState->mMadeBuffer = mDataBuffer;
+  mState->mMadeSize = buffersize;
+  mState->mMadeUsed = 0;
   mBufferSize = buffersize;
   return true;
+}
+
+// A host may have put another buffer in the place of ours.
+void KZFdData::FreeBuffer() {
+  const bool isOurs = mDataBuffer != nullptr && mDataBuffer == mState->mMadeBuffer;
+  const int used = std::max(mState->mMadeUsed, static_cast<int>(mBufferPos));
+  mState->mMadeBuffer = nullptr;
+  if (isOurs && dorn::KeepBuffer(mDataBuffer, static_cast<std::size_t>(mState->mMadeSize),
+                                 static_cast<std::size_t>(used))) {
+    return;
+  }
+  delete[] mDataBuffer;
 }
 
 bool KZFdData::SetDataToBuffer(char* data, int len) {
@@ -167,6 +187,7 @@ bool KZFdData::SetDataToBuffer(char* data, int len) {
   const int taken = std::min(len, mBufferSize - mBufferPos);
   std::memcpy(mDataBuffer + mBufferPos, data, static_cast<size_t>(taken));
   StoreShared(mBufferPos, mBufferPos + taken);
+  mState->mMadeUsed = std::max(mState->mMadeUsed, static_cast<int>(mBufferPos));
   TouchSettled();
   return taken == len;
 }

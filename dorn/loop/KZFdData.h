@@ -165,6 +165,7 @@ class DORN_EXPORT KZFdData {
   // Tells the loop that a record it does not look at any more has changed. Behind the change, and
   // within its lock, which orders it with the settling: afterwards the loop may destroy the record.
   void TouchSettled();
+  void FreeBuffer();
 
   // Never used: what derives from this class begins where it did when hosts were compiled.
   void* mReserved1[2] = {};

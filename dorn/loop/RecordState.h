@@ -17,6 +17,11 @@ struct RecordState {
   static RecordState& Of(KZFdData& record) { return *record.mState; }
   static const RecordState& Of(const KZFdData& record) { return *record.mState; }
 
+  // The buffer that CreateBuffer() made, and how much of it was ever filled; under mSemData.
+  char* mMadeBuffer = nullptr;
+  int mMadeSize = 0;
+  int mMadeUsed = 0;
+
   // The list that holds the record, linked or pending; its content is null once that list is
   // gone. Written under the list's lock.
   std::shared_ptr<KZFdDataList*> mHolder;
