@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "dorn/loop/RestartTimer.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
@@ -24,8 +25,7 @@ unsigned int ConnectionTimers::IdOf(Kind kind) const {
 }
 
 void ConnectionTimers::Restart(Kind kind, unsigned long ms) {
-  Cancel(kind);
-  App().SetApplicationSingleTimerInterval(ms, IdOf(kind));
+  RestartSingleTimer(App(), ms, IdOf(kind));
 }
 
 void ConnectionTimers::Cancel(Kind kind) { App().SetApplicationSingleTimerInterval(0, IdOf(kind)); }
