@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <sstream>
 #include <string_view>
-#include <typeinfo>
 
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/WireWords.h"
@@ -68,7 +67,7 @@ void AppendList(std::string& out, VQJsonObjectHasList& group, int& b) {
 void AppendOwnMembers(std::string& out, VQJsonObject& object, int& b) {
   AppendAttributes(out, object, b);
   if (IsPlainObject(object)) return;
-  if (typeid(object) == typeid(VQJsonGrid)) AppendTable(out, static_cast<VQJsonGrid&>(object), b);
+  if (IsGrid(object)) AppendTable(out, static_cast<VQJsonGrid&>(object), b);
 }
 
 // Appends what `write` puts into a stream. Never inlined: a stream is big, and callers recurse.

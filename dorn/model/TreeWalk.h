@@ -3,27 +3,18 @@
 #define DORN_MODEL_TREEWALK_H_
 
 #include <cstddef>
-#include <typeinfo>
 #include <vector>
 
+#include "dorn/model/ObjectClass.h"
 #include "dorn/model/VQJsonObject.h"
 
 namespace dorn {
 
-// Whether the object is exactly a VQJsonObject: it has no children, and nothing is overridden. By
-// address, without comparing names: should the class have two descriptions in this process, an
-// object may be taken for one that needs a closer look.
-inline bool IsPlainObject(const VQJsonObject& object) {
-  return &typeid(object) == &typeid(VQJsonObject);
-}
-
-// AsGroup() for an object that is not plain.
-VQJsonObjectHasList* AsGroupByClass(VQJsonObject& object);
-
 // The object as a group, or null. A host's class may say that it is none although it derives from
 // one, and the other way round.
 inline VQJsonObjectHasList* AsGroup(VQJsonObject& object) {
-  return IsPlainObject(object) ? nullptr : AsGroupByClass(object);
+  VQJsonObjectHasList* const group = AsListHolder(object);
+  return group == nullptr || IsOwnClass(object) || object.HasGroup() ? group : nullptr;
 }
 
 // Asks the processor to have at hand what a walk that has come to place `i` of a list will soon
@@ -49,9 +40,6 @@ void ForEachChild(VQJsonObject& object, Visit&& visit) {
     if (VQJsonObject* child = group->mObjectList[i]) visit(*child);
   }
 }
-
-// Whether the object is exactly of one of the library's classes, so that nothing is overridden.
-bool IsOwnClass(const VQJsonObject& object);
 
 }  // namespace dorn
 

@@ -13,7 +13,7 @@ class DORN_EXPORT VQJsonCommand : public VQJsonObjectHasList {
  public:
   // The name and the attribute "Command" are `word`; the list key is "Objects", the parent null.
   explicit VQJsonCommand(const KZString& word);
-  VQJsonCommand(const VQJsonCommand& other) = default;
+  VQJsonCommand(const VQJsonCommand& other);
   VQJsonCommand& operator=(const VQJsonCommand& other) = default;
   ~VQJsonCommand() override;
 };

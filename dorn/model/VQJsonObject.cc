@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "dorn/model/ClassTags.h"
+#include "dorn/model/Family.h"
 #include "dorn/model/FreshAllocations.h"
 #include "dorn/model/MemberText.h"
 #include "dorn/model/TreeReader.h"
@@ -44,7 +45,11 @@ KZString Tagged(const KZString& key, const KZString& sessionid) {
 VQJsonObject::VQJsonObject(VQJsonObject* parent)
     : mDebugFlag(dorn::TakeFresh(this) ? dorn::kTagObjectOnHeap : dorn::kTagObject),
       mParent(parent),
-      mDirtyAdd(false) {
+      mDirtyAdd(false),
+      mClassTag(dorn::kTagObject),
+      mWasAdded(0),
+      mIsDoomed(0) {
+  if (parent != nullptr) dorn::Family::Join(*parent, *this);
   dorn::NoteStructureChange();
 }
 
@@ -55,8 +60,12 @@ VQJsonObject::VQJsonObject(const VQJsonObject& other)
       mDirty(other.mDirty),
       mDirtyAdd(other.mDirtyAdd),
       mDirtyDel(other.mDirtyDel),
-      mList(other.mList) {
+      mList(other.mList),
+      mClassTag(dorn::kTagObject),
+      mWasAdded(0),
+      mIsDoomed(0) {
   static_cast<void>(dorn::TakeFresh(this));  // The tag is the source's.
+  dorn::Family::JoinParentOf(other, *this);
   dorn::NoteStructureChange();
 }
 
@@ -68,11 +77,15 @@ VQJsonObject& VQJsonObject::operator=(const VQJsonObject& other) {
   mDirtyAdd = other.mDirtyAdd;
   mDirtyDel = other.mDirtyDel;
   mList = other.mList;
+  dorn::Family::JoinParentOf(other, *this);
   dorn::NoteStructureChange();
   return *this;
 }
 
-VQJsonObject::~VQJsonObject() { dorn::NoteStructureChange(); }
+VQJsonObject::~VQJsonObject() {
+  dorn::Family::End(*this);
+  dorn::NoteStructureChange();
+}
 
 bool VQJsonObject::HasGroup() { return false; }
 

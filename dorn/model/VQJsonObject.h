@@ -16,6 +16,11 @@
 
 class JsonParser;
 
+namespace dorn {
+class Family;
+struct ObjectClass;
+}  // namespace dorn
+
 // One user-interface object: a label, a button, a grid, a group, or a received command.
 //
 // The change records:
@@ -32,12 +37,12 @@ class JsonParser;
 // raise the counter.
 class DORN_EXPORT VQJsonObject {
  public:
-  // No name, no attributes, no change records. `parent` may be null and is not owned; it must live
-  // as long as the object, or until a group that owns the object is destroyed. The object is not
-  // appended to the parent: see AddObject().
+  // No name, no attributes, no change records. `parent` may be null and is not owned; mParent
+  // becomes null when it dies. The object is not appended to the parent: see AddObject().
   explicit VQJsonObject(VQJsonObject* parent);
 
-  // A copy has the source's attributes, change records, tag and parent.
+  // A copy has the source's attributes, change records, tag and parent, which it forgets as the
+  // source does when the parent dies. Assignment leaves the tag.
   VQJsonObject(const VQJsonObject& other);
   VQJsonObject& operator=(const VQJsonObject& other);
 
@@ -148,19 +153,28 @@ class DORN_EXPORT VQJsonObject {
   static void operator delete(void* storage, const std::nothrow_t& tag) noexcept;
   static void operator delete(void* storage, void* place) noexcept;
 
-  int mDebugFlag;                     // Tag of the class: 10 (heap) or 1, subclasses 2 to 7.
-  KZString mName;                     // Follows the attribute "Name" when SetValue() sets it.
-  VQJsonObject* mParent;              // Not owned; null for roots and commands.
-  std::set<KZString> mDirty;          // Changed keys, plain or tagged with a session.
-  bool mDirtyAdd;                     // New since the last add command.
+  int mDebugFlag;             // Tag of the class: 10 (heap) or 1, subclasses 2 to 7.
+  KZString mName;             // Follows the attribute "Name" when SetValue() sets it.
+  VQJsonObject* mParent;      // Not owned; null for roots and commands.
+  std::set<KZString> mDirty;  // Changed keys, plain or tagged with a session.
+  bool mDirtyAdd;             // New since the last add command.
+
+ private:
+  unsigned int mPlace = 0;  // Among the members of mFamily. Here because there is a gap.
+
+ public:
   KZString mDirtyDel;                 // Last deleted child; "@LED-CHILD-TNIOP@" means all of them.
   std::map<KZString, VQValue> mList;  // The attributes.
 
  private:
   friend class VQJsonObjectHasList;
+  friend class dorn::Family;
+  friend struct dorn::ObjectClass;
 
-  int mMoreOwners = 0;     // Groups that hold this child besides the first one: copies share it.
-  bool mWasAdded = false;  // Was once given to a group by AddObject().
+  unsigned int mFamily = 0;     // Its own, or that of its only head; 0 for none.
+  unsigned char mClassTag : 3;  // mDebugFlag may be written and is copied; this one is true.
+  unsigned char mWasAdded : 1;  // Was once given to a group.
+  unsigned char mIsDoomed : 1;  // About to be destroyed by the group that let it go.
 };
 
 // At the end because a group is an object.

@@ -4,19 +4,21 @@
 #include <utility>
 
 #include "dorn/model/ClassTags.h"
+#include "dorn/model/Family.h"
+#include "dorn/model/ObjectClass.h"
 #include "dorn/model/TreeStamp.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/WireWords.h"
 
 namespace {
 
-// Whether `wanted` is somewhere below `object`.
-bool Holds(VQJsonObject& object, const VQJsonObject* wanted) {
-  bool found = false;
-  dorn::ForEachChild(object, [&found, wanted](VQJsonObject& child) {
-    found = found || &child == wanted || Holds(child, wanted);
+// Whether `wanted` is somewhere below `group`.
+bool Holds(const VQJsonObjectHasList& group, const VQJsonObject* wanted) {
+  return std::any_of(group.mObjectList.begin(), group.mObjectList.end(), [wanted](auto* child) {
+    if (child == nullptr || child == wanted) return child != nullptr;
+    const VQJsonObjectHasList* inner = dorn::AsListHolder(*child);
+    return inner != nullptr && Holds(*inner, wanted);
   });
-  return found;
 }
 
 bool Contains(const VQJsonObjectHasList& group, const VQJsonObject* child) {
@@ -24,53 +26,54 @@ bool Contains(const VQJsonObjectHasList& group, const VQJsonObject* child) {
   return std::find(list.begin(), list.end(), child) != list.end();
 }
 
-bool IsHeldByItsParent(const VQJsonObject& child) {
-  if (child.mParent == nullptr) return false;
-  const VQJsonObjectHasList* parent = dorn::AsGroup(*child.mParent);
-  return parent != nullptr && Contains(*parent, &child);
-}
-
 }  // namespace
 
 VQJsonObjectHasList::VQJsonObjectHasList(const KZString& listkey, VQJsonObject* parent)
     : VQJsonObject(parent), mListKey(listkey) {
   mDebugFlag = dorn::kTagGroup;
+  mClassTag = dorn::kTagGroup;
 }
 
 VQJsonObjectHasList::VQJsonObjectHasList(const VQJsonObjectHasList& other)
     : VQJsonObject(other), mListKey(other.mListKey), mObjectList(other.mObjectList) {
-  ShareChildren();
+  mClassTag = dorn::kTagGroup;
+  ShareChildren(other);
 }
 
 VQJsonObjectHasList& VQJsonObjectHasList::operator=(const VQJsonObjectHasList& other) {
-  if (this == &other) return *this;
+  if (this == &other || Holds(other, this)) return *this;
   VQJsonObject::operator=(other);
   mListKey = other.mListKey;
   const std::vector<VQJsonObject*> before = std::exchange(mObjectList, other.mObjectList);
-  ShareChildren();
+  ShareChildren(other);
   // Last, because `other` may be among the objects that die here.
-  for (VQJsonObject* child : before) ReleaseChild(child);
+  ReleaseChildren(before);
   return *this;
 }
 
-VQJsonObjectHasList::~VQJsonObjectHasList() { DeleteChildAll(); }
+VQJsonObjectHasList::~VQJsonObjectHasList() {
+  DeleteChildAll();
+  mClassTag = dorn::kTagObject;  // Without a list from now on.
+}
 
 bool VQJsonObjectHasList::HasGroup() { return true; }
 
 bool VQJsonObjectHasList::AddObject(VQJsonObject* jo, int command) {
   if (jo == nullptr || jo == this) return false;
-  // Only a group that was itself added somewhere can lie below `jo`.
-  if (mWasAdded && Holds(*jo, this)) return false;
+  const VQJsonObjectHasList* group = dorn::AsListHolder(*jo);
+  if (group != nullptr && !group->mObjectList.empty()) {
+    // Not so in a tree that is being built: each group is added after its children.
+    const bool mayBeBelow = mWasAdded || dorn::Family::IsHeld(*this);
+    if (mayBeBelow && Holds(*group, this)) return false;
+  }
   if (command != 0) {
     SetDirtyAdd();
     jo->SetDirtyAdd();
   }
-  if (jo->mWasAdded) {
-    if (Contains(*this, jo)) return true;
-    if (IsHeldByItsParent(*jo)) ++jo->mMoreOwners;
-  }
+  if (jo->mWasAdded && Contains(*this, jo)) return true;
   jo->mWasAdded = true;
   mObjectList.push_back(jo);
+  dorn::Family::Join(*this, *jo);
   dorn::NoteStructureChange();
   return true;
 }
@@ -135,29 +138,39 @@ void VQJsonObjectHasList::DeleteChild(const KZString& name) {
   // Out of the list first: the child's destructor may look at it. `name` may die with the child.
   VQJsonObject* child = *place;
   mObjectList.erase(place);
-  ReleaseChild(child);
+  ReleaseChildren({child});
 }
 
 void VQJsonObjectHasList::DeleteChildAll() {
   // Out of the list first: a child's destructor may look at it.
-  const std::vector<VQJsonObject*> children = std::exchange(mObjectList, {});
-  for (VQJsonObject* child : children) ReleaseChild(child);
+  ReleaseChildren(std::exchange(mObjectList, {}));
 }
 
-void VQJsonObjectHasList::ShareChildren() {
+// The children of `other` are now in both lists. It may have got them behind our back.
+void VQJsonObjectHasList::ShareChildren(const VQJsonObjectHasList& other) {
+  auto& source = const_cast<VQJsonObjectHasList&>(other);  // Related, not changed.
   for (VQJsonObject* child : mObjectList) {
-    if (child != nullptr) ++child->mMoreOwners;
+    if (child == nullptr) continue;
+    child->mWasAdded = true;
+    dorn::Family::Join(source, *child);
+    dorn::Family::Join(*this, *child);
   }
 }
 
-// Destroys a child that was taken out of the list, unless another group holds it too.
-void VQJsonObjectHasList::ReleaseChild(VQJsonObject* child) {
-  if (child == nullptr) return;
+// Destroys the children that were taken out of the list, but for those that some list still holds.
+// All are judged before the first one dies: one of them may hold another.
+void VQJsonObjectHasList::ReleaseChildren(const std::vector<VQJsonObject*>& children) {
   dorn::NoteStructureChange();
-  if (child->mMoreOwners == 0) {
-    delete child;
-    return;
+  std::vector<VQJsonObject*> doomed;
+  for (VQJsonObject* child : children) {
+    if (child == nullptr || child->mIsDoomed) continue;  // Listed twice.
+    if (!dorn::Family::IsHeld(*child)) {
+      child->mIsDoomed = true;
+      doomed.push_back(child);
+    } else if (!Contains(*this, child)) {
+      if (child->mParent == this) child->mParent = nullptr;
+      dorn::Family::Leave(*this, *child);
+    }
   }
-  --child->mMoreOwners;
-  if (child->mParent == this) child->mParent = nullptr;
+  for (VQJsonObject* child : doomed) delete child;
 }

@@ -15,17 +15,21 @@
 #include "dorn/base/KZString.h"
 
 // Owns its children and destroys them when they are deleted, when the list is cleared and with
-// itself. A copy of a group shares the children of its source; the last group that holds a child
-// destroys it. mParent of a shared child keeps naming the source and becomes null when the source
-// is destroyed first.
+// itself. Groups share a child that was added to each of them, and a copy of a group shares the
+// children of its source; the last group that holds a child destroys it. mParent of a shared child
+// stays as it was and becomes null when that parent dies or lets the child go.
 //
 // Hosts may work on mObjectList directly: a pointer that they put in is owned from then on, one
-// that they take out is theirs. Null pointers in the list are skipped.
+// that they take out is theirs, to destroy or to give to another group. What they put in counts for
+// other groups only if this one is its parent, so put it into one list. Null pointers are skipped.
 class DORN_EXPORT VQJsonObjectHasList : public VQJsonObject {
  public:
   // `listkey` is the JSON key under which the children are written.
   VQJsonObjectHasList(const KZString& listkey, VQJsonObject* parent);
   VQJsonObjectHasList(const VQJsonObjectHasList& other);
+
+  // Does nothing if `other` holds this group somewhere below it: the group would become its own
+  // descendant.
   VQJsonObjectHasList& operator=(const VQJsonObjectHasList& other);
   ~VQJsonObjectHasList() override;
 
@@ -33,8 +37,7 @@ class DORN_EXPORT VQJsonObjectHasList : public VQJsonObject {
 
   // Appends `jo`, which the group owns from then on, and returns true. With a `command` other than
   // 0 both are marked as added, so that the next update carries an ADD command. The child's mParent
-  // is not set: it gets its parent at construction. `jo` must not be in the
-  // list of another group, except of its parent: the two then share it as a copy would.
+  // is not set: it gets its parent at construction. Another group that holds `jo` shares it.
   // Returns false, and the caller keeps owning `jo`, for null, for the group itself and for a group
   // that holds this one. A child that is already in the list is only marked, and stays there once.
   bool AddObject(VQJsonObject* jo, int command) override;
@@ -57,8 +60,8 @@ class DORN_EXPORT VQJsonObjectHasList : public VQJsonObject {
   std::vector<VQJsonObject*> mObjectList;  // Owned, in the order in which they were added.
 
  private:
-  void ShareChildren();
-  void ReleaseChild(VQJsonObject* child);
+  void ShareChildren(const VQJsonObjectHasList& other);
+  void ReleaseChildren(const std::vector<VQJsonObject*>& children);
 };
 
 #endif  // DORN_MODEL_VQJSONOBJECTHASLIST_H_

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "dorn/model/ClassTags.h"
+#include "dorn/model/ObjectClass.h"
 #include "dorn/model/WireWords.h"
 
 VQJsonRadioButtonObject::VQJsonRadioButtonObject(VQJsonObject* parent) : VQJsonObject(parent) {
@@ -16,7 +17,7 @@ VQJsonObject* VQJsonRadioButtonObject::SetValue(const KZString& key, VQValue val
                                                 const KZString& sessionid) {
   const bool switches = key == dorn::kKeyAttr || key == dorn::kKeyValue;
   if (switches && value == dorn::kOn && mParent != nullptr && mParent->HasGroup()) {
-    auto* group = dynamic_cast<VQJsonRadioButtonGroup*>(mParent);
+    VQJsonRadioButtonGroup* group = dorn::AsRadioGroup(*mParent);
     if (group != nullptr) group->SwitchOff();
   }
   return VQJsonObject::SetValue(key, std::move(value), dirty, sessionid);
@@ -25,6 +26,12 @@ VQJsonObject* VQJsonRadioButtonObject::SetValue(const KZString& key, VQValue val
 VQJsonRadioButtonGroup::VQJsonRadioButtonGroup(VQJsonObject* parent)
     : VQJsonObjectHasList(dorn::kKeyObjects, parent) {
   mDebugFlag = dorn::kTagRadioGroup;
+  dorn::ObjectClass::SetTag(*this, dorn::kTagRadioGroup);
+}
+
+VQJsonRadioButtonGroup::VQJsonRadioButtonGroup(const VQJsonRadioButtonGroup& other)
+    : VQJsonObjectHasList(other) {
+  dorn::ObjectClass::SetTag(*this, dorn::kTagRadioGroup);
 }
 
 VQJsonRadioButtonGroup::~VQJsonRadioButtonGroup() = default;

@@ -31,7 +31,7 @@ class DORN_EXPORT VQJsonRadioButtonObject : public VQJsonObject {
 class DORN_EXPORT VQJsonRadioButtonGroup : public VQJsonObjectHasList {
  public:
   explicit VQJsonRadioButtonGroup(VQJsonObject* parent);
-  VQJsonRadioButtonGroup(const VQJsonRadioButtonGroup& other) = default;
+  VQJsonRadioButtonGroup(const VQJsonRadioButtonGroup& other);
   VQJsonRadioButtonGroup& operator=(const VQJsonRadioButtonGroup& other) = default;
   ~VQJsonRadioButtonGroup() override;
 
