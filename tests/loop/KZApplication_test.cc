@@ -88,11 +88,12 @@ TEST(KZApplicationTest, InitializeIgnoresSigpipeAndReturnsOne) {
 }
 
 TEST(KZApplicationTest, OtherSignalsKeepTheirDisposition) {
-  std::signal(SIGTERM, SIG_DFL);
-  std::signal(SIGCHLD, SIG_DFL);
+  // A test that is run in the background inherits some that are ignored.
+  const int others[] = {SIGTERM, SIGCHLD, SIGINT, SIGHUP};
+  for (const int signal : others) std::signal(signal, SIG_DFL);
   TestApplication app;
   app.Initialize(0, nullptr);
-  for (const int signal : {SIGTERM, SIGCHLD, SIGINT, SIGHUP}) {
+  for (const int signal : others) {
     struct sigaction action {};
     sigaction(signal, nullptr, &action);
     EXPECT_EQ(action.sa_handler, SIG_DFL) << signal;
