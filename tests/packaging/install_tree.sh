@@ -45,6 +45,10 @@ mkdir "$work/moved"
 cp -a "$work/runtime/." "$work/tools/." "$work/moved"
 env -u LD_LIBRARY_PATH "$work/moved/bin/dorn-station" --help >/dev/null || fail "the installed dorn-station does not start"
 
+for line in 'cmake -S examples/smallest -B build/smallest -G Ninja && cmake --build build/smallest' \
+  'g++ -std=c++17 main.cc -o smallest $(pkg-config --cflags --libs dorn)'; do
+  grep -qxF "$line" "$source/README.md" || fail "README.md does not say: $line"
+done
 export PKG_CONFIG_PATH=$work/all/$lib/pkgconfig
 cd "$source/examples/smallest"
 cmake -S . -B "$work/smallest" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$work/all" >/dev/null
