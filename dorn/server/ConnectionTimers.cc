@@ -18,6 +18,9 @@ constexpr unsigned long kLogInTimeoutMs = 10000;
 constexpr unsigned long kIdleTimeoutMs = 180000;
 constexpr unsigned long kAnswerTimeoutMs = 10000;
 
+// How often in a row a station that takes bytes gets more time for its answer.
+constexpr int kMaxDelays = 5;
+
 }  // namespace
 
 unsigned int ConnectionTimers::IdOf(Kind kind) const {
@@ -36,7 +39,19 @@ void ConnectionTimers::LoggedIn() { Cancel(kLogIn); }
 
 void ConnectionTimers::BytesArrived() { Restart(kIdle, kIdleTimeoutMs); }
 
-void ConnectionTimers::Answered() { Cancel(kAnswer); }
+void ConnectionTimers::Answered() {
+  Cancel(kAnswer);
+  Forget();
+}
+
+void ConnectionTimers::Forget() {
+  mIsAsked = false;
+  mDelays = 0;
+}
+
+void ConnectionTimers::CancelAll() {
+  for (const Kind kind : {kLogIn, kIdle, kAnswer}) Cancel(kind);
+}
 
 void ConnectionTimers::Expire(int kind) {
   if (kind == kIdle) {
@@ -54,13 +69,17 @@ void ConnectionTimers::AskForAnswer() {
   VQJsonCommand command(kCommandKeepalive);
   mSocket.SendData(command.GetJson());
   static_cast<void>(mOutgoing.TakeProgress());  // What went out so far does not count.
+  mIsAsked = true;
+  mDelays = 0;
   Restart(kAnswer, kAnswerTimeoutMs);
 }
 
 // A station that took queued bytes meanwhile is alive, and the KEEPALIVE waits behind them or has
-// only just gone out: the ten seconds begin when it is really sent.
+// only just gone out: the ten seconds begin when it is really sent. But taking bytes is no answer,
+// or a station that never gives one would stay for ever.
 void ConnectionTimers::MissAnswer() {
-  if (mOutgoing.TakeProgress()) {
+  if (mIsAsked && mDelays < kMaxDelays && mOutgoing.TakeProgress()) {
+    ++mDelays;
     Restart(kAnswer, kAnswerTimeoutMs);
     return;
   }

@@ -12,7 +12,9 @@ class Outgoing;
 // The timers of one connection, whose id B is their first one:
 //   B+0  armed when the connection is accepted, cancelled when it authenticates
 //   B+1  armed anew whenever bytes arrive, never cancelled
-//   B+2  armed when a KEEPALIVE is sent, cancelled by the station's KEEPALIVE
+//   B+2  armed when a KEEPALIVE is sent, cancelled by the station's KEEPALIVE; armed anew, five
+//   times
+//        at most, when it fires and queued bytes have gone out meanwhile
 // Those of a connection that is gone fire all the same; the application routes them to the host.
 class ConnectionTimers {
  public:
@@ -34,6 +36,12 @@ class ConnectionTimers {
 
   void Answered();
 
+  // The connection was closed. Its timers stay.
+  void Forget();
+
+  // For another station.
+  void CancelAll();
+
   // The timer of this kind has fired: asks an idle station for an answer; closes one that did not
   // log in or did not answer.
   void Expire(int kind);
@@ -47,6 +55,8 @@ class ConnectionTimers {
 
   VQClientSocket& mSocket;
   Outgoing& mOutgoing;
+  bool mIsAsked = false;  // A KEEPALIVE was sent and not answered.
+  int mDelays = 0;        // How often in a row the end was put off since.
 };
 
 }  // namespace dorn

@@ -1,9 +1,17 @@
 // What a connection sends when its station reads slowly or not at all.
+#include <fcntl.h>
+#include <malloc.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <string>
+#include <vector>
 
 #include "tests/server/ServerTest.h"
+#include "tests/support/RecordingStream.h"
 
 namespace {
 
@@ -264,6 +272,33 @@ TEST_F(OutgoingQueueTest, ASlowStationGetsItsUpdatesWholeWhileTheOthersAreNotDel
     Pass();
   }
   EXPECT_TRUE(expected == Received(slow, expected.size()));
+}
+
+TEST_F(OutgoingQueueTest, TakingBytesPutsTheEndOffFiveTimesAndNotForEver) {
+  Link link = LoggedIn("S1");
+  Send(link, Text(7 * kMiB, 'a'));
+  app.ApplicationTimer(timeval{}, static_cast<unsigned int>(link.id) + 1);
+  const auto takeSomeAndWait = [&] {
+    mClock.AdvanceMs(9000);
+    link.station.Bytes();
+    Pass(2);
+    Wait(1000);
+  };
+  for (int i = 0; i < 5; ++i) {
+    takeSomeAndWait();
+    ASSERT_NE(nullptr, Find(link)) << i;
+  }
+  takeSomeAndWait();
+  EXPECT_EQ(nullptr, Find(link));
+}
+
+TEST_F(OutgoingQueueTest, BytesThatWentOutBeforeAreNoReasonToMissATimer) {
+  Link link = LoggedIn("S1");
+  const std::string text = Text(kMiB, 'a');
+  Send(link, text);
+  Received(link, text.size() + 2);
+  app.ApplicationTimer(timeval{}, static_cast<unsigned int>(link.id) + 2);
+  EXPECT_EQ(nullptr, Find(link));
 }
 
 }  // namespace
