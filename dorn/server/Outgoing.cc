@@ -29,6 +29,11 @@ namespace {
 // A station that lets more than this wait is closed when there is something else to send.
 constexpr std::size_t kMaxQueuedBytes = std::size_t{8} * 1024 * 1024;
 
+// The most that waits together with what else there is to send. A single text may be longer, also
+// for a station that is no more than a moment behind.
+constexpr std::size_t kMaxWithNext = 10000000;
+constexpr std::size_t kMomentBytes = std::size_t{64} * 1024;
+
 // The most that one connection gets at once while others wait for their turn, and before it is
 // closed.
 constexpr std::size_t kDrainBudget = std::size_t{256} * 1024;
@@ -119,14 +124,14 @@ void Outgoing::Push() {
 // A queue that holds something is being watched already.
 bool Outgoing::Enqueue(const char* bytes, std::size_t length) {
   const bool isWatched = HasBacklog();
-  if (!PrepareQueue()) return false;
+  if (!PrepareQueue(length)) return false;
   mQueue->Append(bytes, length);
   return isWatched || WatchBacklog();
 }
 
 bool Outgoing::EnqueueFile(const KZString& path, int file, std::int64_t offset, std::int64_t end) {
   const bool isWatched = HasBacklog();
-  if (!PrepareQueue()) {
+  if (!PrepareQueue(path.size())) {
     if (file >= 0) close(file);
     return false;
   }
@@ -136,11 +141,13 @@ bool Outgoing::EnqueueFile(const KZString& path, int file, std::int64_t offset, 
 
 // Closes a station that does not read. Dropping messages instead would leave it with a wrong
 // picture for ever; when it comes back it gets everything anew.
-bool Outgoing::PrepareQueue() {
+bool Outgoing::PrepareQueue(std::size_t length) {
   if (mQueue == nullptr) mQueue = std::make_unique<OutgoingQueue>();
-  if (mQueue->MemoryBytes() < kMaxQueuedBytes) return true;
+  const std::size_t queued = mQueue->MemoryBytes();
+  if (queued < kMomentBytes) return true;
+  if (queued < kMaxQueuedBytes && queued + length < kMaxWithNext) return true;
   PrintLine({"Connection ", std::to_string(mSocket.GetId()), " closed: it does not read, ",
-             std::to_string(mQueue->MemoryBytes()), " bytes are waiting"});
+             std::to_string(queued), " bytes are waiting"});
   mSocket.Close();
   errno = ENOBUFS;
   return false;

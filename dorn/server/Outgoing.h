@@ -65,7 +65,7 @@ class Outgoing final : public Drainable {
   int Transmit(const char* bytes, std::size_t length);
   int WriteOrQueue(const char* bytes, std::size_t length);
   long WriteOnce(const char* bytes, std::size_t length);
-  bool PrepareQueue();
+  bool PrepareQueue(std::size_t length);
   bool WatchBacklog();
   bool WaitForRoom();
 

@@ -36,25 +36,49 @@ int OpenRegularFile(const char* path) {
   return -1;
 }
 
+std::size_t OutgoingQueue::MemoryOf(const Chunk& chunk) {
+  return sizeof(Chunk) + chunk.mBytes.capacity() + chunk.mPath.capacity();
+}
+
+// A long text takes several chunks, and gives each of them back as soon as it is out.
 void OutgoingQueue::Append(const char* bytes, std::size_t length) {
-  if (length == 0) return;
-  const bool startsChunk = mChunks.empty() || mChunks.back().mIsFile ||
-                           mChunks.back().mBytes.size() + length > kChunkSize;
-  if (startsChunk) mChunks.emplace_back();
-  Chunk& chunk = mChunks.back();
-  chunk.mBytes.append(bytes, length);
-  chunk.mEnd = static_cast<std::int64_t>(chunk.mBytes.size());
-  mMemoryBytes += length;
+  while (length > 0) {
+    Chunk& chunk = ChunkWithRoom();
+    const std::size_t held = chunk.mBytes.size();
+    const std::size_t taken = std::min(length, kChunkSize - held);
+    Grow(chunk, held + taken);
+    chunk.mBytes.insert(chunk.mBytes.end(), bytes, bytes + taken);
+    chunk.mEnd = static_cast<std::int64_t>(chunk.mBytes.size());
+    bytes += taken;
+    length -= taken;
+  }
+}
+
+OutgoingQueue::Chunk& OutgoingQueue::ChunkWithRoom() {
+  const bool hasRoom =
+      !mChunks.empty() && !mChunks.back().mIsFile && mChunks.back().mBytes.size() < kChunkSize;
+  if (!hasRoom) mMemoryBytes += MemoryOf(mChunks.emplace_back());
+  return mChunks.back();
+}
+
+// At least doubles, so that small messages are not copied again and again, but never beyond a
+// chunk.
+void OutgoingQueue::Grow(Chunk& chunk, std::size_t size) {
+  const std::size_t capacity = chunk.mBytes.capacity();
+  if (size <= capacity) return;
+  mMemoryBytes -= MemoryOf(chunk);
+  chunk.mBytes.reserve(std::clamp(2 * capacity, size, kChunkSize));
+  mMemoryBytes += MemoryOf(chunk);
 }
 
 void OutgoingQueue::AppendFile(std::string path, int file, std::int64_t offset, std::int64_t end) {
-  mMemoryBytes += path.size();
   Chunk& chunk = mChunks.emplace_back();
-  chunk.mBytes = std::move(path);
+  chunk.mPath = std::move(path);
   chunk.mIsFile = true;
   chunk.mFile = file;
   chunk.mOffset = offset;
   chunk.mEnd = end;
+  mMemoryBytes += MemoryOf(chunk);
 }
 
 OutgoingQueue::Result OutgoingQueue::Write(int fd, std::size_t budget) {
@@ -74,7 +98,6 @@ OutgoingQueue::Result OutgoingQueue::Write(int fd, std::size_t budget) {
     if (written < 0 && errno != EAGAIN && errno != EWOULDBLOCK) return Result::kFailed;
     if (written <= 0) return Result::kBlocked;
     chunk.mOffset += written;
-    if (!chunk.mIsFile) mMemoryBytes -= static_cast<std::size_t>(written);
     budget -= static_cast<std::size_t>(written);
     mProgress = true;
   }
@@ -88,7 +111,7 @@ long OutgoingQueue::WriteChunk(int fd, Chunk& chunk, std::size_t budget) {
 }
 
 long OutgoingQueue::WriteFilePart(int fd, Chunk& chunk, std::size_t budget) {
-  if (chunk.mFile < 0) chunk.mFile = OpenRegularFile(chunk.mBytes.c_str());
+  if (chunk.mFile < 0) chunk.mFile = OpenRegularFile(chunk.mPath.c_str());
   if (chunk.mFile < 0) return kChunkDone;
   char block[kFileBlock];
   const auto left = static_cast<std::size_t>(chunk.mEnd - chunk.mOffset);
@@ -103,13 +126,9 @@ long OutgoingQueue::WriteFilePart(int fd, Chunk& chunk, std::size_t budget) {
 }
 
 void OutgoingQueue::DropFirst() {
-  Chunk& chunk = mChunks.front();
-  if (chunk.mIsFile) {
-    mMemoryBytes -= chunk.mBytes.size();
-    if (chunk.mFile >= 0) close(chunk.mFile);
-  } else {
-    mMemoryBytes -= static_cast<std::size_t>(chunk.mEnd - chunk.mOffset);
-  }
+  const Chunk& chunk = mChunks.front();
+  mMemoryBytes -= MemoryOf(chunk);
+  if (chunk.mFile >= 0) close(chunk.mFile);
   mChunks.pop_front();
 }
 

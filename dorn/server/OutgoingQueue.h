@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <string>
+#include <vector>
 
 namespace dorn {
 
@@ -28,7 +29,7 @@ class OutgoingQueue {
 
   bool IsEmpty() const { return mChunks.empty(); }
 
-  // Bytes of memory that wait, names of files included.
+  // Bytes of memory that are allocated.
   std::size_t MemoryBytes() const { return mMemoryBytes; }
 
   void Append(const char* bytes, std::size_t length);
@@ -49,13 +50,17 @@ class OutgoingQueue {
 
  private:
   struct Chunk {
-    std::string mBytes;  // In memory; or, for a file, its path.
+    std::vector<char> mBytes;
+    std::string mPath;  // Of a file.
     bool mIsFile = false;
     int mFile = -1;
     std::int64_t mOffset = 0;
     std::int64_t mEnd = 0;
   };
 
+  static std::size_t MemoryOf(const Chunk& chunk);
+  Chunk& ChunkWithRoom();
+  void Grow(Chunk& chunk, std::size_t size);
   long WriteChunk(int fd, Chunk& chunk, std::size_t budget);
   long WriteFilePart(int fd, Chunk& chunk, std::size_t budget);
   void DropFirst();

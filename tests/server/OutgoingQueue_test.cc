@@ -274,6 +274,27 @@ TEST_F(OutgoingQueueTest, ASlowStationGetsItsUpdatesWholeWhileTheOthersAreNotDel
   EXPECT_TRUE(expected == Received(slow, expected.size()));
 }
 
+// Bytes of the heap in use; 0 where a sanitizer has replaced it.
+size_t HeapInUse() {
+  const struct mallinfo2 info = mallinfo2();
+  return info.uordblks + info.hblkhd;
+}
+
+TEST_F(OutgoingQueueTest, WhatAQueueAllocatesIsBoundedWhateverTheLengthOfItsTexts) {
+  for (const size_t length : {1U, 100U, 700U, 5000U, 33000U, 70000U, 1500000U}) {
+    Link link = LoggedIn("S" + std::to_string(length));
+    VQClientSocket* client = Find(link);
+    const KZString text(Text(length, 'a'));
+    const CapturedStdout console;
+    const size_t before = HeapInUse();
+    size_t most = before;
+    while (client->SendData(text) > 0) most = std::max(most, HeapInUse());
+    EXPECT_LE(most - before, 10000000U) << length;
+    EXPECT_EQ(nullptr, Find(link));
+    Pass();
+  }
+}
+
 TEST_F(OutgoingQueueTest, TakingBytesPutsTheEndOffFiveTimesAndNotForEver) {
   Link link = LoggedIn("S1");
   Send(link, Text(7 * kMiB, 'a'));
