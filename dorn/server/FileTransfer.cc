@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <ctime>
 #include <string>
+#include <string_view>
 
 #include "dorn/loop/LoopPass.h"
 #include "dorn/model/WireWords.h"
@@ -131,6 +132,19 @@ bool AnswerFromDialog(VQClientSocket& client, const KZString& file, const KZStri
   return dialog->OnGetfile(&client, file, date, objectName) != 0;
 }
 
+// A block that fails is given up and the next one tried, as a host's own Send() may expect. False
+// when none was sent: then the connection is broken.
+bool SendBlocks(VQClientSocket& client, std::string_view bytes) {
+  Outgoing& out = Connection::Of(client).Out();
+  bool isAnySent = false;
+  while (!bytes.empty() && !HasNoDescriptor(client)) {
+    const std::string_view block = bytes.substr(0, kBlockSize);
+    isAnySent = out.SendBlock(block.data(), block.size()) || isAnySent;
+    bytes.remove_prefix(block.size());
+  }
+  return isAnySent;
+}
+
 // The bytes and their order are those of sending the whole file here and now; but what the socket
 // does not take is sent as it makes room, so that a station that reads slowly, or not at all, keeps
 // nobody else waiting. Only a regular file has bytes to send: reading a pipe or a device could
@@ -151,8 +165,8 @@ void SendFile(VQClientSocket& client, const KZString& path, int length) {
     const std::size_t direct = std::min(end - sent, kDirectSize);
     const std::string part = ReadPart(file, sent, direct);
     sent += part.size();
-    hasMore = out.SendPayload(part.data(), part.size(), kBlockSize) && part.size() == direct &&
-              sent < end && !HasNoDescriptor(client);
+    hasMore =
+        SendBlocks(client, part) && part.size() == direct && sent < end && !HasNoDescriptor(client);
   } while (hasMore && !out.HasBacklog() && !IsInPass());
   if (hasMore) {
     out.EnqueueFile(path, file, static_cast<std::int64_t>(sent), length);

@@ -191,15 +191,14 @@ bool Outgoing::WaitForRoom() {
   return ready > 0;
 }
 
-bool Outgoing::SendPayload(const char* bytes, std::size_t length, std::size_t blockSize) {
+bool Outgoing::SendBlock(const char* bytes, std::size_t length) {
   while (length > 0 && !HasBacklog()) {
-    const std::size_t block = std::min(length, blockSize);
-    const int sent = mSocket.Send(bytes, static_cast<int>(block));
-    if (sent < 0 && !IsRetryable(errno)) return false;
-    const std::size_t taken = sent > 0 ? static_cast<std::size_t>(sent) : 0;
+    const int sent = mSocket.Send(bytes, static_cast<int>(length));
+    if (sent < 0 && errno != EAGAIN && errno != EWOULDBLOCK) return false;
+    const std::size_t taken = sent > 0 ? std::min(static_cast<std::size_t>(sent), length) : 0;
     bytes += taken;
     length -= taken;
-    if (taken < block && !WaitForRoom()) return Enqueue(bytes, length);
+    if (length > 0 && !WaitForRoom()) return Enqueue(bytes, length);
   }
   return length == 0 || Enqueue(bytes, length);
 }

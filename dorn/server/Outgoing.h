@@ -38,9 +38,9 @@ class Outgoing final : public Drainable {
   // The part of a file behind everything else; see OutgoingQueue::AppendFile(), also for `file`.
   bool EnqueueFile(const KZString& path, int file, std::int64_t offset, std::int64_t end);
 
-  // Bytes without a frame, in blocks through the connection's Send(), which hosts may override;
-  // what the socket does not take is queued. False when the connection is broken.
-  bool SendPayload(const char* bytes, std::size_t length, std::size_t blockSize);
+  // Bytes without a frame, through the connection's Send(), which hosts may override; what the
+  // socket does not take is queued. False when Send() failed: the rest of the block is given up.
+  bool SendBlock(const char* bytes, std::size_t length);
 
   // Sends what the kernel keeps back for a moment; see MessageBatch.
   void Push();

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -117,8 +116,8 @@ int VQDialog::OnGetfile(VQClientSocket* client, KZString file, KZString, KZStrin
   reply.SetLength(text.GetLength());
   reply.SetDateAndObject(TreeDate(), objectName);
   client->SendData(reply.GetJson());
-  dorn::Connection::Of(*client).Out().SendPayload(text.data(), text.size(),
-                                                  std::max<std::size_t>(text.size(), 1));
+  // Whatever could not be sent is not reported.
+  static_cast<void>(dorn::Connection::Of(*client).Out().SendBlock(text.data(), text.size()));
   return 1;
 }
 

@@ -122,9 +122,15 @@ class RecordingClient : public VQClientSocket {
   using VQClientSocket::VQClientSocket;
   int Send(const void* data, int length) override {
     mBlocks.push_back(length);
+    if (static_cast<int>(mBlocks.size()) == mFailing) {
+      errno = mError;
+      return -1;
+    }
     return VQClientSocket::Send(data, length);
   }
   std::vector<int> mBlocks;
+  int mFailing = 0;  // Which call fails; 0: none.
+  int mError = 0;
 };
 
 TEST_F(FileStreamingTest, BlocksOfOneKibibyteGoThroughSend) {
@@ -139,6 +145,42 @@ TEST_F(FileStreamingTest, BlocksOfOneKibibyteGoThroughSend) {
   client->OnGetfile(KZString(name), "", "");
   EXPECT_THAT(client->mBlocks, ElementsAre(1024, 1024, 452));
   EXPECT_EQ(Frame(Follows(name, 2500)) + text, station.Bytes());
+}
+
+TEST_F(FileStreamingTest, ABlockThatFailsIsGivenUpAndTheNextOneSent) {
+  for (const int error : {EPIPE, EINTR, ENOBUFS}) {
+    int pair[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+    auto* client = new RecordingClient(&app.mLog, app.GetFdDataList());
+    client->Create(pair[0], 3000);
+    client->mFailing = 2;
+    client->mError = error;
+    Station station(pair[1]);
+    Pass();
+    const std::string text = Pattern(2500);
+    const std::string name = File("a.bin", text);
+    client->OnGetfile(KZString(name), "", "");
+    EXPECT_THAT(client->mBlocks, ElementsAre(1024, 1024, 452)) << error;
+    EXPECT_EQ(Frame(Follows(name, 2500)) + text.substr(0, 1024) + text.substr(2048),
+              station.Bytes())
+        << error;
+  }
+}
+
+TEST_F(FileStreamingTest, ATreeThatFailsIsNotTriedAgain) {
+  Shared("tree", kTree);
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  auto* client = new RecordingClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  client->mFailing = 1;
+  client->mError = EINTR;
+  Station station(pair[1]);
+  Pass();
+  EXPECT_EQ(1, Dialog("tree")->VQDialog::OnGetfile(client, "tree.json", "", ""));
+  EXPECT_EQ(1U, client->mBlocks.size());
+  EXPECT_EQ(1U, station.Messages().size());
+  EXPECT_EQ("", station.Bytes());
 }
 
 // Calls `answer` while nothing runs the loop and the station reads; the result is what it got.
