@@ -1,6 +1,7 @@
 #include "dorn/server/Connection.h"
 
-#include <sys/socket.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 
 #include <cstring>
 #include <string>
@@ -44,9 +45,14 @@ bool Connection::PrepareRead() {
   return false;
 }
 
+// Asks without reading: even a peek would take the error of a reset with it, and the read behind it
+// would find an orderly end.
 bool Connection::HasPeerFinished() const {
-  char byte;
-  return recv(LoadShared(mSocket.mFD), &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
+  const int fd = LoadShared(mSocket.mFD);
+  pollfd peer = {fd, POLLRDHUP, 0};
+  if (poll(&peer, 1, 0) <= 0 || peer.revents != POLLRDHUP) return false;
+  int unread = 0;
+  return ioctl(fd, FIONREAD, &unread) == 0 && unread == 0;
 }
 
 // An incomplete message keeps the record on the ready list in every pass. Such a call, in which

@@ -50,6 +50,12 @@ bool IsRetryable(int error) { return error == EAGAIN || error == EWOULDBLOCK || 
 // Zero ends a text, STX and ETX frame it.
 bool MayNotBeInText(char byte) { return byte == '\0' || byte == kStx || byte == kEtx; }
 
+// Asks without taking the error.
+bool IsBroken(int fd) {
+  pollfd peer = {fd, 0, 0};
+  return poll(&peer, 1, 0) > 0 && (peer.revents & (POLLERR | POLLHUP)) != 0;
+}
+
 bool IsFrameOf(const std::string& frame, const KZString& text) {
   return frame.size() == text.size() + 2 &&
          std::memcmp(frame.data() + 1, text.data(), text.size()) == 0;
@@ -73,6 +79,8 @@ Outgoing::Outgoing(VQClientSocket& socket) : mSocket(socket) {}
 Outgoing::~Outgoing() { Drop(); }
 
 bool Outgoing::HasBacklog() const { return mQueue != nullptr && !mQueue->IsEmpty(); }
+
+bool Outgoing::AwaitsRoom() const { return HasBacklog() && !IsBroken(LoadShared(mSocket.mFD)); }
 
 bool Outgoing::TakeProgress() { return mQueue != nullptr && mQueue->TakeProgress(); }
 
@@ -164,9 +172,15 @@ bool Outgoing::WatchBacklog() {
   return false;
 }
 
+// A broken connection is left to the next read, which reports why it is broken: a write would take
+// the error with it.
 void Outgoing::Drain() {
   using Result = OutgoingQueue::Result;
   if (mQueue == nullptr || HasNoDescriptor(mSocket)) return;
+  if (IsBroken(mSocket.GetFD())) {
+    if (std::exchange(mClosesWhenDrained, false)) mSocket.SetFDStatus(KZFdData::kStatusActive);
+    return;
+  }
   const Result result = mQueue->Write(mSocket.GetFD(), kDrainBudget);
   if (result == Result::kFailed) {
     PrintLine({"Connection ", std::to_string(mSocket.GetId()),

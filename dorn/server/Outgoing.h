@@ -28,6 +28,9 @@ class Outgoing final : public Drainable {
 
   bool HasBacklog() const;
 
+  // Whether there is a backlog and still somebody to take it.
+  bool AwaitsRoom() const;
+
   // The text as one message, with one write. Returns what the write returned; the framed length
   // when all or a part was queued; -1 without a descriptor, or when the connection was closed.
   int SendText(const KZString& text);

@@ -60,22 +60,23 @@ void VQApplication::CloseDown() {
 
 // Nothing is received meanwhile, and no timer fires.
 void VQApplication::DrainQueues() {
+  const auto awaitsRoom = [](VQClientSocket* client) {
+    return client != nullptr && dorn::Connection::Of(*client).Out().AwaitsRoom();
+  };
   const Clock::time_point end = Clock::now() + kLastWords;
   std::vector<pollfd> waiting;
   for (;;) {
     waiting.clear();
     for (KZFdData* record : *GetFdDataList()) {
       VQClientSocket* client = dorn::AsLivingConnection(record);
-      if (client != nullptr && dorn::Connection::Of(*client).Out().HasBacklog())
-        waiting.push_back({client->GetFD(), POLLOUT, 0});
+      if (awaitsRoom(client)) waiting.push_back({client->GetFD(), POLLOUT, 0});
     }
     const int leftMs = LeftMs(end);
     if (waiting.empty() || leftMs == 0) return;
     if (poll(waiting.data(), waiting.size(), leftMs) < 0 && errno != EINTR) return;
     for (KZFdData* record : *GetFdDataList()) {
       VQClientSocket* client = dorn::AsLivingConnection(record);
-      if (client != nullptr && dorn::Connection::Of(*client).Out().HasBacklog())
-        dorn::Connection::Of(*client).Out().Drain();
+      if (awaitsRoom(client)) dorn::Connection::Of(*client).Out().Drain();
     }
   }
 }

@@ -295,6 +295,80 @@ TEST_F(OutgoingQueueTest, WhatAQueueAllocatesIsBoundedWhateverTheLengthOfItsText
   }
 }
 
+// A connection whose notices are seen.
+class NoticingClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  int OnNotice(int code, int value) override {
+    mNotices.push_back(code);
+    mNotices.push_back(value);
+    return VQClientSocket::OnNotice(code, value);
+  }
+  void OnClose() override {
+    VQClientSocket::OnClose();
+    mLast = mNotices;
+  }
+  std::vector<int> mNotices;
+  static std::vector<int> mLast;  // Outlives the object.
+};
+std::vector<int> NoticingClient::mLast;
+
+class BrokenConnectionTest : public OutgoingQueueTest {
+ protected:
+  // A station of a NoticingClient with a backlog.
+  void Connect() {
+    TcpAcceptor acceptor;
+    ASSERT_TRUE(mStation.Connect(acceptor.Port()));
+    const int fd = dup(acceptor.Accept().Fd());
+    fcntl(fd, F_SETFL, O_NONBLOCK);
+    mClient = new NoticingClient(&mStream, app.GetFdDataList());
+    mClient->Create(fd, 3000);
+    Pass();
+    const CapturedStdout console;
+    mClient->SendData(KZString(Text(6 * kMiB, 'a')));
+  }
+
+  void ExpectReportOfReset() {
+    NoticingClient::mLast.clear();
+    ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+    EXPECT_THAT(NoticingClient::mLast, ElementsAre(1002, ECONNRESET));
+    EXPECT_TRUE(mStream.Has("recvfrom (Connection reset by peer)\n"));
+  }
+
+  TcpPeer mStation;
+  RecordingStream mStream;
+  NoticingClient* mClient = nullptr;
+};
+
+TEST_F(BrokenConnectionTest, AResetWithABacklogIsReportedAsOneWithoutIs) {
+  Connect();
+  Pass(3);
+  mStation.Reset();
+  ExpectReportOfReset();
+}
+
+// The drainer, which is watched since the first backlog, comes before this connection.
+TEST_F(BrokenConnectionTest, AResetThatTheDrainerMeetsFirstIsReportedToo) {
+  Link earlier = LoggedIn("S1");
+  Send(earlier, Text(6 * kMiB, 'a'));
+  Pass(3);
+  Find(earlier)->Close();
+  Connect();
+  Pass(3);
+  mStation.Reset();
+  ExpectReportOfReset();
+}
+
+// The end of its stream was all that there was to read.
+TEST_F(BrokenConnectionTest, AResetOfAStationThatHadFinishedSendingEndsIt) {
+  Connect();
+  mStation.ShutdownWrite();
+  Pass(5);
+  ASSERT_EQ(1U, Connections());
+  mStation.Reset();
+  EXPECT_TRUE(RunUntil([] { return Connections() == 0; }));
+}
+
 TEST_F(OutgoingQueueTest, TakingBytesPutsTheEndOffFiveTimesAndNotForEver) {
   Link link = LoggedIn("S1");
   Send(link, Text(7 * kMiB, 'a'));
