@@ -65,23 +65,43 @@ void Connection::Receive() {
   // Bytes that were put there without the loop may be anything.
   if (mSocket.IsSelect() == 0 && !isRepetition) mCutter.Forget();
   DropGarbage();
+  const int ends = mEnds;
   ExecuteMessages();
-  if (IsRemoved(mSocket)) return;
+  if (IsRemoved(mSocket) || mEnds != ends) return;
   CloseIfFull();
   mLeft = HeldLength();
+}
+
+void Connection::End() {
+  ++mEnds;
+  mOutgoing.Drop();
+  mTimers.Forget();
+  mCutter.Forget();
+  mLeft = -1;
+}
+
+// A host's OnClose() need not have called ours.
+void Connection::BeginAnew() {
+  if (LoadShared(mSocket.mFD) >= 0) return;
+  End();
+  mTimers.CancelAll();
+  mSocket.mSessionId.Clear();
+  mSocket.mAuth = false;
+  mSocket.mDialogName.Clear();
 }
 
 // What a closed connection has sent is not executed any more, or one message could try thousands of
 // session ids.
 void Connection::ExecuteMessages() {
   MessageBatch batch;
+  const int ends = mEnds;
   KZString text;
   while (TakeMessage(text)) {
     batch.SetMore(HasMessage());
     // Hooks may read from the buffer too, so the end is looked for anew.
     mCutter.Forget();
     mSocket.DoCommand(text);
-    if (IsRemoved(mSocket)) return;
+    if (IsRemoved(mSocket) || mEnds != ends) return;
   }
 }
 

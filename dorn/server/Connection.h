@@ -36,6 +36,17 @@ class Connection {
   // Executes all messages that are complete.
   void Receive();
 
+  // The descriptor was closed: whatever belonged to it alone is forgotten.
+  void End();
+
+  // The object is about to get another descriptor. What its last station was, in a dialog or logged
+  // in, the next one is not; nor do its timers count.
+  void BeginAnew();
+
+  // How often the connection was closed. A closed one may be open again, for another station, when
+  // a hook returns.
+  int Ends() const { return mEnds; }
+
   // The receive buffer was emptied. Any thread.
   void BufferCleared() { mCutter.Forget(); }
 
@@ -54,6 +65,7 @@ class Connection {
   Outgoing mOutgoing;
   ConnectionTimers mTimers;
   MessageCutter mCutter;
+  int mEnds = 0;
   int mLeft = -1;  // What the last Receive() left in the buffer; -1 before the first.
 };
 

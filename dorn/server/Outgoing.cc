@@ -225,9 +225,11 @@ void Outgoing::WriteLast() {
 
 // The end of the stream has taken along what the kernel kept back.
 void Outgoing::Drop() {
+  mClosesWhenDrained = false;
   if (std::exchange(mIsUnpushed, false)) MessageBatch::Forget(this);
   if (mQueue == nullptr) return;
   mQueue->Clear();
+  static_cast<void>(mQueue->TakeProgress());
   OutgoingDrainer::Forget(mSocket.GetFdDataList(), this);
 }
 

@@ -34,6 +34,16 @@ VQClientSocket::~VQClientSocket() {
   std::puts("socket delete");
 }
 
+int VQClientSocket::Open(const char* host, int port, int buffersize) {
+  mConnection->BeginAnew();
+  return KZClientSocket::Open(host, port, buffersize);
+}
+
+int VQClientSocket::Create(int sd, int buffersize) {
+  mConnection->BeginAnew();
+  return KZClientSocket::Create(sd, buffersize);
+}
+
 void VQClientSocket::ReadyToRead() {
   if (mConnection->PrepareRead()) KZClientSocket::ReadyToRead();
 }
@@ -59,7 +69,7 @@ int VQClientSocket::Send(const void* data, int length) {
 }
 
 void VQClientSocket::OnClose() {
-  mConnection->Out().Drop();
+  mConnection->End();
   KZClientSocket::OnClose();
 }
 
@@ -98,10 +108,11 @@ int VQClientSocket::DoCommand(const KZString& text) {
   VQJsonCommands commands;
   VQJsonParser parser;
   parser.ParseCommand(&commands, text);
+  const int ends = mConnection->Ends();
   for (std::size_t i = 0; i < commands.mObjectList.size(); ++i) {
     if (commands.mObjectList[i] != nullptr) dorn::ExecuteCommand(*this, commands.mObjectList[i]);
     // Kept: the command that closed the connection is finished. Nothing behind it is executed.
-    if (dorn::IsRemoved(*this)) break;
+    if (dorn::IsRemoved(*this) || mConnection->Ends() != ends) break;
   }
   return 1;
 }

@@ -42,6 +42,11 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   VQClientSocket(const VQClientSocket&) = delete;
   VQClientSocket& operator=(const VQClientSocket&) = delete;
 
+  // As in KZClientSocket. An object that was closed is a new connection then: nobody is logged in,
+  // it shows no dialog, and its timers are cancelled.
+  int Open(const char* host, int port, int buffersize);
+  int Create(int sd, int buffersize);
+
   // Receives as every socket does. A station that finished sending while bytes are still queued for
   // it is closed when they are out, not at once.
   void ReadyToRead() override;
@@ -58,7 +63,7 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   int Send(const void* data, int length) override;
 
   // Called by Close(). Drops what is still queued and logs. Closing a connection neither ends its
-  // session nor tells its dialog.
+  // session nor tells its dialog; both are still known here, and until the object is opened again.
   void OnClose() override;
 
   // Called by the loop when bytes were appended to the receive buffer, and in every pass as long as

@@ -369,6 +369,27 @@ TEST_F(BrokenConnectionTest, AResetOfAStationThatHadFinishedSendingEndsIt) {
   EXPECT_TRUE(RunUntil([] { return Connections() == 0; }));
 }
 
+TEST_F(OutgoingQueueTest, AnObjectThatIsUsedAgainDoesNotEndWithItsFirstBacklog) {
+  Link link = ConnectTcp();
+  VQClientSocket* client = Find(link);
+  Send(link, Text(6 * kMiB, 'a'));
+  link.station.ShutdownWrite();
+  Pass(5);
+  client->Close();
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  client->Create(pair[0], 3000);
+  Link next;
+  next.station = Station(pair[1]);
+  next.id = link.id;
+  Pass();
+  const std::string text = Text(kMiB, 'b');
+  Send(next, text);
+  EXPECT_TRUE(Frame(text) == Received(next, text.size() + 2));
+  Pass(3);
+  EXPECT_EQ(client, Find(next));
+}
+
 TEST_F(OutgoingQueueTest, TakingBytesPutsTheEndOffFiveTimesAndNotForEver) {
   Link link = LoggedIn("S1");
   Send(link, Text(7 * kMiB, 'a'));

@@ -298,4 +298,95 @@ TEST_F(VQClientSocketTest, IdleTimerOutlivesItsConnection) {
   EXPECT_THAT(Calls(), ElementsAre("OnTimer app 134217728", "OnTimer app 134217729"));
 }
 
+// An object that is used again
+
+class UsedAgainTest : public VQClientSocketTest {
+ protected:
+  // The object of a logged-in station, which has just been closed, with another station.
+  void UseAgain() {
+    mOld = LoggedIn("S1", "top");
+    mClient = Find(mOld);
+    Tell(mOld, "{}");
+    mClient->Close();
+    int pair[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+    mClient->Create(pair[0], 3000);
+    mNew.station = Station(pair[1]);
+    mNew.id = mOld.id;
+    Pass();
+    ASSERT_EQ(mClient, Find(mNew));
+  }
+
+  Link mOld;
+  Link mNew;
+  VQClientSocket* mClient = nullptr;
+};
+
+TEST_F(UsedAgainTest, ItsNextStationIsNotLoggedIn) {
+  UseAgain();
+  EXPECT_FALSE(mClient->mAuth);
+  EXPECT_EQ("", Str(mClient->mSessionId));
+  EXPECT_EQ("", Str(mClient->mDialogName));
+}
+
+TEST_F(UsedAgainTest, TheTimersOfItsLastStationAreCancelled) {
+  UseAgain();
+  for (unsigned int kind = 0; kind < 3; ++kind) {
+    EXPECT_TRUE(DueIn(static_cast<unsigned int>(mNew.id) + kind).empty()) << kind;
+  }
+}
+
+TEST_F(UsedAgainTest, AClosedOneStillKnowsWhatItWas) {
+  Link link = LoggedIn("S1", "top");
+  VQClientSocket* client = Find(link);
+  client->Close();
+  EXPECT_TRUE(client->mAuth);
+  EXPECT_EQ("S1", Str(client->mSessionId));
+  EXPECT_EQ("top", Str(client->mDialogName));
+}
+
+TEST_F(UsedAgainTest, AFreshOneKeepsWhatItWasGiven) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  const Station station(pair[1]);
+  auto* client = new VQClientSocket(&app.mLog, app.GetFdDataList());
+  client->Authentication("S1");
+  client->mDialogName = "top";
+  client->Create(pair[0], 3000);
+  Pass();
+  EXPECT_TRUE(client->mAuth);
+  EXPECT_EQ("S1", Str(client->mSessionId));
+  EXPECT_EQ("top", Str(client->mDialogName));
+}
+
+// What its last station has sent is not executed for the next one.
+class ReopeningClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  void OnClose() override {
+    VQClientSocket::OnClose();
+    if (mNext >= 0) Create(std::exchange(mNext, -1), 3000);
+  }
+  int mNext = -1;
+};
+
+TEST_F(UsedAgainTest, CommandsBehindTheOneThatClosedAreNotExecutedForTheNextStation) {
+  int first[2], second[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, first));
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, second));
+  auto* client = new ReopeningClient(&app.mLog, app.GetFdDataList());
+  client->Create(first[0], 3000);
+  client->mNext = second[0];
+  Station old(first[1]), next(second[1]);
+  Pass();
+  app.auth = [](const KZString&, const KZString&, VQClientSocket* station) { station->Close(); };
+  old.SendRaw(
+      "\x02{\"Commands\":[{\"Command\":\"HELLO\",\"Id\":\"a\"},"
+      "{\"Command\":\"HELLO\",\"Id\":\"b\"}]}\x03"
+      "\x02{\"Command\":\"HELLO\",\"Id\":\"c\"}\x03");
+  Pass(3);
+  EXPECT_THAT(Calls(), testing::ElementsAre("OnAuth a "));
+  app.auth = nullptr;
+}
+
 }  // namespace
