@@ -71,20 +71,20 @@ void PrintRefusal(const char* reason, const KZString& file) {
 }
 
 // Kept: everything that has a file type passes, directories included.
-Resource FindResource(const KZString& file) {
+Resource LookFor(const KZString& file) {
   Resource resource;
   if (file.empty()) {
     resource.mError = "NOT KEY";
     return resource;
   }
-  if (!StaysInside(file)) {
+  const ResourceFile found = FindResource(std::string_view(file));
+  if (!found.mIsInside) {
     PrintRefusal("outside resources", file);
     return resource;
   }
-  resource.mPath.Format("%s/resources/%s", App().GetModuleDirectory(),
-                        static_cast<const char*>(file));
-  struct stat status {};
-  if (stat(resource.mPath, &status) != 0) return resource;
+  if (!found.mExists) return resource;
+  resource.mPath = found.mPath;
+  const struct stat& status = found.mStatus;
   if ((status.st_mode & S_IFMT) == 0) {
     resource.mError = "FILE IS NOT REGULAR";
     return resource;
@@ -180,7 +180,7 @@ void SendFile(VQClientSocket& client, const KZString& path, int length) {
 void AnswerGetfile(VQClientSocket& client, const KZString& file, const KZString& date,
                    const KZString& objectName) {
   const std::time_t requested = ParseDate(date);
-  const Resource resource = FindResource(file);
+  const Resource resource = LookFor(file);
   if (resource.mTime == 0) {
     SendPutfileError(client, file, resource.mError);
     return;

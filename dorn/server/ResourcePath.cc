@@ -1,24 +1,173 @@
 #include "dorn/server/ResourcePath.h"
 
+#include <fcntl.h>
+#include <libgen.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <climits>
 #include <cstddef>
+#include <utility>
+#include <vector>
 
 namespace dorn {
+
+namespace {
+
+constexpr std::string_view kParent = "..";
+
+// Calls `use` with each part of the name between its slashes until it returns false, and says
+// whether something follows the part.
+template <typename Use>
+void ForEachPart(std::string_view name, const Use& use) {
+  for (std::size_t start = 0; start < name.size();) {
+    const std::size_t end = std::min(name.find('/', start), name.size());
+    const std::string_view part = name.substr(start, end - start);
+    const bool isFolder = end < name.size();
+    if (!part.empty() && part != "." && !use(part, isFolder)) return;
+    start = end + 1;
+  }
+}
+
+bool HasParent(std::string_view name) {
+  bool found = false;
+  ForEachPart(name, [&found](std::string_view part, bool) { return !(found = part == kParent); });
+  return found;
+}
+
+std::string ReadLink(const char* link) {
+  char path[PATH_MAX];
+  const ssize_t length = readlink(link, path, sizeof path);
+  const bool isWhole = length > 0 && length < static_cast<ssize_t>(sizeof path);
+  return isWhole ? std::string(path, static_cast<std::size_t>(length)) : std::string();
+}
+
+bool LiesBelow(const std::string& path, const std::string& folder) {
+  if (folder.empty() || path.compare(0, folder.size(), folder) != 0) return false;
+  return path.size() == folder.size() || path[folder.size()] == '/' || folder == "/";
+}
+
+// A descriptor that names a file without opening it: it needs no right to read and never waits.
+class Place {
+ public:
+  Place() = default;
+  explicit Place(const std::string& path)
+      : mFd(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+  Place(const Place& folder, const std::string& part, int flags)
+      : mFd(openat(folder.mFd, part.c_str(), O_PATH | O_CLOEXEC | flags)) {}
+  Place(Place&& other) noexcept : mFd(std::exchange(other.mFd, -1)) {}
+  Place& operator=(Place&& other) noexcept {
+    std::swap(mFd, other.mFd);
+    return *this;
+  }
+  ~Place() {
+    if (mFd >= 0) close(mFd);
+  }
+
+  bool Exists() const { return mFd >= 0; }
+
+  struct stat Status() const {
+    struct stat status {};
+    if (fstat(mFd, &status) != 0) return {};
+    return status;
+  }
+
+  // Its path without links; empty if it cannot be told.
+  std::string RealPath() const {
+    return ReadLink(("/proc/self/fd/" + std::to_string(mFd)).c_str());
+  }
+
+ private:
+  int mFd = -1;
+};
+
+// Follows a name from folder to folder as the system does, and remembers where links have led.
+class Walk {
+ public:
+  explicit Walk(const std::string& start) : mPlace(start) { AddRoot(mPlace); }
+
+  // False if there is no such folder.
+  bool HasBegun() const { return mPlace.Exists(); }
+
+  // Goes on to one part of the name. False if there is no such thing; the walk stays where it is.
+  bool Enter(const std::string& part, bool isFolder) {
+    Place next(mPlace, part, O_NOFOLLOW);
+    if (next.Exists() && S_ISLNK(next.Status().st_mode)) {
+      next = Place(mPlace, part, 0);
+      AddRoot(next);
+    }
+    mIsWhole = next.Exists() && (!isFolder || S_ISDIR(next.Status().st_mode));
+    if (mIsWhole) mPlace = std::move(next);
+    return mIsWhole;
+  }
+
+  ResourceFile Result() const {
+    ResourceFile result;
+    result.mPath = mPlace.RealPath();
+    result.mIsInside = std::any_of(mRoots.begin(), mRoots.end(), [&](const std::string& root) {
+      return LiesBelow(result.mPath, root);
+    });
+    result.mExists = mIsWhole && result.mIsInside;
+    if (result.mExists) result.mStatus = mPlace.Status();
+    return result;
+  }
+
+ private:
+  void AddRoot(const Place& place) {
+    if (place.Exists()) mRoots.push_back(place.RealPath());
+  }
+
+  Place mPlace;
+  bool mIsWhole = true;
+  std::vector<std::string> mRoots;
+};
+
+std::string ResourceFolder() { return ModuleDirectory() + "/resources"; }
+
+}  // namespace
+
+std::string ModuleDirectory() {
+  char path[1024];
+  const std::string link = "/proc/" + std::to_string(getpid()) + "/exe";
+  const ssize_t length = readlink(link.c_str(), path, sizeof path - 1);
+  if (length <= 0) return ".";
+  path[length] = '\0';
+  return dirname(path);
+}
 
 bool StaysInside(std::string_view name) {
   if (name.find('\0') != std::string_view::npos) return false;
   long depth = 0;
-  for (std::size_t start = 0; start < name.size();) {
-    const std::size_t end = std::min(name.find('/', start), name.size());
-    const std::string_view part = name.substr(start, end - start);
-    if (part == "..") {
-      if (--depth < 0) return false;
-    } else if (!part.empty() && part != ".") {
-      ++depth;
-    }
-    start = end + 1;
+  ForEachPart(name, [&depth](std::string_view part, bool) {
+    depth += part == kParent ? -1 : 1;
+    return depth >= 0;
+  });
+  return depth >= 0;
+}
+
+ResourceFile FindResource(std::string_view name) {
+  ResourceFile result;
+  if (!StaysInside(name)) return result;
+  const std::string folder = ResourceFolder();
+  result.mIsInside = true;
+  result.mPath = folder + "/";
+  result.mPath += name;
+  if (!HasParent(name)) {
+    result.mExists = stat(result.mPath.c_str(), &result.mStatus) == 0;
+    return result;
   }
-  return true;
+  // The system takes no longer path either.
+  if (result.mPath.size() >= PATH_MAX) return result;
+  Walk walk(folder);
+  if (!walk.HasBegun()) return result;
+  ForEachPart(name, [&walk](std::string_view part, bool isFolder) {
+    return walk.Enter(std::string(part), isFolder);
+  });
+  return walk.Result();
+}
+
+bool IsInsideResources(std::string_view name) {
+  return HasParent(name) ? FindResource(name).mIsInside : StaysInside(name);
 }
 
 }  // namespace dorn

@@ -1,11 +1,7 @@
 #include "dorn/server/VQApplication.h"
 
-#include <libgen.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <set>
 #include <string>
 
@@ -147,7 +143,9 @@ void VQApplication::SetLogStream(KZStream* stream) {
   mStationSocket.mStream = sink;
 }
 
-bool VQApplication::IsInsideResources(const KZString& name) { return dorn::StaysInside(name); }
+bool VQApplication::IsInsideResources(const KZString& name) {
+  return dorn::IsInsideResources(name);
+}
 
 unsigned int VQApplication::MakeSocketId() {
   std::printf("VQApplication::MakeSocketId = %x\n", mSocketId);
@@ -229,12 +227,9 @@ bool VQApplication::CreateSession(const KZString& sid, int interval) {
 
 char* VQApplication::GetModuleDirectory() {
   static char path[1024];
-  char link[32];
-  std::snprintf(link, sizeof link, "/proc/%d/exe", getpid());
-  const ssize_t length = readlink(link, path, sizeof path - 1);
-  if (length <= 0) return std::strcpy(path, ".");
-  path[length] = '\0';
-  return dirname(path);
+  const std::string directory = dorn::ModuleDirectory();
+  path[directory.copy(path, sizeof path - 1)] = '\0';
+  return path;
 }
 
 void VQApplication::SendDataList(const KZString& sid, const KZString& dname, const KZString& text) {

@@ -119,8 +119,10 @@ class DORN_EXPORT VQApplication : public KZApplication {
   // owned and must outlive them. Null: nowhere, as it is by default.
   void SetLogStream(KZStream* stream);
 
-  // Whether `name`, relative to `resources`, stays below it: it does not climb above it through
-  // ".." and holds no zero byte. Looks at the name alone, not at the disk.
+  // Whether `name`, relative to `resources`, stays below it, as GETFILE judges it: it holds no zero
+  // byte, does not climb above `resources` through "..", nor out of a linked folder on its way.
+  // Links alone are followed wherever they lead. Looks at the disk, as it is now, for a name with
+  // ".." only. The file need not exist.
   static bool IsInsideResources(const KZString& name);
 
   // Prints and hands out the next id of a connection, a multiple of 10 above the first. The caller

@@ -133,7 +133,7 @@ void VQDialog::Init(const KZString& name, const char* file) {
 bool VQDialog::IsInsideResources(const KZString& file) {
   KZString path = file;
   path.Replace("@", "/");
-  return dorn::StaysInside(path);
+  return dorn::IsInsideResources(path);
 }
 
 int VQDialog::LoadJsonShare() {

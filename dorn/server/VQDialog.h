@@ -81,8 +81,11 @@ class DORN_EXPORT VQDialog {
   // CreateDialog(). Not checked: see IsInsideResources() for names that come from stations.
   void Init(const KZString& name, const char* file);
 
-  // Whether `file`, as given to Init(), stays below `resources`: it does not climb above it through
-  // ".." and holds no zero byte. Looks at the name alone, not at the disk.
+  // Whether `file`, as given to Init(), stays below `resources`, as GETFILE judges it: it holds no
+  // zero byte, does not climb above `resources` through "..", nor out of a linked folder on its
+  // way. Links alone are followed wherever they lead. Looks at the disk, as it is now, for a name
+  // with
+  // ".." only. The file need not exist.
   static bool IsInsideResources(const KZString& file);
 
   // Creates the session "SessionIdShared", which never expires, unless it exists, and loads the

@@ -2,15 +2,22 @@
 #include "tests/server/FileTransferTest.h"
 
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <thread>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 // Errors
 
@@ -59,6 +66,120 @@ TEST_F(FileTransferTest, DeployedSymbolicLinksAreFollowed) {
   ASSERT_EQ(0, symlink("real.bin", Path(Folder() + "/link.bin").c_str()));
   Get(Folder() + "/link.bin");
   EXPECT_EQ(Frame(Follows(Folder() + "/link.bin", 3)) + "xyz", mLink.station.Bytes());
+}
+
+// A folder outside, with a secret beside it, and a link to it below `resources`.
+class LinkedFolderTest : public FileTransferTest {
+ protected:
+  void SetUp() override {
+    FileTransferTest::SetUp();
+    mOutside = std::string(app.GetModuleDirectory()) + "/outside-" + std::to_string(getpid());
+    std::filesystem::create_directories(mOutside + "/help/sub");
+    Write("secret.txt", "secret");
+    Write("help/page.txt", "page");
+    std::filesystem::create_directory_symlink(mOutside + "/help", FolderPath() + "/help");
+    std::filesystem::create_directory(FolderPath() + "/plain");
+    File("a.bin", "xyz");
+  }
+
+  void TearDown() override {
+    std::filesystem::remove_all(mOutside);
+    FileTransferTest::TearDown();
+  }
+
+  void Write(const std::string& name, const std::string& text) const {
+    std::ofstream(mOutside + "/" + name) << text;
+    const timespec times[2] = {{kFileTime, 0}, {kFileTime, 0}};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, (mOutside + "/" + name).c_str(), times, 0));
+  }
+
+  std::string mOutside;
+};
+
+struct LinkedCase {
+  const char* name;
+  const char* bytes;  // Null: refused.
+};
+
+TEST_F(LinkedFolderTest, IsNotLeftThroughItsParent) {
+  std::filesystem::create_symlink(mOutside + "/secret.txt", FolderPath() + "/deployed.txt");
+  const LinkedCase table[] = {
+      {"help/page.txt", "page"},
+      {"help/sub/../page.txt", "page"},
+      {"plain/../help/page.txt", "page"},
+      {"plain/../help/sub/../page.txt", "page"},
+      {"plain/../a.bin", "xyz"},
+      {"./plain//.././a.bin", "xyz"},
+      {"deployed.txt", "secret"},
+      {"plain/../deployed.txt", "secret"},
+      {"help/../secret.txt", nullptr},
+      {"help/sub/../../secret.txt", nullptr},
+      {"plain/../help/../secret.txt", nullptr},
+      {"help/../a.bin", nullptr},
+      {"help/../none.txt", nullptr},
+      {"help/..", nullptr},
+  };
+  for (const LinkedCase& row : table) {
+    const std::string name = Folder() + "/" + row.name;
+    Get(name);
+    EXPECT_EQ(row.bytes == nullptr ? Frame(Error(name, "FILE NOT FOUND"))
+                                   : Frame(Follows(name, strlen(row.bytes))) + row.bytes,
+              mLink.station.Take(10000));
+    EXPECT_EQ(row.bytes != nullptr, VQApplication::IsInsideResources(KZString(name))) << name;
+    EXPECT_EQ(row.bytes != nullptr, VQDialog::IsInsideResources(KZString(name))) << name;
+  }
+}
+
+TEST_F(LinkedFolderTest, ANameThroughItsParentIsReportedInOneLine) {
+  CapturedStdout console;
+  Get(Folder() + "/help/../secret.txt");
+  EXPECT_THAT(console.Text(), HasSubstr("\nGETFILE refused, outside resources: " + Folder() +
+                                        "/help/../secret.txt\n"));
+}
+
+TEST_F(LinkedFolderTest, WhatIsMissingInsideIsNotFoundAndNotReported) {
+  for (const char* part : {"plain/../none.txt", "none/../a.bin", "a.bin/../a.bin",
+                           "plain/../a.bin/", "help/sub/../none.txt"}) {
+    const std::string name = Folder() + "/" + part;
+    CapturedStdout console;
+    Get(name);
+    EXPECT_THAT(console.Text(), Not(HasSubstr("GETFILE refused"))) << name;
+    EXPECT_THAT(mLink.station.Messages(), ElementsAre(Error(name, "FILE NOT FOUND"))) << name;
+    EXPECT_TRUE(VQApplication::IsInsideResources(KZString(name))) << name;
+  }
+}
+
+// Behind what is queued already, a file is opened when its turn comes.
+TEST_F(LinkedFolderTest, AFileThatWaitsForItsTurnIsTheOneThatWasFound) {
+  Find(mLink)->SendData(std::string(4000000, 'x'));
+  Get(Folder() + "/help/sub/../page.txt");
+  std::filesystem::create_directory(mOutside + "/other");
+  Write("other/page.txt", "evil");
+  std::filesystem::remove(FolderPath() + "/help");
+  std::filesystem::create_directory_symlink(mOutside + "/other", FolderPath() + "/help");
+  const std::string expected = Frame(Follows(Folder() + "/help/sub/../page.txt", 4)) + "page";
+  const std::string got = Received(4000002 + expected.size());
+  EXPECT_EQ(expected, got.substr(got.size() - expected.size()));
+}
+
+// Whoever deploys changes links while stations ask.
+TEST_F(LinkedFolderTest, NothingThatChangesMeanwhileLetsTheSecretOut) {
+  const std::string link = FolderPath() + "/flip";
+  std::filesystem::create_directory(link);
+  std::filesystem::create_directory_symlink(mOutside + "/help", link + ".link");
+  std::atomic<bool> isOver{false};
+  std::thread deployer([&] {
+    while (!isOver) {
+      syscall(SYS_renameat2, AT_FDCWD, link.c_str(), AT_FDCWD, (link + ".link").c_str(),
+              RENAME_EXCHANGE);
+    }
+  });
+  for (int i = 0; i < 2000; ++i) {
+    Find(mLink)->OnGetfile(KZString(Folder() + "/flip/../secret.txt"), "", "");
+    EXPECT_THAT(mLink.station.Take(10000), Not(HasSubstr("Length"))) << i;
+  }
+  isOver = true;
+  deployer.join();
 }
 
 TEST_F(FileTransferTest, ANameWithAZeroByteIsNotFound) {
