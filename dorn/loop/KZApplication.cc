@@ -43,19 +43,54 @@ class DispatchScope {
   const KZApplication* mOuter;
 };
 
-thread_local bool tInPass = false;
-
+// Stands around a pass. There may be one inside another, of another application.
 class PassScope {
  public:
-  PassScope() : mOuter(std::exchange(tInPass, true)) {}
-  ~PassScope() { tInPass = mOuter; }
+  explicit PassScope(const KZApplication* app) : mApp(app), mOuter(tInnermost) {
+    tInnermost = this;
+  }
+  ~PassScope() { tInnermost = mOuter; }
 
   PassScope(const PassScope&) = delete;
   PassScope& operator=(const PassScope&) = delete;
 
+  static bool HasAny() { return tInnermost != nullptr; }
+  static bool Has(const KZApplication* app) {
+    const PassScope* scope = tInnermost;
+    while (scope != nullptr && scope->mApp != app) scope = scope->mOuter;
+    return scope != nullptr;
+  }
+
  private:
-  bool mOuter;
+  static thread_local const PassScope* tInnermost;
+
+  const KZApplication* mApp;
+  const PassScope* mOuter;
 };
+
+thread_local const PassScope* PassScope::tInnermost = nullptr;
+
+thread_local unsigned long tTimerRound = 0;
+
+class TimerRoundScope {
+ public:
+  TimerRoundScope() {
+    thread_local unsigned long rounds = 0;
+    tTimerRound = ++rounds;
+  }
+  ~TimerRoundScope() { tTimerRound = 0; }
+
+  TimerRoundScope(const TimerRoundScope&) = delete;
+  TimerRoundScope& operator=(const TimerRoundScope&) = delete;
+};
+
+// A pass inside a pass could destroy the records that the outer one is serving.
+bool RefuseInPass(const KZApplication* app) {
+  if (!PassScope::Has(app)) return false;
+  std::fputs("dorn: a pass of the loop was asked for inside a pass, by a hook; nothing is done\n",
+             stderr);
+  return true;
+}
 
 std::uint64_t ToMilliseconds(timeval time) {
   return static_cast<std::uint64_t>(time.tv_sec) * 1000 +
@@ -112,13 +147,16 @@ bool ReplaceFields(time_t* clock, int year, int mon, int day, int hour, int min,
 
 }  // namespace
 
-bool dorn::IsInPass() { return tInPass; }
+bool dorn::IsInPass() { return PassScope::HasAny(); }
+
+unsigned long dorn::TimerRound() { return tTimerRound; }
 
 KZApplication::KZApplication() : mTimerIndex(std::make_unique<dorn::TimerIndex>(mTimerList)) {}
 
 KZApplication::~KZApplication() = default;
 
 void KZApplication::AppMain() {
+  if (RefuseInPass(this)) return;
   for (;;) RunPass();
 }
 
@@ -142,7 +180,8 @@ int KZApplication::Initialize(int /*argc*/, char** /*argv*/) {
 }
 
 void KZApplication::RunPass() {
-  const PassScope pass;
+  if (RefuseInPass(this)) return;
+  const PassScope pass(this);
   std::uint64_t waitMs = FirePassTimers();
   fd_set reads;
   fd_set writes;
@@ -245,6 +284,7 @@ std::uint64_t KZApplication::BaseTimer(timeval tn) {
       mTimerIndex->Insert(isBurst ? RescheduledAtOnce(timer, nowMs) : Rescheduled(timer, nowMs));
     }
   }
+  const TimerRoundScope round;
   FireTimers(tn, fired);
   return result;
 }

@@ -36,7 +36,7 @@ class DORN_EXPORT KZApplication {
   KZApplication(const KZApplication&) = delete;
   KZApplication& operator=(const KZApplication&) = delete;
 
-  // The event loop: RunPass() for ever. Never returns.
+  // The event loop: RunPass() for ever. Never returns, but from a callback, as RunPass() does.
   virtual void AppMain();
 
   // Called when a timer without a name is due, `time` being the clock at the beginning of the pass.
@@ -57,7 +57,8 @@ class DORN_EXPORT KZApplication {
 
   // Exactly one pass of the loop: fires the timers that are due, waits until a descriptor is ready
   // or the next timer is due, and serves the ready records. Without a timer it waits for ever.
-  // Not from a callback, whose record the inner pass might destroy.
+  // From a callback, whose record the inner pass might destroy, it does nothing, with one line on
+  // standard error.
   void RunPass();
 
   // As KZFdDataList::Add(), Remove() and WakeUp(). Any thread.

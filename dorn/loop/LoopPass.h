@@ -1,4 +1,4 @@
-// Whether this thread is inside a pass of an event loop. Internal: not installed.
+// Where this thread is inside a pass of an event loop. Internal: not installed.
 #ifndef DORN_LOOP_LOOPPASS_H_
 #define DORN_LOOP_LOOPPASS_H_
 
@@ -7,6 +7,10 @@ namespace dorn {
 // True while this thread runs KZApplication::RunPass(), its callbacks included. Otherwise it is a
 // thread whose loop has not begun or that has none, and what is queued may never be served.
 bool IsInPass();
+
+// A number of its own for each time that this thread fires the timers that are due; 0 while it
+// fires none, and behind a round within the round.
+unsigned long TimerRound();
 
 }  // namespace dorn
 

@@ -291,6 +291,47 @@ TEST_F(KZApplicationPassTest, ARecordRemovedDuringSelectIsNeverServedAfterItsDes
   EXPECT_FALSE(served);
 }
 
+constexpr char kRefusedPass[] =
+    "dorn: a pass of the loop was asked for inside a pass, by a hook; nothing is done\n";
+
+TEST_F(KZApplicationPassTest, APassInsideACallbackIsRefused) {
+  auto* const doomed = new TestRecord(2, mPipe.ReadEnd(), 5);
+  bool isDestroyed = false;
+  doomed->mOnDestroy = [&] { isDestroyed = true; };
+  doomed->SetAutoDelete(1);
+  doomed->mReadForReal = false;
+  doomed->mOnRead = [&] {
+    mApp.RemoveEventFd(doomed);
+    mApp.RunPass();
+    mApp.AppMain();
+    EXPECT_FALSE(isDestroyed);
+  };
+  mApp.mFdList.push_back(doomed);
+  mPipe.Write("x");
+  ::testing::internal::CaptureStderr();
+  mApp.RunPass();
+  EXPECT_EQ(std::string(kRefusedPass) + kRefusedPass, ::testing::internal::GetCapturedStderr());
+  EXPECT_FALSE(isDestroyed);
+  mApp.RunPass();
+  EXPECT_TRUE(isDestroyed);
+}
+
+TEST_F(KZApplicationPassTest, APassOfAnotherLoopMayStandInsideACallback) {
+  TestApplication other;
+  TestRecord record(2, mPipe.ReadEnd(), 5);
+  record.mReadForReal = false;
+  record.mOnRead = [&] {
+    other.WakeUp();
+    other.RunPass();
+  };
+  mApp.mFdList.push_back(&record);
+  mPipe.Write("x");
+  ::testing::internal::CaptureStderr();
+  mApp.RunPass();
+  EXPECT_EQ("", ::testing::internal::GetCapturedStderr());
+  mApp.mFdList.remove(&record);
+}
+
 TEST_F(KZApplicationPassTest, ARecordDestroyedByACallbackOfTheSamePassIsNotServed) {
   const TestPipe second;
   TestRecord first(2, mPipe.ReadEnd(), 5);
