@@ -12,6 +12,7 @@
 #include "dorn/server/Connection.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/IdRange.h"
 #include "dorn/server/OutgoingDrainer.h"
 #include "dorn/server/ResourcePath.h"
 #include "dorn/server/RunningHooks.h"
@@ -27,8 +28,27 @@ VQApplication* gApp = nullptr;
 
 constexpr unsigned int kIdsPerSocket = 10;
 
+constexpr dorn::IdRange kSocketIds(VQApplication::kFirstSocketId,
+                                   VQApplication::kFirstSessionTimerId, kIdsPerSocket);
+constexpr dorn::IdRange kSessionTimerIds(VQApplication::kFirstSessionTimerId,
+                                         VQApplication::kTimerIdEnd, 1);
+
 bool IsSessionTimer(unsigned int id) {
   return id >= VQApplication::kFirstSessionTimerId && id < VQApplication::kTimerIdEnd;
+}
+
+std::set<unsigned int> LinkedIds(const KZFdDataList& records) {
+  std::set<unsigned int> ids;
+  for (const KZFdData* record : records) ids.insert(static_cast<unsigned int>(record->GetId()));
+  return ids;
+}
+
+std::set<unsigned int> TimerIds(const VQSessionList& sessions) {
+  std::set<unsigned int> ids;
+  for (const auto& [key, session] : sessions.mSessionList) {
+    if (session != nullptr) ids.insert(session->mTimerId);
+  }
+  return ids;
 }
 
 }  // namespace
@@ -159,26 +179,13 @@ unsigned int VQApplication::MakeSessionTimerId() {
   return mSessionTimerId++;
 }
 
-// An id behind its range would belong to somebody else: a connection's time-outs would expire
-// sessions. So ids start again from the first one, and from then on those that are still in use are
-// skipped. Up to that point they simply count up.
 unsigned int VQApplication::NextSocketId() {
-  constexpr unsigned int kCount = (kFirstSessionTimerId - kFirstSocketId) / kIdsPerSocket;
-  constexpr unsigned int kEnd = kFirstSocketId + kCount * kIdsPerSocket;
   std::set<unsigned int> linked;
-  if (mSocketIdsWrapped || mSocketId >= kEnd) {
-    for (KZFdData* record : *GetFdDataList()) {
-      linked.insert(static_cast<unsigned int>(record->GetId()));
-    }
-  }
-  for (unsigned int tried = 0; tried < kCount; ++tried) {
-    if (mSocketId < kFirstSocketId || mSocketId >= kEnd) {
-      mSocketId = kFirstSocketId;
-      mSocketIdsWrapped = true;
-    }
-    if (!mSocketIdsWrapped || (linked.count(mSocketId) == 0 && !HasSocketTimer(mSocketId))) break;
-    mSocketId += kIdsPerSocket;
-  }
+  const auto isUsed = [&](unsigned int id) {
+    if (linked.empty()) linked = LinkedIds(*GetFdDataList());
+    return linked.count(id) != 0 || HasSocketTimer(id);
+  };
+  kSocketIds.MoveToFree(mSocketId, mSocketIdsWrapped, isUsed);
   return MakeSocketId();
 }
 
@@ -190,24 +197,12 @@ bool VQApplication::HasSocketTimer(unsigned int socketId) {
 }
 
 unsigned int VQApplication::NextSessionTimerId() {
-  constexpr unsigned int kCount = kTimerIdEnd - kFirstSessionTimerId;
   std::set<unsigned int> used;
-  if (mSessionTimerIdsWrapped || !IsSessionTimer(mSessionTimerId)) {
-    for (const auto& [key, session] : mSessionList.mSessionList) {
-      if (session != nullptr) used.insert(session->mTimerId);
-    }
-  }
-  for (unsigned int tried = 0; tried < kCount; ++tried) {
-    if (!IsSessionTimer(mSessionTimerId)) {
-      mSessionTimerId = kFirstSessionTimerId;
-      mSessionTimerIdsWrapped = true;
-    }
-    if (!mSessionTimerIdsWrapped ||
-        (used.count(mSessionTimerId) == 0 && !HasTimer(mSessionTimerId))) {
-      break;
-    }
-    ++mSessionTimerId;
-  }
+  const auto isUsed = [&](unsigned int id) {
+    if (used.empty()) used = TimerIds(mSessionList);
+    return used.count(id) != 0 || HasTimer(id);
+  };
+  kSessionTimerIds.MoveToFree(mSessionTimerId, mSessionTimerIdsWrapped, isUsed);
   return MakeSessionTimerId();
 }
 
