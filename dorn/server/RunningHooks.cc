@@ -1,15 +1,27 @@
 #include "dorn/server/RunningHooks.h"
 
+#include <cstdio>
 #include <utility>
 
+#include "dorn/server/DialogIndex.h"
 #include "dorn/server/MessageBatch.h"
+#include "dorn/server/Storage.h"
 #include "dorn/server/VQDialog.h"
 
 namespace dorn {
 
 namespace {
 RunningHooks* gInnermost = nullptr;
+
+void Delete(VQDialog* dialog) {
+  if (!IsVariable(dialog)) {
+    delete dialog;
+    return;
+  }
+  std::fprintf(stderr, "dorn: dialog \"%s\" is a variable and not deleted; make dialogs with new\n",
+               static_cast<const char*>(dialog->mDialogName));
 }
+}  // namespace
 
 RunningHooks::RunningHooks(VQDialog* dialog) : mDialog(dialog), mOuter(gInnermost) {
   gInnermost = this;
@@ -18,7 +30,11 @@ RunningHooks::RunningHooks(VQDialog* dialog) : mDialog(dialog), mOuter(gInnermos
 
 RunningHooks::~RunningHooks() {
   gInnermost = mOuter;
-  if (mDelete) delete mDialog;
+  if (mIsRetired) Delete(mDialog);
+  for (TreeNode& tree : mTrees) {
+    tree = TreeNode();
+    DialogIndex::TreeDestroyed();
+  }
 }
 
 RunningHooks* RunningHooks::FindOutermost(const VQDialog* dialog) {
@@ -30,10 +46,17 @@ RunningHooks* RunningHooks::FindOutermost(const VQDialog* dialog) {
 }
 
 void RunningHooks::Retire(VQDialog* dialog) {
-  RunningHooks running(dialog);
+  const RunningHooks running(dialog);
+  FindOutermost(dialog)->mIsRetired = true;
   dialog->OnFinal();
-  FindOutermost(dialog)->mDelete = true;
 }
+
+bool RunningHooks::IsRetired(const VQDialog* dialog) {
+  const RunningHooks* outermost = FindOutermost(dialog);
+  return outermost != nullptr && outermost->mIsRetired;
+}
+
+bool RunningHooks::IsAny() { return gInnermost != nullptr; }
 
 void RunningHooks::Retire(VQDialog* dialog, TreeNode tree) {
   RunningHooks* outermost = FindOutermost(dialog);

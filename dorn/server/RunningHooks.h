@@ -28,8 +28,14 @@ class RunningHooks {
   RunningHooks& operator=(const RunningHooks&) = delete;
 
   // Ends a dialog that has left the dialog list: calls OnFinal() and deletes it, at once or when
-  // its running hooks have returned.
+  // its running hooks have returned. A dialog that is a variable is not deleted, but reported.
   static void Retire(VQDialog* dialog);
+
+  // Whether the dialog is ending: its OnFinal() has begun.
+  static bool IsRetired(const VQDialog* dialog);
+
+  // Whether a hook of any dialog is running.
+  static bool IsAny();
 
   // Destroys a tree that was taken out of its dialog, at once or when the hooks have returned.
   static void Retire(VQDialog* dialog, TreeNode tree);
@@ -39,7 +45,7 @@ class RunningHooks {
 
   VQDialog* mDialog;
   RunningHooks* mOuter;  // The scope around this one, of any dialog.
-  bool mDelete = false;
+  bool mIsRetired = false;
   std::vector<TreeNode> mTrees;
 };
 

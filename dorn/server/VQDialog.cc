@@ -24,6 +24,7 @@
 #include "dorn/server/Connection.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/DialogIndex.h"
 #include "dorn/server/PutfileReply.h"
 #include "dorn/server/ResourceFile.h"
 #include "dorn/server/ResourcePath.h"
@@ -175,7 +176,9 @@ VQJsonResource* VQDialog::GetResourceShare() { return GetResourceUnique(dorn::kS
 
 // Trees are made where they stay: copies of a tree share its children.
 VQJsonResource* VQDialog::GetResourceUnique(const KZString& sid) {
-  return &mSessionResourceList[sid];
+  const auto [tree, isNew] = mSessionResourceList.try_emplace(sid);
+  if (isNew) dorn::DialogIndex::TreeAdded(*this, tree->first);
+  return &tree->second;
 }
 
 void VQDialog::UpdateResourceShare(VQJsonCommand* command, const KZString& sid) {
@@ -249,13 +252,17 @@ bool VQDialog::SendUpdateUnique(const KZString& sid, bool all) {
 }
 
 int VQDialog::AddSession(const KZString& sid) {
-  mSessionResourceList.try_emplace(sid);
+  static_cast<void>(GetResourceUnique(sid));
   return static_cast<int>(mSessionResourceList.size());
 }
 
 int VQDialog::RemoveSession(const KZString& sid) {
   auto tree = mSessionResourceList.extract(sid);
-  if (!tree.empty()) dorn::RunningHooks::Retire(this, std::move(tree));
+  if (!tree.empty()) {
+    const KZString session = tree.key();
+    dorn::RunningHooks::Retire(this, std::move(tree));
+    dorn::DialogIndex::TreeRemoved(*this, session);
+  }
   return static_cast<int>(mSessionResourceList.size());
 }
 

@@ -12,7 +12,12 @@ class VQDialog;
 
 // Owns the dialogs and deletes those that it removes. A dialog that is removed while one of its
 // hooks is running leaves the list and gets OnFinal() at once, but is deleted only when that hook
-// has returned, so a hook may remove its own dialog.
+// has returned, so a hook may remove its own dialog. From the beginning of its OnFinal() on it
+// cannot be added again: Add() refuses with one line on standard error.
+//
+// Dialogs are made with `new`. One that is a static or local variable stays alive when it is
+// removed, with one line on standard error; one that is a member of something else would be deleted
+// all the same.
 class DORN_EXPORT VQDialogList {
  public:
   VQDialogList();
@@ -29,11 +34,11 @@ class DORN_EXPORT VQDialogList {
   VQDialog* Search(const KZString& name) const;
 
   // Stores `dialog` and owns it from then on; null is ignored. A dialog that had the name before is
-  // forgotten, not deleted.
+  // forgotten, not deleted. A dialog may have several names.
   void Add(const KZString& name, VQDialog* dialog);
 
-  // Takes the dialog out of the list, calls its OnFinal() and deletes it. Nothing for an unknown
-  // name.
+  // Takes the dialog out of the list, under all of its names, calls its OnFinal() and deletes it.
+  // Nothing for an unknown name.
   void Remove(const KZString& name);
 
   // Takes the tree of session `sid` from every dialog, in the order of their names, and removes

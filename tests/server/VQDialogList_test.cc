@@ -1,10 +1,16 @@
 #include "dorn/server/VQDialogList.h"
 
+#include <cstdint>
+#include <random>
+#include <set>
+
+#include "dorn/server/DialogIndex.h"
 #include "tests/server/ServerTest.h"
 
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 class VQDialogListTest : public ServerTest {
@@ -108,6 +114,183 @@ TEST_F(VQDialogListTest, TheEndOfTheListDeletesNoDialog) {
   EXPECT_EQ(1, HookedDialog::sAlive);
   EXPECT_THAT(Calls(), IsEmpty());
   delete dialog;
+}
+
+// Several names, and dialogs that cannot be deleted or come back
+
+TEST_F(VQDialogListTest, ADialogWithTwoNamesLosesBothAndIsDestroyedOnce) {
+  HookedDialog* dialog = Add("a");
+  mList.Add("b", dialog);
+  mList.mDialogList["c"] = dialog;
+  Add("other");
+  mList.Remove("b");
+  EXPECT_THAT(Calls(), ElementsAre("OnFinal a"));
+  EXPECT_EQ(1U, mList.mDialogList.size());
+  EXPECT_EQ(1, HookedDialog::sAlive);
+}
+
+TEST_F(VQDialogListTest, ASessionsEndDestroysADialogWithTwoNamesOnce) {
+  HookedDialog* dialog = Add("a");
+  mList.Add("c", dialog);
+  dialog->AddSession("S1");
+  Add("b")->AddSession("S1");
+  mList.RemoveBySession("S1");
+  EXPECT_THAT(Calls(), ElementsAre("OnFinal a", "OnFinal b"));
+  EXPECT_TRUE(mList.mDialogList.empty());
+  EXPECT_EQ(0, HookedDialog::sAlive);
+}
+
+TEST_F(VQDialogListTest, AStaticDialogIsRemovedButNotDeleted) {
+  static HookedDialog dialog;
+  dialog.mDialogName = "static";
+  mList.Add("a", &dialog);
+  testing::internal::CaptureStderr();
+  mList.Remove("a");
+  EXPECT_EQ("dorn: dialog \"static\" is a variable and not deleted; make dialogs with new\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_FALSE(mList.Has("a"));
+  EXPECT_THAT(Calls(), ElementsAre("OnFinal static"));
+  EXPECT_EQ(1, HookedDialog::sAlive);
+  --HookedDialog::sAlive;  // It lives until the end of the process.
+}
+
+TEST_F(VQDialogListTest, ALocalDialogIsRemovedButNotDeleted) {
+  HookedDialog dialog;
+  mList.Add("a", &dialog);
+  testing::internal::CaptureStderr();
+  mList.Remove("a");
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("is a variable"));
+  EXPECT_EQ(1, HookedDialog::sAlive);
+}
+
+TEST_F(VQDialogListTest, FinalCannotAddItsDialogAgain) {
+  Add("a")->final = [&](HookedDialog& dialog) { mList.Add("b", &dialog); };
+  testing::internal::CaptureStderr();
+  mList.Remove("a");
+  EXPECT_EQ("dorn: a dialog that is being removed cannot be added again (b)\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_TRUE(mList.mDialogList.empty());
+  EXPECT_EQ(0, HookedDialog::sAlive);
+}
+
+TEST_F(VQDialogListTest, FinalCannotWriteItsDialogIntoTheMapAgain) {
+  Add("a")->final = [&](HookedDialog& dialog) { mList.mDialogList["b"] = &dialog; };
+  testing::internal::CaptureStderr();
+  mList.Remove("a");
+  EXPECT_EQ("dorn: a dialog that is being removed cannot be added again (b)\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_TRUE(mList.mDialogList.empty());
+  EXPECT_EQ(0, HookedDialog::sAlive);
+}
+
+TEST_F(VQDialogListTest, FinalMayAddAnotherDialogUnderItsName) {
+  Add("a")->final = [&](HookedDialog&) { Add("a"); };
+  mList.Remove("a");
+  EXPECT_TRUE(mList.Has("a"));
+  EXPECT_EQ(1, HookedDialog::sAlive);
+}
+
+// Many dialogs
+
+TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogOfOthers) {
+  constexpr int kCount = 300;
+  for (int i = 0; i < kCount; ++i) {
+    HookedDialog* dialog = Add(("d" + std::to_string(i)).c_str());
+    for (int of = i; of < i + 3; ++of) dialog->AddSession("S" + std::to_string(of));
+  }
+  mList.RemoveBySession("nobody");
+  const std::uint64_t before = dorn::DialogIndex::Steps();
+  for (int i = 0; i < kCount; ++i) {
+    mList.RemoveBySession("S" + std::to_string(i));
+    // What happens meanwhile needs no walk either.
+    mList.mDialogList.rbegin()->second->AddSession("T" + std::to_string(i));
+    Add(("e" + std::to_string(i)).c_str())->AddSession("U");
+  }
+  EXPECT_LT(dorn::DialogIndex::Steps() - before, 4U * kCount);
+  EXPECT_FALSE(mList.Has("d0"));
+  EXPECT_FALSE(mList.Has("d200"));
+  EXPECT_TRUE(mList.Has("e0"));
+}
+
+// What a walk over all of them would do, in the order of the names.
+std::vector<std::string> ExpectedEnds(const VQDialogList& list, const std::string& sid) {
+  std::vector<std::string> names;
+  std::set<const VQDialog*> gone;
+  for (const auto& [name, dialog] : list.mDialogList) {
+    const auto& trees = dialog->mSessionResourceList;
+    if (gone.count(dialog) == 0 && trees.size() == trees.count(sid)) {
+      names.push_back("OnFinal " + dialog->mDialogName);
+      gone.insert(dialog);
+    }
+  }
+  return names;
+}
+
+TEST_F(VQDialogListTest, WhatHostsWriteIntoTheMapsCounts) {
+  std::mt19937 random(20261122);
+  const auto below = [&random](int n) { return static_cast<int>(random() % n); };
+  for (int step = 0; step < 20000; ++step) {
+    const std::string name = "d" + std::to_string(below(60));
+    const std::string sid = "S" + std::to_string(below(25));
+    const auto found = mList.mDialogList.find(name);
+    VQDialog* dialog = found != mList.mDialogList.end() ? found->second : nullptr;
+    const int what = below(12);
+    if (dialog == nullptr) {
+      HookedDialog* made = nullptr;
+      if (what < 6) {
+        made = Add(name.c_str());
+      } else {
+        made = new HookedDialog;
+        made->mDialogName = name;
+        if (what < 9) made->AddSession(sid);
+        mList.mDialogList[name] = made;
+      }
+      made->AddSession("S" + std::to_string(below(25)));
+      continue;
+    }
+    switch (what) {
+      case 0:
+      case 1:
+        dialog->AddSession(sid);
+        break;
+      case 2:
+        dialog->GetResourceUnique(sid);
+        break;
+      case 3:
+        static_cast<void>(dialog->mSessionResourceList[sid]);
+        break;
+      case 4:
+        dialog->RemoveSession(sid);
+        break;
+      case 5:
+        dialog->mSessionResourceList.erase(sid);
+        break;
+      case 6:
+        mList.Add("e" + name, dialog);
+        break;
+      case 7:
+        if (below(4) == 0) mList.Remove(name);
+        break;
+      case 8:  // Exchanged by hand: the size stays.
+        if (mList.mDialogList.count("e" + name) == 0 && below(4) == 0) {
+          auto* made = new HookedDialog;
+          made->mDialogName = name;
+          made->AddSession(sid);
+          found->second = made;
+          delete dialog;
+        }
+        break;
+      default: {
+        Calls().clear();
+        const std::vector<std::string> expected = ExpectedEnds(mList, sid);
+        mList.RemoveBySession(sid);
+        ASSERT_EQ(expected, Calls()) << step;
+        for (const auto& [each, left] : mList.mDialogList) {
+          ASSERT_EQ(0U, left->mSessionResourceList.count(sid)) << step << " " << each;
+        }
+      }
+    }
+  }
 }
 
 }  // namespace

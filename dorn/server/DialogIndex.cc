@@ -1,0 +1,184 @@
+#include "dorn/server/DialogIndex.h"
+
+#include "dorn/model/TreeCount.h"
+#include "dorn/server/VQDialog.h"
+#include "dorn/server/VQDialogList.h"
+
+namespace dorn {
+
+namespace {
+
+// Up to so many dialogs are looked at: that is as cheap, and exact whatever was written by hand.
+constexpr std::size_t kFew = 16;
+
+std::uint64_t gSteps = 0;
+
+// Never destroyed: dialogs may be used until the process ends.
+DialogIndex& TheIndex() {
+  static auto* const index = new DialogIndex;
+  return *index;
+}
+
+}  // namespace
+
+DialogIndex& DialogIndex::Of(const VQDialogList& list) {
+  DialogIndex& index = TheIndex();
+  if (index.mList != &list) {
+    const std::uint64_t version = index.mVersion + 1;
+    index = DialogIndex();
+    index.mList = &list;
+    index.mVersion = version;
+  }
+  return index;
+}
+
+std::set<KZString> DialogIndex::NamesFor(const KZString& session, const KZString* behind) {
+  const Map& dialogs = mList->mDialogList;
+  std::set<KZString> names;
+  if (IsFew()) {
+    auto it = behind != nullptr ? dialogs.upper_bound(*behind) : dialogs.begin();
+    for (; it != dialogs.end(); ++it) names.insert(it->first);
+    return names;
+  }
+  Synchronise();
+  const auto found = mBySession.find(session);
+  if (found != mBySession.end()) AddNames(names, found->second, behind);
+  AddNames(names, mBare, behind);
+  return names;
+}
+
+std::uint64_t DialogIndex::Version() {
+  if (IsFew()) return ++mVersion;
+  Synchronise();
+  return mVersion;
+}
+
+std::vector<KZString> DialogIndex::NamesOf(const VQDialog* dialog) {
+  std::vector<KZString> names;
+  if (IsFew()) {
+    for (const auto& [name, other] : mList->mDialogList) {
+      if (other == dialog) names.push_back(name);
+    }
+    return names;
+  }
+  Synchronise();
+  const auto found = mNames.find(dialog);
+  if (found != mNames.end()) names.assign(found->second.begin(), found->second.end());
+  return names;
+}
+
+void DialogIndex::Added(std::size_t size, const KZString& name, const VQDialog* dialog,
+                        const VQDialog* previous) {
+  if (!mIsBuilt || mSize != size) return;
+  mSize = mList->mDialogList.size();
+  if (previous != nullptr) Leave(name, previous);
+  Enter(name, dialog);
+  mStrangers.erase(dialog);
+  ++mVersion;
+}
+
+void DialogIndex::Erased(std::size_t size, const KZString& name, const VQDialog* dialog) {
+  if (!mIsBuilt || mSize != size) return;
+  mSize = mList->mDialogList.size();
+  Leave(name, dialog);
+}
+
+void DialogIndex::TreeAdded(const VQDialog& dialog, const KZString& session) {
+  DialogIndex& index = TheIndex();
+  if (!index.Expects(1)) return;
+  ++index.mTreeCount;
+  if (index.mNames.count(&dialog) == 0) {
+    index.mStrangers.insert(&dialog);
+    return;
+  }
+  index.mBySession[session].insert(&dialog);
+  index.mBare.erase(&dialog);
+  ++index.mVersion;
+}
+
+void DialogIndex::TreeRemoved(const VQDialog& dialog, const KZString& session) {
+  DialogIndex& index = TheIndex();
+  if (index.Expects(1)) {
+    ++index.mTreeCount;
+  } else if (!index.Expects(0)) {
+    return;
+  }
+  const auto found = index.mBySession.find(session);
+  if (found != index.mBySession.end()) {
+    found->second.erase(&dialog);
+    if (found->second.empty()) index.mBySession.erase(found);
+  }
+  const bool isBare = dialog.mSessionResourceList.empty() && index.mNames.count(&dialog) != 0;
+  if (isBare && index.mBare.insert(&dialog).second) ++index.mVersion;
+}
+
+void DialogIndex::TreeDestroyed() {
+  DialogIndex& index = TheIndex();
+  if (index.Expects(1)) ++index.mTreeCount;
+}
+
+void DialogIndex::Forget(const VQDialogList& list) {
+  if (TheIndex().mList == &list) TheIndex() = DialogIndex();
+}
+
+std::uint64_t DialogIndex::Steps() { return gSteps; }
+
+bool DialogIndex::IsFew() const { return mList->mDialogList.size() <= kFew; }
+
+// Whether so many trees have come or gone since the index was right.
+bool DialogIndex::Expects(std::uint64_t more) const {
+  return mIsBuilt && gTreeCount == mTreeCount + more;
+}
+
+void DialogIndex::Synchronise() {
+  if (mSize != mList->mDialogList.size() || !mStrangers.empty() || !Expects(0)) Rebuild();
+}
+
+void DialogIndex::Rebuild() {
+  mNames.clear();
+  mBySession.clear();
+  mBare.clear();
+  mStrangers.clear();
+  for (const auto& [name, dialog] : mList->mDialogList) {
+    if (dialog != nullptr) Enter(name, dialog);
+  }
+  mSize = mList->mDialogList.size();
+  mTreeCount = gTreeCount;
+  mIsBuilt = true;
+  ++mVersion;
+}
+
+void DialogIndex::Enter(const KZString& name, const VQDialog* dialog) {
+  ++gSteps;
+  const bool isKnown = mNames.count(dialog) != 0;
+  mNames[dialog].insert(name);
+  if (isKnown) return;
+  if (dialog->mSessionResourceList.empty()) mBare.insert(dialog);
+  for (const auto& [session, tree] : dialog->mSessionResourceList) {
+    ++gSteps;
+    mBySession[session].insert(dialog);
+  }
+}
+
+// What is left in mBySession names nobody until the index is built anew.
+void DialogIndex::Leave(const KZString& name, const VQDialog* dialog) {
+  const auto found = mNames.find(dialog);
+  if (found == mNames.end()) return;
+  found->second.erase(name);
+  if (!found->second.empty()) return;
+  mNames.erase(found);
+  mBare.erase(dialog);
+}
+
+void DialogIndex::AddNames(std::set<KZString>& names, const Dialogs& dialogs,
+                           const KZString* behind) const {
+  for (const VQDialog* dialog : dialogs) {
+    const auto known = mNames.find(dialog);
+    if (known == mNames.end()) continue;
+    for (const KZString& name : known->second) {
+      if (behind == nullptr || *behind < name) names.insert(name);
+    }
+  }
+}
+
+}  // namespace dorn
