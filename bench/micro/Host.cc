@@ -19,3 +19,5 @@ class MicroApp : public VQApplication {
 
 Maker maker;
 MicroApp app(maker);
+
+VQApplication& HostApp() { return app; }

@@ -2,14 +2,56 @@
 
 #include <cstddef>
 #include <typeinfo>
+#include <unordered_set>
+#include <utility>
 
 #include "dorn/loop/KZFdData.h"
+#include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
 #include "dorn/server/App.h"
+#include "dorn/server/RunningHooks.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
 
 namespace dorn {
+
+namespace {
+
+int gExpiring = 0;
+std::uint64_t gSearchSteps = 0;
+
+// The sessions that have a living connection, as they were found in one round of due timers. Taken
+// at the second search of a round only: if the survey is forgotten again and again, each search
+// costs no more than its own walk.
+enum class SurveyState { kNone, kSearched, kTaken };
+SurveyState gSurveyState = SurveyState::kNone;
+unsigned long gSurveyRound = 0;
+std::unordered_set<KZString> gSurvey;
+
+void TakeSurvey() {
+  gSurvey.clear();
+  for (KZFdData* record : *App().GetFdDataList()) {
+    ++gSearchSteps;
+    const VQClientSocket* client = AsLivingConnection(record);
+    if (client != nullptr) gSurvey.insert(client->mSessionId);
+  }
+}
+
+// Whether the survey can be asked. A hook that is running may change anything at any time.
+bool IsSurveyed() {
+  const unsigned long round = TimerRound();
+  if (gExpiring == 0 || round == 0 || RunningHooks::IsAny()) return false;
+  if (std::exchange(gSurveyRound, round) != round) ForgetSurvey();
+  if (gSurveyState == SurveyState::kNone) {
+    gSurveyState = SurveyState::kSearched;
+    return false;
+  }
+  if (gSurveyState == SurveyState::kSearched) TakeSurvey();
+  gSurveyState = SurveyState::kTaken;
+  return true;
+}
+
+}  // namespace
 
 VQClientSocket* AsConnection(KZFdData* record) {
   const auto id = static_cast<unsigned int>(record->GetId());
@@ -40,11 +82,21 @@ void PrefetchConnection(const KZFdData* record) {
 }
 
 VQClientSocket* FindConnectionOf(const KZString& sid) {
+  if (IsSurveyed() && gSurvey.count(sid) == 0) return nullptr;
   for (KZFdData* record : *App().GetFdDataList()) {
+    ++gSearchSteps;
     VQClientSocket* client = AsLivingConnection(record);
     if (client != nullptr && client->mSessionId == sid) return client;
   }
   return nullptr;
 }
+
+ExpiryScope::ExpiryScope() { ++gExpiring; }
+
+ExpiryScope::~ExpiryScope() { --gExpiring; }
+
+void ForgetSurvey() { gSurveyState = SurveyState::kNone; }
+
+std::uint64_t SearchSteps() { return gSearchSteps; }
 
 }  // namespace dorn

@@ -3,6 +3,8 @@
 #ifndef DORN_SERVER_CONNECTIONS_H_
 #define DORN_SERVER_CONNECTIONS_H_
 
+#include <cstdint>
+
 #include "dorn/base/KZString.h"
 
 class KZFdData;
@@ -25,6 +27,24 @@ void PrefetchConnection(const KZFdData* record);
 
 // The first living connection of session `sid`, or null.
 VQClientSocket* FindConnectionOf(const KZString& sid);
+
+// Stands while a session expires whose timer has fired. When many sessions are due at once, most of
+// them without a connection, FindConnectionOf() walks over the connections once for all of them,
+// and again only after something else may have bound a connection to a session.
+class ExpiryScope {
+ public:
+  ExpiryScope();
+  ~ExpiryScope();
+
+  ExpiryScope(const ExpiryScope&) = delete;
+  ExpiryScope& operator=(const ExpiryScope&) = delete;
+};
+
+// For whoever binds a connection to a session, or calls a hook that may.
+void ForgetSurvey();
+
+// How many records FindConnectionOf() has looked at so far.
+std::uint64_t SearchSteps();
 
 }  // namespace dorn
 

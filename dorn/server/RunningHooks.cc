@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "dorn/server/Connections.h"
 #include "dorn/server/DialogIndex.h"
 #include "dorn/server/MessageBatch.h"
 #include "dorn/server/Storage.h"
@@ -26,10 +27,12 @@ void Delete(VQDialog* dialog) {
 RunningHooks::RunningHooks(VQDialog* dialog) : mDialog(dialog), mOuter(gInnermost) {
   gInnermost = this;
   MessageBatch::BeforeHook();
+  ForgetSurvey();
 }
 
 RunningHooks::~RunningHooks() {
   gInnermost = mOuter;
+  ForgetSurvey();
   if (mIsRetired) Delete(mDialog);
   for (TreeNode& tree : mTrees) {
     tree = TreeNode();

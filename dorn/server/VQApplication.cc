@@ -83,9 +83,11 @@ void VQApplication::ApplicationTimer(timeval time, unsigned int id) {
   if (IsSessionTimer(id)) {
     // "A session expiry timer has fired."
     std::puts("セッション有効期限タイマー発生");
+    const dorn::ExpiryScope expiry;
     SessionList()->Expire(id);
     return;
   }
+  dorn::ForgetSurvey();
   VQClientSocket* client = nullptr;
   const int kind = GetSocket(id, &client);
   if (client != nullptr) {
@@ -96,6 +98,7 @@ void VQApplication::ApplicationTimer(timeval time, unsigned int id) {
 }
 
 void VQApplication::DialogTimer(timeval time, unsigned int id, KZString name) {
+  dorn::ForgetSurvey();
   VQDialog* dialog = mDialogList.Search(name);
   if (dialog == nullptr) return;
   dorn::RunningHooks running(dialog);
@@ -241,6 +244,7 @@ void VQApplication::RemoveSocketBySession(const KZString& sid) {
   if (client == nullptr) return;
   client->Authentication("");
   client->Close();
+  dorn::ForgetSurvey();  // The connection's log may go to the host.
 }
 
 int VQApplication::GetSocket(unsigned int id, VQClientSocket** client) {

@@ -11,6 +11,7 @@
 #include "dorn/server/App.h"
 #include "dorn/server/Commands.h"
 #include "dorn/server/Connection.h"
+#include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/FileTransfer.h"
 #include "dorn/server/VQApplication.h"
@@ -99,6 +100,7 @@ bool VQClientSocket::CompareDialogName(const KZString& name) const {
 
 void VQClientSocket::Authentication(KZString sid) {
   mConnection->Timers().LoggedIn();
+  dorn::ForgetSurvey();
   mSessionId = std::move(sid);
   mAuth = mSessionId.GetLength() > 0;
 }

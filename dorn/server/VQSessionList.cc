@@ -1,19 +1,34 @@
 #include "dorn/server/VQSessionList.h"
 
+#include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <utility>
 #include <vector>
 
 #include "dorn/server/App.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/SessionIndex.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQSession.h"
+
+namespace {
+
+void Erase(VQSessionList& list, std::map<KZString, VQSession*>::iterator place) {
+  const std::unique_ptr<VQSession> session(place->second);
+  const std::size_t size = list.mSessionList.size();
+  list.mSessionList.erase(place);
+  dorn::SessionIndex::Of(list).Erased(size);
+}
+
+}  // namespace
 
 VQSessionList::VQSessionList() = default;
 
 // The sessions stay where a leak checker finds them.
 VQSessionList::~VQSessionList() {
+  dorn::SessionIndex::Forget(*this);
   // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): without memory the process ends.
   static auto* const kept = new std::vector<std::map<KZString, VQSession*>>;
   if (!mSessionList.empty()) kept->push_back(std::move(mSessionList));
@@ -29,26 +44,31 @@ VQSession* VQSessionList::Search(const KZString& sessionId) const {
 }
 
 void VQSessionList::Add(const KZString& sessionId, VQSession* session) {
-  if (session != nullptr) mSessionList[sessionId] = session;
+  if (session == nullptr) return;
+  const std::size_t size = mSessionList.size();
+  mSessionList[sessionId] = session;
+  dorn::SessionIndex::Of(*this).Added(size, sessionId, session->mTimerId);
 }
 
 void VQSessionList::Remove(const KZString& sessionId) {
   const auto found = mSessionList.find(sessionId);
   if (found == mSessionList.end()) return;
-  VQSession* session = found->second;
-  mSessionList.erase(found);
-  delete session;
+  const VQSession* session = found->second;
+  if (session != nullptr && session->mInterval > 0) {
+    dorn::SessionIndex::Of(*this).Removed(session->mTimerId);
+  }
+  Erase(*this, found);
 }
 
 void VQSessionList::Expire(unsigned int timerId) {
-  for (const auto& [key, session] : mSessionList) {
-    if (session == nullptr || session->mTimerId != timerId) continue;
-    // Copies: hooks run below, and may remove the session.
-    End(KZString(key), session);
+  const auto found = dorn::SessionIndex::Of(*this).Find(timerId);
+  if (found == mSessionList.end()) {
+    // "Error [session expiry]".
+    std::printf("エラー [セッション有効期限切れ処理] TimerId:%x\n", timerId);
     return;
   }
-  // "Error [session expiry]".
-  std::printf("エラー [セッション有効期限切れ処理] TimerId:%x\n", timerId);
+  // Copies: hooks run below, and may remove the session.
+  End(KZString(found->first), found->second);
 }
 
 void VQSessionList::End(const KZString& key, VQSession* session) {
@@ -70,6 +90,5 @@ void VQSessionList::End(const KZString& key, VQSession* session) {
   if (found == mSessionList.end() || found->second != session || session->mTimerId != timerId) {
     return;
   }
-  mSessionList.erase(found);
-  delete session;
+  Erase(*this, found);
 }

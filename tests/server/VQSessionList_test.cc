@@ -1,5 +1,10 @@
 #include "dorn/server/VQSessionList.h"
 
+#include <cstdint>
+#include <random>
+
+#include "dorn/server/Connections.h"
+#include "dorn/server/SessionIndex.h"
 #include "tests/server/ServerTest.h"
 
 namespace {
@@ -182,6 +187,154 @@ TEST_F(VQSessionListTest, TheEndOfTheListDeletesNoSession) {
   }
   EXPECT_EQ("S1", Str(session->GetSessionId()));
   delete session;
+}
+
+// Many sessions
+
+// What expiries looked at: sessions and connections.
+std::uint64_t Steps() { return dorn::SessionIndex::Steps() + dorn::SearchSteps(); }
+
+class ManySessionsTest : public VQSessionListTest {
+ protected:
+  static constexpr int kCount = 1000;
+
+  static std::string Sid(int i) { return "S" + std::to_string(i * 7919 % kCount); }
+
+  static void Create(int intervalMs) {
+    const CapturedStdout console;
+    for (int i = 0; i < kCount; ++i) app.CreateSession(Sid(i), intervalMs);
+  }
+};
+
+TEST_F(ManySessionsTest, ThatAreDueTogetherExpireInTheOrderOfTheirTimersWithOneWalkForAll) {
+  Create(1000);
+  std::vector<Link> links(20);
+  for (Link& link : links) link = LoggedIn("other");
+  const std::uint64_t before = Steps();
+  CapturedStdout console;
+  Wait(1000);
+  const std::string lines = console.Text();
+  // Of timers that are due together, the last registered one fires first.
+  std::string expected;
+  for (int i = kCount; i-- > 0;) {
+    expected +=
+        "セッション有効期限タイマー発生\nセッションの有効期限が切れました SessionID:" + Sid(i) +
+        "\nRemove sessionid=" + Sid(i) + "\n";
+  }
+  EXPECT_EQ(expected, lines);
+  EXPECT_EQ(1U, mList.mSessionList.size());
+  EXPECT_EQ(20U, Connections());
+  EXPECT_LT(Steps() - before, 2U * kCount);
+}
+
+TEST_F(ManySessionsTest, ThatComeAndGoNeedNoWalk) {
+  Create(100000);
+  mList.Expire(mList.Search("S0")->mTimerId);
+  const std::uint64_t before = dorn::SessionIndex::Steps();
+  const CapturedStdout console;
+  for (int i = 0; i < 200; ++i) {
+    const std::string sid = "T" + std::to_string(i);
+    app.CreateSession(sid, 100000);
+    mList.Expire(mList.Search(sid)->mTimerId);
+    mList.Expire(mList.Search(Sid(i + 1))->mTimerId);
+  }
+  EXPECT_EQ(before, dorn::SessionIndex::Steps());
+  EXPECT_EQ(static_cast<std::size_t>(kCount - 201), mList.mSessionList.size());
+}
+
+TEST_F(ManySessionsTest, TheTimersOfRemovedOnesNeedNoWalk) {
+  Create(1000);
+  mList.Expire(mList.Search("S0")->mTimerId);
+  for (int i = 1; i <= 500; ++i) mList.Remove(Sid(i));
+  const std::uint64_t before = Steps();
+  CapturedStdout console;
+  Wait(1000);
+  EXPECT_LT(Steps() - before, 2U * kCount);
+  const std::string lines = console.Text();
+  std::size_t errors = 0;
+  for (std::size_t at = lines.find("エラー"); at != std::string::npos;
+       at = lines.find("エラー", at + 1)) {
+    ++errors;
+  }
+  EXPECT_EQ(500U, errors - 1);  // And the one that expired by hand.
+  EXPECT_TRUE(mList.mSessionList.empty());
+}
+
+TEST_F(ManySessionsTest, AConnectionThatAHookBindsMeanwhileIsClosed) {
+  Create(1000);
+  Link link = LoggedIn("other");
+  app.SetApplicationSingleTimerInterval(1000, 77);
+  app.CreateSession("late", 999);
+  mList.Search("late")->Extend();
+  app.timer = [&](unsigned int) { Find(link)->mSessionId = Sid(0); };
+  const CapturedStdout console;
+  // Registered last, the host's timer fires before the thousand.
+  Wait(1000);
+  EXPECT_EQ(nullptr, Find(link));
+}
+
+TEST_F(ManySessionsTest, AConnectionThatAnEndingDialogBindsByHandIsClosed) {
+  Create(1000);
+  Link link = LoggedIn("other");
+  Offer("d", "unused", [&](HookedDialog& dialog) {
+    dialog.final = [&](HookedDialog&) { Find(link)->mSessionId = Sid(0); };
+  });
+  app.CreateDialog("d");
+  Dialog("d")->AddSession(Sid(500));
+  const CapturedStdout console;
+  Wait(1000);
+  EXPECT_EQ(nullptr, Find(link));
+}
+
+// Whatever is written into the map, the sessions and the dialogs' trees, the first session of the
+// timer goes, and nothing else.
+TEST_F(ManySessionsTest, WhatHostsWriteIntoTheMapCounts) {
+  std::mt19937 random(20261122);
+  const auto below = [&random](int n) { return static_cast<int>(random() % n); };
+  const CapturedStdout console;
+  for (int step = 0; step < 4000; ++step) {
+    const std::string sid = "S" + std::to_string(below(120));
+    const auto found = mList.mSessionList.find(sid);
+    VQSession* session = found != mList.mSessionList.end() ? found->second : nullptr;
+    switch (below(8)) {
+      case 0:
+      case 1:
+        app.CreateSession(sid, 1000000);
+        break;
+      case 2:
+        mList.Remove(sid);
+        break;
+      case 3:  // By hand, perhaps over another one.
+        if (session == nullptr) mList.mSessionList[sid] = new VQSession("x", 1000000);
+        break;
+      case 4:
+        if (found != mList.mSessionList.end()) {
+          mList.mSessionList.erase(found);
+          delete session;
+        }
+        break;
+      case 5:  // Exchanged: the size stays.
+        if (session != nullptr) {
+          found->second = new VQSession(sid, 1000000);
+          delete session;
+        }
+        break;
+      default: {
+        const auto timer = static_cast<unsigned int>(
+            0xD000000 + below(static_cast<int>(app.mSessionTimerId - 0xD000000) + 1));
+        std::vector<std::string> keys, left;
+        bool isFirst = true;
+        for (const auto& [key, each] : mList.mSessionList) {
+          const bool goes = isFirst && each != nullptr && each->mTimerId == timer;
+          if (goes) isFirst = false;
+          if (!goes) keys.push_back(key);
+        }
+        mList.Expire(timer);
+        for (const auto& [key, each] : mList.mSessionList) left.push_back(key);
+        ASSERT_EQ(keys, left) << step;
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -1,0 +1,111 @@
+#include "dorn/server/SessionIndex.h"
+
+#include "dorn/server/App.h"
+#include "dorn/server/VQApplication.h"
+#include "dorn/server/VQSession.h"
+
+namespace dorn {
+
+namespace {
+
+// Up to so many sessions are walked: that is as cheap, and exact whatever was written by hand.
+constexpr std::size_t kFew = 32;
+
+constexpr std::size_t kMinOrphanLimit = 1024;
+
+std::uint64_t gSteps = 0;
+
+// Never destroyed: sessions may be used until the process ends.
+SessionIndex& TheIndex() {
+  static auto* const index = new SessionIndex;
+  return *index;
+}
+
+bool HasTimerId(const VQSession* session, unsigned int timerId) {
+  return session != nullptr && session->mTimerId == timerId;
+}
+
+}  // namespace
+
+SessionIndex& SessionIndex::Of(const VQSessionList& list) {
+  SessionIndex& index = TheIndex();
+  if (index.mList != &list) {
+    index.Clear();
+    index.mList = &list;
+  }
+  return index;
+}
+
+SessionIndex::Map::const_iterator SessionIndex::Find(unsigned int timerId) {
+  const Map& sessions = mList->mSessionList;
+  if (sessions.size() <= kFew) {
+    mOrphans.erase(timerId);
+    return Walk(timerId);
+  }
+  if (mSize != sessions.size()) Rebuild();
+  const auto found = Look(timerId);
+  if (found != sessions.end() || mOrphans.erase(timerId) != 0) return found;
+  Rebuild();
+  return Look(timerId);
+}
+
+SessionIndex::Map::const_iterator SessionIndex::Walk(unsigned int timerId) const {
+  const Map& sessions = mList->mSessionList;
+  auto it = sessions.begin();
+  while (it != sessions.end() && !HasTimerId(it->second, timerId)) ++it;
+  return it;
+}
+
+SessionIndex::Map::const_iterator SessionIndex::Look(unsigned int timerId) const {
+  const Map& sessions = mList->mSessionList;
+  const auto key = mKeys.find(timerId);
+  if (key == mKeys.end()) return sessions.end();
+  const auto found = sessions.find(key->second);
+  return found != sessions.end() && HasTimerId(found->second, timerId) ? found : sessions.end();
+}
+
+// In the order of the keys, so that the first of several sessions with one timer stays.
+void SessionIndex::Rebuild() {
+  const Map& sessions = mList->mSessionList;
+  mKeys.clear();
+  for (const auto& [key, session] : sessions) {
+    ++gSteps;
+    if (session != nullptr) mKeys.emplace(session->mTimerId, key);
+  }
+  mSize = sessions.size();
+}
+
+void SessionIndex::Added(std::size_t size, const KZString& key, unsigned int timerId) {
+  if (mSize != size) return;
+  mSize = mList->mSessionList.size();
+  const auto [known, isNew] = mKeys.try_emplace(timerId, key);
+  if (!isNew && key < known->second) known->second = key;
+}
+
+void SessionIndex::Erased(std::size_t size) {
+  if (mSize == size) mSize = mList->mSessionList.size();
+}
+
+void SessionIndex::Removed(unsigned int timerId) {
+  mKeys.erase(timerId);
+  mOrphans.insert(timerId);
+  if (mOrphans.size() > mOrphanLimit) DropCancelled();
+}
+
+// A host may cancel the timer of a session that it removes.
+void SessionIndex::DropCancelled() {
+  for (auto it = mOrphans.begin(); it != mOrphans.end();) {
+    it = App().HasTimer(*it) ? std::next(it) : mOrphans.erase(it);
+  }
+  mOrphanLimit = 2 * mOrphans.size() + kMinOrphanLimit;
+}
+
+void SessionIndex::Clear() { *this = SessionIndex(); }
+
+void SessionIndex::Forget(const VQSessionList& list) {
+  if (TheIndex().mList == &list) TheIndex().Clear();
+}
+
+std::uint64_t SessionIndex::Steps() { return gSteps; }
+
+}  // namespace dorn
