@@ -1,5 +1,6 @@
 #include "dorn/json/DialogValue.h"
 
+#include <cstdlib>
 #include <string>
 
 namespace dorn {
@@ -22,6 +23,24 @@ bool StoreDialogValue(const value& from, VQValue& to) {
     default:
       return false;
   }
+}
+
+void StoreText(std::string_view text, VQValue& to) {
+  to.mType = VQValue::TYPE_STRING;
+  to.mString.assign(text);
+  to.mInt = TextToInt(to.mString.c_str());
+}
+
+int TextToInt(const char* text) {
+  constexpr int kSafeDigits = 9;
+  const char* at = text;
+  int number = 0;
+  for (; *at >= '0' && *at <= '9'; ++at) {
+    if (at - text == kSafeDigits) return std::atoi(text);
+    number = number * 10 + (*at - '0');
+  }
+  const bool isWord = *text > '9' && *text < '\x7f';
+  return at != text || isWord || *text == '\0' ? number : std::atoi(text);
 }
 
 }  // namespace dorn

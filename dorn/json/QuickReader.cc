@@ -1,10 +1,10 @@
 #include "dorn/json/QuickReader.h"
 
-#include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <tuple>
 #include <utility>
+
+#include "dorn/json/PlainText.h"
 
 namespace dorn {
 
@@ -12,48 +12,6 @@ namespace {
 
 // Room for a short array, to be taken at once.
 constexpr std::size_t kFirstElements = 4;
-
-bool IsDigit(char ch) { return ch >= '0' && ch <= '9'; }
-
-// Whether a number goes on with this character.
-bool IsNumberPart(char ch) {
-  return IsDigit(ch) || ch == '+' || ch == '-' || ch == '.' || ch == 'e' || ch == 'E';
-}
-
-// Whether the character stands for itself in a string, whichever quote opened it.
-bool IsPlain(char ch) {
-  return static_cast<unsigned char>(ch) >= ' ' && ch != '"' && ch != '\'' && ch != '\\';
-}
-
-// The first character from `at` on that is not plain.
-inline const char* SkipPlain(const char* at, const char* end) {
-  // Eight at a time: a byte of `found` has its highest bit set where the byte of `word` is not
-  // plain, and perhaps also behind the first such byte.
-  constexpr std::uint64_t kOnes = 0x0101010101010101U;
-  constexpr std::uint64_t kHighs = 0x80U * kOnes;
-  while (end - at >= 8) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, at, sizeof word);
-    const std::uint64_t quotes = word ^ ('"' * kOnes);
-    const std::uint64_t apostrophes = word ^ ('\'' * kOnes);
-    const std::uint64_t backslashes = word ^ ('\\' * kOnes);
-    const std::uint64_t found =
-        (((word - ' ' * kOnes) & ~word) | ((quotes - kOnes) & ~quotes) |
-         ((apostrophes - kOnes) & ~apostrophes) | ((backslashes - kOnes) & ~backslashes)) &
-        kHighs;
-    if (found == 0) {
-      at += 8;
-      continue;
-    }
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    return at + __builtin_ctzll(found) / 8;
-#else
-    break;
-#endif
-  }
-  while (at != end && IsPlain(*at)) ++at;
-  return at;
-}
 
 int FirstByte(std::string_view text) {
   return text.empty() ? -1 : static_cast<unsigned char>(text.front());
@@ -82,7 +40,7 @@ class QuickReader {
 
  private:
   const char* SkipSpace(const char* at) const {
-    while (at != end_ && (*at == ' ' || *at == '\n' || *at == '\r' || *at == '\t')) ++at;
+    while (at != end_ && IsJsonSpace(*at)) ++at;
     return at;
   }
 
@@ -211,7 +169,7 @@ const char* QuickReader::Number(value& out, const char* at) const {
   const char* digits = at + (negative ? 1 : 0);
   const char* behind = digits;
   int number = 0;
-  for (; behind != end_ && IsDigit(*behind) && behind - digits < kMaxDigits; ++behind) {
+  for (; behind != end_ && IsJsonDigit(*behind) && behind - digits < kMaxDigits; ++behind) {
     number = number * 10 + (*behind - '0');
   }
   if (behind == digits || behind == end_ || IsNumberPart(*behind)) return AnyNumber(out, at);
@@ -222,7 +180,7 @@ const char* QuickReader::Number(value& out, const char* at) const {
 
 // Any other number: the work of the other reader, too.
 const char* QuickReader::AnyNumber(value& out, const char* at) const {
-  if (!IsDigit(*at) && *at != '-') return nullptr;
+  if (!IsJsonDigit(*at) && *at != '-') return nullptr;
   input in(at, end_);
   if (!value::_parse_number(out, in)) return nullptr;
   return in.ungot_ ? in.cur() - 1 : in.cur();

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdlib>
 #include <ostream>
 #include <utility>
 
+#include "dorn/json/DialogValue.h"
 #include "dorn/json/JsonValue.h"
 
 namespace {
@@ -84,19 +84,6 @@ class Conversion {
   VQValue mEmptyObject;
 };
 
-// As atoi(), which takes long for what most texts are: words and short numbers.
-int ToInt(const char* text) {
-  constexpr int kSafeDigits = 9;
-  const char* at = text;
-  int number = 0;
-  for (; *at >= '0' && *at <= '9'; ++at) {
-    if (at - text == kSafeDigits) return std::atoi(text);
-    number = number * 10 + (*at - '0');
-  }
-  const bool isWord = *text > '9' && *text < '\x7f';
-  return at != text || isWord || *text == '\0' ? number : std::atoi(text);
-}
-
 // These two are apart, so that a level of the recursions around them takes little of the stack.
 [[gnu::noinline]] void AppendQuoted(const std::string& text, std::string& out) {
   out.push_back('"');
@@ -162,7 +149,7 @@ VQValue& VQValue::operator=(const VQJArray& a) {
 void VQValue::Set(const char* s) {
   const char* text = s != nullptr ? s : "";
   mType = TYPE_STRING;
-  mInt = ToInt(text);
+  mInt = dorn::TextToInt(text);
   mString.assign(text);
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "dorn/json/JsonParser.h"
+#include "dorn/model/CommandReader.h"
 #include "dorn/model/TreeReader.h"
 #include "dorn/model/TreeSurvey.h"
 #include "dorn/model/TreeWalk.h"
@@ -45,6 +46,7 @@ bool VQJsonParser::ParseDialog(VQJsonResource* jo, const KZString& json, bool sh
 }
 
 bool VQJsonParser::ParseCommand(VQJsonCommands* jo, const KZString& json) {
+  if (dorn::ReadUsualCommands(json, *jo)) return true;
   JsonParser jp;
   if (!jp.Parse(json) || !jp.IsObject()) return false;
   dorn::TreeReader reader(jp, false, dorn::Source::kStation);

@@ -5,13 +5,13 @@
 
 #include <cstddef>
 #include <cstring>
-#include <string>
+#include <string_view>
 
 namespace dorn {
 
 // Whether a text is just this word, without measuring the word each time.
 template <std::size_t N>
-bool Equals(const std::string& text, const char (&word)[N]) {
+bool Equals(std::string_view text, const char (&word)[N]) {
   return text.size() == N - 1 && std::memcmp(text.data(), word, N - 1) == 0;
 }
 
