@@ -92,6 +92,14 @@ class DORN_EXPORT VQValue {
   const char* GetChar() const { return mString.c_str(); }
   operator const char*() const { return mString.c_str(); }
 
+  // What `if (v)` asks: whether there is a text, which is so for every value, TYPE_NONE and false
+  // included. Ask GetBool(), or GetType() for TYPE_NONE.
+  [[deprecated("true for every value: ask GetBool() or GetType()")]]  //
+  explicit
+  operator bool() const {
+    return true;
+  }
+
   // The stored text, but composed for containers. An object gives {"a":"1","b":"x"}: every member
   // in quotes, containers as their own GetString(), nothing escaped. An array gives the stored
   // texts of its elements without a separator, [123].

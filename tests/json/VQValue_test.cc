@@ -426,4 +426,16 @@ TEST(VQValueTest, TheIntegerOfATextIsWhatAtoiGives) {
   }
 }
 
+// As the pointer is that the value converts to. A compiler that meets such a condition warns.
+TEST(VQValueTest, AConditionIsTrueForEveryValue) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+  for (const VQValue& any : {VQValue(), VQValue(0), VQValue(false), VQValue(""), VQValue("x")}) {
+    EXPECT_TRUE(any ? true : false);
+    EXPECT_FALSE(!any);
+  }
+#pragma GCC diagnostic pop
+  EXPECT_FALSE(VQValue().GetBool());
+}
+
 }  // namespace
