@@ -7,8 +7,8 @@
 //   when a record that is still linked is destroyed. Nobody unlinks a record while it is walked.
 // - mRequest is 1 whenever mAddRequest is not empty or Remove() has given a record kStatusRemove,
 //   and a byte lies in the pipe from then until the apply phase.
-// - Lock order: the list's mSemFdList, a record's mSemData, the lock of the settled records. The
-//   timers' lock is taken alone.
+// - mSemFdList is the first of the locks that a thread may hold together; docs/design.md has the
+//   order of all, under "Locks".
 // - No lock is held while a hook, a callback or the destructor of a record runs.
 // - A record's status, descriptor and buffer position are written under its mSemData; the loop
 //   thread reads each of them by a single atomic load, without the lock. To settle a record it
