@@ -8,6 +8,7 @@
 #include "dorn/base/KZSemaphore.h"
 #include "dorn/base/KZString.h"
 #include "dorn/base/KZStringArray.h"
+#include "dorn/base/Trace.h"
 #include "dorn/base/Version.h"
 
 #include "dorn/loop/KZApplication.h"
@@ -35,6 +36,7 @@
 #include "dorn/server/DialogName.h"
 #include "dorn/server/ResourceReport.h"
 #include "dorn/server/SessionId.h"
+#include "dorn/server/Statistics.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
 #include "dorn/server/VQDialog.h"

@@ -1,13 +1,22 @@
 #include "dorn/json/JsonParser.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <utility>
 
 #include "dorn/base/Check.h"
+#include "dorn/base/TraceFilter.h"
 #include "dorn/json/DialogValue.h"
 #include "dorn/json/MemberSearch.h"
 #include "dorn/json/VQValue.h"
+
+namespace {
+
+// What a description quotes behind this may be a password.
+constexpr char kNear[] = " near: ";
+
+}  // namespace
 
 JsonParser::~JsonParser() = default;
 
@@ -18,6 +27,7 @@ bool JsonParser::Parse(const char* json) {
   std::string error;
   value::parse(document, text, text + std::strlen(text), &error);
   if (!error.empty()) {
+    if (!dorn::ShowsSecrets()) error.resize(std::min(error.size(), error.find(kNear)));
     std::printf("Parse error:%s\n", error.c_str());
     return false;
   }

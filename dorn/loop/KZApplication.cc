@@ -16,6 +16,7 @@
 #include "dorn/loop/ListState.h"
 #include "dorn/loop/LiveList.h"
 #include "dorn/loop/LoopPass.h"
+#include "dorn/loop/PassStatistics.h"
 #include "dorn/loop/RestartTimer.h"
 #include "dorn/loop/SharedInt.h"
 #include "dorn/loop/TimerIndex.h"
@@ -151,6 +152,11 @@ bool dorn::IsInPass() { return PassScope::HasAny(); }
 
 unsigned long dorn::TimerRound() { return tTimerRound; }
 
+dorn::PassStatistics& dorn::Passes() {
+  static PassStatistics passes;
+  return passes;
+}
+
 KZApplication::KZApplication() : mTimerIndex(std::make_unique<dorn::TimerIndex>(mTimerList)) {}
 
 KZApplication::~KZApplication() = default;
@@ -182,6 +188,7 @@ int KZApplication::Initialize(int /*argc*/, char** /*argv*/) {
 void KZApplication::RunPass() {
   if (RefuseInPass(this)) return;
   const PassScope pass(this);
+  dorn::PassTimer timer;
   std::uint64_t waitMs = FirePassTimers();
   fd_set reads;
   fd_set writes;
@@ -194,8 +201,10 @@ void KZApplication::RunPass() {
   timeval timeout = isWoken ? timeval{} : ToTimeval(waitMs);
   // What was printed is read before the loop sleeps, also at the other end of a pipe.
   std::fflush(stdout);
+  timer.Pause();
   const int count =
       select(FD_SETSIZE, &reads, &writes, nullptr, isWoken || waitMs != 0 ? &timeout : nullptr);
+  timer.Go();
   if (count < 0) {
     const bool isClosed = errno == EBADF;
     usleep(kFailedSelectUs);

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "dorn/base/TraceFilter.h"
 #include "dorn/json/JsonParser.h"
 #include "dorn/model/CommandReader.h"
 #include "dorn/model/TreeReader.h"
@@ -75,16 +76,16 @@ VQJsonObject* VQJsonParser::CreateCommand(const KZString& type) {
 VQJsonObject* VQJsonParser::CreateObject(const KZString& type, const KZString& layout,
                                          VQJsonObject* parent) {
   if (dorn::Equals(type, dorn::kTypeGrid)) {
-    std::puts("GRID!");
+    if (dorn::IsTraced()) std::puts("GRID!");
     return new VQJsonGrid(parent);
   }
   if (dorn::Equals(type, dorn::kTypeRadioButton)) {
-    std::puts("RADIOBTN!");
+    if (dorn::IsTraced()) std::puts("RADIOBTN!");
     return new VQJsonRadioButtonObject(parent);
   }
   if (!dorn::Equals(type, dorn::kTypeGroup)) return new VQJsonObject(parent);
   if (dorn::Equals(layout, dorn::kLayoutRadio)) {
-    std::puts("RADIO GROUP!");
+    if (dorn::IsTraced()) std::puts("RADIO GROUP!");
     return new VQJsonRadioButtonGroup(parent);
   }
   return new VQJsonObjectHasList(dorn::kKeyObjects, parent);

@@ -4,12 +4,16 @@
 #define DORN_SERVER_APPLICATIONSTATE_H_
 
 #include <atomic>
+#include <memory>
 
+#include "dorn/server/LoginGuard.h"
 #include "dorn/server/StationAddress.h"
 
 class VQApplication;
 
 namespace dorn {
+
+class StatisticsServer;
 
 // Loop thread only, except what is marked.
 struct ApplicationState {
@@ -18,6 +22,12 @@ struct ApplicationState {
 
   // Where stations connect.
   StationAddress stationAddress;
+
+  // Null: nobody is slowed down.
+  std::unique_ptr<LoginGuard> loginGuard;
+
+  // Null: nobody asked for it. The loop's list owns it.
+  StatisticsServer* statisticsServer = nullptr;
 };
 
 // Each application object has one from its constructor to its destructor. Finding it takes no lock,

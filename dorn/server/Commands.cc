@@ -2,16 +2,21 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <typeinfo>
+#include <utility>
 
+#include "dorn/base/TraceFilter.h"
 #include "dorn/json/MemberSearch.h"
 #include "dorn/model/MemberText.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
+#include "dorn/server/ApplicationState.h"
 #include "dorn/server/Connection.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/Counters.h"
 #include "dorn/server/MessageBatch.h"
 #include "dorn/server/RunningHooks.h"
 #include "dorn/server/VQApplication.h"
@@ -49,14 +54,55 @@ VQJsonCommand* AsCommand(VQJsonObject* entry) {
 // A buffer that has grown beyond this is given back.
 constexpr std::size_t kMaxKeptText = std::size_t{64} * 1024;
 
+// Has the attributes of an entry that nobody may read say something else while it lives. That is
+// exact, whatever they hold; the text alone would not tell where an unescaped one ends.
+class HiddenSecrets {
+ public:
+  explicit HiddenSecrets(VQJsonObject& entry)
+      : mPass(FindMember(entry.mList, "Pass")), mSessionId(FindMember(entry.mList, kKeySessionId)) {
+    if (mPass != nullptr) mKeptPass = std::exchange(*mPass, VQValue("***"));
+    if (mSessionId == nullptr) return;
+    const KZString shown(std::string(Shown(mSessionId->GetChar())));
+    mKeptSessionId = std::exchange(*mSessionId, VQValue(shown));
+  }
+  ~HiddenSecrets() {
+    if (mPass != nullptr) *mPass = std::move(mKeptPass);
+    if (mSessionId != nullptr) *mSessionId = std::move(mKeptSessionId);
+  }
+
+  HiddenSecrets(const HiddenSecrets&) = delete;
+  HiddenSecrets& operator=(const HiddenSecrets&) = delete;
+
+ private:
+  VQValue* mPass;
+  VQValue* mSessionId;
+  VQValue mKeptPass;
+  VQValue mKeptSessionId;
+};
+
+void AppendShown(std::string& json, VQJsonObject& entry) {
+  if (ShowsSecrets()) {
+    AppendObject(json, entry);
+    return;
+  }
+  const HiddenSecrets hidden(entry);
+  std::string whole;
+  AppendObject(whole, entry);
+  // Objects inside may have such members too.
+  std::string storage;
+  json.append(ShownText(whole, storage));
+}
+
 void PrintCommand(const std::string& word, VQJsonObject& entry) {
+  if (!IsTraced()) return;
   if (!IsOwnClass(entry)) {
-    PrintLine({"Command=", word, " json=", entry.GetJson()});
+    std::string storage;
+    PrintLine({"Command=", word, " json=", ShownText(entry.GetJson(), storage)});
     return;
   }
   static std::string json;
   json.clear();
-  AppendObject(json, entry);
+  AppendShown(json, entry);
   PrintLine({"Command=", word, " json=", json});
   if (json.capacity() > kMaxKeptText) std::string().swap(json);
 }
@@ -82,6 +128,7 @@ void CheckSessionId(VQClientSocket& client, VQJsonObject* entry) {
   // "The session is invalid."
   SendError(client, "InvalidSessionId", "無効なセッションです。");
   // Kept: the command goes on after this, so a HELLO may still log in on the closed connection.
+  const ClosingFor reason(&Statistics::closedBadSession);
   client.Close();
 }
 
@@ -112,10 +159,34 @@ void Start(VQClientSocket& client, VQJsonCommand* command) {
   App().OnStart(&client, type, resolutionV, resolutionH);
 }
 
-void Greet(VQClientSocket& client, VQJsonCommand* command) {
+// How long the attempt is to wait before anybody looks at it.
+unsigned long DelayOf(VQClientSocket& client, const KZString& id) {
+  const auto& guard = StateOf(App()).loginGuard;
+  return guard != nullptr ? guard->DelayMs(id, static_cast<unsigned int>(client.GetId())) : 0;
+}
+
+void LogIn(VQClientSocket& client, const KZString& id, const KZString& pass) {
+  MessageBatch::BeforeHook();
+  App().OnAuth(id, pass, &client);
+  const auto& guard = StateOf(App()).loginGuard;
+  if (guard == nullptr) return;
+  const auto connection = static_cast<unsigned int>(client.GetId());
+  if (client.mAuth) {
+    guard->CountRight(id, connection);
+  } else {
+    guard->CountWrong(id, connection);
+  }
+}
+
+void Greet(VQClientSocket& client, VQJsonCommand* command, bool isDelayed) {
   if (!client.mAuth && command->HasKey(kKeyId)) {
-    MessageBatch::BeforeHook();
-    App().OnAuth(TextOf(command, kKeyId), TextOf(command, "Pass"), &client);
+    const KZString id = TextOf(command, kKeyId);
+    const unsigned long delayMs = isDelayed ? 0 : DelayOf(client, id);
+    if (delayMs > 0) {
+      Connection::Of(client).DelayLogIn(delayMs);
+      return;
+    }
+    LogIn(client, id, TextOf(command, "Pass"));
   }
   if (!client.mAuth) {
     client.mSessionId.Clear();
@@ -180,10 +251,14 @@ void ExecuteCommand(VQClientSocket& client, VQJsonObject* entry) {
   auto* command = AsCommand(entry);
   const bool isGreeting = Equals(word, kCommandHello) || Equals(word, kCommandChange);
   if (isGreeting && command != nullptr) {
-    Greet(client, command);
+    Greet(client, command, false);
   } else if (client.mAuth) {
     ExecuteAuthenticated(client, entry);
   }
+}
+
+void ResumeGreeting(VQClientSocket& client, VQJsonObject* entry) {
+  if (auto* command = AsCommand(entry)) Greet(client, command, true);
 }
 
 }  // namespace dorn

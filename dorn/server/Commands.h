@@ -11,6 +11,9 @@ namespace dorn {
 // change the entry and close the connection.
 void ExecuteCommand(VQClientSocket& client, VQJsonObject* entry);
 
+// Goes on with a log-in that was put off by Connection::DelayLogIn(): it is not put off again.
+void ResumeGreeting(VQClientSocket& client, VQJsonObject* entry);
+
 }  // namespace dorn
 
 #endif  // DORN_SERVER_COMMANDS_H_

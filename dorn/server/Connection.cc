@@ -5,10 +5,15 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/SharedInt.h"
+#include "dorn/model/VQJsonCommand.h"
+#include "dorn/model/VQJsonParser.h"
+#include "dorn/server/Commands.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/Counters.h"
 #include "dorn/server/MessageBatch.h"
 
 namespace dorn {
@@ -74,6 +79,7 @@ void Connection::Receive() {
 
 void Connection::End() {
   ++mEnds;
+  ForgetLogIn();
   mOutgoing.Drop();
   mTimers.Forget();
   mCutter.Forget();
@@ -96,13 +102,56 @@ void Connection::ExecuteMessages() {
   MessageBatch batch;
   const int ends = mEnds;
   KZString text;
-  while (TakeMessage(text)) {
+  while (mDelayedLogIn == nullptr && TakeMessage(text)) {
     batch.SetMore(HasMessage());
     // Hooks may read from the buffer too, so the end is looked for anew.
     mCutter.Forget();
     mSocket.DoCommand(text);
     if (IsRemoved(mSocket) || mEnds != ends) return;
   }
+}
+
+// Hooks may change the list of commands, so the walk goes by position. A delayed log-in keeps the
+// text, not the objects: it is read again when its time has come.
+void Connection::ExecuteFrom(const KZString& message, std::size_t first, bool isResumed) {
+  VQJsonCommands commands;
+  VQJsonParser parser;
+  if (!parser.ParseCommand(&commands, message)) ++Counters().unreadable;
+  const int ends = mEnds;
+  for (std::size_t i = first; i < commands.mObjectList.size(); ++i) {
+    VQJsonObject* entry = commands.mObjectList[i];
+    const DelayedLogIn* const before = mDelayedLogIn.get();
+    if (entry != nullptr && isResumed && i == first) {
+      ResumeGreeting(mSocket, entry);
+    } else if (entry != nullptr) {
+      ExecuteCommand(mSocket, entry);
+    }
+    // Kept: the command that closed the connection is finished. Nothing behind it is executed.
+    if (IsRemoved(mSocket) || mEnds != ends) break;
+    if (mDelayedLogIn.get() != before && mDelayedLogIn != nullptr) {
+      mDelayedLogIn->message = message;
+      mDelayedLogIn->index = i;
+      break;
+    }
+  }
+}
+
+void Connection::DelayLogIn(unsigned long ms) {
+  mDelayedLogIn = std::make_unique<DelayedLogIn>();
+  mTimers.DelayLogIn(ms);
+}
+
+// Messages behind it are still in the buffer, so the loop comes back for them by itself.
+void Connection::ResumeLogIn() {
+  const std::unique_ptr<DelayedLogIn> due = std::move(mDelayedLogIn);
+  if (due == nullptr || IsRemoved(mSocket)) return;
+  ExecuteFrom(due->message, due->index, true);
+}
+
+void Connection::ForgetLogIn() {
+  if (mDelayedLogIn == nullptr) return;
+  mDelayedLogIn.reset();
+  mTimers.ForgetLogIn();
 }
 
 // Drops what precedes the first STX. Without any STX nothing is dropped.
@@ -120,6 +169,8 @@ bool Connection::TakeMessage(KZString& text) {
   const std::size_t length = mCutter.FindMessage(held);
   if (length == 0) return false;
   text = MessageCutter::TextOf(held.substr(0, length));
+  ++Counters().messagesIn;
+  Counters().bytesIn += length;
   DropFront(length);
   return true;
 }
@@ -143,6 +194,7 @@ void Connection::DropFront(std::size_t length) {
 // served in every pass, and the station never heard again.
 void Connection::CloseIfFull() {
   if (mSocket.mBufferSize <= 0 || HeldLength() < mSocket.mBufferSize) return;
+  const ClosingFor reason(&Statistics::closedTooLong);
   PrintLine({"Connection ", std::to_string(mSocket.GetId()),
              " closed: its message does not fit into the buffer"});
   mSocket.Close();

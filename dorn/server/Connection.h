@@ -4,8 +4,10 @@
 #define DORN_SERVER_CONNECTION_H_
 
 #include <cstddef>
+#include <memory>
 #include <string_view>
 
+#include "dorn/base/KZString.h"
 #include "dorn/server/ConnectionTimers.h"
 #include "dorn/server/MessageCutter.h"
 #include "dorn/server/Outgoing.h"
@@ -18,6 +20,12 @@ bool IsRemoved(const KZFdData& record);
 
 // Whether the record has no descriptor: none was ever opened, or it was closed.
 bool HasNoDescriptor(const KZFdData& record);
+
+// A log-in that waits for its time: the message that it came in, and which of its commands it is.
+struct DelayedLogIn {
+  KZString message;
+  std::size_t index = 0;
+};
 
 // The rooms of one connection, and what is done with the bytes of its receive buffer.
 class Connection {
@@ -43,15 +51,22 @@ class Connection {
   // in, the next one is not; nor do its timers count.
   void BeginAnew();
 
-  // How often the connection was closed. A closed one may be open again, for another station, when
-  // a hook returns.
-  int Ends() const { return mEnds; }
+  // Executes the commands of one message.
+  void Execute(const KZString& message) { ExecuteFrom(message, 0, false); }
+
+  // The log-in that is being executed is to be looked at so much later, and with it all that the
+  // station sends behind it. For ExecuteCommand() only.
+  void DelayLogIn(unsigned long ms);
+  // Goes on with it, if there is one and the connection is still open.
+  void ResumeLogIn();
+  void ForgetLogIn();
 
   // The receive buffer was emptied. Any thread.
   void BufferCleared() { mCutter.Forget(); }
 
  private:
   void ExecuteMessages();
+  void ExecuteFrom(const KZString& message, std::size_t first, bool isResumed);
   void DropGarbage();
   bool TakeMessage(KZString& text);
   bool HasMessage();
@@ -65,7 +80,10 @@ class Connection {
   Outgoing mOutgoing;
   ConnectionTimers mTimers;
   MessageCutter mCutter;
+  // How often the connection was closed. A closed one may be open again, for another station, when
+  // a hook returns.
   int mEnds = 0;
+  std::unique_ptr<DelayedLogIn> mDelayedLogIn;  // Null: none is waiting.
   int mLeft = -1;  // What the last Receive() left in the buffer; -1 before the first.
 };
 

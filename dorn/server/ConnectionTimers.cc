@@ -6,6 +6,8 @@
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
+#include "dorn/server/Connection.h"
+#include "dorn/server/Counters.h"
 #include "dorn/server/Outgoing.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
@@ -53,6 +55,10 @@ void ConnectionTimers::CancelAll() {
   for (const Kind kind : {kLogIn, kIdle, kAnswer}) Cancel(kind);
 }
 
+void ConnectionTimers::DelayLogIn(unsigned long ms) { Restart(kDelayedLogIn, ms); }
+
+void ConnectionTimers::ForgetLogIn() { Cancel(kDelayedLogIn); }
+
 void ConnectionTimers::Expire(int kind) {
   if (kind == kIdle) {
     AskForAnswer();
@@ -61,7 +67,10 @@ void ConnectionTimers::Expire(int kind) {
   } else if (kind == kLogIn) {
     // "Connection time-out."
     std::puts("コネクションタイムアウト");
+    const ClosingFor reason(&Statistics::closedNoLogin);
     mSocket.Close();
+  } else if (kind == kDelayedLogIn) {
+    Connection::Of(mSocket).ResumeLogIn();
   }
 }
 
@@ -85,6 +94,7 @@ void ConnectionTimers::MissAnswer() {
   }
   // "No answer to KEEPALIVE in time."
   std::puts("KEEPALIVE応答タイムアウト");
+  const ClosingFor reason(&Statistics::closedNoAnswer);
   mSocket.Close();
 }
 

@@ -15,11 +15,12 @@ class Outgoing;
 //   B+2  armed when a KEEPALIVE is sent, cancelled by the station's KEEPALIVE; armed anew, five
 //   times
 //        at most, when it fires and queued bytes have gone out meanwhile
+//   B+3  armed when the answer to a log-in is delayed, cancelled when the connection is closed
 // Those of a connection that is gone fire all the same; the application routes them to the host.
 class ConnectionTimers {
  public:
   // What is added to the connection's id.
-  enum Kind { kLogIn = 0, kIdle = 1, kAnswer = 2 };
+  enum Kind { kLogIn = 0, kIdle = 1, kAnswer = 2, kDelayedLogIn = 3 };
 
   ConnectionTimers(VQClientSocket& socket, Outgoing& outgoing)
       : mSocket(socket), mOutgoing(outgoing) {}
@@ -42,8 +43,12 @@ class ConnectionTimers {
   // For another station.
   void CancelAll();
 
+  // The log-in that has come is to be looked at so much later.
+  void DelayLogIn(unsigned long ms);
+  void ForgetLogIn();
+
   // The timer of this kind has fired: asks an idle station for an answer; closes one that did not
-  // log in or did not answer.
+  // log in or did not answer; looks at a delayed log-in.
   void Expire(int kind);
 
  private:

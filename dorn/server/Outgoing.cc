@@ -16,6 +16,7 @@
 #include "dorn/loop/SharedInt.h"
 #include "dorn/server/Connection.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/Counters.h"
 #include "dorn/server/FrameBytes.h"
 #include "dorn/server/MessageBatch.h"
 #include "dorn/server/OutgoingDrainer.h"
@@ -82,6 +83,8 @@ bool Outgoing::HasBacklog() const { return mQueue != nullptr && !mQueue->IsEmpty
 
 bool Outgoing::AwaitsRoom() const { return HasBacklog() && !IsBroken(LoadShared(mSocket.mFD)); }
 
+std::size_t Outgoing::QueuedBytes() const { return mQueue != nullptr ? mQueue->MemoryBytes() : 0; }
+
 bool Outgoing::TakeProgress() { return mQueue != nullptr && mQueue->TakeProgress(); }
 
 int Outgoing::SendText(const KZString& text) {
@@ -89,6 +92,10 @@ int Outgoing::SendText(const KZString& text) {
   std::string& frame = lastFrame;
   Frame(text, frame);
   const int result = Transmit(frame.data(), frame.size());
+  if (result > 0) {
+    ++Counters().messagesOut;
+    Counters().bytesOut += frame.size();
+  }
   if (frame.capacity() > kMaxKeptFrame) std::string().swap(frame);
   return result;
 }
@@ -154,6 +161,7 @@ bool Outgoing::PrepareQueue(std::size_t length) {
   const std::size_t queued = mQueue->MemoryBytes();
   if (queued < kMomentBytes) return true;
   if (queued < kMaxQueuedBytes && queued + length < kMaxWithNext) return true;
+  const ClosingFor reason(&Statistics::closedNotReading);
   PrintLine({"Connection ", std::to_string(mSocket.GetId()), " closed: it does not read, ",
              std::to_string(queued), " bytes are waiting"});
   mSocket.Close();
@@ -181,6 +189,7 @@ void Outgoing::Drain() {
     if (std::exchange(mClosesWhenDrained, false)) mSocket.SetFDStatus(KZFdData::kStatusActive);
     return;
   }
+  const ClosingFor reason(&Statistics::closedByStation);
   const Result result = mQueue->Write(mSocket.GetFD(), kDrainBudget);
   if (result == Result::kFailed) {
     PrintLine({"Connection ", std::to_string(mSocket.GetId()),

@@ -27,6 +27,7 @@ class Outgoing final : public Drainable {
   Outgoing& operator=(const Outgoing&) = delete;
 
   bool HasBacklog() const;
+  std::size_t QueuedBytes() const;
 
   // Whether there is a backlog and still somebody to take it.
   bool AwaitsRoom() const;

@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 
+#include "dorn/base/TraceFilter.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
@@ -12,6 +13,7 @@
 #include "dorn/server/Connection.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/Counters.h"
 #include "dorn/server/IdRange.h"
 #include "dorn/server/OutgoingDrainer.h"
 #include "dorn/server/ResourcePath.h"
@@ -82,7 +84,7 @@ VQApplication::~VQApplication() {
 void VQApplication::ApplicationTimer(timeval time, unsigned int id) {
   if (IsSessionTimer(id)) {
     // "A session expiry timer has fired."
-    std::puts("セッション有効期限タイマー発生");
+    if (dorn::IsTraced()) std::puts("セッション有効期限タイマー発生");
     const dorn::ExpiryScope expiry;
     SessionList()->Expire(id);
     return;
@@ -116,8 +118,10 @@ bool VQApplication::OnAuthCheck(const KZString& sid, VQClientSocket* client) {
 
 void VQApplication::OnStart(VQClientSocket* client, KZString& type, int resolutionV,
                             int resolutionH) {
-  dorn::PrintLine(
-      {"HELLO ", type, ",", std::to_string(resolutionV), ",", std::to_string(resolutionH)});
+  if (dorn::IsTraced()) {
+    dorn::PrintLine(
+        {"HELLO ", type, ",", std::to_string(resolutionV), ",", std::to_string(resolutionH)});
+  }
   VQJsonCommand command(dorn::kCommandOpen);
   command.SetValue(dorn::kKeyFile, "Top.json", -1, "");
   command.SetValue("FileSource", "STATION", -1, "");
@@ -166,19 +170,28 @@ void VQApplication::SetLogStream(KZStream* stream) {
   mStationSocket.mStream = sink;
 }
 
+void VQApplication::SetTrace(dorn::Trace trace) { dorn::SetTraceLevel(trace); }
+
+void VQApplication::SetLoginGuard(bool isOn) {
+  auto& guard = dorn::StateOf(*this).loginGuard;
+  if (isOn != (guard != nullptr)) guard = isOn ? std::make_unique<dorn::LoginGuard>() : nullptr;
+}
+
 bool VQApplication::IsInsideResources(const KZString& name) {
   return dorn::IsInsideResources(name);
 }
 
 unsigned int VQApplication::MakeSocketId() {
-  std::printf("VQApplication::MakeSocketId = %x\n", mSocketId);
+  if (dorn::IsTraced()) std::printf("VQApplication::MakeSocketId = %x\n", mSocketId);
   const unsigned int id = mSocketId;
   mSocketId += kIdsPerSocket;
   return id;
 }
 
 unsigned int VQApplication::MakeSessionTimerId() {
-  std::printf("VQApplication::MakeSessionTimerId = %x\n", mSessionTimerId);
+  if (dorn::IsTraced()) {
+    std::printf("VQApplication::MakeSessionTimerId = %x\n", mSessionTimerId);
+  }
   return mSessionTimerId++;
 }
 
@@ -234,7 +247,10 @@ void VQApplication::SendDataList(const KZString& sid, const KZString& dname, con
   for (KZFdData* record : *GetFdDataList()) {
     VQClientSocket* client = dorn::AsLivingConnection(record);
     if (client == nullptr) continue;
-    dorn::PrintLine({"SendDataList loop ", client->mSessionId, ",", client->mDialogName});
+    if (dorn::IsTraced()) {
+      dorn::PrintLine(
+          {"SendDataList loop ", dorn::Shown(client->mSessionId), ",", client->mDialogName});
+    }
     if (client->CompareSessionId(sid) && client->CompareDialogName(dname)) client->SendData(text);
   }
 }

@@ -8,7 +8,9 @@
 #include "dorn/base/Export.h"
 #include "dorn/base/KZLog.h"
 #include "dorn/base/KZString.h"
+#include "dorn/base/Trace.h"
 #include "dorn/loop/KZApplication.h"
+#include "dorn/server/Statistics.h"
 #include "dorn/server/VQDialogList.h"
 #include "dorn/server/VQDialogMaker.h"
 #include "dorn/server/VQSessionList.h"
@@ -114,6 +116,31 @@ class DORN_EXPORT VQApplication : public KZApplication {
   // Makes Run() return. Any thread, and also a signal handler, on whatever thread it runs:
   //   std::signal(SIGTERM, [](int) { app.Stop(); });
   void Stop();
+
+  // How much of the ordinary work appears on standard output: dorn::Trace::kAll by default, so that
+  // every message is printed with the passwords and session ids in it. With kNoSecrets the value of
+  // a "Pass" is printed as "***" and session ids with their first 8 characters, wherever they
+  // stand; with kNone nothing but failures and refusals is printed. For the whole process. Any
+  // thread.
+  void SetTrace(dorn::Trace trace);
+
+  // Slows down whoever guesses passwords; off by default. After 5 wrong ones for one "Id", or from
+  // one connection, the next attempt waits a second before OnAuth() is asked and the answer sent,
+  // then two, four and at last eight. Only that connection waits, with all that it sends behind the
+  // attempt; its 10 s for the log-in go on. Attempts for one id wait beside each other, and those
+  // for another id do not wait at all, wherever they come from. The right password makes its id and
+  // its connection start anew. The last 1,024 ids and connections that failed are remembered.
+  void SetLoginGuard(bool isOn);
+
+  // What the application does at the moment and has done so far. From the first call on the loop
+  // also looks at the clock in every pass.
+  dorn::Statistics Statistics();
+
+  // Offers the same as text for Prometheus at a UNIX socket of that path: whoever connects gets the
+  // text and is disconnected. Only the own user may connect. A socket that is left over from before
+  // is replaced; with null or "" the one that is offered is taken away again, as it is at the end
+  // of Run(). False, with a line on standard error, when it cannot be had.
+  bool ServeStatistics(const char* path);
 
   // Sends the log of the station socket and of every later connection to `stream`, which is not
   // owned and must outlive them. Null: nowhere, as it is by default.

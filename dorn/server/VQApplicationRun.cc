@@ -48,6 +48,7 @@ void VQApplication::Stop() {
 // closed out of the loop. Neither waits.
 void VQApplication::CloseDown() {
   mStationSocket.Close();
+  static_cast<void>(ServeStatistics(nullptr));  // Taking it away cannot fail.
   WakeUp();
   RunPass();
   DrainQueues();

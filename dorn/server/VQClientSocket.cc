@@ -5,20 +5,25 @@
 #include <string>
 #include <utility>
 
-#include "dorn/model/VQJsonCommand.h"
-#include "dorn/model/VQJsonParser.h"
+#include "dorn/base/TraceFilter.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
-#include "dorn/server/Commands.h"
 #include "dorn/server/Connection.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/Counters.h"
 #include "dorn/server/FileTransfer.h"
 #include "dorn/server/VQApplication.h"
 
 namespace {
 
 constexpr int kLogBufferSize = 1024;
+
+void PrintSent(VQClientSocket& client, const KZString& text) {
+  std::string storage;
+  dorn::PrintLine({" sid=", dorn::Shown(client.mSessionId), " dname=", client.mDialogName, " id=",
+                   std::to_string(client.GetId()), " out=", dorn::ShownText(text, storage)});
+}
 
 }  // namespace
 
@@ -32,7 +37,7 @@ VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
 VQClientSocket::~VQClientSocket() {
   // While the record is still whole.
   mConnection.reset();
-  std::puts("socket delete");
+  if (dorn::IsTraced()) std::puts("socket delete");
 }
 
 int VQClientSocket::Open(const char* host, int port, int buffersize) {
@@ -46,7 +51,9 @@ int VQClientSocket::Create(int sd, int buffersize) {
 }
 
 void VQClientSocket::ReadyToRead() {
-  if (mConnection->PrepareRead()) KZClientSocket::ReadyToRead();
+  if (!mConnection->PrepareRead()) return;
+  const dorn::ClosingFor reason(&dorn::Statistics::closedByStation);
+  KZClientSocket::ReadyToRead();
 }
 
 void VQClientSocket::ReadyToWrite() {
@@ -70,18 +77,19 @@ int VQClientSocket::Send(const void* data, int length) {
 }
 
 void VQClientSocket::OnClose() {
+  dorn::ClosingFor::CountOne();
   mConnection->End();
   KZClientSocket::OnClose();
 }
 
 int VQClientSocket::OnReceive(sockaddr*, unsigned int) {
+  const dorn::ClosingFor reason(&dorn::Statistics::closedByHost);
   mConnection->Receive();
   return 0;
 }
 
 int VQClientSocket::SendData(const KZString& text) {
-  dorn::PrintLine({" sid=", mSessionId, " dname=", mDialogName, " id=", std::to_string(GetId()),
-                   " out=", text});
+  if (dorn::IsTraced()) PrintSent(*this, text);
   return mConnection->Out().SendText(text);
 }
 
@@ -105,17 +113,8 @@ void VQClientSocket::Authentication(KZString sid) {
   mAuth = mSessionId.GetLength() > 0;
 }
 
-// Hooks may change the list of commands, so the walk goes by position.
 int VQClientSocket::DoCommand(const KZString& text) {
-  VQJsonCommands commands;
-  VQJsonParser parser;
-  parser.ParseCommand(&commands, text);
-  const int ends = mConnection->Ends();
-  for (std::size_t i = 0; i < commands.mObjectList.size(); ++i) {
-    if (commands.mObjectList[i] != nullptr) dorn::ExecuteCommand(*this, commands.mObjectList[i]);
-    // Kept: the command that closed the connection is finished. Nothing behind it is executed.
-    if (dorn::IsRemoved(*this) || mConnection->Ends() != ends) break;
-  }
+  mConnection->Execute(text);
   return 1;
 }
 

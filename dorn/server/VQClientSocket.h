@@ -27,6 +27,7 @@ class Connection;
 //   B+0  connection time-out, 10 s, cancelled by Authentication()
 //   B+1  idle timer, 180 s, counted anew whenever bytes arrive; then a KEEPALIVE is sent
 //   B+2  answer timer, 10 s after that KEEPALIVE, cancelled by the station's "KEEPALIVE" alone
+//   B+3  delay of a log-in that has to wait: see VQApplication::SetLoginGuard()
 //
 // What the socket does not take at once is queued, at most about 8 MiB for each connection; a
 // station that lets more pile up is closed. Nothing that was accepted is ever cut or reordered.

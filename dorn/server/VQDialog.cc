@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "dorn/base/Clock.h"
+#include "dorn/base/TraceFilter.h"
 #include "dorn/model/NameIndex.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/UpdateComposer.h"
@@ -163,7 +164,7 @@ void VQDialog::LoadJson(const KZString& file, const KZString& sid) {
     VQJsonParser parser;
     report.isUsable = parser.ParseDialog(tree, text, sid == dorn::kSessionIdShared);
     if (report.isUsable) {
-      dorn::PrintLine({"Load:", file});
+      if (dorn::IsTraced()) dorn::PrintLine({"Load:", file});
     } else {
       dorn::PrintLine({file, " is not dialog"});
       dorn::DiagnoseResource(text, report);

@@ -6,9 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include "dorn/base/TraceFilter.h"
 #include "dorn/server/App.h"
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/Counters.h"
 #include "dorn/server/SessionIndex.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQSession.h"
@@ -75,8 +77,11 @@ void VQSessionList::End(const KZString& key, VQSession* session) {
   const KZString sessionId = session->GetSessionId();
   const unsigned int timerId = session->mTimerId;
   // "The session has expired."
-  dorn::PrintLine({"セッションの有効期限が切れました SessionID:", sessionId});
-  dorn::PrintLine({"Remove sessionid=", sessionId});
+  if (dorn::IsTraced()) {
+    dorn::PrintLine({"セッションの有効期限が切れました SessionID:", dorn::Shown(sessionId)});
+    dorn::PrintLine({"Remove sessionid=", dorn::Shown(sessionId)});
+  }
+  const dorn::ClosingFor reason(&dorn::Statistics::closedSessionEnded);
   VQApplication& app = dorn::App();
   app.DialogList()->RemoveBySession(sessionId);
   // Each call closes one connection, and all of them have lost their session. The empty identifier

@@ -13,6 +13,7 @@
 #include "dorn/loop/SettledRecords.h"
 #include "dorn/server/Connection.h"
 #include "dorn/server/Console.h"
+#include "dorn/server/Counters.h"
 #include "dorn/server/Descriptors.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
@@ -99,11 +100,13 @@ void VQStationSocket::OnListen() {
 
 void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
   if (fd >= dorn::DescriptorLimit() - kReservedDescriptors) {
+    ++dorn::Counters().refused;
     dorn::PrintLine(
         {"Connection refused: too many are open (descriptor ", std::to_string(fd), ")"});
     close(fd);
     return;
   }
+  ++dorn::Counters().accepted;
   KZServerSocket::OnAccept(fd, addr, addrlen);
   auto* client = new VQClientSocket(mStream, GetFdDataList());
   dorn::LetRecordSettle(*client);
@@ -132,6 +135,7 @@ bool VQStationSocket::RefuseOne() {
   if (fd >= 0) close(fd);
   OpenSpare();
   if (fd < 0) return false;
+  ++dorn::Counters().refused;
   dorn::PrintLine({"Connection refused: no descriptor is left"});
   return true;
 }

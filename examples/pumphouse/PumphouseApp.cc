@@ -1,8 +1,5 @@
 #include "PumphouseApp.h"
 
-#include <arpa/inet.h>
-#include <sys/socket.h>
-
 #include <cstdio>
 #include <initializer_list>
 #include <string>
@@ -12,16 +9,6 @@ namespace {
 // Any id outside 0x8000000 to 0xFFFFFFF is the host's.
 constexpr unsigned int kSweepTimer = 1;
 constexpr unsigned long kSweepIntervalMs = 60000;
-
-std::string AddressOf(VQClientSocket* client) {
-  sockaddr_in peer{};
-  socklen_t length = sizeof peer;
-  char text[INET_ADDRSTRLEN] = "unknown";
-  if (getpeername(client->GetFD(), reinterpret_cast<sockaddr*>(&peer), &length) == 0) {
-    inet_ntop(AF_INET, &peer.sin_addr, text, sizeof text);
-  }
-  return text;
-}
 
 // The pages that every station sees: a server with a broken one is of no use.
 bool AreUsable(std::initializer_list<const char*> files) {
@@ -48,23 +35,18 @@ int PumphouseApp::OnInit() {
     return -1;
   }
   if (!AreUsable({"panel.json", "notes.json"})) return -1;
+  SetLoginGuard(true);
+  SetTrace(dorn::Trace::kNoSecrets);
   SetApplicationTimerInterval(kSweepIntervalMs, kSweepTimer);
   return 1;
 }
 
-// On failure nothing is called: the library answers with the error and its connection time-out
-// stays armed.
+// On failure nothing is called: the library answers with the error, its connection time-out stays
+// armed, and its guard makes the next attempts wait.
 void PumphouseApp::OnAuth(const KZString& id, const KZString& pass, VQClientSocket* client) {
-  const std::string address = AddressOf(client);
-  if (mLoginGuard.IsBlocked(address)) {
-    std::printf("pumphouse: too many wrong passwords from %s, closing\n", address.c_str());
-    client->Close();
-    return;
-  }
   const User* user = mUsers.Check(id, pass);
   if (user == nullptr) {
-    mLoginGuard.CountFailure(address);
-    std::printf("pumphouse: log-in refused for a station at %s\n", address.c_str());
+    std::printf("pumphouse: log-in refused for connection %d\n", client->GetId());
     return;
   }
   const KZString sessionId = dorn::MakeSessionId();
@@ -96,6 +78,5 @@ void PumphouseApp::OnStart(VQClientSocket* client, KZString& type, int resolutio
 void PumphouseApp::OnTimer(timeval, unsigned int id) {
   // Other ids also arrive here: the last timers of connections that are gone.
   if (id != kSweepTimer) return;
-  mLoginGuard.Forget();
   mSessions.Sweep();
 }

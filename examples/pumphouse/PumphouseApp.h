@@ -4,7 +4,6 @@
 
 #include <dorn/dorn.h>
 
-#include "LoginGuard.h"
 #include "UserSessions.h"
 #include "Users.h"
 
@@ -30,7 +29,6 @@ class PumphouseApp : public VQApplication {
 
   SocketLog mSocketLog;
   Users mUsers;
-  LoginGuard mLoginGuard;
   UserSessions mSessions;
 };
 

@@ -28,6 +28,8 @@ class App : public VQApplication {
  public:
   using VQApplication::VQApplication;
   int OnInit() override {
+    SetLoginGuard(true);                // Whoever guesses passwords is slowed down.
+    SetTrace(dorn::Trace::kNoSecrets);  // No passwords on the console.
     const auto panel = dorn::CheckResource("panel.json");
     if (!panel.isUsable) std::fprintf(stderr, "%s\n", panel.Text().c_str());
     return panel.isUsable ? 1 : -1;

@@ -17,3 +17,5 @@ done
   fail "the first station"
 wait $watcher || fail "the second station did not see the lamp go on"
 "$station" --id one --pass wrong --expect 認証失敗 >/dev/null || fail "a wrong password was not refused"
+! grep -q '"Pass":"[^*]' "$log" || fail "the console shows a password: $(grep -m1 '"Pass":"[^*]' "$log")"
+! grep -qE 'sid=[0-9a-f]{9}' "$log" || fail "the console shows a whole session id"

@@ -1,0 +1,261 @@
+// What the application tells about itself.
+#include "dorn/server/Statistics.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "tests/server/ServerTest.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+class StatisticsTest : public ServerTest {
+ protected:
+  void SetUp() override {
+    ServerTest::SetUp();
+    mBefore = app.Statistics();
+  }
+
+  void TearDown() override {
+    app.ServeStatistics(nullptr);
+    Pass();
+    ServerTest::TearDown();
+  }
+
+  using Counter = std::uint64_t dorn::Statistics::*;
+
+  // What was counted since the test began.
+  std::uint64_t Since(Counter counter) { return app.Statistics().*counter - mBefore.*counter; }
+
+  static std::string SocketPath() { return FolderPath() + "/statistics"; }
+
+  // Connects and lets the loop answer; all that came before the end, or "" without a connection.
+  static std::string Ask(const std::string& path) {
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+      close(fd);
+      return "";
+    }
+    Station reader(fd);
+    EXPECT_TRUE(RunUntil([&reader] { return reader.IsClosed(); }));
+    return reader.Bytes();
+  }
+
+  dorn::Statistics mBefore;
+};
+
+TEST_F(StatisticsTest, CountsWhatThereIs) {
+  Shared("top", kTree);
+  Link one = LoggedIn("S1", "top");
+  Link two = Connect();
+  app.SetApplicationSingleTimerInterval(1000, 77);
+  const dorn::Statistics all = app.Statistics();
+  EXPECT_EQ(2U, all.stations);
+  EXPECT_EQ(1U, all.loggedIn);
+  EXPECT_EQ(app.SessionList()->mSessionList.size(), all.sessions);
+  EXPECT_EQ(1U, all.dialogs);
+  EXPECT_EQ(app.mTimerList.size(), all.timers);
+  EXPECT_GE(all.timers, 1U);
+  EXPECT_EQ(0U, all.queuedBytes);
+}
+
+TEST_F(StatisticsTest, CountsMessagesAndTheirBytes) {
+  Link link = LoggedIn("S1");
+  Tell(link, R"({"Command":"X"})");
+  Tell(link, "no command");
+  EXPECT_EQ(2U, Since(&dorn::Statistics::messagesIn));
+  EXPECT_EQ(17U + 12U, Since(&dorn::Statistics::bytesIn));
+  EXPECT_EQ(1U, Since(&dorn::Statistics::unreadable));
+  Find(link)->SendData("hello");
+  EXPECT_EQ(1U, Since(&dorn::Statistics::messagesOut));
+  EXPECT_EQ(7U, Since(&dorn::Statistics::bytesOut));
+}
+
+TEST_F(StatisticsTest, CountsBytesThatWait) {
+  Link link = LoggedIn("S1");
+  Find(link)->SendData(KZString(std::string(3000000, 'x')));
+  EXPECT_GT(app.Statistics().queuedBytes, 1000000U);
+}
+
+TEST_F(StatisticsTest, CountsConnectionsThatCome) {
+  Link one = Connect();
+  Link two = Connect();
+  EXPECT_EQ(2U, Since(&dorn::Statistics::accepted));
+}
+
+TEST_F(StatisticsTest, SaysWhyConnectionsWereClosed) {
+  const auto expectOne = [this](Counter counter, int line) {
+    for (const Counter each :
+         {&dorn::Statistics::closedByStation, &dorn::Statistics::closedNoLogin,
+          &dorn::Statistics::closedNoAnswer, &dorn::Statistics::closedNotReading,
+          &dorn::Statistics::closedTooLong, &dorn::Statistics::closedBadSession,
+          &dorn::Statistics::closedSessionEnded, &dorn::Statistics::closedByHost}) {
+      EXPECT_EQ(each == counter ? 1U : 0U, Since(each)) << line;
+    }
+    mBefore = app.Statistics();
+  };
+  Link left = Connect();
+  left.station.Close();
+  Pass(2);
+  expectOne(&dorn::Statistics::closedByStation, __LINE__);
+
+  Link late = Connect();
+  Wait(10000);
+  expectOne(&dorn::Statistics::closedNoLogin, __LINE__);
+
+  Link silent = LoggedIn("S1");
+  Tell(silent, R"({"Command":"X"})");
+  Wait(180000);
+  Wait(10000);
+  expectOne(&dorn::Statistics::closedNoAnswer, __LINE__);
+
+  Link deaf = LoggedIn("S1");
+  while (VQClientSocket* client = Find(deaf)) client->SendData(KZString(std::string(1000000, 'x')));
+  expectOne(&dorn::Statistics::closedNotReading, __LINE__);
+
+  Link wordy = Connect();
+  Feed(wordy, "\x02" + std::string(0x80000, ' '));
+  EXPECT_TRUE(RunUntil([&wordy] { return Find(wordy) == nullptr; }));
+  expectOne(&dorn::Statistics::closedTooLong, __LINE__);
+
+  Link stranger = Connect();
+  Tell(stranger, R"({"Command":"X","SessionId":"none"})");
+  expectOne(&dorn::Statistics::closedBadSession, __LINE__);
+
+  app.CreateSession("S2", 1000);
+  Link expired = LoggedIn("S2");
+  Wait(1000);
+  expectOne(&dorn::Statistics::closedSessionEnded, __LINE__);
+
+  Link unwanted = Connect();
+  Find(unwanted)->Close();
+  expectOne(&dorn::Statistics::closedByHost, __LINE__);
+}
+
+TEST_F(StatisticsTest, AHookThatClosesOnWhatWasReceivedIsTheHost) {
+  Shared("top", kTree);
+  Dialog("top")->condition = [](HookedDialog&, VQClientSocket* client, VQJsonCommand*) {
+    client->Close();
+  };
+  Link link = LoggedIn("S1", "top");
+  Tell(link, R"({"Command":"CONDITION"})");
+  EXPECT_EQ(1U, Since(&dorn::Statistics::closedByHost));
+  EXPECT_EQ(0U, Since(&dorn::Statistics::closedByStation));
+}
+
+TEST_F(StatisticsTest, CountsAndTimesPasses) {
+  Pass(10);
+  EXPECT_EQ(10U, Since(&dorn::Statistics::passes));
+  app.timer = [](unsigned int) { usleep(20000); };
+  app.SetApplicationSingleTimerInterval(1, 77);
+  Wait(5);
+  EXPECT_GE(app.Statistics().longestPassUs, 20000U);
+}
+
+// The wait for something to happen is not work.
+TEST_F(StatisticsTest, DoesNotCountTheWaitOfAPass) {
+  const std::uint64_t before = app.Statistics().longestPassUs;
+  app.SetApplicationSingleTimerInterval(200, 77);
+  app.RunPass();  // Finds the wake-up byte.
+  const auto begin = std::chrono::steady_clock::now();
+  app.RunPass();
+  if (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(100)) GTEST_SKIP();
+  EXPECT_LT(app.Statistics().longestPassUs, std::max<std::uint64_t>(before + 1, 100000));
+}
+
+TEST_F(StatisticsTest, IsWrittenForPrometheus) {
+  dorn::Statistics all;
+  all.stations = 3;
+  all.closedNoLogin = 4;
+  const std::string text = all.Text();
+  EXPECT_THAT(text, HasSubstr("# HELP dorn_stations Connections, logged in or not.\n"
+                              "# TYPE dorn_stations gauge\ndorn_stations 3\n"));
+  EXPECT_THAT(text, HasSubstr("# TYPE dorn_closed_total counter\n"));
+  EXPECT_THAT(text, HasSubstr("\ndorn_closed_total{reason=\"no_login\"} 4\n"));
+  EXPECT_EQ('\n', text.back());
+}
+
+TEST_F(StatisticsTest, IsServedAtASocket) {
+  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  Pass();
+  Link link = Connect();
+  const std::string text = Ask(SocketPath());
+  EXPECT_THAT(text, HasSubstr("\ndorn_stations 1\n"));
+  Link another = Connect();
+  EXPECT_THAT(Ask(SocketPath()), HasSubstr("\ndorn_stations 2\n"));
+}
+
+TEST_F(StatisticsTest, IsForTheOwnUserAlone) {
+  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  struct stat status {};
+  ASSERT_EQ(0, stat(SocketPath().c_str(), &status));
+  EXPECT_EQ(0600U, status.st_mode & 0777U);
+}
+
+TEST_F(StatisticsTest, TakesTheSocketAwayAgain) {
+  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  Pass();
+  const int open = OpenDescriptors();
+  EXPECT_TRUE(app.ServeStatistics(""));
+  EXPECT_FALSE(std::filesystem::exists(SocketPath()));
+  Pass(2);
+  EXPECT_EQ(open - 1, OpenDescriptors());
+}
+
+TEST_F(StatisticsTest, TakesTheSocketAwayAtTheEndOfTheLoop) {
+  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  app.Stop();
+  app.Run();
+  EXPECT_FALSE(std::filesystem::exists(SocketPath()));
+}
+
+TEST_F(StatisticsTest, MovesToAnotherPath) {
+  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  const std::string other = SocketPath() + "2";
+  ASSERT_TRUE(app.ServeStatistics(other.c_str()));
+  Pass(2);
+  EXPECT_FALSE(std::filesystem::exists(SocketPath()));
+  EXPECT_THAT(Ask(other), HasSubstr("dorn_stations"));
+}
+
+TEST_F(StatisticsTest, ReplacesASocketThatAKilledProcessLeftBehind) {
+  const int dead = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, SocketPath().c_str(), SocketPath().size() + 1);
+  ASSERT_EQ(0, bind(dead, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  close(dead);
+  EXPECT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  EXPECT_THAT(Ask(SocketPath()), HasSubstr("dorn_stations"));
+}
+
+TEST_F(StatisticsTest, LeavesTheSocketOfALivingProcessAndFilesAlone) {
+  const int living = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, SocketPath().c_str(), SocketPath().size() + 1);
+  ASSERT_EQ(0, bind(living, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  ASSERT_EQ(0, listen(living, 1));
+  EXPECT_FALSE(app.ServeStatistics(SocketPath().c_str()));
+  close(living);
+  const std::string file = FolderPath() + "/file";
+  std::ofstream(file) << "mine";
+  EXPECT_FALSE(app.ServeStatistics(file.c_str()));
+  EXPECT_TRUE(std::filesystem::is_regular_file(file));
+}
+
+TEST_F(StatisticsTest, SaysThatAPathIsTooLong) {
+  EXPECT_FALSE(app.ServeStatistics((FolderPath() + std::string(200, 'x')).c_str()));
+}
+
+}  // namespace
