@@ -80,6 +80,7 @@ bool Framing::Feed(std::string_view bytes) {
 
 std::size_t Framing::TakeOutside(std::string_view bytes) {
   const std::size_t start = bytes.find(kStx);
+  mDropped += std::min(start, bytes.size());
   if (start == std::string_view::npos) return bytes.size();
   mState = State::kText;
   return start + 1;

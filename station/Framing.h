@@ -44,6 +44,8 @@ class Framing {
 
   // Between two texts, where a host may close without cutting anything.
   bool IsAtRest() const { return mState == State::kOutside; }
+  // How many bytes lay outside of texts and files, where a host sends none.
+  std::size_t Dropped() const { return mDropped; }
   // Bytes of an announced file are missing. They may never come: whoever knows the time gives up
   // after a while.
   bool IsAwaitingPayload() const { return mState == State::kBefore || mState == State::kPayload; }
@@ -68,6 +70,7 @@ class Framing {
   State mState = State::kOutside;
   std::string mHeld;  // A text so far; or what may be a text in place of a file, with its STX.
   bool mTooLong = false;
+  std::size_t mDropped = 0;
   std::size_t mPayloadLeft = 0;
 };
 

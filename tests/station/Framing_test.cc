@@ -64,6 +64,16 @@ TEST(FramingTest, DropsWhatLiesBetweenTexts) {
   ExpectHoweverSplit("x\x03\x02one\x03yy\x02two\x03zz", {"T:one", "T:two"});
 }
 
+TEST(FramingTest, CountsWhatItDrops) {
+  Record record;
+  Framing framing(record);
+  ASSERT_TRUE(framing.Feed("ab\x02one\x03"));
+  EXPECT_EQ(framing.Dropped(), 2u);
+  ASSERT_TRUE(framing.Feed("c\x03"));
+  ASSERT_TRUE(framing.Feed("\x02two\x03"));
+  EXPECT_EQ(framing.Dropped(), 4u);
+}
+
 TEST(FramingTest, TakesExactlyTheAnnouncedBytesAsTheFile) {
   ExpectHoweverSplit(kFile + "a\x03\x02" + "cd" + "\x02next\x03", {kFileText,
                                                                    "P:a\x03\x02"
