@@ -150,6 +150,8 @@ bool ReplaceFields(time_t* clock, int year, int mon, int day, int hour, int min,
 
 bool dorn::IsInPass() { return PassScope::HasAny(); }
 
+bool dorn::IsInPassOf(const KZApplication* app) { return PassScope::Has(app); }
+
 unsigned long dorn::TimerRound() { return tTimerRound; }
 
 dorn::PassStatistics& dorn::Passes() {

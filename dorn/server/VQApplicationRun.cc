@@ -6,6 +6,7 @@
 #include <chrono>
 #include <vector>
 
+#include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
 #include "dorn/server/ApplicationState.h"
 #include "dorn/server/Connection.h"
@@ -28,6 +29,10 @@ int LeftMs(Clock::time_point end) {
 }  // namespace
 
 void VQApplication::Run() {
+  if (dorn::IsInPassOf(this)) {
+    RunPass();  // Says that it is refused.
+    return;
+  }
   dorn::ApplicationState& state = dorn::StateOf(*this);
   while (!state.isStopping) RunPass();
   CloseDown();

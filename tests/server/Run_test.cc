@@ -29,6 +29,20 @@ class RunTest : public ServerTest {
   }
 };
 
+TEST_F(RunTest, IsRefusedInsideAPass) {
+  bool isBack = false;
+  app.SetApplicationSingleTimerInterval(1, 77);
+  app.timer = [&isBack](unsigned int) {
+    app.Run();
+    isBack = true;
+  };
+  testing::internal::CaptureStderr();
+  Wait(1);
+  EXPECT_TRUE(isBack);
+  EXPECT_EQ("dorn: a pass of the loop was asked for inside a pass, by a hook; nothing is done\n",
+            testing::internal::GetCapturedStderr());
+}
+
 TEST_F(RunTest, ReturnsWhenAnotherThreadStopsIt) {
   std::thread other([] { app.Stop(); });
   app.Run();
