@@ -5,6 +5,7 @@
 #include <netinet/tcp.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -52,6 +53,19 @@ bool IsPassing(int error) {
   }
 }
 
+// What ReadyToRead() has just accepted: it does not block and is closed on exec already.
+thread_local int tPrepared = -1;
+
+// The highest number that was given to a station, and below the limit, since listening began.
+std::atomic<int> gHighest{-1};
+
+bool MayBeGiven(int fd) {
+  if (fd <= gHighest) return true;
+  if (fd >= dorn::DescriptorLimit() - kReservedDescriptors) return false;
+  gHighest = fd;
+  return true;
+}
+
 bool IsShortage(int error) {
   return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
 }
@@ -76,7 +90,9 @@ void VQStationSocket::ReadyToRead() {
     const int fd = accept4(GetFD(), reinterpret_cast<sockaddr*>(&address), &length,
                            SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd >= 0) {
+      tPrepared = fd;
       OnAccept(fd, reinterpret_cast<sockaddr*>(&address), &length);
+      tPrepared = -1;  // Whatever an override made of it.
       return;
     }
     error = errno;
@@ -95,11 +111,13 @@ void VQStationSocket::ReadyToRead() {
 
 void VQStationSocket::OnListen() {
   KZServerSocket::OnListen();
+  gHighest = -1;
   OpenSpare();
 }
 
 void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
-  if (fd >= dorn::DescriptorLimit() - kReservedDescriptors) {
+  const bool isPrepared = std::exchange(tPrepared, -1) == fd;
+  if (!MayBeGiven(fd)) {
     ++dorn::Counters().refused;
     dorn::PrintLine(
         {"Connection refused: too many are open (descriptor ", std::to_string(fd), ")"});
@@ -110,8 +128,10 @@ void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
   KZServerSocket::OnAccept(fd, addr, addrlen);
   auto* client = new VQClientSocket(mStream, GetFdDataList());
   dorn::LetRecordSettle(*client);
-  fcntl(fd, F_SETFL, O_NONBLOCK);
-  fcntl(fd, F_SETFD, FD_CLOEXEC);
+  if (!isPrepared) {
+    fcntl(fd, F_SETFL, O_NONBLOCK);
+    fcntl(fd, F_SETFD, FD_CLOEXEC);
+  }
   // A message is one write: there is nothing to wait for. Fails on what is no TCP socket.
   const int on = 1;
   static_cast<void>(setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));

@@ -1,0 +1,95 @@
+// The system calls that a new connection costs. The test program defines fcntl() and getrlimit()
+// itself, and counts.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+#include <cstdarg>
+
+#include "dorn/server/VQStationSocket.h"
+#include "tests/server/ServerTest.h"
+
+namespace {
+
+int gSettings = 0;  // By fcntl().
+int gLimits = 0;    // By getrlimit().
+
+class AcceptCallsTest : public ServerTest {
+ protected:
+  void SetUp() override {
+    ServerTest::SetUp();
+    ASSERT_GE(mListener.Open("127.0.0.1", 0), 0);
+    Pass();
+  }
+  void TearDown() override {
+    mListener.Close();
+    Pass(2);
+    ServerTest::TearDown();
+  }
+
+  void Accept(Station& station) {
+    const std::size_t before = Connections();
+    ASSERT_TRUE(station.Connect(PortOf(mListener.GetFD())));
+    gSettings = 0;
+    gLimits = 0;
+    ASSERT_TRUE(RunUntil([before] { return Connections() == before + 1; }));
+  }
+
+  VQStationSocket mListener{&app.mLog, app.GetFdDataList()};
+};
+
+TEST_F(AcceptCallsTest, AnAcceptedDescriptorIsNotPreparedTwice) {
+  Station station;
+  Accept(station);
+  EXPECT_EQ(0, gSettings);
+  VQClientSocket* client = Find(0x8000000);
+  ASSERT_NE(nullptr, client);
+  EXPECT_NE(0, fcntl(client->GetFD(), F_GETFL) & O_NONBLOCK);
+  EXPECT_NE(0, fcntl(client->GetFD(), F_GETFD) & FD_CLOEXEC);
+}
+
+// A host may give a descriptor of its own, or one that it accepted in its own way.
+TEST_F(AcceptCallsTest, OneThatTheHostGivesIsPrepared) {
+  int ends[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
+  const Station other(ends[1]);
+  mListener.OnAccept(ends[0], nullptr, nullptr);
+  EXPECT_NE(0, fcntl(ends[0], F_GETFL) & O_NONBLOCK);
+  EXPECT_NE(0, fcntl(ends[0], F_GETFD) & FD_CLOEXEC);
+}
+
+TEST_F(AcceptCallsTest, TheLimitIsReadForANewHighestNumberOnly) {
+  Station first;
+  Accept(first);
+  EXPECT_EQ(1, gLimits);
+  {
+    Station second;
+    Accept(second);
+    EXPECT_EQ(1, gLimits);
+  }
+  ASSERT_TRUE(RunUntil([] { return Connections() == 1; }));
+  Station third;
+  Accept(third);
+  EXPECT_EQ(0, gLimits);
+}
+
+}  // namespace
+
+extern "C" int fcntl(int fd, int command, ...) {
+  using Fcntl = int (*)(int, int, ...);
+  static const auto real = reinterpret_cast<Fcntl>(dlsym(RTLD_NEXT, "fcntl"));
+  if (command == F_SETFL || command == F_SETFD) ++gSettings;
+  va_list arguments;
+  va_start(arguments, command);
+  void* const argument = va_arg(arguments, void*);
+  va_end(arguments);
+  return real(fd, command, argument);
+}
+
+extern "C" int getrlimit(__rlimit_resource_t resource, rlimit* limit) noexcept {
+  using Getrlimit = int (*)(__rlimit_resource_t, rlimit*);
+  static const auto real = reinterpret_cast<Getrlimit>(dlsym(RTLD_NEXT, "getrlimit"));
+  if (resource == RLIMIT_NOFILE) ++gLimits;
+  return real(resource, limit);
+}
