@@ -10,11 +10,10 @@
 #include <cstring>
 #include <utility>
 
-#include "dorn/json/JsonParser.h"
+#include "station/Commands.h"
+#include "station/Reader.h"
 
 namespace {
-
-constexpr char kKeepalive[] = "{\"Command\":\"KEEPALIVE\"}";
 
 bool Contains(const std::string& message, const std::string& text) {
   return message.find(text) != std::string::npos;
@@ -26,20 +25,12 @@ bool AnyContains(const std::vector<std::string>& messages, const std::string& te
 }
 
 std::string Member(const std::string& text, const char* key) {
-  JsonParser parser;
-  KZString found;
-  if (parser.Parse(text.c_str()) && parser.mValueCurrent->is<value::object>()) {
-    parser.GetString(key, found);
-  }
-  return found;
+  return std::string(dorn::station::Reader().Read(text).mJson.TextOf(key));
 }
 
 }  // namespace
 
-Station::Station(Options options)
-    : mOptions(std::move(options)),
-      mFraming([this](const std::string& text) { OnMessage(text); },
-               [this](std::string_view piece, bool last) { OnPayload(piece, last); }) {}
+Station::Station(Options options) : mOptions(std::move(options)), mFraming(*this) {}
 
 Station::~Station() { Close(); }
 
@@ -70,7 +61,7 @@ bool Station::Connect(const std::string& host, int port) {
 
 bool Station::Send(const std::string& text) {
   Print("->", text);
-  const std::string frame = Framed(text);
+  const std::string frame = dorn::station::Framed(text);
   std::string_view left = frame;
   while (!left.empty() && IsOpen()) {
     const ssize_t sent = send(mFd, left.data(), left.size(), MSG_NOSIGNAL);
@@ -127,13 +118,14 @@ bool Station::WaitForEither(int otherFd) {
   return watched[1].revents != 0;
 }
 
-void Station::OnMessage(const std::string& text) {
+void Station::OnText(std::string_view received) {
+  const std::string text(received);
   Print("<-", text);
   mWaiting.push_back(text);
   if (Contains(text, "PUTFILE")) OpenFileFor(text);
   if (mOptions.answerKeepalive && Contains(text, "KEEPALIVE") &&
       Member(text, "Command") == "KEEPALIVE") {
-    Send(kKeepalive);
+    Send(dorn::station::KeepaliveText());
   }
 }
 
@@ -154,9 +146,18 @@ void Station::OpenFileFor(const std::string& text) {
 void Station::OnPayload(std::string_view piece, bool last) {
   mFileBytes += piece.size();
   if (mFile) std::fwrite(piece.data(), 1, piece.size(), mFile.get());
-  if (!last) return;
+  if (last) EndFile(std::to_string(mFileBytes) + " bytes");
+}
+
+void Station::OnNoPayload() { EndFile("nothing came"); }
+
+void Station::OnTooLong() {
+  std::fputs("dorn-station: dropped a message that is too long\n", stderr);
+}
+
+void Station::EndFile(const std::string& what) {
   mFile.reset();
-  const std::string line = "[file " + mFileName + ": " + std::to_string(mFileBytes) + " bytes]";
+  const std::string line = "[file " + mFileName + ": " + what + "]";
   Print("<-", line);
   mWaiting.push_back(line);
 }
@@ -178,11 +179,13 @@ void Station::Receive() {
   char bytes[65536];
   const ssize_t got = recv(mFd, bytes, sizeof bytes, 0);
   if (got > 0) {
-    mFraming.Feed({bytes, static_cast<size_t>(got)});
+    if (mFraming.Feed({bytes, static_cast<size_t>(got)})) return;
+    std::fputs("dorn-station: the server announced a file that is too long\n", stderr);
+    Close();
     return;
   }
   if (got < 0 && errno == EINTR) return;
-  if (!mFraming.AtRest()) std::fputs("dorn-station: closed in the middle of a message\n", stderr);
+  if (!mFraming.IsAtRest()) std::fputs("dorn-station: closed in the middle of a message\n", stderr);
   Print("<-", "[closed by the server]");
   mWaiting.emplace_back("[closed by the server]");
   Close();

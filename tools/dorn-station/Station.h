@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/dorn-station/Framing.h"
+#include "station/Framing.h"
 
 // Exit codes of the program.
 enum class Outcome {
@@ -20,7 +20,7 @@ enum class Outcome {
   kClosedByServer = 4,
 };
 
-class Station {
+class Station : private dorn::station::Framing::Sink {
  public:
   struct Options {
     bool quiet = false;           // Prints nothing but errors.
@@ -29,7 +29,7 @@ class Station {
   };
 
   explicit Station(Options options);
-  ~Station();
+  ~Station() override;
   Station(const Station&) = delete;
   Station& operator=(const Station&) = delete;
 
@@ -62,8 +62,11 @@ class Station {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
 
-  void OnMessage(const std::string& text);
-  void OnPayload(std::string_view piece, bool last);
+  void OnText(std::string_view text) override;
+  void OnPayload(std::string_view piece, bool last) override;
+  void OnNoPayload() override;
+  void OnTooLong() override;
+  void EndFile(const std::string& what);
   void OpenFileFor(const std::string& text);
   bool ReceiveUntil(Clock::time_point deadline);
   void Receive();
@@ -72,7 +75,7 @@ class Station {
 
   Options mOptions;
   int mFd = -1;
-  Framing mFraming;
+  dorn::station::Framing mFraming;
   std::vector<std::string> mPassed;   // What the last Expect passed over or matched.
   std::vector<std::string> mWaiting;  // What came after it.
   std::string mFileName;

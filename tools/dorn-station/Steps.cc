@@ -1,8 +1,9 @@
 #include "tools/dorn-station/Steps.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 const char* const kStepHelp =
     "Lines, as arguments (quote each) or on standard input:\n"
@@ -20,24 +21,9 @@ const char* const kStepHelp =
 
 namespace {
 
-// A JSON string literal of any bytes.
-std::string Quoted(const std::string& text) {
-  std::string out = "\"";
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += c;
-    } else if (byte < 0x20) {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-      out += escape;
-    } else {
-      out += c;
-    }
-  }
-  return out + "\"";
-}
+using dorn::station::Json;
+using dorn::station::Quotes;
+using dorn::station::SetObject;
 
 std::string Rest(std::istringstream& words) {
   std::string rest;
@@ -45,14 +31,16 @@ std::string Rest(std::istringstream& words) {
   return rest;
 }
 
-std::string Condition(const std::string& name, const std::string& type,
-                      const std::string& attributes) {
-  return "{\"Command\":\"CONDITION\",\"ActionName\":" + Quoted(name) +
-         ",\"ActionType\":" + Quoted(type) + ",\"Objects\":[{\"Name\":" + Quoted(name) +
-         attributes + "}]}";
-}
-
 Step Send(std::string text) { return {StepKind::kSend, std::move(text), 0}; }
+
+std::optional<Step> SendCondition(const std::string& name, const std::string& type,
+                                  const std::vector<SetObject>& objects, Quotes quotes,
+                                  std::string& error) {
+  std::string text = dorn::station::ConditionText(name, type, objects, quotes);
+  if (!text.empty()) return Send(std::move(text));
+  error = "a server takes at most 524,286 bytes and none of the bytes 00, 02 and 03";
+  return std::nullopt;
+}
 
 std::optional<Step> Touch(std::istringstream& words, std::string& error) {
   std::string name;
@@ -62,17 +50,17 @@ std::optional<Step> Touch(std::istringstream& words, std::string& error) {
     return std::nullopt;
   }
   if (!(words >> type)) type = "CLICK";
-  return Send(Condition(name, type, ""));
+  return SendCondition(name, type, {{name, {}}}, Quotes::kRaw, error);
 }
 
-std::optional<Step> Set(std::istringstream& words, std::string& error) {
+std::optional<Step> Set(std::istringstream& words, Quotes quotes, std::string& error) {
   std::string name;
   std::string key;
   if (!(words >> name >> key)) {
     error = "write: set NAME KEY VALUE";
     return std::nullopt;
   }
-  return Send(Condition(name, "CHANGE", "," + Quoted(key) + ":" + Quoted(Rest(words))));
+  return SendCondition(name, "CHANGE", {{name, {{key, Json::String(Rest(words))}}}}, quotes, error);
 }
 
 std::optional<Step> Get(std::istringstream& words, std::string& error) {
@@ -81,9 +69,7 @@ std::optional<Step> Get(std::istringstream& words, std::string& error) {
     error = "write: get FILE [DATE]";
     return std::nullopt;
   }
-  const std::string date = Rest(words);
-  return Send("{\"Command\":\"GETFILE\",\"File\":" + Quoted(file) +
-              (date.empty() ? "" : ",\"Date\":" + Quoted(date)) + "}");
+  return Send(dorn::station::GetFileText(file, Rest(words)));
 }
 
 std::optional<Step> WithText(StepKind kind, const std::string& word, const std::string& text,
@@ -107,7 +93,7 @@ std::optional<Step> Wait(const std::string& text, std::string& error) {
 
 }  // namespace
 
-std::optional<Step> ParseStep(const std::string& line, std::string& error) {
+std::optional<Step> ParseStep(const std::string& line, Quotes quotes, std::string& error) {
   std::istringstream words(line);
   words >> std::ws;
   if (words.peek() == '{') return Send(Rest(words));
@@ -115,12 +101,12 @@ std::optional<Step> ParseStep(const std::string& line, std::string& error) {
   if (!(words >> word) || word[0] == '#') return Step{};
   if (word == "enter") {
     const std::string dialog = Rest(words);
-    if (!dialog.empty()) return Send(EnterCommand(dialog));
+    if (!dialog.empty()) return Send(dorn::station::ChangeText(dialog));
     error = "write: enter DIALOG";
     return std::nullopt;
   }
   if (word == "touch") return Touch(words, error);
-  if (word == "set") return Set(words, error);
+  if (word == "set") return Set(words, quotes, error);
   if (word == "get") return Get(words, error);
   if (word == "expect") return WithText(StepKind::kExpect, word, Rest(words), error);
   if (word == "absent") return WithText(StepKind::kAbsent, word, Rest(words), error);
@@ -129,20 +115,4 @@ std::optional<Step> ParseStep(const std::string& line, std::string& error) {
   if (word == "quit") return Step{StepKind::kQuit, "", 0};
   error = "unknown word \"" + word + "\"; --help lists what a line may be";
   return std::nullopt;
-}
-
-std::string HelloCommand(const Login& login) {
-  std::string text = "{\"Command\":\"HELLO\"";
-  if (!login.session.empty()) {
-    text += ",\"SessionId\":" + Quoted(login.session);
-  } else {
-    text += ",\"Id\":" + Quoted(login.id) + ",\"Pass\":" + Quoted(login.pass);
-  }
-  return text + ",\"Type\":" + Quoted(login.type) +
-         ",\"ResolutionH\":" + std::to_string(login.width) +
-         ",\"ResolutionV\":" + std::to_string(login.height) + "}";
-}
-
-std::string EnterCommand(const std::string& dialog) {
-  return "{\"Command\":\"CHANGE\",\"DialogName\":" + Quoted(dialog) + "}";
 }

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "station/Commands.h"
+
 enum class StepKind {
   kSend,    // text: the command to send
   kExpect,  // text: wait for a message that contains it
@@ -25,20 +27,8 @@ struct Step {
 extern const char* const kStepHelp;
 
 // Reads one line. Without a result the line is not understood, and `error` says what to write
-// instead.
-std::optional<Step> ParseStep(const std::string& line, std::string& error);
-
-// The command that logs in, or re-attaches when `session` is given, and asks for a dialog when
-// `dialog` is.
-struct Login {
-  std::string id;
-  std::string pass;
-  std::string session;
-  std::string type = "STATION";
-  int width = 1024;
-  int height = 768;
-};
-std::string HelloCommand(const Login& login);
-std::string EnterCommand(const std::string& dialog);
+// instead. `quotes` says how values are to be stored.
+std::optional<Step> ParseStep(const std::string& line, dorn::station::Quotes quotes,
+                              std::string& error);
 
 #endif  // TOOLS_DORN_STATION_STEPS_H_

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,9 @@ namespace {
 struct Arguments {
   std::string host = "127.0.0.1";
   int port = 5000;
-  Login login;
+  dorn::station::LogIn login;
+  std::string session;
+  dorn::station::Quotes quotes = dorn::station::Quotes::kEscape;
   std::string dialog;
   std::vector<std::string> lines;
   std::vector<std::string> expected;
@@ -36,12 +39,12 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
   cli.add_option("--port", arguments.port, "TCP port")
       ->capture_default_str()
       ->check(CLI::Range(1, 65535));
-  cli.add_option("--id", arguments.login.id, "Log in as this user (HELLO with Id and Pass)");
-  cli.add_option("--pass", arguments.login.pass, "Password of the user");
-  cli.add_option("--session", arguments.login.session, "Re-attach to this session instead");
-  cli.add_option("--type", arguments.login.type, "Type of this station")->capture_default_str();
-  cli.add_option("--width", arguments.login.width, "ResolutionH")->capture_default_str();
-  cli.add_option("--height", arguments.login.height, "ResolutionV")->capture_default_str();
+  cli.add_option("--id", arguments.login.mId, "Log in as this user (HELLO with Id and Pass)");
+  cli.add_option("--pass", arguments.login.mPass, "Password of the user");
+  cli.add_option("--session", arguments.session, "Re-attach to this session instead");
+  cli.add_option("--type", arguments.login.mType, "Type of this station")->capture_default_str();
+  cli.add_option("--width", arguments.login.mWidth, "ResolutionH")->capture_default_str();
+  cli.add_option("--height", arguments.login.mHeight, "ResolutionV")->capture_default_str();
   cli.add_option("--dialog", arguments.dialog, "Enter this dialog after the log-in");
   cli.add_option("--expect", arguments.expected,
                  "After the last line wait for a message that contains this; may be repeated")
@@ -54,6 +57,12 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
       ->capture_default_str();
   cli.add_option("--save", arguments.station.saveDirectory, "Write received files to this folder")
       ->check(CLI::ExistingDirectory);
+  using dorn::station::Quotes;
+  cli.add_option("--quotes", arguments.quotes,
+                 "How values with quotes or backslashes are stored: escape, replace or raw")
+      ->transform(CLI::Transformer(std::map<std::string, Quotes>{
+          {"escape", Quotes::kEscape}, {"replace", Quotes::kReplace}, {"raw", Quotes::kRaw}}))
+      ->default_str("escape");
   cli.add_flag("--quiet", arguments.station.quiet, "Print nothing but errors");
   cli.add_flag("--no-keepalive", noKeepalive, "Do not answer KEEPALIVE");
   cli.add_option("lines", arguments.lines, "Commands and steps, one each");
@@ -81,11 +90,16 @@ class Run {
 
  private:
   Outcome LogIn() {
-    const bool wanted = !mArguments.login.id.empty() || !mArguments.login.session.empty();
-    if (wanted && !mStation.Send(HelloCommand(mArguments.login))) return Outcome::kClosedByServer;
+    if (!mArguments.login.mId.empty() || !mArguments.session.empty()) {
+      const std::string hello =
+          mArguments.session.empty()
+              ? dorn::station::HelloText(mArguments.login)
+              : dorn::station::HelloAgainText(mArguments.session, mArguments.login);
+      if (!mStation.Send(hello)) return Outcome::kClosedByServer;
+    }
     if (mArguments.dialog.empty()) return Outcome::kDone;
-    return mStation.Send(EnterCommand(mArguments.dialog)) ? Outcome::kDone
-                                                          : Outcome::kClosedByServer;
+    return mStation.Send(dorn::station::ChangeText(mArguments.dialog)) ? Outcome::kDone
+                                                                       : Outcome::kClosedByServer;
   }
 
   Outcome FromArguments() {
@@ -116,7 +130,7 @@ class Run {
 
   Outcome Do(const std::string& line) {
     std::string error;
-    const std::optional<Step> step = ParseStep(line, error);
+    const std::optional<Step> step = ParseStep(line, mArguments.quotes, error);
     if (!step) {
       std::fprintf(stderr, "dorn-station: %s: %s\n", line.c_str(), error.c_str());
       return Outcome::kUsage;
