@@ -47,7 +47,8 @@ FILE* OpenCounter() {
 
 }  // namespace
 
-extern "C" void __sanitizer_cov_trace_pc() { ++gBlocks; }
+// In the place of __sanitizer_cov_trace_pc, of which libFuzzer has one of its own.
+extern "C" void __wrap___sanitizer_cov_trace_pc() { ++gBlocks; }
 
 void* operator new(size_t size) {
   void* storage = Allocate(size);

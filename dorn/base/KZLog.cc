@@ -48,7 +48,7 @@ Prefix MakePrefix(std::uint64_t elapsedUs) {
 // type_info.
 const void* ClassOf(const KZStream& sink) {
   const void* table;
-  std::memcpy(&table, &sink, sizeof table);
+  std::memcpy(&table, static_cast<const void*>(&sink), sizeof table);
   return table;
 }
 
