@@ -16,6 +16,7 @@
 #include "dorn/loop/ListState.h"
 #include "dorn/loop/LiveList.h"
 #include "dorn/loop/LoopPass.h"
+#include "dorn/loop/NextPass.h"
 #include "dorn/loop/PassStatistics.h"
 #include "dorn/loop/RestartTimer.h"
 #include "dorn/loop/SharedInt.h"
@@ -191,6 +192,7 @@ void KZApplication::RunPass() {
   if (RefuseInPass(this)) return;
   const PassScope pass(this);
   dorn::PassTimer timer;
+  dorn::NextPass::Run(mFdList);
   std::uint64_t waitMs = FirePassTimers();
   fd_set reads;
   fd_set writes;

@@ -12,6 +12,7 @@
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/BufferPool.h"
 #include "dorn/loop/LiveList.h"
+#include "dorn/loop/NextPass.h"
 #include "dorn/loop/RecordState.h"
 #include "dorn/loop/SettledRecords.h"
 #include "dorn/loop/SharedInt.h"
@@ -67,6 +68,7 @@ void KZFdData::TouchSettled() {
 
 KZFdData::~KZFdData() {
   dorn::LiveList::Forget(this);
+  dorn::NextPass::Forget(this);
   const std::shared_ptr<KZFdDataList*>& holder = mState->mHolder;
   if (holder != nullptr && *holder != nullptr) (*holder)->Forget(this);
   FreeBuffer();

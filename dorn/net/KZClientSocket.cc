@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "dorn/loop/NextPass.h"
+
 namespace {
 
 constexpr int kSmallestBuffer = 3000;
@@ -48,6 +50,7 @@ int KZClientSocket::Open(const char* host, int port, int buffersize) {
 }
 
 int KZClientSocket::Create(int sd, int buffersize) {
+  dorn::NextPass::Forget(this);
   SetFD(sd);
   SetAutoDelete(1);
   static_cast<void>(CreateBuffer(buffersize));

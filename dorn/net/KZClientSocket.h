@@ -15,7 +15,8 @@ class DORN_EXPORT KZClientSocket : public KZSocket {
   // Starts to connect and returns the descriptor, or -1 when the address does not resolve or no
   // socket could be made. The receive buffer gets `buffersize` bytes, at least 3000. OnOpen() is
   // called once the connection stands; if it fails instead, the socket is closed, possibly before
-  // this returns (the returned number is then closed). Owned by its creator.
+  // this returns (the returned number is then closed). To connect again after OnClose(), call it
+  // from a timer: see KZSocket::OnClose(). Owned by its creator.
   int Open(const char* host, int port, int buffersize);
 
   // Takes over the connected descriptor `sd` with a receive buffer of exactly `buffersize` bytes,

@@ -14,7 +14,7 @@ class DORN_EXPORT KZServerSocket : public KZSocket {
   // Listens on `port` of the address `host` (null: all addresses) and calls OnOpen(). Returns the
   // descriptor, or -1 when no socket could be made.
   // Kept: OnOpen() is called and the number returned even when binding or listening failed and the
-  // socket is closed again; ask GetFDStatus() for kStatusActive.
+  // socket is closed again; ask GetFDStatus() for kStatusActive, and try again from a timer.
   int Open(const char* host, int port);
 
   // Accepts one connection.

@@ -8,7 +8,9 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
+#include <utility>
 
+#include "dorn/loop/NextPass.h"
 #include "dorn/loop/SharedInt.h"
 
 namespace {
@@ -51,6 +53,45 @@ bool CheckLength(int length) {
 // Only IPv4 addresses are used.
 const sockaddr_in* AsInternet(const sockaddr* addr) {
   return reinterpret_cast<const sockaddr_in*>(addr);
+}
+
+// Closing a socket because it could not be opened. A thread does so for one socket at a time.
+thread_local bool tOpenFailed = false;
+
+void CloseFailed(KZSocket& socket) {
+  tOpenFailed = true;
+  socket.KZSocket::Close();
+}
+
+// Stands around OnClose().
+class ClosingScope {
+ public:
+  explicit ClosingScope(const KZSocket* socket)
+      : mSocket(socket), mOuter(std::exchange(tInnermost, this)) {}
+  ~ClosingScope() { tInnermost = mOuter; }
+
+  ClosingScope(const ClosingScope&) = delete;
+  ClosingScope& operator=(const ClosingScope&) = delete;
+
+  static bool IsAround(const KZSocket* socket) {
+    const ClosingScope* scope = tInnermost;
+    while (scope != nullptr && scope->mSocket != socket) scope = scope->mOuter;
+    return scope != nullptr;
+  }
+
+ private:
+  static thread_local ClosingScope* tInnermost;
+
+  const KZSocket* mSocket;
+  ClosingScope* mOuter;
+};
+
+thread_local ClosingScope* ClosingScope::tInnermost = nullptr;
+
+void CallOnClose(KZFdData& record) {
+  auto& socket = static_cast<KZSocket&>(record);
+  const ClosingScope scope(&socket);
+  socket.OnClose();
 }
 
 }  // namespace
@@ -159,6 +200,7 @@ int KZSocket::Socket(int family, int type, int protocol) {
   const int on = 1;
   // Without it the socket works all the same; at worst the bind fails, and that is reported.
   static_cast<void>(setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on));
+  dorn::NextPass::Forget(this);
   SetFD(fd);
   SetFDStatus(kStatusOpen);
   // Opened again while it waits to be served in this pass: the readiness was the old descriptor's.
@@ -172,7 +214,7 @@ int KZSocket::Bind(const sockaddr* addr, unsigned int addrlen) {
     const int error = errno;
     // "Could not bind."
     mLog.LogPrintf("バインドできませんでした (%s)\n", strerror(error));
-    Close();
+    CloseFailed(*this);
     errno = error;
   }
   return result;
@@ -184,7 +226,7 @@ int KZSocket::Connect(const sockaddr* addr, unsigned int addrlen) {
     const int error = errno;
     // "Could not connect."
     mLog.LogPrintf("コネクトできませんでした (%s)\n", strerror(error));
-    Close();
+    CloseFailed(*this);
     errno = error;
   }
   return result;
@@ -195,7 +237,7 @@ int KZSocket::Listen(int backlog) {
     const int error = errno;
     // "Could not begin to listen."
     mLog.LogPrintf("待受け開始できませんでした。 %s\n", strerror(error));
-    Close();
+    CloseFailed(*this);
     errno = error;
     return -1;
   }
@@ -231,13 +273,20 @@ int KZSocket::Accept() {
 int KZSocket::Close() {
   // Closing twice is harmless: SetFD() would turn the pending removal of the record into
   // kStatusGone, and the record would stay in the list for ever.
+  const bool openFailed = std::exchange(tOpenFailed, false);
   if (IsUnopened()) return -1;
+  dorn::NextPass::Forget(this);
   const int fd = SetFD(-1);
   if (shutdown(fd, SHUT_WR) < 0) mLog.LogPrintf("ERROR: shutdown: %s\n", strerror(errno));
   // The descriptor is released whatever close() says.
   static_cast<void>(close(fd));
   RemoveEvent();
-  OnClose();
+  if (openFailed && ClosingScope::IsAround(this)) {
+    // Opened from OnClose(), in vain: calling that again from within itself would have no end.
+    dorn::NextPass::Request(*this, CallOnClose);
+  } else {
+    CallOnClose(*this);
+  }
   return 0;
 }
 

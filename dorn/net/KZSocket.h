@@ -44,7 +44,10 @@ class DORN_EXPORT KZSocket : public KZFdData {
   // Called after opening, or when a connection is established.
   virtual void OnOpen();
 
-  // Called by Close(), when the descriptor is closed already. The socket may be opened again here.
+  // Called by Close(), when the descriptor is closed already. The socket may be opened again here,
+  // better from a timer: where opening fails at once, it would be tried in every pass. After such a
+  // failure the next OnClose() comes at the start of the loop's next pass, unless the socket was
+  // opened meanwhile.
   // A socket with auto-delete is destroyed later in this loop pass or in the next.
   virtual void OnClose();
 

@@ -11,7 +11,7 @@ class KZApplication;
 // bytes of each; OnReceive(addr, addrlen) is called for each with its sender. Owned by its creator.
 //
 // Kept: an empty datagram, which anybody can send, closes the socket. A host that wants to stay
-// reachable opens it again in OnClose().
+// reachable opens it again, from a timer that it starts in OnClose(): see there.
 class DORN_EXPORT KZSocketUdp : public KZSocket {
  public:
   KZSocketUdp(int size, KZStream* stream, KZFdDataList* list);

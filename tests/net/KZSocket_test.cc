@@ -5,8 +5,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
+#include <functional>
+#include <memory>
 #include <string>
 #include <type_traits>
 
@@ -404,6 +407,106 @@ TEST_F(KZSocketTest, AFailedAcceptIsLoggedUnharmedInEveryLocale) {
     EXPECT_LT(message.size(), 200u) << locale;
   }
   std::setlocale(LC_ALL, "C");
+}
+
+// Opening again from OnClose()
+
+// Opens itself again whenever it is closed, where nothing can be opened.
+template <typename Base>
+class Stubborn : public Base {
+ public:
+  using Base::Base;
+
+  void OnClose() override {
+    constexpr int kPatience = 50;
+    ++mCloses;
+    mDeepest = std::max(mDeepest, ++mDepth);
+    if (mCloses < kPatience && mOpen) mOpen();
+    --mDepth;
+  }
+
+  std::function<void()> mOpen;
+  int mCloses = 0;
+  int mDepth = 0;
+  int mDeepest = 0;
+};
+
+class ReopeningTest : public SocketTest {
+ protected:
+  void Pass() {
+    mApp.WakeUp();
+    mApp.RunPass();
+  }
+
+  // No connection can be made to everybody: that fails at once.
+  template <typename Client>
+  static void OpenInVain(Client& client) {
+    client.Open("255.255.255.255", 9, 3000);
+  }
+};
+
+TEST_F(ReopeningTest, AFailureComesInTheNextPassAndNotFromWithinTheHook) {
+  Stubborn<KZClientSocket> client(kLogSize, &mLog, List());
+  client.mOpen = [&] { OpenInVain(client); };
+  OpenInVain(client);
+  EXPECT_EQ(client.mCloses, 1);
+  for (int pass = 2; pass < 5; ++pass) {
+    Pass();
+    EXPECT_EQ(client.mCloses, pass);
+  }
+  EXPECT_EQ(client.mDeepest, 1);
+  client.mOpen = nullptr;
+  Pass();
+}
+
+TEST_F(ReopeningTest, TheLastFailureIsReportedOnce) {
+  Stubborn<KZClientSocket> client(kLogSize, &mLog, List());
+  client.mOpen = [&] {
+    OpenInVain(client);
+    OpenInVain(client);
+  };
+  OpenInVain(client);
+  client.mOpen = nullptr;
+  Pass();
+  Pass();
+  EXPECT_EQ(client.mCloses, 2);
+}
+
+TEST_F(ReopeningTest, ADatagramSocketFailsTheSameWay) {
+  // An address for examples, which no machine has.
+  Stubborn<KZSocketUdp> socket(kLogSize, &mLog, List());
+  socket.mOpen = [&] { socket.Open("192.0.2.1", 0, 3000); };
+  socket.mOpen();
+  EXPECT_EQ(socket.mCloses, 1);
+  Pass();
+  EXPECT_EQ(socket.mCloses, 2);
+  EXPECT_EQ(socket.mDeepest, 1);
+  socket.mOpen = nullptr;
+  Pass();
+}
+
+// A sanitizer sees what is called for an object that is gone.
+TEST_F(ReopeningTest, ADestroyedSocketIsForgotten) {
+  auto client = std::make_unique<Stubborn<KZClientSocket>>(kLogSize, &mLog, List());
+  client->mOpen = [&] { OpenInVain(*client); };
+  OpenInVain(*client);
+  client.reset();
+  Pass();
+}
+
+TEST_F(ReopeningTest, ASocketThatIsOpenAgainHearsNothingOfTheFailure) {
+  const TcpAcceptor acceptor;
+  Stubborn<KZClientSocket> client(kLogSize, &mLog, List());
+  client.mOpen = [&] { OpenInVain(client); };
+  OpenInVain(client);
+  client.mOpen = nullptr;
+  client.Open("127.0.0.1", acceptor.Port(), 3000);
+  Pass();
+  EXPECT_EQ(client.mCloses, 1);
+  client.Close();
+  EXPECT_EQ(client.mCloses, 2);
+  Pass();
+  EXPECT_EQ(client.mCloses, 2);
 }
 
 }  // namespace
