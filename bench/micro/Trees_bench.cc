@@ -20,7 +20,7 @@ void ComposeUpdate(benchmark::State& state) {
     for (std::size_t i = 0; i < changed; ++i) tree.mObjectList[i * step]->SetDirty("Value");
     dorn::UpdateComposer composer(&tree, false, dorn::SideCommands::kEveryone);
     for (int i = 0; i < state.range(2); ++i) benchmark::DoNotOptimize(composer.Compose(session));
-    composer.ResetDirty(true);
+    composer.ResetDirty();
   }
 }
 BENCHMARK(ComposeUpdate)

@@ -11,7 +11,6 @@
 #include "dorn/json/DialogValue.h"
 #include "dorn/json/PlainText.h"
 #include "dorn/json/VQValue.h"
-#include "dorn/model/TreeStamp.h"
 #include "dorn/model/WireWords.h"
 
 namespace dorn {
@@ -260,7 +259,6 @@ void Fill(const Node& node, VQJsonObject& to) {
     Store(*member, stored->second);
     place = std::next(stored);
   }
-  NoteStructureChange();
 }
 
 std::string_view WordOf(const Node& node) {

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 
 namespace dorn {
 namespace {
@@ -13,48 +11,30 @@ struct Fresh {
   std::size_t size;
 };
 
-constexpr std::size_t kInPlace = 16;
+// How deep `new A(new B(...))` may go.
+constexpr std::size_t kDeepest = 64;
 
 // A plain type without constructor and destructor, so that it serves static objects before main()
 // and after it as well.
 struct FreshStack {
-  Fresh inPlace[kInPlace];
-  Fresh* onHeap;  // In use instead of inPlace when not null.
-  std::size_t capacity;
+  Fresh entries[kDeepest];
   std::size_t count;
-
-  Fresh* Entries() { return onHeap != nullptr ? onHeap : inPlace; }
-  std::size_t Capacity() const { return onHeap != nullptr ? capacity : kInPlace; }
 };
 
-// At a fixed distance from the thread's own data: every object that is made asks for it.
-__thread FreshStack tStack __attribute__((tls_model("initial-exec")));
-
-bool Grow(FreshStack& stack) {
-  const std::size_t capacity = stack.Capacity() * 2;
-  auto* entries = static_cast<Fresh*>(std::malloc(capacity * sizeof(Fresh)));
-  if (entries == nullptr) return false;
-  std::memcpy(entries, stack.Entries(), stack.count * sizeof(Fresh));
-  std::free(stack.onHeap);
-  stack.onHeap = entries;
-  stack.capacity = capacity;
-  return true;
-}
+thread_local FreshStack tStack;
 
 void Erase(FreshStack& stack, std::size_t i) {
-  Fresh* entries = stack.Entries();
-  std::copy(entries + i + 1, entries + stack.count, entries + i);
-  if (--stack.count > 0 || stack.onHeap == nullptr) return;
-  std::free(stack.onHeap);
-  stack.onHeap = nullptr;
+  std::copy(stack.entries + i + 1, stack.entries + stack.count, stack.entries + i);
+  --stack.count;
 }
 
 }  // namespace
 
 void NoteFresh(void* storage, std::size_t size) noexcept {
   FreshStack& stack = tStack;
-  if (stack.count == stack.Capacity() && !Grow(stack)) return;
-  stack.Entries()[stack.count++] = {reinterpret_cast<std::uintptr_t>(storage), size};
+  // The oldest may be storage that nobody constructed anything in.
+  if (stack.count == kDeepest) Erase(stack, 0);
+  stack.entries[stack.count++] = {reinterpret_cast<std::uintptr_t>(storage), size};
 }
 
 bool TakeFresh(const void* object) noexcept {
@@ -62,7 +42,7 @@ bool TakeFresh(const void* object) noexcept {
   const auto address = reinterpret_cast<std::uintptr_t>(object);
   // From the end: the storage that came last is constructed first.
   for (std::size_t i = stack.count; i-- > 0;) {
-    const Fresh fresh = stack.Entries()[i];
+    const Fresh fresh = stack.entries[i];
     if (address - fresh.begin >= fresh.size) continue;
     Erase(stack, i);
     return address == fresh.begin;
@@ -74,7 +54,7 @@ void ForgetFresh(const void* storage) noexcept {
   FreshStack& stack = tStack;
   const auto address = reinterpret_cast<std::uintptr_t>(storage);
   for (std::size_t i = stack.count; i-- > 0;) {
-    if (stack.Entries()[i].begin != address) continue;
+    if (stack.entries[i].begin != address) continue;
     Erase(stack, i);
     return;
   }

@@ -7,8 +7,8 @@
 
 namespace dorn {
 
-// Remembers `storage`. There may be several at a time: in `new A(new B)` the storage of A comes
-// before that of B.
+// Remembers `storage`. There may be several at a time, up to 64: in `new A(new B)` the storage of A
+// comes before that of B.
 void NoteFresh(void* storage, std::size_t size) noexcept;
 
 // Whether an object that is being constructed at `object` fills remembered storage from its first

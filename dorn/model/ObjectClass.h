@@ -1,12 +1,8 @@
-// Of which class an object is. Internal: not installed. Loop thread only.
-//
-// Not through `typeid` and `dynamic_cast`: the classes of a host that was compiled without type
-// information have none, and asking for it is a null pointer read.
+// Of which class an object is. Internal: not installed. Loop thread only. See VirtualTable.h.
 #ifndef DORN_MODEL_OBJECTCLASS_H_
 #define DORN_MODEL_OBJECTCLASS_H_
 
-#include <cstring>
-
+#include "dorn/base/VirtualTable.h"
 #include "dorn/model/ClassTags.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/VQJsonObject.h"
@@ -22,13 +18,6 @@ struct ObjectClass {
 
 // Where the virtual operations of exactly VQJsonObject are found.
 extern const void* const kPlainObjectTable;
-
-// All objects of exactly one class have the same table, and no object of another class has it.
-inline const void* TableOf(const VQJsonObject& object) {
-  const void* table = nullptr;
-  std::memcpy(&table, static_cast<const void*>(&object), sizeof table);
-  return table;
-}
 
 // Whether the object is exactly a VQJsonObject: it has no children, and nothing is overridden.
 inline bool IsPlainObject(const VQJsonObject& object) {

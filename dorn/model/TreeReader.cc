@@ -10,7 +10,6 @@
 
 #include "dorn/json/DialogValue.h"
 #include "dorn/json/MemberSearch.h"
-#include "dorn/model/TreeStamp.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/VQJsonParser.h"
 #include "dorn/model/WireWords.h"
@@ -103,7 +102,6 @@ void TreeReader::ReadAttributes(VQJsonObject& to, const VQJObject* known) {
     }
     if (IsDialogValue(*meant)) place = Store(to.mList, place, std::move(name), *meant, same);
   }
-  NoteStructureChange();
 }
 
 // Through the virtual operation, which a host's class may have overridden.

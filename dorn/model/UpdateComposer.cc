@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <utility>
 
-#include "dorn/model/TreeStamp.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/UpdateText.h"
 #include "dorn/model/WireWords.h"
@@ -14,7 +13,7 @@ UpdateComposer::UpdateComposer(VQJsonResource* tree, bool allflag, SideCommands 
     : mTree(tree), mAllflag(allflag), mSideCommands(sideCommands) {}
 
 UpdateComposer::Text UpdateComposer::Compose(const KZString& sessionid) {
-  if (!mSurveyed || mContent != CurrentTreeStamp().content) Survey();
+  if (!mSurveyed) Survey();
   if (!mOwnClasses || mSurvey.HasSideRecords()) ComposeSide();
   Text text;
   if (mOwnClasses) {
@@ -25,13 +24,13 @@ UpdateComposer::Text UpdateComposer::Compose(const KZString& sessionid) {
     Update update = ComposeByWalking(sessionid);
     text = Deliver(update);
   }
-  mContent = CurrentTreeStamp().content;  // What composing cleared is no change to notice.
   return text;
 }
 
-void UpdateComposer::ResetDirty(bool untouched) {
-  const bool isKnown = mSurveyed && mOwnClasses && mContent == CurrentTreeStamp().content;
-  if (untouched && isKnown) {
+void UpdateComposer::HostCodeRan() { mSurveyed = false; }
+
+void UpdateComposer::ResetDirty() {
+  if (mSurveyed && mOwnClasses) {
     mSurvey.ResetDirty();
   } else {
     mTree->ResetDirty();
@@ -58,11 +57,9 @@ void UpdateComposer::SurveyTags(const VQJsonObject& object) {
 void UpdateComposer::ComposeSide() {
   if (mOwnClasses) {
     mSurvey.AppendSideCommands(mSide, mSideCount);
-    return;
+  } else {
+    AppendSideCommands(mSide, *mTree, mSideCount);
   }
-  int indent = 0;
-  AppendDeleteCommandRaw(mSide, *mTree, mSideCount);
-  AppendAddCommandRaw(mSide, *mTree, mSideCount, indent);
 }
 
 UpdateComposer::Update& UpdateComposer::SlotOf(const KZString& sessionid) {
@@ -73,24 +70,18 @@ UpdateComposer::Update& UpdateComposer::SlotOf(const KZString& sessionid) {
 }
 
 UpdateComposer::Update UpdateComposer::ComposeFromEntries(const KZString& sessionid) {
-  std::string update;
-  int objects = 0;
-  BeginUpdateCommand(update);
-  for (VQJsonObject* entry : mSurvey.Entries()) {
-    AppendUpdateEntry(update, *entry, objects, mAllflag, sessionid);
-  }
-  EndUpdateCommand(update);
+  KZString update;
+  const int objects = AppendUpdateFrame(update, [&](int& entries) {
+    for (VQJsonObject* entry : mSurvey.Entries()) {
+      AppendUpdateEntry(update, *entry, entries, mAllflag, sessionid);
+    }
+  });
   return {std::make_shared<KZString>(std::move(update)), nullptr, objects > 0};
 }
 
 UpdateComposer::Update UpdateComposer::ComposeByWalking(const KZString& sessionid) {
-  std::string update;
-  int objects = 0;
-  BeginUpdateCommand(update);
-  ForEachChild(*mTree, [&](VQJsonObject& child) {
-    AppendUpdateCommandRaw(update, child, objects, mAllflag, sessionid);
-  });
-  EndUpdateCommand(update);
+  KZString update;
+  const int objects = AppendUpdateCommand(update, *mTree, mAllflag, sessionid);
   return {std::make_shared<KZString>(std::move(update)), nullptr, objects > 0};
 }
 

@@ -3,7 +3,6 @@
 #ifndef DORN_MODEL_UPDATECOMPOSER_H_
 #define DORN_MODEL_UPDATECOMPOSER_H_
 
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -26,10 +25,10 @@ enum class SideCommands {
 // clears the add and delete records, and attributes "Name" are inserted where they are looked up.
 // The tree is walked once; sessions that no change is tagged with share one text.
 //
-// Make one composer for each round of sending. Should an operation change any tree between two
-// calls, the tree is walked and composed anew; what host code assigns to public members in between
-// is not seen. A tree with an object of a host's own class gets a literal call for every recipient,
-// since that class may override a writer.
+// Make one composer for each round of sending. Change records and lists are public: nothing tells
+// that one of them was written. So call HostCodeRan() whenever host code may have run between two
+// calls; the tree is then walked and composed anew. A tree with an object of a host's own class
+// gets a literal call for every recipient, since that class may override a writer.
 class UpdateComposer {
  public:
   using Text = std::shared_ptr<const KZString>;
@@ -41,10 +40,12 @@ class UpdateComposer {
   // same text.
   Text Compose(const KZString& sessionid);
 
-  // Calls ResetDirty() of the tree, once at the end of the round. `untouched` says that no host
-  // code has run since the first Compose(), so that no record can have been written directly: the
-  // tree is then not walked again.
-  void ResetDirty(bool untouched);
+  // What was composed so far may not be what the tree says now.
+  void HostCodeRan();
+
+  // Calls ResetDirty() of the tree, once at the end of the round. Without another walk if there was
+  // one already and no host code has run since.
+  void ResetDirty();
 
  private:
   // An UPDATE command, alone and with the side commands; null until it is needed.
@@ -66,9 +67,8 @@ class UpdateComposer {
   bool mAllflag;
   SideCommands mSideCommands;
 
-  // The tree as it was when the stamp of all trees was mContent.
+  // The tree as it was when it was last walked.
   bool mSurveyed = false;
-  std::uint64_t mContent = 0;
   TreeSurvey mSurvey;
   bool mOwnClasses = false;  // No object of a host's class; otherwise the survey is of no use.
 

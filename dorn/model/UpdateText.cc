@@ -135,9 +135,20 @@ void AppendAddedObjects(std::string& out, const std::vector<AddedObject>& added,
   }
 }
 
-void BeginUpdateCommand(std::string& out) { out += "{ \"Command\":\"UPDATE\", \"Objects\":["; }
+int AppendUpdateCommand(std::string& out, VQJsonObject& tree, bool allflag,
+                        const KZString& sessionid) {
+  return AppendUpdateFrame(out, [&](int& entries) {
+    ForEachChild(tree, [&](VQJsonObject& child) {
+      AppendUpdateCommandRaw(out, child, entries, allflag, sessionid);
+    });
+  });
+}
 
-void EndUpdateCommand(std::string& out) { out += "]}\n"; }
+void AppendSideCommands(std::string& out, VQJsonObject& tree, int& comma) {
+  int indent = 0;
+  AppendDeleteCommandRaw(out, tree, comma);
+  AppendAddCommandRaw(out, tree, comma, indent);
+}
 
 KZString JoinCommands(const std::string& update, const std::string& side) {
   if (side.empty()) return update;

@@ -8,7 +8,6 @@
 
 #include "dorn/base/KZString.h"
 #include "dorn/model/VQJsonObject.h"
-#include "dorn/model/VQJsonResource.h"
 
 namespace dorn {
 
@@ -17,7 +16,8 @@ namespace dorn {
 void AppendUpdateEntry(std::string& out, VQJsonObject& object, int& comma, bool allflag,
                        const KZString& sessionid);
 
-// What VQJsonParser's writers of the same name write, appended to a string.
+// What VQJsonParser's writers of the same name write, appended to a string: the literal way, which
+// walks the tree and asks each object. UpdateComposer is the fast way and has to give the same.
 void AppendUpdateCommandRaw(std::string& out, VQJsonObject& object, int& comma, bool allflag,
                             const KZString& sessionid);
 void AppendDeleteCommandRaw(std::string& out, VQJsonObject& object, int& comma);
@@ -38,9 +38,23 @@ struct AddedObject {
 void AppendAddedObjects(std::string& out, const std::vector<AddedObject>& added, std::size_t first,
                         std::size_t last, int& comma, int& indent);
 
-// The frame around the entries of an UPDATE command.
-void BeginUpdateCommand(std::string& out);
-void EndUpdateCommand(std::string& out);
+// An UPDATE command around what `appendEntries` appends to `out` and counts in its argument;
+// returns that count.
+template <class AppendEntries>
+int AppendUpdateFrame(std::string& out, AppendEntries&& appendEntries) {
+  int entries = 0;
+  out += "{ \"Command\":\"UPDATE\", \"Objects\":[";
+  appendEntries(entries);
+  out += "]}\n";
+  return entries;
+}
+
+// The UPDATE command of a tree, of which the root is not written; returns how many objects are.
+int AppendUpdateCommand(std::string& out, VQJsonObject& tree, bool allflag,
+                        const KZString& sessionid);
+
+// The DELETE and then the ADD commands of a tree; clears their records.
+void AppendSideCommands(std::string& out, VQJsonObject& tree, int& comma);
 
 // The UPDATE command followed by the DELETE and ADD commands in `side`; alone if `side` is empty.
 KZString JoinCommands(const std::string& update, const std::string& side);

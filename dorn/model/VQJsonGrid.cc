@@ -5,7 +5,6 @@
 
 #include "dorn/model/ClassTags.h"
 #include "dorn/model/MemberText.h"
-#include "dorn/model/TreeStamp.h"
 #include "dorn/model/WireWords.h"
 
 namespace {
@@ -44,7 +43,6 @@ void VQJsonGrid::SetDataSize(int x, int y) {
 void VQJsonGrid::SetData(int x, int y, const char* text) {
   if (!IsInside(mData, x, y)) return;
   mData[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] = text;
-  dorn::NoteContentChange();
 }
 
 KZString VQJsonGrid::GetData(int x, int y) {

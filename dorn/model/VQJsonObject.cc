@@ -10,7 +10,6 @@
 #include "dorn/model/FreshAllocations.h"
 #include "dorn/model/MemberText.h"
 #include "dorn/model/TreeReader.h"
-#include "dorn/model/TreeStamp.h"
 #include "dorn/model/WireWords.h"
 
 namespace {
@@ -50,7 +49,6 @@ VQJsonObject::VQJsonObject(VQJsonObject* parent)
       mWasAdded(0),
       mIsDoomed(0) {
   if (parent != nullptr) dorn::Family::Join(*parent, *this);
-  dorn::NoteStructureChange();
 }
 
 VQJsonObject::VQJsonObject(const VQJsonObject& other)
@@ -66,7 +64,6 @@ VQJsonObject::VQJsonObject(const VQJsonObject& other)
       mIsDoomed(0) {
   static_cast<void>(dorn::TakeFresh(this));  // The tag is the source's.
   dorn::Family::JoinParentOf(other, *this);
-  dorn::NoteStructureChange();
 }
 
 VQJsonObject& VQJsonObject::operator=(const VQJsonObject& other) {
@@ -78,14 +75,10 @@ VQJsonObject& VQJsonObject::operator=(const VQJsonObject& other) {
   mDirtyDel = other.mDirtyDel;
   mList = other.mList;
   dorn::Family::JoinParentOf(other, *this);
-  dorn::NoteStructureChange();
   return *this;
 }
 
-VQJsonObject::~VQJsonObject() {
-  dorn::Family::End(*this);
-  dorn::NoteStructureChange();
-}
+VQJsonObject::~VQJsonObject() { dorn::Family::End(*this); }
 
 bool VQJsonObject::HasGroup() { return false; }
 
@@ -132,10 +125,8 @@ VQJsonObject* VQJsonObject::SetValue(const KZString& key, VQValue value, int dir
     mDirty.insert(Tagged(key, sessionid));
   }
   current = std::move(value);
-  dorn::NoteContentChange();
   if (dorn::Equals(key, dorn::kKeyName) && mName != current.mString) {
     mName = current.mString;
-    dorn::NoteStructureChange();
   }
   return this;
 }
@@ -172,16 +163,9 @@ VQJsonObject* VQJsonObject::GetParent() { return mParent; }
 
 bool VQJsonObject::HasKey(const KZString& key) { return mList.find(key) != mList.end(); }
 
-void VQJsonObject::ResetDirty() {
-  if (mDirty.empty()) return;
-  mDirty.clear();
-  dorn::NoteContentChange();
-}
+void VQJsonObject::ResetDirty() { mDirty.clear(); }
 
-void VQJsonObject::SetDirtyDel(KZString name) {
-  mDirtyDel = std::move(name);
-  dorn::NoteContentChange();
-}
+void VQJsonObject::SetDirtyDel(KZString name) { mDirtyDel = std::move(name); }
 
 void VQJsonObject::Delete(const KZString& point) {
   if (point == "THIS") {
@@ -191,25 +175,13 @@ void VQJsonObject::Delete(const KZString& point) {
   if (point == "CHILD" && HasGroup()) SetDirtyDel(dorn::kAllChildrenDeleted);
 }
 
-void VQJsonObject::SetDirty(const KZString& key) {
-  mDirty.insert(key);
-  dorn::NoteContentChange();
-}
+void VQJsonObject::SetDirty(const KZString& key) { mDirty.insert(key); }
 
-void VQJsonObject::SetDirtyAdd() {
-  mDirtyAdd = true;
-  dorn::NoteContentChange();
-}
+void VQJsonObject::SetDirtyAdd() { mDirtyAdd = true; }
 
-void VQJsonObject::ResetDirtyAdd() {
-  mDirtyAdd = false;
-  dorn::NoteContentChange();
-}
+void VQJsonObject::ResetDirtyAdd() { mDirtyAdd = false; }
 
-void VQJsonObject::ResetDirtyDel() {
-  mDirtyDel.Clear();
-  dorn::NoteContentChange();
-}
+void VQJsonObject::ResetDirtyDel() { mDirtyDel.Clear(); }
 
 void* VQJsonObject::operator new(std::size_t size) { return MarkFresh(::operator new(size), size); }
 

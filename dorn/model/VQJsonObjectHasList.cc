@@ -6,7 +6,6 @@
 #include "dorn/model/ClassTags.h"
 #include "dorn/model/Family.h"
 #include "dorn/model/ObjectClass.h"
-#include "dorn/model/TreeStamp.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/WireWords.h"
 
@@ -74,7 +73,6 @@ bool VQJsonObjectHasList::AddObject(VQJsonObject* jo, int command) {
   jo->mWasAdded = true;
   mObjectList.push_back(jo);
   dorn::Family::Join(*this, *jo);
-  dorn::NoteStructureChange();
   return true;
 }
 
@@ -160,7 +158,6 @@ void VQJsonObjectHasList::ShareChildren(const VQJsonObjectHasList& other) {
 // Destroys the children that were taken out of the list, but for those that some list still holds.
 // All are judged before the first one dies: one of them may hold another.
 void VQJsonObjectHasList::ReleaseChildren(const std::vector<VQJsonObject*>& children) {
-  dorn::NoteStructureChange();
   std::vector<VQJsonObject*> doomed;
   for (VQJsonObject* child : children) {
     if (child == nullptr || child->mIsDoomed) continue;  // Listed twice.

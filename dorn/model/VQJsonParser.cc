@@ -7,8 +7,8 @@
 #include "dorn/json/JsonParser.h"
 #include "dorn/model/CommandReader.h"
 #include "dorn/model/TreeReader.h"
-#include "dorn/model/TreeSurvey.h"
 #include "dorn/model/TreeWalk.h"
+#include "dorn/model/UpdateComposer.h"
 #include "dorn/model/UpdateText.h"
 #include "dorn/model/WireWords.h"
 
@@ -93,29 +93,15 @@ VQJsonObject* VQJsonParser::CreateObject(const KZString& type, const KZString& l
 
 bool VQJsonParser::MakeUpdateCommand(KZString& json, VQJsonResource* jo, bool allflag,
                                      const KZString& sessionid) {
-  std::string side;
-  std::string update;
-  int commands = 0;
-  int objects = 0;
-  dorn::BeginUpdateCommand(update);
-  dorn::TreeSurvey survey;
-  if (survey.Take(*jo, allflag)) {
-    survey.AppendSideCommands(side, commands);
-    for (VQJsonObject* entry : survey.Entries()) {
-      dorn::AppendUpdateEntry(update, *entry, objects, allflag, sessionid);
-    }
-  } else {
-    int indent = 0;
-    dorn::AppendDeleteCommandRaw(side, *jo, commands);
-    dorn::AppendAddCommandRaw(side, *jo, commands, indent);
-    dorn::ForEachChild(*jo, [&](VQJsonObject& child) {
-      dorn::AppendUpdateCommandRaw(update, child, objects, allflag, sessionid);
-    });
+  dorn::UpdateComposer composer(jo, allflag, dorn::SideCommands::kFirst);
+  const dorn::UpdateComposer::Text text = composer.Compose(sessionid);
+  if (text != nullptr) {
+    json = *text;
+    return true;
   }
-  dorn::EndUpdateCommand(update);
-
-  json = dorn::JoinCommands(update, side);
-  return commands >= 1 || objects >= 1;
+  json.Clear();
+  dorn::AppendUpdateFrame(json, [](int&) {});
+  return false;
 }
 
 void VQJsonParser::OutUpdateCommandRaw(std::ostream& out, VQJsonObject* jo, int& comma,

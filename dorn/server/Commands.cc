@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
-#include <typeinfo>
 #include <utility>
 
 #include "dorn/base/TraceFilter.h"
@@ -43,12 +42,6 @@ std::string WordOf(VQJsonObject* entry) {
   if (!IsOwnClass(*entry)) return entry->GetValue(kKeyCommand).GetChar();
   const VQValue* attribute = FindMember(entry->mList, kKeyCommand);
   return attribute != nullptr ? attribute->GetChar() : "";
-}
-
-// The usual entry is settled by the address of its class's description.
-VQJsonCommand* AsCommand(VQJsonObject* entry) {
-  if (&typeid(*entry) == &typeid(VQJsonCommand)) return static_cast<VQJsonCommand*>(entry);
-  return dynamic_cast<VQJsonCommand*>(entry);
 }
 
 // A buffer that has grown beyond this is given back.
@@ -228,7 +221,7 @@ void ExecuteAuthenticated(VQClientSocket& client, VQJsonObject* entry) {
   VQApplication& app = App();
   if (VQSession* session = app.SessionList()->Search(client.mSessionId)) session->Extend();
   const std::string word = WordOf(entry);
-  auto* command = AsCommand(entry);
+  auto* command = AsCommand(*entry);
   if (Equals(word, kCommandKeepalive)) {
     Connection::Of(client).Timers().Answered();
   } else if (Equals(word, kCommandGetfile)) {
@@ -248,7 +241,7 @@ void ExecuteCommand(VQClientSocket& client, VQJsonObject* entry) {
   const std::string word = WordOf(entry);
   if (!Equals(word, kCommandKeepalive)) PrintCommand(word, *entry);
   CheckSessionId(client, entry);
-  auto* command = AsCommand(entry);
+  auto* command = AsCommand(*entry);
   const bool isGreeting = Equals(word, kCommandHello) || Equals(word, kCommandChange);
   if (isGreeting && command != nullptr) {
     Greet(client, command, false);
@@ -258,7 +251,7 @@ void ExecuteCommand(VQClientSocket& client, VQJsonObject* entry) {
 }
 
 void ResumeGreeting(VQClientSocket& client, VQJsonObject* entry) {
-  if (auto* command = AsCommand(entry)) Greet(client, command, true);
+  if (auto* command = AsCommand(*entry)) Greet(client, command, true);
 }
 
 }  // namespace dorn

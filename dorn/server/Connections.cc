@@ -1,10 +1,12 @@
 #include "dorn/server/Connections.h"
 
+#include <atomic>
 #include <cstddef>
-#include <typeinfo>
+#include <mutex>
 #include <unordered_set>
 #include <utility>
 
+#include "dorn/base/VirtualTable.h"
 #include "dorn/loop/KZFdData.h"
 #include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
@@ -51,34 +53,57 @@ bool IsSurveyed() {
   return true;
 }
 
+// Never destroyed: connections of static storage die after it.
+struct Known {
+  std::mutex mutex;
+  std::unordered_set<const KZFdData*> connections;
+  std::atomic<const void*> plainTable{nullptr};
+};
+
+Known& GetKnown() {
+  static Known& known = *new Known;
+  return known;
+}
+
+bool IsConnection(const KZFdData* record) {
+  Known& known = GetKnown();
+  const std::lock_guard<std::mutex> lock(known.mutex);
+  return known.connections.count(record) != 0;
+}
+
 }  // namespace
+
+void NoteConnection(VQClientSocket& client) {
+  Known& known = GetKnown();
+  known.plainTable.store(TableOf(client), std::memory_order_relaxed);
+  const std::lock_guard<std::mutex> lock(known.mutex);
+  known.connections.insert(&client);
+}
+
+void ForgetConnection(VQClientSocket& client) {
+  Known& known = GetKnown();
+  const std::lock_guard<std::mutex> lock(known.mutex);
+  known.connections.erase(&client);
+}
 
 VQClientSocket* AsConnection(KZFdData* record) {
   const auto id = static_cast<unsigned int>(record->GetId());
   const bool inRange =
       id >= VQApplication::kFirstSocketId && id < VQApplication::kFirstSessionTimerId;
   if (!inRange) return nullptr;
-  // The usual class needs no search through its bases.
-  if (typeid(*record) == typeid(VQClientSocket)) return static_cast<VQClientSocket*>(record);
-  return dynamic_cast<VQClientSocket*>(record);
+  // Nearly all are plain connections, which need no search.
+  const bool isPlain = TableOf(*record) == GetKnown().plainTable.load(std::memory_order_relaxed);
+  return isPlain || IsConnection(record) ? static_cast<VQClientSocket*>(record) : nullptr;
+}
+
+bool IsPlainConnection(const VQClientSocket& client) {
+  return TableOf(client) == GetKnown().plainTable.load(std::memory_order_relaxed);
 }
 
 VQClientSocket* AsLivingConnection(KZFdData* record) {
   VQClientSocket* client = AsConnection(record);
   if (client == nullptr || LoadShared(record->mStatus) == KZFdData::kStatusRemove) return nullptr;
   return client;
-}
-
-// The record may be of another class: the addresses are not read, only fetched.
-void PrefetchConnection(const KZFdData* record) {
-  constexpr std::size_t kCacheLine = 64;
-  const char* const start = reinterpret_cast<const char*>(record);
-  const char* const end = start + sizeof(VQClientSocket);
-  __builtin_prefetch(start);
-  // The members of the class itself lie at the end.
-  for (const char* line = start + sizeof(KZClientSocket); line < end; line += kCacheLine) {
-    __builtin_prefetch(line);
-  }
 }
 
 VQClientSocket* FindConnectionOf(const KZString& sid) {

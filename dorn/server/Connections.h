@@ -12,18 +12,21 @@ class VQClientSocket;
 
 namespace dorn {
 
-// The record as a connection, or null. Its id lies in the range of connections, and it is one: a
-// host may have given such an id to a record of its own.
+// Called by the constructor and the destructor of every connection: a host's record may have an id
+// in the range of connections without being one. Any thread.
+void NoteConnection(VQClientSocket& client);
+void ForgetConnection(VQClientSocket& client);
+
+// The record as a connection, or null.
 VQClientSocket* AsConnection(KZFdData* record);
+
+// Whether it is of no class that a host derived, so that no operation is overridden.
+bool IsPlainConnection(const VQClientSocket& client);
 
 // The same, but null for a connection whose removal was requested. Such a record stays linked until
 // the loop's next pass. It must not be served: nothing reaches it, and as the first recipient it
 // would use up the records of changes that a living station then never gets.
 VQClientSocket* AsLivingConnection(KZFdData* record);
-
-// Asks the processor to have at hand what sending to this record will read. For loops over all
-// records: the system call of each recipient displaces the next one from the cache.
-void PrefetchConnection(const KZFdData* record);
 
 // The first living connection of session `sid`, or null.
 VQClientSocket* FindConnectionOf(const KZString& sid);

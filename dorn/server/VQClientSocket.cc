@@ -32,9 +32,11 @@ VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
       mStream(stream),
       mConnection(std::make_unique<dorn::Connection>(*this)) {
   SetId(static_cast<int>(dorn::App().NextSocketId()));
+  dorn::NoteConnection(*this);
 }
 
 VQClientSocket::~VQClientSocket() {
+  dorn::ForgetConnection(*this);
   // While the record is still whole.
   mConnection.reset();
   if (dorn::IsTraced()) std::puts("socket delete");

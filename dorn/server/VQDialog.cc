@@ -7,16 +7,14 @@
 #include <cstddef>
 #include <cstring>
 #include <ctime>
-#include <iterator>
 #include <memory>
 #include <string>
-#include <typeinfo>
 #include <utility>
 
 #include "dorn/base/Clock.h"
 #include "dorn/base/TraceFilter.h"
+#include "dorn/base/VirtualTable.h"
 #include "dorn/model/NameIndex.h"
-#include "dorn/model/TreeWalk.h"
 #include "dorn/model/UpdateComposer.h"
 #include "dorn/model/UpdateText.h"
 #include "dorn/model/VQJsonParser.h"
@@ -35,14 +33,21 @@
 
 namespace {
 
+// Whether a dialog's OnUpdate() is the library's, which sets attributes and runs nothing of a host.
+bool HasOwnOnUpdate(const VQDialog& dialog) {
+  constexpr std::size_t kSlotOfOnUpdate = 6;  // Behind the two of the destructor and four hooks.
+  static const VQDialog plain;
+  return dorn::OperationOf(dialog, kSlotOfOnUpdate) == dorn::OperationOf(plain, kSlotOfOnUpdate);
+}
+
 // Sends a text. False if host code may have run meanwhile, which may have changed any tree: an
 // override of the connection's class, or the sink of its log, to which a connection that cannot
 // take the text speaks when it is closed.
-bool SendUntouched(VQClientSocket* client, const KZString& text) {
+bool SendsAlone(VQClientSocket* client, const KZString& text) {
   constexpr int kFrameBytes = 2;
-  const bool isOwnClass = typeid(*client) == typeid(VQClientSocket);
+  const bool isPlain = dorn::IsPlainConnection(*client);
   const int sent = client->SendData(text);
-  return isOwnClass && sent == static_cast<int>(text.size()) + kFrameBytes &&
+  return isPlain && sent == static_cast<int>(text.size()) + kFrameBytes &&
          dorn::AsLivingConnection(client) != nullptr;
 }
 
@@ -51,18 +56,15 @@ bool SendShared(VQDialog* dialog, bool all, dorn::SideCommands sideCommands) {
   VQJsonResource* tree = dialog->GetResourceShare();
   dorn::UpdateComposer composer(tree, all, sideCommands);
   bool sent = false;
-  bool untouched = true;
-  KZFdDataList& records = *dorn::App().GetFdDataList();
-  for (auto it = records.begin(); it != records.end(); ++it) {
-    if (std::next(it) != records.end()) dorn::PrefetchConnection(*std::next(it));
-    VQClientSocket* client = dorn::AsLivingConnection(*it);
+  for (KZFdData* record : *dorn::App().GetFdDataList()) {
+    VQClientSocket* client = dorn::AsLivingConnection(record);
     if (client == nullptr || !client->CompareDialogName(dialog->mDialogName)) continue;
     const std::shared_ptr<const KZString> text = composer.Compose(client->GetSessionId());
     if (text == nullptr) continue;
-    untouched = SendUntouched(client, *text) && untouched;
+    if (!SendsAlone(client, *text)) composer.HostCodeRan();
     sent = true;
   }
-  composer.ResetDirty(untouched);
+  composer.ResetDirty();
   return sent;
 }
 
@@ -190,10 +192,12 @@ void VQDialog::UpdateResourceUnique(VQJsonCommand* command, const KZString& sid)
   UpdateResource(command, GetResourceUnique(sid), sid);
 }
 
-// OnUpdate() may change the command's list as well as the tree, so the walk goes by position.
+// OnUpdate() may change the command's list as well as the tree, so the walk goes by position, and
+// an index holds only as long as no hook of a host has run.
 void VQDialog::UpdateResource(VQJsonCommand* command, VQJsonResource* tree, const KZString& sid) {
   dorn::RunningHooks running(this);
   dorn::NameIndex index(tree);
+  const bool runsHostCode = !HasOwnOnUpdate(*this);
   // A hook may change the text that `sid` refers to: NOLINTNEXTLINE(performance-*)
   const KZString session = sid;
   for (std::size_t i = 0; i < command->mObjectList.size(); ++i) {
@@ -202,6 +206,7 @@ void VQDialog::UpdateResource(VQJsonCommand* command, VQJsonResource* tree, cons
     VQJsonObject* target = index.Find(source->mName);
     if (target != nullptr) {
       OnUpdate(target, source, session);
+      if (runsHostCode) index.Forget();
     } else {
       dorn::PrintLine({"?? Not found. Name:", source->mName, " skip!"});
     }
@@ -220,14 +225,9 @@ bool VQDialog::SendSnapshot(VQClientSocket* client) {
   const auto tree = mSessionResourceList.find(dorn::kSessionIdShared);
   if (client == nullptr || tree == mSessionResourceList.end()) return false;
   constexpr std::size_t kUsualLength = 2000;
-  std::string text;
+  KZString text;
   text.reserve(kUsualLength);
-  int objects = 0;
-  dorn::BeginUpdateCommand(text);
-  dorn::ForEachChild(tree->second, [&text, &objects](VQJsonObject& child) {
-    dorn::AppendUpdateCommandRaw(text, child, objects, true, "");
-  });
-  dorn::EndUpdateCommand(text);
+  const int objects = dorn::AppendUpdateCommand(text, tree->second, true, "");
   if (objects == 0 || client->GetFDStatus() == KZFdData::kStatusRemove) return false;
   client->SendData(std::move(text));
   return true;
@@ -245,9 +245,9 @@ bool VQDialog::SendUpdateUnique(const KZString& sid, bool all) {
     VQJsonResource* tree = GetResourceUnique(session);
     dorn::UpdateComposer composer(tree, all, dorn::SideCommands::kFirst);
     const std::shared_ptr<const KZString> text = composer.Compose(session);
-    const bool untouched = text == nullptr || SendUntouched(client, *text);
+    if (text != nullptr && !SendsAlone(client, *text)) composer.HostCodeRan();
     if (text != nullptr) sent = true;
-    composer.ResetDirty(untouched);
+    composer.ResetDirty();
   }
   return sent;
 }

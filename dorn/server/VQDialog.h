@@ -19,8 +19,9 @@ class VQClientSocket;
 
 // Holds one tree that all sessions share, or one for each session, or both. Hosts derive from it
 // and override the hooks; see there. A typical dialog loads its tree in OnInit() or OnChange(),
-// sends all of it in OnChange(), applies a command with UpdateResourceShare() (or -Unique) in
-// OnCondition(), and sends the changes with SendUpdateShareToAll(false) (or SendUpdateUnique).
+// sends all of it in OnChange() with SendSnapshot(), applies a command with UpdateResourceShare()
+// (or -Unique) in OnCondition(), and sends the changes with SendUpdateShareToAll(false) (or
+// SendUpdateUnique).
 //
 // Every hook runs without a lock and may do anything to the connections, sessions, timers, dialogs
 // and trees, its own dialog included: a dialog that is removed, and a tree that RemoveSession()
@@ -152,8 +153,7 @@ class DORN_EXPORT VQDialog {
   std::map<KZString, VQJsonResource> mSessionResourceList;  // By session, or "SessionIdShared".
 };
 
-// At the end because the list holds dialogs.
-// Hooks work with the connection that they are given.
+// At the end because the list holds dialogs, and hooks work with the connection they are given.
 #include "dorn/server/VQClientSocket.h"
 #include "dorn/server/VQDialogList.h"
 

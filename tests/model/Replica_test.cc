@@ -66,7 +66,7 @@ class Floor {
       const auto text = composer.Compose(station.mSession);
       if (text != nullptr) RC_ASSERT(station.mCopy.Receive(*text));
     }
-    composer.ResetDirty(true);
+    composer.ResetDirty();
     mTableChanged = false;
     const Replica tree(mTree.GetJson());
     for (const Station& station : mStations) RC_ASSERT(station.mCopy.Describe() == tree.Describe());

@@ -230,4 +230,38 @@ void TreePair::Change() {
   }
 }
 
+void TreePair::ChangeByHand() {
+  const Both both = AnyNode();
+  switch (Below(5)) {
+    case 0: {
+      const std::string name = AnyName();
+      both.first->mName = name;
+      both.second->name = name;
+      return;
+    }
+    case 1: {
+      const std::string entry = Below(2) == 0 ? "Attr" : "Value|:|S1";
+      both.first->mDirty.insert(entry);
+      both.second->dirty.insert(entry);
+      return;
+    }
+    case 2:
+      both.first->mDirty.clear();
+      both.second->dirty.clear();
+      return;
+    case 3: {
+      both.first->mDirtyDel = "gone";
+      both.second->deleted = "gone";
+      return;
+    }
+    default: {
+      auto& children = both.second->children;
+      if (children.size() < 2) return;
+      auto& list = AsGroup(both.first).mObjectList;
+      std::swap(list.front(), list.back());
+      std::swap(children.front(), children.back());
+    }
+  }
+}
+
 std::string TreePair::Difference() { return Compare(mTree, mReference, ""); }

@@ -18,6 +18,9 @@ class TreePair {
   // Makes the same random change to both.
   void Change();
 
+  // The same by writing members that hosts may write: names, records and lists of children.
+  void ChangeByHand();
+
   // Empty when both trees agree in structure, attributes and change records; else what differs.
   std::string Difference();
 

@@ -76,7 +76,7 @@ TEST_F(UpdateComposerTest, FindsAnObjectThatWasPutIntoAListDirectlyBetweenTwoRou
   mA->SetDirty("V");
   UpdateComposer first(&mTree, false, SideCommands::kFirst);
   EXPECT_NE(first.Compose("S1"), nullptr);
-  first.ResetDirty(true);
+  first.ResetDirty();
   auto* late = new VQJsonObject(mGroup);
   late->mName = "late";
   late->mDirty.insert("V");
@@ -122,7 +122,7 @@ TEST_F(UpdateComposerTest, AnObjectThatTwoGroupsHoldIsAddedAndDeletedOnce) {
             "{'Commands':[" + Update("{\"V\":,\"Name\":\"a\"},{\"V\":,\"Name\":\"a\"}") +
                 ",{ \"Command\":\"DELETE\",\"Delete\":\"THIS\",\"Name\":\"gone\"},"
                 "{ \"Command\":\"ADD\",\"Name\":\"a\", \"Objects\":[]}]}");
-  composer.ResetDirty(true);
+  composer.ResetDirty();
   EXPECT_EQ(Text(), "");
 }
 
@@ -136,7 +136,7 @@ TEST_F(UpdateComposerTest, ForgetsTheMarksOfTheRootAndOfObjectsWithoutAName) {
     mMore[7]->SetDirty("V");
     UpdateComposer composer(&mTree, all, SideCommands::kFirst);
     EXPECT_NE(composer.Compose("S1"), nullptr);
-    composer.ResetDirty(true);
+    composer.ResetDirty();
     EXPECT_FALSE(mTree.IsDirty() || mA->IsDirty() || mB->IsDirty() || mGroup->IsDirty());
     EXPECT_FALSE(grid->IsDirty() || mMore[7]->IsDirty());
   }
@@ -144,7 +144,7 @@ TEST_F(UpdateComposerTest, ForgetsTheMarksOfTheRootAndOfObjectsWithoutAName) {
 
 TEST_F(UpdateComposerTest, ForgetsEverythingWithoutAnyRecipient) {
   mA->SetDirty("V");
-  UpdateComposer(&mTree, false, SideCommands::kFirst).ResetDirty(true);
+  UpdateComposer(&mTree, false, SideCommands::kFirst).ResetDirty();
   EXPECT_FALSE(mA->IsDirty());
 }
 
@@ -155,7 +155,8 @@ TEST_F(UpdateComposerTest, ForgetsWhatAnOperationMarkedAfterTheLastRecipient) {
   UpdateComposer composer(&mTree, false, SideCommands::kFirst);
   EXPECT_NE(composer.Compose("S1"), nullptr);
   mMore[20]->SetDirty("V");
-  composer.ResetDirty(true);
+  composer.HostCodeRan();
+  composer.ResetDirty();
   EXPECT_FALSE(mA->IsDirty() || mMore[20]->IsDirty());
 }
 
@@ -164,7 +165,8 @@ TEST_F(UpdateComposerTest, ForgetsWhatHostCodeMarkedDirectlyMeanwhile) {
   UpdateComposer composer(&mTree, false, SideCommands::kFirst);
   EXPECT_NE(composer.Compose("S1"), nullptr);
   mMore[20]->mDirty.insert("V");
-  composer.ResetDirty(false);
+  composer.HostCodeRan();
+  composer.ResetDirty();
   EXPECT_FALSE(mA->IsDirty() || mMore[20]->IsDirty());
 }
 
@@ -180,7 +182,7 @@ TEST_F(UpdateComposerTest, AHostsClassGetsItsResetDirtyEvenWhenItIsClean) {
   mA->SetDirty("V");
   UpdateComposer composer(&mTree, false, SideCommands::kFirst);
   EXPECT_NE(composer.Compose("S1"), nullptr);
-  composer.ResetDirty(true);
+  composer.ResetDirty();
   EXPECT_EQ(counts->mResets, 1);
   EXPECT_FALSE(mA->IsDirty());
 }

@@ -117,9 +117,17 @@ TEST(VQJsonObjectMarkerTest, DeepNestingKeepsEveryMarker) {
     }
   };
   std::vector<std::unique_ptr<VQJsonObject>> made;
-  Chain::Make(200, made);
-  ASSERT_EQ(made.size(), 200u);
+  Chain::Make(64, made);
+  ASSERT_EQ(made.size(), 64u);
   for (const auto& object : made) EXPECT_EQ(object->mDebugFlag, 10);
+}
+
+TEST(VQJsonObjectMarkerTest, StorageThatNobodyUsesDoesNotCrowdOutObjects) {
+  std::vector<void*> unused;
+  for (int i = 0; i < 200; ++i) unused.push_back(VQJsonObject::operator new(sizeof(VQJsonObject)));
+  EXPECT_EQ(TagOnHeap<VQJsonObject>(kNoParent), 10);
+  for (void* storage : unused) VQJsonObject::operator delete(storage);
+  EXPECT_EQ(TagOnHeap<VQJsonObject>(kNoParent), 10);
 }
 
 TEST(VQJsonObjectMarkerTest, MakeUniqueUsesTheAllocationOperator) {

@@ -1,7 +1,0 @@
-#include "dorn/model/TreeStamp.h"
-
-namespace dorn {
-
-__thread TreeStamp tTreeStamp;
-
-}  // namespace dorn
