@@ -87,6 +87,9 @@ class DORN_EXPORT KZApplication {
   // Fires every timer that is due at `tn` and reschedules the periodic ones at the first point of
   // their grid after `tn`: missed periods are skipped. Returns the milliseconds from `tn` until the
   // next timer as it was before the callbacks ran, or 0 when there is none.
+  // After 100,000 timers of one call, steps are counted in 64 bits: a period that 32 bits wrap to
+  // next to nothing, as after a clock step of decades, would otherwise fire thousands of millions
+  // of times.
   std::uint64_t BaseTimer(timeval tn);
 
   // Sets the system clock, where allowed, to the current local time with those fields replaced that
