@@ -47,6 +47,7 @@ void AppendClosed(std::string& out, const Statistics& all) {
   AppendSample(out, kName, "{reason=\"too_long\"}", all.closedTooLong);
   AppendSample(out, kName, "{reason=\"bad_session\"}", all.closedBadSession);
   AppendSample(out, kName, "{reason=\"session_ended\"}", all.closedSessionEnded);
+  AppendSample(out, kName, "{reason=\"slot_needed\"}", all.closedForAnother);
   AppendSample(out, kName, "{reason=\"host\"}", all.closedByHost);
 }
 

@@ -36,6 +36,7 @@ struct Statistics {
   std::uint64_t closedTooLong = 0;       // Its message does not fit.
   std::uint64_t closedBadSession = 0;    // It presented a session id that is none.
   std::uint64_t closedSessionEnded = 0;  // Its session expired.
+  std::uint64_t closedForAnother = 0;    // Not logged in, and another one needed its slot.
   std::uint64_t closedByHost = 0;        // Any other.
 
   std::uint64_t passes = 0;

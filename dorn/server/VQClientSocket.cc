@@ -13,6 +13,7 @@
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
 #include "dorn/server/FileTransfer.h"
+#include "dorn/server/Peers.h"
 #include "dorn/server/VQApplication.h"
 
 namespace {
@@ -33,17 +34,20 @@ VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
       mConnection(std::make_unique<dorn::Connection>(*this)) {
   SetId(static_cast<int>(dorn::App().NextSocketId()));
   dorn::NoteConnection(*this);
+  dorn::Peers::Enter(this);
 }
 
 VQClientSocket::~VQClientSocket() {
   dorn::ForgetConnection(*this);
   // While the record is still whole.
+  dorn::Peers::Leave(this);
   mConnection.reset();
   if (dorn::IsTraced()) std::puts("socket delete");
 }
 
 int VQClientSocket::Open(const char* host, int port, int buffersize) {
   mConnection->BeginAnew();
+  dorn::Peers::Find(this)->mIsStation = false;
   return KZClientSocket::Open(host, port, buffersize);
 }
 

@@ -5,7 +5,6 @@
 #include <netinet/tcp.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -15,7 +14,8 @@
 #include "dorn/server/Connection.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
-#include "dorn/server/Descriptors.h"
+#include "dorn/server/Peers.h"
+#include "dorn/server/Slots.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
 
@@ -23,10 +23,6 @@ namespace {
 
 constexpr int kLogBufferSize = 1024;
 constexpr int kReceiveBufferSize = 0x80000;
-
-// Of the descriptors that the loop can watch, the highest ones are not given to stations.
-// Descriptors are handed out lowest first, so as many stay free for files and the host.
-constexpr int kReservedDescriptors = 16;
 
 constexpr int kMaxAttempts = 16;
 constexpr useconds_t kPauseUs = 10000;
@@ -56,18 +52,16 @@ bool IsPassing(int error) {
 // What ReadyToRead() has just accepted: it does not block and is closed on exec already.
 thread_local int tPrepared = -1;
 
-// The highest number that was given to a station, and below the limit, since listening began.
-std::atomic<int> gHighest{-1};
-
-bool MayBeGiven(int fd) {
-  if (fd <= gHighest) return true;
-  if (fd >= dorn::DescriptorLimit() - kReservedDescriptors) return false;
-  gHighest = fd;
-  return true;
-}
-
 bool IsShortage(int error) {
   return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+// The same connection on the lowest descriptor that is free.
+int MoveToLowest(int fd) {
+  const int lowest = fcntl(fd, F_DUPFD_CLOEXEC, 0);
+  if (lowest < 0) return fd;
+  close(fd);
+  return lowest;
 }
 
 }  // namespace
@@ -84,6 +78,7 @@ VQStationSocket::~VQStationSocket() {
 void VQStationSocket::ReadyToRead() {
   OpenSpare();
   int error = 0;
+  bool hasMadeRoom = false;
   for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
     sockaddr_in address{};
     socklen_t length = sizeof address;
@@ -96,6 +91,7 @@ void VQStationSocket::ReadyToRead() {
       return;
     }
     error = errno;
+    if (error == EMFILE && !std::exchange(hasMadeRoom, true) && dorn::MakeRoom()) continue;
     if (!IsPassing(error)) break;
   }
   if (error == EAGAIN || error == EWOULDBLOCK) return;
@@ -111,13 +107,15 @@ void VQStationSocket::ReadyToRead() {
 
 void VQStationSocket::OnListen() {
   KZServerSocket::OnListen();
-  gHighest = -1;
+  dorn::CountSlotsAnew();
   OpenSpare();
 }
 
 void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
   const bool isPrepared = std::exchange(tPrepared, -1) == fd;
-  if (!MayBeGiven(fd)) {
+  const std::string address = dorn::PeerAddressOf(fd, addr);
+  if (!dorn::IsSlot(fd) && dorn::MakeRoom()) fd = MoveToLowest(fd);
+  if (!dorn::IsSlot(fd)) {
     ++dorn::Counters().refused;
     dorn::PrintLine(
         {"Connection refused: too many are open (descriptor ", std::to_string(fd), ")"});
@@ -125,8 +123,12 @@ void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
     return;
   }
   ++dorn::Counters().accepted;
+  dorn::KeepShare(fd, address);
   KZServerSocket::OnAccept(fd, addr, addrlen);
   auto* client = new VQClientSocket(mStream, GetFdDataList());
+  dorn::Peer* peer = dorn::Peers::Find(client);
+  peer->mAddress = address;
+  peer->mIsStation = true;
   dorn::LetRecordSettle(*client);
   if (!isPrepared) {
     fcntl(fd, F_SETFL, O_NONBLOCK);

@@ -99,7 +99,8 @@ TEST_F(StatisticsTest, SaysWhyConnectionsWereClosed) {
          {&dorn::Statistics::closedByStation, &dorn::Statistics::closedNoLogin,
           &dorn::Statistics::closedNoAnswer, &dorn::Statistics::closedNotReading,
           &dorn::Statistics::closedTooLong, &dorn::Statistics::closedBadSession,
-          &dorn::Statistics::closedSessionEnded, &dorn::Statistics::closedByHost}) {
+          &dorn::Statistics::closedSessionEnded, &dorn::Statistics::closedForAnother,
+          &dorn::Statistics::closedByHost}) {
       EXPECT_EQ(each == counter ? 1U : 0U, Since(each)) << line;
     }
     mBefore = app.Statistics();

@@ -1,5 +1,6 @@
 #include "dorn/server/VQStationSocket.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -55,6 +56,13 @@ class VQStationSocketTest : public ServerTest {
     mListener.Close();
     Pass(2);
     ServerTest::TearDown();
+  }
+
+  static void LogInAll() {
+    for (KZFdData* record : *app.GetFdDataList()) {
+      VQClientSocket* client = Find(record->GetId());
+      if (client != nullptr && !client->mAuth) client->Authentication("S");
+    }
   }
 
   int Port() { return PortOf(mListener.GetFD()); }
@@ -158,7 +166,8 @@ TEST_F(VQStationSocketTest, TheLimitOfDescriptorsRefusesConnectionsAndNeverClose
     for (int i = 0; i < 25; ++i) {
       stations.emplace_back();
       ASSERT_TRUE(stations.back().Connect(Port()));
-      Pass();
+      Pass(2);
+      LogInAll();
     }
     Pass(30);
     refusals = console.Text();
@@ -173,7 +182,7 @@ TEST_F(VQStationSocketTest, TheLimitOfDescriptorsRefusesConnectionsAndNeverClose
   EXPECT_EQ(stations.size(),  // One line for each: its id, or the refusal.
             static_cast<size_t>(std::count(refusals.begin(), refusals.end(), '\n')));
 
-  stations.front().Send(R"({"Command":"HELLO","Id":"u1","Pass":"no"})");
+  stations.front().Send(R"({"Command":"HELLO"})");
   EXPECT_TRUE(RunUntil([&] { return !stations.front().Messages().empty(); }));
 
   stations.clear();
@@ -188,6 +197,7 @@ TEST_F(VQStationSocketTest, WithoutAnyDescriptorLeftTheListenerStaysOpen) {
   Station first, second, third;
   ASSERT_TRUE(first.Connect(Port()));
   ASSERT_TRUE(RunUntil([] { return Connections() == 1; }));
+  LogInAll();
   ASSERT_TRUE(second.Connect(Port()));
   std::vector<int> fillers;
   const DescriptorLimit limit(LimitAbove(5));
@@ -198,6 +208,146 @@ TEST_F(VQStationSocketTest, WithoutAnyDescriptorLeftTheListenerStaysOpen) {
   EXPECT_EQ(1U, Connections());
   EXPECT_FALSE(first.IsClosed());
   EXPECT_TRUE(IsListening());
+}
+
+TEST_F(VQStationSocketTest, WithoutAnyDescriptorLeftAConnectionWithoutLogInMakesRoom) {
+  Station first, second;
+  ASSERT_TRUE(first.Connect(Port()));
+  ASSERT_TRUE(RunUntil([] { return Connections() == 1; }));
+  ASSERT_TRUE(second.Connect(Port()));
+  std::vector<int> fillers;
+  {
+    const DescriptorLimit limit(LimitAbove(20));
+    for (int fd = 0; (fd = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) fillers.push_back(fd);
+    EXPECT_TRUE(RunUntil([&] { return first.IsClosed(); }));
+    for (const int fd : fillers) close(fd);
+  }
+  Pass(2);
+  EXPECT_EQ(1U, Connections());
+  EXPECT_FALSE(second.IsClosed());
+  EXPECT_NE(nullptr, Find(0x800000A));
+}
+
+// Slots
+
+class SlotsTest : public VQStationSocketTest {
+ protected:
+  // A connection from that address, on a descriptor that may be given.
+  Link From(const std::string& address, int atDescriptor = -1) {
+    int pair[2];
+    EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+    if (atDescriptor >= 0) {
+      EXPECT_EQ(atDescriptor, fcntl(pair[0], F_DUPFD, atDescriptor));
+      close(pair[0]);
+      pair[0] = atDescriptor;
+    }
+    sockaddr_in peer{};
+    peer.sin_family = AF_INET;
+    EXPECT_EQ(1, inet_pton(AF_INET, address.c_str(), &peer.sin_addr));
+    unsigned int length = sizeof peer;
+    Link link;
+    link.station = Station(pair[1]);
+    link.id = static_cast<int>(app.mSocketId);
+    mListener.OnAccept(pair[0], reinterpret_cast<sockaddr*>(&peer), &length);
+    Pass();
+    return link;
+  }
+
+  // The highest descriptor that a station may have, and the first one that it may not have.
+  static constexpr int kLimit = 1024 - 16;
+  const DescriptorLimit mDescriptors{2048};
+};
+
+TEST_F(SlotsTest, WithoutAFreeSlotTheOldestOfTheAddressWithMostMakesRoom) {
+  Link lone = From("10.0.0.1");
+  Link loggedIn = From("10.0.0.2");
+  Find(loggedIn)->Authentication("S1");
+  Link first = From("10.0.0.2"), second = From("10.0.0.2"), third = From("10.0.0.2");
+  CapturedStdout console;
+  Link late = From("10.0.0.9", kLimit);
+  EXPECT_THAT(console.Text(), HasSubstr("Connection " + std::to_string(first.id) +
+                                        " from 10.0.0.2 closed: not logged in, its slot is "
+                                        "needed\n"));
+  EXPECT_TRUE(first.station.IsClosed());
+  for (Link* link : {&lone, &loggedIn, &second, &third, &late}) {
+    EXPECT_NE(nullptr, Find(*link));
+    EXPECT_FALSE(link->station.IsClosed());
+  }
+  EXPECT_LT(Find(late)->GetFD(), kLimit);
+  EXPECT_EQ(-1, fcntl(kLimit, F_GETFD));
+  Tell(late, R"({"Command":"HELLO","Id":"u1","Pass":"p"})");
+  EXPECT_EQ(1U, late.station.Messages().size());
+}
+
+TEST_F(SlotsTest, OfAddressesWithTheSameNumberTheOldestMakesRoom) {
+  Link a = From("10.0.0.1"), b = From("10.0.0.2"), c = From("10.0.0.3");
+  Link late = From("10.0.0.9", kLimit);
+  EXPECT_TRUE(a.station.IsClosed());
+  EXPECT_FALSE(b.station.IsClosed());
+  Link later = From("10.0.0.9", kLimit);
+  EXPECT_TRUE(b.station.IsClosed());
+  for (Link* link : {&c, &late, &later}) EXPECT_FALSE(link->station.IsClosed());
+}
+
+TEST_F(SlotsTest, WhatTheHostOpenedItselfMakesNoRoom) {
+  const TcpAcceptor acceptor;
+  auto* outward = new VQClientSocket(nullptr, app.GetFdDataList());
+  ASSERT_GE(outward->Open("127.0.0.1", acceptor.Port(), 1024), 0);
+  Pass();
+  const auto before = app.Statistics().closedForAnother;
+  Link late = From("10.0.0.9", kLimit);
+  EXPECT_TRUE(late.station.IsClosed());
+  EXPECT_GE(outward->GetFD(), 0);
+  EXPECT_EQ(before, app.Statistics().closedForAnother);
+  Link station = From("10.0.0.1");
+  Link later = From("10.0.0.9", kLimit);
+  EXPECT_TRUE(station.station.IsClosed());
+  EXPECT_FALSE(later.station.IsClosed());
+  EXPECT_EQ(before + 1, app.Statistics().closedForAnother);
+  outward->Close();
+  Pass(2);
+}
+
+TEST_F(SlotsTest, WhereEveryoneIsLoggedInTheNewOneIsRefused) {
+  Link a = From("10.0.0.1");
+  Find(a)->Authentication("S1");
+  Link late = From("10.0.0.9", kLimit);
+  EXPECT_TRUE(late.station.IsClosed());
+  EXPECT_FALSE(a.station.IsClosed());
+  EXPECT_EQ(1U, Connections());
+}
+
+// A quarter of 1,008 slots is 252.
+class ShareTest : public SlotsTest {
+ protected:
+  void Crowd(const std::string& address, int count) {
+    for (int i = 0; i < count; ++i) mCrowd.push_back(From(address));
+  }
+  size_t Closed() {
+    size_t count = 0;
+    for (Link& link : mCrowd) count += link.station.IsClosed() ? 1 : 0;
+    return count;
+  }
+
+  std::vector<Link> mCrowd;
+};
+
+TEST_F(ShareTest, IsNotCountedAsLongAsAQuarterIsFree) {
+  Crowd("10.0.0.1", 300);
+  EXPECT_EQ(0U, Closed());
+}
+
+TEST_F(ShareTest, OfOneAddressIsAQuarterOnceFewAreFree) {
+  Crowd("10.0.0.1", 253);
+  Link other = From("10.0.0.2");
+  // Far up: 251 slots are above it, so fewer than a quarter are free.
+  mCrowd.push_back(From("10.0.0.1", kLimit - 1 - 251));
+  EXPECT_TRUE(mCrowd.front().station.IsClosed());
+  EXPECT_EQ(1U, Closed());
+  EXPECT_FALSE(other.station.IsClosed());
+  Link another = From("10.0.0.3", kLimit - 1 - 250);
+  EXPECT_FALSE(another.station.IsClosed());
+  EXPECT_EQ(1U, Closed());
 }
 
 // The descriptor sets of select() end at 1024.
