@@ -15,6 +15,7 @@
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
 #include "dorn/server/IdRange.h"
+#include "dorn/server/MessageBatch.h"
 #include "dorn/server/OutgoingDrainer.h"
 #include "dorn/server/ResourcePath.h"
 #include "dorn/server/RunningHooks.h"
@@ -225,6 +226,7 @@ unsigned int VQApplication::NextSessionTimerId() {
 // The maker's virtual functions come in both forms; the one without const is asked first, and asks
 // the other by itself.
 VQDialog* VQApplication::CreateDialog(const char* name) {
+  dorn::MessageBatch::BeforeHook();
   VQDialog* dialog = const_cast<VQDialogMaker&>(mDialogMaker).CreateDialog(name);
   mDialogList.Add(name, dialog);
   return dialog;

@@ -195,6 +195,19 @@ TEST_F(JoinedFramesTest, AnAnswerLeavesBeforeALateHook) {
   EXPECT_EQ(Frame("a"), mSeenMeanwhile);
 }
 
+TEST_F(JoinedFramesTest, AnAnswerLeavesBeforeADialogIsMadeLate) {
+  maker.factories["late"] = [this]() -> VQDialog* {
+    mSeenMeanwhile += mOther.station.Bytes();
+    return nullptr;
+  };
+  Dialog("top")->changeBefore = [this](HookedDialog&, VQClientSocket*, VQJsonCommand*) {
+    mClock.AdvanceMs(21);
+  };
+  const std::string change = Frame(R"({"Command":"CHANGE","DialogName":"late"})");
+  Feed(mAsking, Ask("a") + change + Ask("b"));
+  EXPECT_EQ(Frame("a"), mSeenMeanwhile);
+}
+
 TEST_F(JoinedFramesTest, AnAnswerWaitsForHooksThatFollowQuickly) {
   Feed(mAsking, Ask("a") + Ask("quick") + Ask("look") + Ask("b"));
   EXPECT_EQ("", mSeenMeanwhile);
