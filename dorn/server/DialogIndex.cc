@@ -1,5 +1,7 @@
 #include "dorn/server/DialogIndex.h"
 
+#include <algorithm>
+
 #include "dorn/model/TreeCount.h"
 #include "dorn/server/VQDialog.h"
 #include "dorn/server/VQDialogList.h"
@@ -41,10 +43,19 @@ std::set<KZString> DialogIndex::NamesFor(const KZString& session, const KZString
     return names;
   }
   Synchronise();
-  const auto found = mBySession.find(session);
-  if (found != mBySession.end()) AddNames(names, found->second, behind);
-  AddNames(names, mBare, behind);
+  if (!CollectFor(session, behind, names)) {
+    Rebuild();
+    names.clear();
+    static_cast<void>(CollectFor(session, behind, names));
+  }
   return names;
+}
+
+bool DialogIndex::CollectFor(const KZString& session, const KZString* behind,
+                             std::set<KZString>& names) const {
+  const auto found = mBySession.find(session);
+  const bool isRight = found == mBySession.end() || AddNames(names, found->second, behind);
+  return AddNames(names, mBare, behind) && isRight;
 }
 
 std::uint64_t DialogIndex::Version() {
@@ -53,7 +64,7 @@ std::uint64_t DialogIndex::Version() {
   return mVersion;
 }
 
-std::vector<KZString> DialogIndex::NamesOf(const VQDialog* dialog) {
+std::vector<KZString> DialogIndex::NamesOf(const VQDialog* dialog, const KZString* foundAs) {
   std::vector<KZString> names;
   if (IsFew()) {
     for (const auto& [name, other] : mList->mDialogList) {
@@ -62,9 +73,19 @@ std::vector<KZString> DialogIndex::NamesOf(const VQDialog* dialog) {
     return names;
   }
   Synchronise();
+  if (!KnowsNamesOf(dialog, foundAs)) Rebuild();
   const auto found = mNames.find(dialog);
   if (found != mNames.end()) names.assign(found->second.begin(), found->second.end());
   return names;
+}
+
+bool DialogIndex::KnowsNamesOf(const VQDialog* dialog, const KZString* foundAs) const {
+  const auto known = mNames.find(dialog);
+  if (known == mNames.end()) return foundAs == nullptr;
+  const std::set<KZString>& names = known->second;
+  return (foundAs == nullptr || names.count(*foundAs) != 0) &&
+         std::all_of(names.begin(), names.end(),
+                     [&](const KZString& name) { return Has(name, dialog); });
 }
 
 void DialogIndex::Added(std::size_t size, const KZString& name, const VQDialog* dialog,
@@ -170,15 +191,23 @@ void DialogIndex::Leave(const KZString& name, const VQDialog* dialog) {
   mBare.erase(dialog);
 }
 
-void DialogIndex::AddNames(std::set<KZString>& names, const Dialogs& dialogs,
+bool DialogIndex::Has(const KZString& name, const VQDialog* dialog) const {
+  const auto found = mList->mDialogList.find(name);
+  return found != mList->mDialogList.end() && found->second == dialog;
+}
+
+bool DialogIndex::AddNames(std::set<KZString>& names, const Dialogs& dialogs,
                            const KZString* behind) const {
+  bool isRight = true;
   for (const VQDialog* dialog : dialogs) {
     const auto known = mNames.find(dialog);
     if (known == mNames.end()) continue;
     for (const KZString& name : known->second) {
+      isRight = isRight && Has(name, dialog);
       if (behind == nullptr || *behind < name) names.insert(name);
     }
   }
+  return isRight;
 }
 
 }  // namespace dorn

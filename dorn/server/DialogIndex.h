@@ -25,7 +25,7 @@ namespace dorn {
 // - A list of few dialogs is walked.
 // - The index is built anew when it was made for another list, when the list's map has not the size
 //   that the list's own operations gave it, or when trees came or went otherwise than through the
-//   dialogs' own operations.
+//   dialogs' own operations, or when a dialog that is looked for has not the names that it had.
 // - A dialog is taken from the list's map, under a name that the index knows; its pointer in the
 //   index is only compared.
 class DialogIndex {
@@ -42,8 +42,8 @@ class DialogIndex {
   // Another number than before when NamesFor() may have more to tell.
   std::uint64_t Version();
 
-  // All names of a dialog.
-  std::vector<KZString> NamesOf(const VQDialog* dialog);
+  // All names of a dialog; `*foundAs` is one under which it was just found, if that is given.
+  std::vector<KZString> NamesOf(const VQDialog* dialog, const KZString* foundAs);
 
   // Behind the list's own changes: `size` is that of the map before, and `previous` the dialog that
   // had the name before, if any.
@@ -72,7 +72,11 @@ class DialogIndex {
   void Rebuild();
   void Enter(const KZString& name, const VQDialog* dialog);
   void Leave(const KZString& name, const VQDialog* dialog);
-  void AddNames(std::set<KZString>& names, const Dialogs& dialogs, const KZString* behind) const;
+  // False when a dialog has not the name in the list's map that it has here.
+  bool CollectFor(const KZString& session, const KZString* behind, std::set<KZString>& names) const;
+  bool AddNames(std::set<KZString>& names, const Dialogs& dialogs, const KZString* behind) const;
+  bool KnowsNamesOf(const VQDialog* dialog, const KZString* foundAs) const;
+  bool Has(const KZString& name, const VQDialog* dialog) const;
 
   const VQDialogList* mList = nullptr;
   bool mIsBuilt = false;

@@ -18,10 +18,10 @@ void RefuseRetired(const char* name) {
 }
 
 // Takes the dialog out of the list under each of its names. The last of them, if there was any.
-KZString TakeOut(VQDialogList& list, const VQDialog* dialog) {
+KZString TakeOut(VQDialogList& list, const VQDialog* dialog, const KZString* foundAs) {
   dorn::DialogIndex& index = dorn::DialogIndex::Of(list);
   KZString last;
-  for (const KZString& name : index.NamesOf(dialog)) {
+  for (const KZString& name : index.NamesOf(dialog, foundAs)) {
     const auto found = list.mDialogList.find(name);
     if (found == list.mDialogList.end() || found->second != dialog) continue;
     const std::size_t size = list.mDialogList.size();
@@ -33,12 +33,12 @@ KZString TakeOut(VQDialogList& list, const VQDialog* dialog) {
 }
 
 // Removes a dialog of the list. It is deleted at the end, or when its running hooks have returned.
-void End(VQDialogList& list, VQDialog* dialog) {
+void End(VQDialogList& list, VQDialog* dialog, const KZString& foundAs) {
   const dorn::RunningHooks running(dialog);
-  TakeOut(list, dialog);
+  TakeOut(list, dialog, &foundAs);
   dorn::RunningHooks::Retire(dialog);
   // OnFinal() may have written it into the map by hand.
-  const KZString name = TakeOut(list, dialog);
+  const KZString name = TakeOut(list, dialog, nullptr);
   if (!name.empty()) RefuseRetired(name);
 }
 
@@ -77,7 +77,7 @@ void VQDialogList::Remove(const KZString& name) {
   if (found == mDialogList.end()) return;
   VQDialog* dialog = found->second;
   if (dialog != nullptr) {
-    End(*this, dialog);
+    End(*this, dialog, KZString(found->first));
   } else {
     mDialogList.erase(found);
   }
@@ -95,7 +95,7 @@ void VQDialogList::RemoveBySession(const KZString& sid) {
     if (found == mDialogList.end() || found->second == nullptr) continue;
     VQDialog* dialog = found->second;
     if (dialog->RemoveSession(session) >= 1) continue;
-    End(*this, dialog);
+    End(*this, dialog, name);
     const std::uint64_t now = dorn::DialogIndex::Of(*this).Version();
     if (std::exchange(version, now) == now) continue;
     names = dorn::DialogIndex::Of(*this).NamesFor(session, &name);

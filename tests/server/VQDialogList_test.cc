@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <random>
 #include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "dorn/server/DialogIndex.h"
 #include "tests/server/ServerTest.h"
@@ -210,6 +213,50 @@ TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogOfOthers) {
   EXPECT_FALSE(mList.Has("d0"));
   EXPECT_FALSE(mList.Has("d200"));
   EXPECT_TRUE(mList.Has("e0"));
+}
+
+// A list that is long enough for an index, with a tree in each dialog, that has been searched.
+class LongDialogListTest : public VQDialogListTest {
+ protected:
+  void SetUp() override {
+    VQDialogListTest::SetUp();
+    for (int i = 10; i < 50; ++i) {
+      const std::string number = std::to_string(i);
+      Add(("d" + number).c_str())->AddSession(KZString("S" + number));
+    }
+    mList.RemoveBySession("nobody");
+  }
+
+  // Neither the size of the map nor the number of trees changes.
+  void RenameByHand(const char* from, const char* to) {
+    auto node = mList.mDialogList.extract(from);
+    node.key() = KZString(to);
+    mList.mDialogList.insert(std::move(node));
+  }
+};
+
+TEST_F(LongDialogListTest, ADialogThatWasRenamedByHandIsNotLeftBehindDestroyed) {
+  RenameByHand("d20", "x");
+  mList.Remove("x");
+  EXPECT_FALSE(mList.Has("x"));
+  EXPECT_THAT(Calls(), ElementsAre("OnFinal d20"));
+}
+
+TEST_F(LongDialogListTest, ASessionsEndFindsADialogThatWasRenamedByHand) {
+  RenameByHand("d20", "a");
+  mList.RemoveBySession("S20");
+  EXPECT_FALSE(mList.Has("a"));
+  EXPECT_THAT(Calls(), ElementsAre("OnFinal d20"));
+}
+
+TEST_F(LongDialogListTest, ADialogThatWasPutInAnothersPlaceByHandIsNotLeftBehindDestroyed) {
+  auto* other = new HookedDialog;
+  other->mDialogName = "other";
+  VQDialog* const before = std::exchange(mList.mDialogList["d20"], other);
+  mList.Remove("d20");
+  EXPECT_FALSE(mList.Has("d20"));
+  EXPECT_THAT(Calls(), ElementsAre("OnFinal other"));
+  delete before;
 }
 
 // What a walk over all of them would do, in the order of the names.
