@@ -157,11 +157,18 @@ void SettledRecords::TakeMembers(fd_set* reads) {
 
 std::uint64_t SettledRecords::RefreshIfDue() {
   if (!mMayBeStale) return 0;
+  const bool isAny = mCount > 0 || HasMembers();
   const std::uint64_t elapsedMs = NowMs() - mRefreshedMs;
-  if (mCount > 0 && elapsedMs < kRefreshMs) return kRefreshMs - elapsedMs;
+  if (isAny && elapsedMs < kRefreshMs) return kRefreshMs - elapsedMs;
   mMayBeStale = false;
-  if (mCount > 0) Refresh();
+  if (isAny) Refresh();
   return 0;
+}
+
+// A member may be stale while no record is settled: that of the record whose hook has just run.
+bool SettledRecords::HasMembers() {
+  const Lock lock(gLock);
+  return mMembers.Descriptor() >= 0;
 }
 
 void SettledRecords::Refresh() {

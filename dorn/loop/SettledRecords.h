@@ -92,6 +92,7 @@ class SettledRecords {
   void Unsettle(KZFdData* record);
   void MoveTouched(std::vector<KZFdData*>& restless);
   void AddMembers();
+  bool HasMembers();
   void Leave(int fd);
   void Refresh();
 

@@ -245,6 +245,23 @@ TEST_F(SettledLoopTest, ADescriptorThatAHookOpensAnewIsFoundAgain) {
   close(ends[1]);
 }
 
+// The hook's own: no record is settled when the loop would look.
+TEST_F(SettledLoopTest, TheOnlyDescriptorIsFoundAgainAfterItsOwnHookHasOpenedItAnew) {
+  Make(1);
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+  At(0).mHook = [&] {
+    At(0).mHook = nullptr;
+    ASSERT_EQ(dup2(ends[0], At(0).mFD), At(0).mFD);
+    close(ends[0]);
+    ASSERT_EQ(write(ends[1], "x", 1), 1);
+  };
+  At(0).Write();
+  RunFor(1000);
+  EXPECT_THAT(TakeServed(), ElementsAre(100, 100));
+  close(ends[1]);
+}
+
 // Ten times a second, and as long as hooks run.
 TEST_F(SettledLoopTest, LookingForSuchDescriptorsWakesNobodyWhenNothingRuns) {
   Make(5);
