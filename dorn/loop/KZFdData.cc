@@ -169,9 +169,10 @@ bool KZFdData::CreateBuffer(int buffersize) {
   return true;
 }
 
-// A host may have put another buffer in the place of ours.
+// A host may have put another buffer in the place of ours, even at the same address.
 void KZFdData::FreeBuffer() {
-  const bool isOurs = mDataBuffer != nullptr && mDataBuffer == mState->mMadeBuffer;
+  const bool isOurs = mDataBuffer != nullptr && mDataBuffer == mState->mMadeBuffer &&
+                      mBufferSize == mState->mMadeSize;
   const int used = std::max(mState->mMadeUsed, static_cast<int>(mBufferPos));
   mState->mMadeBuffer = nullptr;
   if (isOurs && dorn::KeepBuffer(mDataBuffer, static_cast<std::size_t>(mState->mMadeSize),

@@ -84,4 +84,16 @@ TEST_F(BufferPoolTest, ABufferThatTheHostHasPutThereIsFreed) {
   EXPECT_EQ(dorn::TakeKeptBuffer(kSize), nullptr);
 }
 
+// What a host frees, it may get again for a buffer of another size.
+TEST_F(BufferPoolTest, ASmallerBufferThatTheHostHasPutAtTheSamePlaceIsFreed) {
+  auto record = std::make_unique<TestRecord>(nullptr);
+  ASSERT_TRUE(record->CreateBuffer(static_cast<int>(kSize)));
+  const char* const made = record->mDataBuffer;
+  record->mBufferSize = 10;  // As if the host had got that place for ten bytes.
+  record.reset();
+  char* const kept = dorn::TakeKeptBuffer(kSize);
+  EXPECT_NE(kept, made);
+  delete[] kept;
+}
+
 }  // namespace
