@@ -15,6 +15,7 @@
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
 #include "dorn/server/MessageBatch.h"
+#include "dorn/server/ProxyLine.h"
 
 namespace dorn {
 
@@ -69,6 +70,7 @@ void Connection::Receive() {
   if (!isRepetition) mTimers.BytesArrived();
   // Bytes that were put there without the loop may be anything.
   if (mSocket.IsSelect() == 0 && !isRepetition) mCutter.Forget();
+  if (TakeProxyLine(mSocket)) mCutter.Forget();
   DropGarbage();
   const int ends = mEnds;
   ExecuteMessages();

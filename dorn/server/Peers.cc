@@ -22,6 +22,13 @@ void Peers::Enter(VQClientSocket* client) {
 
 void Peers::Leave(VQClientSocket* client) { ThePeers().erase(client); }
 
+void Peers::HostOpens(VQClientSocket* client) {
+  Peer& peer = ThePeers()[client];
+  peer.mAddress.clear();
+  peer.mMayTell = false;
+  peer.mIsStation = false;
+}
+
 Peer* Peers::Find(const VQClientSocket* client) {
   const auto found = ThePeers().find(const_cast<VQClientSocket*>(client));
   return found != ThePeers().end() ? &found->second : nullptr;

@@ -17,6 +17,7 @@ namespace dorn {
 struct Peer {
   std::string mAddress;      // In dotted form; empty when there is none, as on a local socket.
   std::uint64_t mOrder = 0;  // Later connections have higher ones.
+  bool mMayTell = false;     // A trusted proxy that has not yet told its station's address.
   bool mIsStation = false;   // Accepted by the listener, and not opened by the host since.
 };
 
@@ -27,6 +28,9 @@ class Peers {
 
   static void Enter(VQClientSocket* client);
   static void Leave(VQClientSocket* client);
+
+  // The host opens this connection itself: nothing that was known of a station holds any more.
+  static void HostOpens(VQClientSocket* client);
 
   // Never null for a connection that exists.
   static Peer* Find(const VQClientSocket* client);

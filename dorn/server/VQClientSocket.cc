@@ -47,7 +47,7 @@ VQClientSocket::~VQClientSocket() {
 
 int VQClientSocket::Open(const char* host, int port, int buffersize) {
   mConnection->BeginAnew();
-  dorn::Peers::Find(this)->mIsStation = false;
+  dorn::Peers::HostOpens(this);
   return KZClientSocket::Open(host, port, buffersize);
 }
 

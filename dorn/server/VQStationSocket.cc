@@ -15,6 +15,7 @@
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
 #include "dorn/server/Peers.h"
+#include "dorn/server/ProxyLine.h"
 #include "dorn/server/Slots.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQClientSocket.h"
@@ -123,11 +124,13 @@ void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
     return;
   }
   ++dorn::Counters().accepted;
-  dorn::KeepShare(fd, address);
+  const bool isProxy = dorn::IsTrustedProxy(address);
+  if (!isProxy) dorn::KeepShare(fd, address);  // A proxy's stations are not known yet.
   KZServerSocket::OnAccept(fd, addr, addrlen);
   auto* client = new VQClientSocket(mStream, GetFdDataList());
   dorn::Peer* peer = dorn::Peers::Find(client);
   peer->mAddress = address;
+  peer->mMayTell = isProxy;
   peer->mIsStation = true;
   dorn::LetRecordSettle(*client);
   if (!isPrepared) {
