@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
+#include <deque>
 #include <utility>
 
 #include "dorn/base/Clock.h"
@@ -73,6 +74,21 @@ class PassScope {
 thread_local const PassScope* PassScope::tInnermost = nullptr;
 
 thread_local unsigned long tTimerRound = 0;
+
+// What is to be called at the end of a pass.
+std::deque<void (*)()>& Leftovers() {
+  thread_local std::deque<void (*)()> leftovers;
+  return leftovers;
+}
+
+// One that throws leaves the others to the next pass.
+void CallLeftovers() {
+  while (!Leftovers().empty()) {
+    void (*const call)() = Leftovers().front();
+    Leftovers().pop_front();
+    call();
+  }
+}
 
 class TimerRoundScope {
  public:
@@ -153,6 +169,8 @@ bool dorn::IsInPass() { return PassScope::HasAny(); }
 
 bool dorn::IsInPassOf(const KZApplication* app) { return PassScope::Has(app); }
 
+void dorn::AtEndOfPass(void (*call)()) { Leftovers().push_back(call); }
+
 unsigned long dorn::TimerRound() { return tTimerRound; }
 
 dorn::PassStatistics& dorn::Passes() {
@@ -213,6 +231,7 @@ void KZApplication::RunPass() {
     const bool isClosed = errno == EBADF;
     usleep(kFailedSelectUs);
     if (isClosed) mFdList.RemoveClosed();
+    CallLeftovers();
     return;
   }
   FdDataList ready;
@@ -220,6 +239,7 @@ void KZApplication::RunPass() {
   if (count > 0 || isWoken || !ready.empty()) mFdList.mState->mSettled.NoteHooks();
   const dorn::DeferredWakeUp::Hooks hooks(mFdList.mState->mWakeUp);
   DispatchReady(ready);
+  CallLeftovers();
 }
 
 std::uint64_t KZApplication::FirePassTimers() {

@@ -13,6 +13,10 @@ bool IsInPass();
 // The same, of this application's loop: a pass inside it would be refused.
 bool IsInPassOf(const KZApplication* app);
 
+// Has `call` called once at the end of this thread's current pass, or of its next one. What is
+// asked for meanwhile is called in the same pass.
+void AtEndOfPass(void (*call)());
+
 // A number of its own for each time that this thread fires the timers that are due; 0 while it
 // fires none, and behind a round within the round.
 unsigned long TimerRound();

@@ -8,6 +8,8 @@
 #include <string>
 #include <unordered_map>
 
+#include "dorn/base/KZString.h"
+
 class VQClientSocket;
 
 namespace dorn {
@@ -19,6 +21,8 @@ struct Peer {
   std::uint64_t mOrder = 0;  // Later connections have higher ones.
   bool mMayTell = false;     // A trusted proxy that has not yet told its station's address.
   bool mIsStation = false;   // Accepted by the listener, and not opened by the host since.
+  KZString mSession;         // The last one that it was bound to; empty before.
+  bool mIsGone = false;      // Closed; nothing more is to be told about this session.
 };
 
 // One entry for each connection object, from its construction to its destruction.

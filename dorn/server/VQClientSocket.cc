@@ -13,6 +13,7 @@
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
 #include "dorn/server/FileTransfer.h"
+#include "dorn/server/Observed.h"
 #include "dorn/server/Peers.h"
 #include "dorn/server/VQApplication.h"
 
@@ -40,6 +41,7 @@ VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
 VQClientSocket::~VQClientSocket() {
   dorn::ForgetConnection(*this);
   // While the record is still whole.
+  dorn::NoteDestroyed(this);
   dorn::Peers::Leave(this);
   mConnection.reset();
   if (dorn::IsTraced()) std::puts("socket delete");
@@ -84,6 +86,7 @@ int VQClientSocket::Send(const void* data, int length) {
 
 void VQClientSocket::OnClose() {
   dorn::ClosingFor::CountOne();
+  dorn::NoteClosed(this);
   mConnection->End();
   KZClientSocket::OnClose();
 }
@@ -117,6 +120,7 @@ void VQClientSocket::Authentication(KZString sid) {
   dorn::ForgetSurvey();
   mSessionId = std::move(sid);
   mAuth = mSessionId.GetLength() > 0;
+  dorn::NoteSession(this, mSessionId);
 }
 
 int VQClientSocket::DoCommand(const KZString& text) {

@@ -1,22 +1,36 @@
 #include "dorn/server/VQSession.h"
 
 #include "dorn/server/App.h"
+#include "dorn/server/Observed.h"
+#include "dorn/server/Observer.h"
 #include "dorn/server/VQApplication.h"
+
+namespace {
+
+void Arm(const VQSession& session) {
+  if (session.mInterval <= 0) return;
+  VQApplication& app = dorn::App();
+  const auto interval = static_cast<unsigned long>(session.mInterval);
+  app.SetApplicationSingleTimerInterval(0, session.mTimerId);
+  app.SetApplicationSingleTimerInterval(interval, session.mTimerId);
+}
+
+}  // namespace
 
 VQSession::VQSession() = default;
 
 VQSession::VQSession(const KZString& sessionId, int interval)
     : mTimerId(dorn::App().NextSessionTimerId()), mSessionId(sessionId), mInterval(interval) {
-  Extend();
+  Arm(*this);
 }
 
 VQSession::~VQSession() = default;
 
 void VQSession::Extend() {
   if (mInterval <= 0) return;
-  VQApplication& app = dorn::App();
-  app.SetApplicationSingleTimerInterval(0, mTimerId);
-  app.SetApplicationSingleTimerInterval(static_cast<unsigned long>(mInterval), mTimerId);
+  Arm(*this);
+  dorn::Observer* observer = dorn::TheObserver();
+  if (observer != nullptr) observer->OnSessionExtend(KZString(mSessionId));
 }
 
 void VQSession::SetSessionId(const KZString& sessionId) { mSessionId = sessionId; }

@@ -11,11 +11,34 @@
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
+#include "dorn/server/Observed.h"
+#include "dorn/server/Observer.h"
 #include "dorn/server/SessionIndex.h"
 #include "dorn/server/VQApplication.h"
 #include "dorn/server/VQSession.h"
 
 namespace {
+
+// The session that is ending. Whoever removes it meanwhile does not end it a second time.
+const VQSession* gEnding = nullptr;
+
+// Tells the observer that the session ends; stands until it is gone.
+class EndingScope {
+ public:
+  explicit EndingScope(VQSession* session) : mOuter(std::exchange(gEnding, session)) {
+    if (mOuter == session) return;
+    if (dorn::Observer* observer = dorn::TheObserver()) {
+      observer->OnSessionEnd(KZString(session->GetSessionId()));
+    }
+  }
+  ~EndingScope() { gEnding = mOuter; }
+
+  EndingScope(const EndingScope&) = delete;
+  EndingScope& operator=(const EndingScope&) = delete;
+
+ private:
+  const VQSession* mOuter;
+};
 
 void Erase(VQSessionList& list, std::map<KZString, VQSession*>::iterator place) {
   const std::unique_ptr<VQSession> session(place->second);
@@ -50,12 +73,22 @@ void VQSessionList::Add(const KZString& sessionId, VQSession* session) {
   const std::size_t size = mSessionList.size();
   mSessionList[sessionId] = session;
   dorn::SessionIndex::Of(*this).Added(size, sessionId, session->mTimerId);
+  const int interval = session->mInterval;
+  dorn::Observer* observer = dorn::TheObserver();
+  if (observer != nullptr) observer->OnSessionStart(KZString(sessionId), interval);
 }
 
 void VQSessionList::Remove(const KZString& sessionId) {
-  const auto found = mSessionList.find(sessionId);
+  const KZString key = sessionId;
+  auto found = mSessionList.find(key);
   if (found == mSessionList.end()) return;
-  const VQSession* session = found->second;
+  VQSession* session = found->second;
+  if (session != nullptr && session != gEnding) {
+    const EndingScope ending(session);
+    // The observer may have removed the session, and another one may have come.
+    found = mSessionList.find(key);
+    if (found == mSessionList.end() || found->second != session) return;
+  }
   if (session != nullptr && session->mInterval > 0) {
     dorn::SessionIndex::Of(*this).Removed(session->mTimerId);
   }
@@ -82,6 +115,7 @@ void VQSessionList::End(const KZString& key, VQSession* session) {
     dorn::PrintLine({"Remove sessionid=", dorn::Shown(sessionId)});
   }
   const dorn::ClosingFor reason(&dorn::Statistics::closedSessionEnded);
+  const EndingScope ending(session);
   VQApplication& app = dorn::App();
   app.DialogList()->RemoveBySession(sessionId);
   // Each call closes one connection, and all of them have lost their session. The empty identifier

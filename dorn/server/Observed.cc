@@ -1,0 +1,64 @@
+#include "dorn/server/Observed.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "dorn/loop/LoopPass.h"
+#include "dorn/loop/SharedInt.h"
+#include "dorn/server/Observer.h"
+#include "dorn/server/Peers.h"
+#include "dorn/server/VQClientSocket.h"
+
+namespace dorn {
+
+namespace {
+
+// Closed in this pass, in this order, and not told yet.
+std::vector<VQClientSocket*>& Closed() {
+  static auto* const closed = new std::vector<VQClientSocket*>;
+  return *closed;
+}
+
+void TellGone(VQClientSocket* client) {
+  Peer* peer = Peers::Find(client);
+  // A host may have written the members by hand.
+  if (peer == nullptr || peer->mIsGone) return;
+  if (client->mAuth && !client->mSessionId.empty()) peer->mSession = client->mSessionId;
+  if (peer->mSession.empty()) return;
+  peer->mIsGone = true;
+  const KZString sid = peer->mSession;
+  if (Observer* observer = TheObserver()) observer->OnStationGone(client, sid);
+}
+
+void TellOfNext() {
+  if (Closed().empty()) return;  // Destroyed and told meanwhile.
+  VQClientSocket* client = Closed().front();
+  Closed().erase(Closed().begin());
+  TellGone(client);
+}
+
+}  // namespace
+
+void NoteSession(VQClientSocket* client, const KZString& sid) {
+  Peer* peer = Peers::Find(client);
+  if (peer == nullptr || sid.empty()) return;
+  peer->mSession = sid;
+  // A connection object that was opened again has another life.
+  if (LoadShared(client->mFD) >= 0) peer->mIsGone = false;
+}
+
+void NoteClosed(VQClientSocket* client) {
+  if (TheObserver() == nullptr) return;
+  std::vector<VQClientSocket*>& closed = Closed();
+  if (std::find(closed.begin(), closed.end(), client) != closed.end()) return;
+  closed.push_back(client);
+  AtEndOfPass(TellOfNext);
+}
+
+void NoteDestroyed(VQClientSocket* client) {
+  std::vector<VQClientSocket*>& closed = Closed();
+  closed.erase(std::remove(closed.begin(), closed.end(), client), closed.end());
+  TellGone(client);
+}
+
+}  // namespace dorn

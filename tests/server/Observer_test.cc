@@ -1,0 +1,192 @@
+#include "dorn/server/Observer.h"
+
+#include "tests/server/ServerTest.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Notes in Calls() what it hears.
+class NotingObserver : public dorn::Observer {
+ public:
+  void OnStationGone(VQClientSocket* client, const KZString& sid) override {
+    Calls().push_back("gone " + std::to_string(client->GetId()) + " " + sid +
+                      (client->GetFD() < 0 ? "" : " open"));
+    if (gone) gone(client);
+  }
+  void OnSessionStart(const KZString& sid, int intervalMs) override {
+    Calls().push_back("start " + sid + " " + std::to_string(intervalMs));
+  }
+  void OnSessionExtend(const KZString& sid) override { Calls().push_back("extend " + sid); }
+  void OnSessionEnd(const KZString& sid) override {
+    Calls().push_back("end " + sid);
+    if (end) end(sid);
+  }
+
+  std::function<void(VQClientSocket*)> gone;
+  std::function<void(const KZString&)> end;
+};
+
+class ObserverTest : public ServerTest {
+ protected:
+  void SetUp() override {
+    ServerTest::SetUp();
+    dorn::SetObserver(&mObserver);
+  }
+  void TearDown() override {
+    mObserver.gone = nullptr;
+    mObserver.end = nullptr;
+    ServerTest::TearDown();
+    dorn::SetObserver(nullptr);
+  }
+
+  NotingObserver mObserver;
+};
+
+TEST_F(ObserverTest, HearsOfASessionsLife) {
+  Link link = Connect();
+  Tell(link, R"({"Command":"HELLO","Id":"u1","Pass":"p"})");
+  Calls().clear();
+  Tell(link, R"({"Command":"ANY"})");
+  EXPECT_THAT(Calls(), ElementsAre("extend S-u1"));
+  Calls().clear();
+  app.CreateSession("S2", 5000);
+  app.CreateSession("S2", 6000);
+  app.CreateSession("S3", 0);
+  app.SessionList()->Search("S3")->Extend();
+  app.SessionList()->Remove("S3");
+  app.SessionList()->Remove("S3");
+  EXPECT_THAT(Calls(), ElementsAre("start S2 5000", "start S3 0", "end S3"));
+}
+
+TEST_F(ObserverTest, HearsOfASessionsEndBeforeItsTreesAndConnectionsGo) {
+  app.CreateSession("S1", 1000);
+  Offer("d", "unused");
+  app.CreateDialog("d");
+  Dialog("d")->AddSession("S1");
+  Link link = LoggedIn("S1", "d");
+  bool hadTree = false, wasOpen = false;
+  mObserver.end = [&](const KZString& sid) {
+    hadTree = Dialog("d")->mSessionResourceList.count(sid) != 0;
+    wasOpen = Find(link) != nullptr;
+  };
+  Calls().clear();
+  Wait(1000);
+  EXPECT_THAT(Calls(), ElementsAre("end S1", "OnFinal d", "gone 134217728 S1"));
+  EXPECT_TRUE(hadTree);
+  EXPECT_TRUE(wasOpen);
+}
+
+TEST_F(ObserverTest, MayRemoveTheSessionThatEnds) {
+  app.CreateSession("S1", 1000);
+  mObserver.end = [&](const KZString& sid) { app.SessionList()->Remove(sid); };
+  Calls().clear();
+  Wait(1000);
+  EXPECT_THAT(Calls(), ElementsAre("end S1"));
+  app.CreateSession("S2", 1000);
+  app.SessionList()->Remove("S2");
+  EXPECT_THAT(Calls(), ElementsAre("end S1", "start S2 1000", "end S2"));
+  EXPECT_TRUE(app.SessionList()->mSessionList.empty());
+}
+
+TEST_F(ObserverTest, HearsOnceAtTheEndOfThePassThatAStationHasGone) {
+  Link a = LoggedIn("S1"), b = LoggedIn("S2");
+  Calls().clear();
+  Offer("d", "unused", [&](HookedDialog& dialog) {
+    dialog.condition = [&](HookedDialog&, VQClientSocket* client, VQJsonCommand*) {
+      client->Close();
+      client->Close();
+      Find(a)->Close();
+      EXPECT_THAT(Calls(), ElementsAre("CreateDialog d", "OnInit d", "OnCondition d S2"));
+    };
+  });
+  app.CreateDialog("d");
+  Find(b)->mDialogName = "d";
+  b.station.Send(R"({"Command":"CONDITION"})");
+  ASSERT_TRUE(RunUntil([&] { return Find(b) == nullptr; }));
+  Pass(3);
+  EXPECT_THAT(Calls(), ElementsAre("CreateDialog d", "OnInit d", "OnCondition d S2",
+                                   "gone " + std::to_string(b.id) + " S2",
+                                   "gone " + std::to_string(a.id) + " S1"));
+}
+
+TEST_F(ObserverTest, HearsNothingOfAStationThatNeverLoggedIn) {
+  Link link = Connect();
+  Calls().clear();
+  Find(link)->Close();
+  Pass(3);
+  EXPECT_THAT(Calls(), IsEmpty());
+}
+
+TEST_F(ObserverTest, HearsTheLastSessionOfAStationThatHasLostIt) {
+  Link link = LoggedIn("S1");
+  Find(link)->Authentication("S2");
+  Find(link)->Authentication("");
+  Calls().clear();
+  Find(link)->Close();
+  Pass(3);
+  EXPECT_THAT(Calls(), ElementsAre("gone 134217728 S2"));
+}
+
+TEST_F(ObserverTest, HearsOfAStationWhoseMembersWereWrittenByHand) {
+  Link link = Connect();
+  Find(link)->mSessionId = "S9";
+  Find(link)->mAuth = true;
+  Calls().clear();
+  link.station.Close();
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  Pass();
+  EXPECT_THAT(Calls(), ElementsAre("gone 134217728 S9"));
+}
+
+// Its descriptor is given to another record.
+TEST_F(ObserverTest, HearsOfAStationThatIsReplaced) {
+  Link link = LoggedIn("S1");
+  Calls().clear();
+  const int fd = Find(link)->GetFD();
+  auto* other = new KZFdData(KZFdData::kTypeEvent, fd, 4711, app.GetFdDataList());
+  other->SetAutoDelete(1);
+  app.AddEventFd(other);
+  Pass();
+  ASSERT_EQ(1U, Calls().size());
+  EXPECT_EQ("gone 134217728 S1 open", Calls()[0]);
+  app.RemoveEventFd(other);
+  Pass();
+  close(fd);
+  EXPECT_EQ(1U, Calls().size());
+}
+
+// A timer's callback comes before the phase in which closed records are destroyed.
+TEST_F(ObserverTest, HearsOfAStationThatATimerClosed) {
+  Link link = LoggedIn("S1");
+  app.SetApplicationSingleTimerInterval(1000, 7);
+  app.timer = [&](unsigned int) { Find(link)->Close(); };
+  Calls().clear();
+  Wait(1000);
+  Pass(2);
+  EXPECT_EQ(1, std::count(Calls().begin(), Calls().end(), "gone 134217728 S1"));
+}
+
+TEST_F(ObserverTest, MayCloseOtherStationsWhenOneGoes) {
+  Link a = LoggedIn("S1"), b = LoggedIn("S2");
+  Calls().clear();
+  mObserver.gone = [&](VQClientSocket*) {
+    if (Find(b) != nullptr) Find(b)->Close();
+  };
+  a.station.Close();
+  ASSERT_TRUE(RunUntil([] { return Connections() == 0; }));
+  EXPECT_THAT(Calls(), ElementsAre("gone 134217728 S1", "gone 134217738 S2"));
+}
+
+TEST_F(ObserverTest, MayDieAtAnyTime) {
+  {
+    NotingObserver brief;
+    dorn::SetObserver(&brief);
+  }
+  Calls().clear();
+  app.CreateSession("S1", 5000);
+  EXPECT_THAT(Calls(), IsEmpty());
+}
+
+}  // namespace
