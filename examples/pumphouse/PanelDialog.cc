@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <ctime>
 #include <memory>
-#include <vector>
 
 #include "PumphouseApp.h"
 
@@ -38,6 +37,7 @@ void PanelDialog::OnInit() {
     alarms->ResetDirty();
   }
   SetTimerInterval(kTickMs, kTickTimer);
+  dorn::SetObserver(this);
 }
 
 // The station goes to another dialog (or enters this one again).
@@ -51,6 +51,22 @@ void PanelDialog::OnChange(VQClientSocket* client, VQJsonCommand*) {
   AddOperator(client->GetSessionId());
   SendUpdateShareToAll(false);
   SendSnapshot(client);
+}
+
+// Closed, or its line is down. The session may have another station here.
+void PanelDialog::OnStationGone(VQClientSocket*, const KZString& sid) {
+  if (!HasStation(sid)) RemoveOperator(sid);
+}
+
+void PanelDialog::OnSessionEnd(const KZString& sid) { RemoveOperator(sid); }
+
+bool PanelDialog::HasStation(const KZString& sessionId) const {
+  const KZFdDataList& records = *app.GetFdDataList();
+  return std::any_of(records.begin(), records.end(), [&](KZFdData* record) {
+    auto* station = dynamic_cast<VQClientSocket*>(record);
+    return station != nullptr && station->GetFDStatus() != KZFdData::kStatusRemove &&
+           station->GetSessionId() == sessionId && station->mDialogName == mDialogName;
+  });
 }
 
 void PanelDialog::OnCondition(VQClientSocket* client, VQJsonCommand* command) {
@@ -95,11 +111,6 @@ void PanelDialog::OnTimer(timeval, unsigned int id) {
   const bool highWater = mStation.LevelCm() > PumpStation::kAlarmLevelCm;
   if (highWater && !mHighWater) RaiseAlarm("high water");
   mHighWater = highWater;
-  std::vector<KZString> gone;
-  for (const auto& [sessionId, name] : mOperatorBySession) {
-    if (!app.SessionList()->Has(sessionId)) gone.push_back(sessionId);
-  }
-  for (const KZString& sessionId : gone) RemoveOperator(sessionId);
   ShowMachinery();
   SendUpdateShareToAll(false);
 }

@@ -9,7 +9,7 @@
 
 #include "PumpStation.h"
 
-class PanelDialog : public VQDialog {
+class PanelDialog : public VQDialog, private dorn::Observer {
  public:
   void OnInit() override;
   void OnChangeBefore(VQClientSocket* client, VQJsonCommand* command) override;
@@ -21,6 +21,10 @@ class PanelDialog : public VQDialog {
   void OnFinal() override;
 
  private:
+  void OnStationGone(VQClientSocket* client, const KZString& sid) override;
+  void OnSessionEnd(const KZString& sid) override;
+
+  bool HasStation(const KZString& sessionId) const;
   void Show(const char* key, const VQValue& value, const KZString& name);
   void ShowMachinery();
   void RaiseAlarm(const std::string& text);
