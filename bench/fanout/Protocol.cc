@@ -2,9 +2,12 @@
 
 #include <cstdio>
 
+#include "station/Commands.h"
+#include "station/Framing.h"
+
 namespace {
 
-std::string Frame(const std::string& text) { return '\x02' + text + '\x03'; }
+using dorn::station::Framed;
 
 std::string SixDigits(int number) {
   char digits[16];
@@ -14,15 +17,15 @@ std::string SixDigits(int number) {
 
 std::vector<Step> Enter(int number, const std::string& dialog) {
   const std::string id = "station" + SixDigits(number);
-  return {{Frame(R"({"Command":"HELLO","Id":")" + id + R"(","Pass":"p","Type":"PC"})"), 0},
-          {Frame(R"({"Command":"HELLO","DialogName":")" + dialog + R"("})"), 0}};
+  return {{Framed(R"({"Command":"HELLO","Id":")" + id + R"(","Pass":"p","Type":"PC"})"), 0},
+          {Framed(dorn::station::ChangeText(dialog)), 0}};
 }
 
 std::vector<Step> EnterNothing(int) { return {}; }
 
 // The text that the dialog server sends for one change.
 std::string PanelMessage() {
-  return Frame(
+  return Framed(
       "{ \"Command\":\"UPDATE\", \"Objects\":[{\"Value\":\"000000\","
       "\"Name\":\"Level\"}]}\n");
 }
@@ -73,14 +76,14 @@ std::vector<Step> EnterPanel(int number) { return Enter(number, "panel"); }
 std::vector<Step> EnterAnswer(int number) { return Enter(number, "answer"); }
 
 std::string PanelChange(int count) {
-  return Frame(R"({"Command":"CONDITION","Objects":[{"Name":"Level","Value":")" + SixDigits(count) +
-               R"("}]})");
+  return Framed(R"({"Command":"CONDITION","Objects":[{"Name":"Level","Value":")" +
+                SixDigits(count) + R"("}]})");
 }
 
 std::size_t PanelMessageBytes() { return PanelMessage().size(); }
 
 std::size_t AnswerBytes() {
-  return Frame(R"({"Command":"UPDATE","Objects":[{"Name":"Level","Value":"000000"}]})").size();
+  return Framed(R"({"Command":"UPDATE","Objects":[{"Name":"Level","Value":"000000"}]})").size();
 }
 
 Protocol PanelProtocol() { return {EnterPanel, EnterPanel, PanelChange, PanelMessageBytes()}; }

@@ -11,12 +11,14 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "station/Commands.h"
+
 namespace {
+
+using dorn::station::Framed;
 
 constexpr int kStationPort = 5000;
 constexpr int kPrintedFailures = 10;
-
-std::string Frame(const std::string& text) { return '\x02' + text + '\x03'; }
 
 int Connecting(bool withSmallWindow) {
   const int fd = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
@@ -44,7 +46,7 @@ void SoakRun::Fail(const std::string& what) {
 }
 
 void SoakStation::Enter(bool again) {
-  mBytes.clear();
+  mFraming.emplace(static_cast<dorn::station::Framing::Sink&>(*this));
   mCount = 0;
   mFd = Connecting(mKind == Kind::kSilent);
   if (mFd < 0) return OnLost(std::strerror(errno));
@@ -67,7 +69,7 @@ void SoakStation::OnConnected() {
     SendText(R"({"Command":"CHANGE","SessionId":"S-)" + number + R"(","DialogName":"soak"})");
   } else {
     SendText(R"({"Command":"HELLO","Id":")" + number + R"(","Pass":"p"})");
-    SendText(R"({"Command":"CHANGE","DialogName":"soak"})");
+    SendText(dorn::station::ChangeText("soak"));
   }
 }
 
@@ -94,7 +96,7 @@ void SoakStation::Misbehave() {
   if (mKind == Kind::kGarbage) SendBytes(Garbage());
 }
 
-void SoakStation::SendText(const std::string& text) { SendBytes(Frame(text)); }
+void SoakStation::SendText(const std::string& text) { SendBytes(Framed(text)); }
 
 void SoakStation::SendBytes(const std::string& bytes) {
   if (mFd < 0) return;
@@ -107,27 +109,25 @@ void SoakStation::SendBytes(const std::string& bytes) {
 
 void SoakStation::Read() {
   char block[65536];
-  for (;;) {
+  while (mFd >= 0) {
     const ssize_t got = recv(mFd, block, sizeof block, 0);
-    if (got < 0 && errno == EAGAIN) break;
+    if (got < 0 && errno == EAGAIN) return;
     if (got <= 0) return OnLost(got == 0 ? "closed by the host" : std::strerror(errno));
-    mBytes.append(block, static_cast<size_t>(got));
-    if (got < static_cast<ssize_t>(sizeof block)) break;
+    if (!mFraming->Feed({block, static_cast<size_t>(got)})) mRun->Fail("a file that is too long");
+    if (mFraming->Dropped() > 0) mRun->Fail("bytes between two messages");
+    if (got < static_cast<ssize_t>(sizeof block)) return;
   }
-  size_t start = 0;
-  for (size_t end; mFd >= 0 && (end = mBytes.find('\x03', start)) != std::string::npos;) {
-    if (mBytes[start] != '\x02') mRun->Fail("bytes between two messages");
-    Take(mBytes.substr(start + 1, end - start - 1));
-    start = end + 1;
-  }
-  mBytes.erase(0, start);
+}
+
+void SoakStation::OnText(std::string_view text) {
+  if (mFd >= 0) Take(std::string(text));
 }
 
 void SoakStation::Take(const std::string& message) {
   constexpr char kCount[] = "\"Value\":\"";
   if (message.find("\"KEEPALIVE\"") != std::string::npos) {
     ++mRun->mKeepalives;
-    return SendText(R"({"Command":"KEEPALIVE"})");
+    return SendText(dorn::station::KeepaliveText());
   }
   if (message.find("\"OPEN\"") != std::string::npos) return;
   const size_t at = message.find(kCount);
@@ -171,20 +171,20 @@ std::string SoakStation::Garbage() {
       }
       return bytes;
     case 1:
-      return Frame(std::string(random() % 50000, '['));
+      return Framed(std::string(random() % 50000, '['));
     case 2:
-      return Frame(R"({"Commands":[1,[],{"Command":["x"]},{"Objects":{"Objects":[null]}}]})");
+      return Framed(R"({"Commands":[1,[],{"Command":["x"]},{"Objects":{"Objects":[null]}}]})");
     case 3:
-      return Frame(R"({"Command":"HELLO","SessionId":"SessionIdShared","DialogName":"soak"})");
+      return Framed(R"({"Command":"HELLO","SessionId":"SessionIdShared","DialogName":"soak"})");
     case 4:
-      return Frame(R"({"Command":"HELLO","Id":"x","Pass":"guess )" + std::to_string(random()) +
-                   "\"}");
+      return Framed(R"({"Command":"HELLO","Id":"x","Pass":"guess )" + std::to_string(random()) +
+                    "\"}");
     case 5:
-      return Frame(R"({"Command":"GETFILE","File":"../../../../etc/passwd"})");
+      return Framed(R"({"Command":"GETFILE","File":"../../../../etc/passwd"})");
     case 6:
       return "\x03\x03\x02\x02{\"Command\":\"CONDI";
     case 7:
-      return Frame(R"({"Command":"HELLO","SessionId":")" + std::to_string(random()) + "\"}");
+      return Framed(R"({"Command":"HELLO","SessionId":")" + std::to_string(random()) + "\"}");
     default:
       return '\x02' + std::string(60000, 'x');
   }

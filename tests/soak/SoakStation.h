@@ -2,9 +2,12 @@
 #ifndef TESTS_SOAK_SOAKSTATION_H_
 #define TESTS_SOAK_SOAKSTATION_H_
 
+#include <optional>
 #include <random>
 #include <string>
+#include <string_view>
 
+#include "station/Framing.h"
 #include "tests/soak/Figures.h"
 
 // What all stations of a run have in common.
@@ -24,7 +27,7 @@ struct SoakRun {
   void Fail(const std::string& what);
 };
 
-class SoakStation {
+class SoakStation : private dorn::station::Framing::Sink {
  public:
   enum class Kind {
     kReader,  // Logs in, reads everything, checks that no count is missing.
@@ -33,7 +36,7 @@ class SoakStation {
   };
 
   SoakStation(SoakRun* run, Kind kind, int number) : mRun(run), mKind(kind), mNumber(number) {}
-  ~SoakStation() { Leave(false); }
+  ~SoakStation() override { Leave(false); }
   SoakStation(const SoakStation&) = delete;
   SoakStation& operator=(const SoakStation&) = delete;
 
@@ -56,6 +59,8 @@ class SoakStation {
   void SendText(const std::string& text);
   void SendBytes(const std::string& bytes);
   void Read();
+  void OnText(std::string_view text) override;
+  void OnPayload(std::string_view, bool) override { mRun->Fail("a file that was not asked for"); }
   void Take(const std::string& message);
   void OnCount(long count, long long sentUs);
   // The connection is gone, and not by our doing.
@@ -68,7 +73,7 @@ class SoakStation {
   int mFd = -1;
   bool mIsAgain = false;
   long mCount = 0;  // The last one received; 0: none since the station came.
-  std::string mBytes;
+  std::optional<dorn::station::Framing> mFraming;  // Of the present connection.
 };
 
 #endif  // TESTS_SOAK_SOAKSTATION_H_

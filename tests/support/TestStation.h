@@ -3,30 +3,31 @@
 #define TESTS_SUPPORT_TESTSTATION_H_
 
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "station/Framing.h"
 #include "tests/support/TcpPeer.h"
 
 // A message on the wire is the byte 0x02, its text, and the byte 0x03.
 class TestStation : public TcpPeer {
  public:
   // `text` between the two framing bytes.
-  static std::string Frame(const std::string& text) { return '\x02' + text + '\x03'; }
+  static std::string Frame(const std::string& text) { return dorn::station::Framed(text); }
 
   bool SendText(const std::string& text) { return Send(Frame(text)); }
 
-  // The texts of all complete messages received so far. Bytes outside messages and a message that
-  // has not ended yet are left out. Does not wait.
+  // The texts of all complete messages received so far. Files, bytes outside messages and a message
+  // that has not ended yet are left out. Does not wait.
   std::vector<std::string> Messages() {
-    const std::string& bytes = Received();
-    std::vector<std::string> messages;
-    for (size_t start = bytes.find('\x02'); start != std::string::npos;) {
-      const size_t end = bytes.find('\x03', start);
-      if (end == std::string::npos) break;
-      messages.push_back(bytes.substr(start + 1, end - start - 1));
-      start = bytes.find('\x02', end);
-    }
-    return messages;
+    struct Texts : dorn::station::Framing::Sink {
+      void OnText(std::string_view text) override { mTexts.emplace_back(text); }
+      void OnPayload(std::string_view, bool) override {}
+      std::vector<std::string> mTexts;
+    } texts;
+    dorn::station::Framing framing(texts);
+    static_cast<void>(framing.Feed(Received()));  // What was cut before it broke is good.
+    return texts.mTexts;
   }
 
   // Some message contains `part`.
