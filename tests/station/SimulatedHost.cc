@@ -132,5 +132,5 @@ void SimulatedHost::Flush(bool all) {
     const auto text = composer.Compose(SessionName(i));
     if (text != nullptr) Say(mLines[i], *text);
   }
-  composer.ResetDirty(false);
+  composer.ResetDirty();
 }
