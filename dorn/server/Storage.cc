@@ -41,10 +41,14 @@ int HoldsAddress(dl_phdr_info* image, std::size_t, void* address) {
 
 }  // namespace
 
+// Variables that live are above this function's own frame. Below it the range of a stack without a
+// limit holds the heap.
 bool IsVariable(const void* object) {
   thread_local const Stack stack = ThisThreadsStack();
   std::uintptr_t address = Address(object);
-  if (address - stack.begin < stack.size) return true;
+  const std::uintptr_t frame = Address(__builtin_frame_address(0));
+  const bool isOnStack = frame - stack.begin < stack.size;
+  if (isOnStack && address >= frame && address - stack.begin < stack.size) return true;
   return dl_iterate_phdr(HoldsAddress, &address) != 0;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dorn/server/DialogIndex.h"
+#include "dorn/server/Storage.h"
 #include "tests/server/ServerTest.h"
 
 namespace {
@@ -164,6 +165,14 @@ TEST_F(VQDialogListTest, ALocalDialogIsRemovedButNotDeleted) {
   mList.Remove("a");
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("is a variable"));
   EXPECT_EQ(1, HookedDialog::sAlive);
+}
+
+// Where `ulimit -s unlimited` holds, that is where the heap lies.
+TEST_F(VQDialogListTest, WhatLiesBelowTheStacksFramesIsNoVariable) {
+  constexpr std::uintptr_t kFarBelow = std::uintptr_t{1} << 20;
+  const auto frame = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+  EXPECT_TRUE(dorn::IsVariable(reinterpret_cast<const void*>(frame)));
+  EXPECT_FALSE(dorn::IsVariable(reinterpret_cast<const void*>(frame - kFarBelow)));
 }
 
 TEST_F(VQDialogListTest, FinalCannotAddItsDialogAgain) {
