@@ -71,11 +71,18 @@ namespace {
 
 Family& At(unsigned int number) { return FamilyTable::Get().At(number); }
 
-bool Lists(const VQJsonObject& head, const VQJsonObject& member) {
+bool Lists(const VQJsonObject& head, const VQJsonObject& member, std::size_t& place) {
   const VQJsonObjectHasList* group = AsListHolder(head);
   if (group == nullptr) return false;
   const auto& list = group->mObjectList;
-  return std::find(list.begin(), list.end(), &member) != list.end();
+  const auto first = list.begin() + static_cast<std::ptrdiff_t>(std::min(place, list.size()));
+  auto found = std::find(first, list.end(), &member);
+  if (found == list.end()) {
+    found = std::find(list.begin(), first, &member);
+    if (found == first) return false;
+  }
+  place = static_cast<std::size_t>(found - list.begin()) + 1;
+  return true;
 }
 
 }  // namespace
@@ -154,10 +161,11 @@ void Family::Leave(VQJsonObject& head, VQJsonObject& member) {
   Forget(member, head.mFamily);
 }
 
-bool Family::IsHeld(const VQJsonObject& member) {
+bool Family::IsHeld(const VQJsonObject& member, std::size_t& place) {
   bool held = false;
-  ForEachHead(member,
-              [&](const VQJsonObject& head, unsigned int) { held = held || Lists(head, member); });
+  ForEachHead(member, [&](const VQJsonObject& head, unsigned int) {
+    held = held || Lists(head, member, place);
+  });
   return held;
 }
 

@@ -4,6 +4,7 @@
 #ifndef DORN_MODEL_FAMILY_H_
 #define DORN_MODEL_FAMILY_H_
 
+#include <cstddef>
 #include <vector>
 
 class VQJsonObject;
@@ -31,8 +32,10 @@ class Family {
 
   static void Leave(VQJsonObject& head, VQJsonObject& member);
 
-  // Whether a group that `member` is related to has it in its list.
-  static bool IsHeld(const VQJsonObject& member);
+  // Whether a group that `member` is related to has it in its list. `place` is where to look first,
+  // and becomes the place behind it: who asks for many children in their order, as those of a copy,
+  // does not search the whole list for each.
+  static bool IsHeld(const VQJsonObject& member, std::size_t& place);
 
   // For an object that dies: ends all its relations. Nobody names it as parent afterwards.
   static void End(VQJsonObject& object);

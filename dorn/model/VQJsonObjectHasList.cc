@@ -62,7 +62,8 @@ bool VQJsonObjectHasList::AddObject(VQJsonObject* jo, int command) {
   const VQJsonObjectHasList* group = dorn::AsListHolder(*jo);
   if (group != nullptr && !group->mObjectList.empty()) {
     // Not so in a tree that is being built: each group is added after its children.
-    const bool mayBeBelow = mWasAdded || dorn::Family::IsHeld(*this);
+    std::size_t place = 0;
+    const bool mayBeBelow = mWasAdded || dorn::Family::IsHeld(*this, place);
     if (mayBeBelow && Holds(*group, this)) return false;
   }
   if (command != 0) {
@@ -159,9 +160,10 @@ void VQJsonObjectHasList::ShareChildren(const VQJsonObjectHasList& other) {
 // All are judged before the first one dies: one of them may hold another.
 void VQJsonObjectHasList::ReleaseChildren(const std::vector<VQJsonObject*>& children) {
   std::vector<VQJsonObject*> doomed;
+  std::size_t place = 0;
   for (VQJsonObject* child : children) {
     if (child == nullptr || child->mIsDoomed) continue;  // Listed twice.
-    if (!dorn::Family::IsHeld(*child)) {
+    if (!dorn::Family::IsHeld(*child, place)) {
       child->mIsDoomed = true;
       doomed.push_back(child);
     } else if (!Contains(*this, child)) {

@@ -1,6 +1,7 @@
 // Who holds an object, who names it as its parent, and what is left when one of them dies.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "dorn/model/VQJsonObject.h"
 #include "dorn/model/VQJsonResource.h"
 #include "tests/model/Trees.h"
+#include "tests/support/Deadline.h"
 
 namespace {
 
@@ -22,6 +24,21 @@ std::unique_ptr<Group> MakeGroup(VQJsonObject* parent = nullptr) {
 }
 
 // --- Several holders ------------------------------------------------------------------------
+
+// What holds its children besides it is asked for each of them, and has as many.
+TEST(OwnershipTest, ACopyOfAVeryWideGroupDiesQuickly) {
+  constexpr std::size_t kWide = 200000;
+  const auto group = MakeGroup();
+  for (std::size_t i = 0; i < kWide; ++i) group->AddObject(new VQJsonObject(group.get()), 0);
+  const HangGuard guard;
+  auto copy = std::make_unique<Group>(*group);
+  delete group->mObjectList.front();
+  group->mObjectList.erase(group->mObjectList.begin());
+  copy->mObjectList.erase(copy->mObjectList.begin());
+  group->mObjectList.erase(group->mObjectList.begin() + 1);
+  copy.reset();
+  EXPECT_EQ(group->mObjectList.size(), kWide - 2);
+}
 
 TEST(OwnershipTest, AChildOfNoGroupAddedToTwoDiesOnceWithTheLastOfThem) {
   for (const bool firstFirst : {true, false}) {
