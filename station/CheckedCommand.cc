@@ -64,6 +64,7 @@ std::string StoredValue(const Json& value, Quotes quotes, int depth, Json& store
     }
   }
   for (auto& [key, member] : stored.mMembers) {
+    if (!IsSendable(key)) return "a key holds one of the bytes 00, 02 and 03";
     const Json plain = member;
     if (auto reason = StoredValue(plain, quotes, depth + 1, member); !reason.empty()) {
       return reason;

@@ -133,6 +133,30 @@ TEST(CommandsTest, RefusesWhatIsNoValueOfADialog) {
       R"({"Command":"CONDITION","ActionName":"n","ActionType":"CHANGE","Objects":[{"Name":"n","Value":["a\\\"b",1]}]})");
 }
 
+TEST(CommandsTest, StoresTextsInsideOfValuesAsWell) {
+  const Json inner =
+      Json::MakeObject({{"k", Json::String("a\"b")}, {"n", Json::Number("-2147483648")}});
+  EXPECT_EQ(
+      ConditionText("n", "CHANGE", {{"n", {{"Value", Json::MakeArray({inner})}}}}),
+      R"({"Command":"CONDITION","ActionName":"n","ActionType":"CHANGE","Objects":[{"Name":"n","Value":[{"k":"a\\\"b","n":-2147483648}]}]})");
+}
+
+TEST(CommandsTest, RefusesFramingBytesInTheKeysOfAValue) {
+  const Json inner = Json::MakeObject({{"k\x02", Json::String("x")}});
+  EXPECT_EQ(ConditionText("n", "CHANGE", {{"n", {{"Value", inner}}}}), "");
+  EXPECT_EQ(ConditionText("n", "CHANGE", {{"n", {{"Value", Json::MakeArray({inner})}}}}), "");
+}
+
+TEST(CommandsTest, RefusesAValueThatNestsTooDeep) {
+  const auto nested = [](int depth) {
+    Json value = Json::String("x");
+    for (int i = 0; i < depth; ++i) value = Json::MakeArray({value});
+    return ConditionText("n", "CHANGE", {{"n", {{"Value", value}}}});
+  };
+  EXPECT_NE(nested(16), "");
+  EXPECT_EQ(nested(17), "");
+}
+
 CheckedText Check(const std::string& text) { return CheckedCommand(Reader().Read(text).mJson); }
 
 TEST(CommandsTest, LetsPagesSendWhatStationsSend) {
@@ -186,6 +210,10 @@ TEST(CommandsTest, SaysWhyAPageMayNotSendIt) {
        "the text holds one of the bytes 00, 02 and 03"},
       {R"({"Command":"GETFILE","File":"a\u0000b"})",
        "the text holds one of the bytes 00, 02 and 03"},
+      {R"({"Command":"CONDITION","Objects":[{"Name":"a","Value":{"k\u0003":"x"}}]})",
+       "the text holds one of the bytes 00, 02 and 03"},
+      {R"({"Command":"CONDITION","Objects":[{"Name":"a","Value":123456789012}]})",
+       "a number is no integer"},
   };
   for (const auto& each : cases) {
     EXPECT_EQ(Check(each.page).mReason, each.reason) << each.page;

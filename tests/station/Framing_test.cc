@@ -163,6 +163,21 @@ TEST(FramingTest, DropsATextBeyondSixteenMebibytes) {
   EXPECT_EQ(record.mEvents, (Events{"long", "T:y"}));
 }
 
+TEST(FramingTest, TakesATextOfSixteenMebibytesAndNoByteMoreHoweverItIsSplit) {
+  for (const std::size_t over : {0u, 1u}) {
+    const std::string text(Framing::kMaxText + over, 'x');
+    for (const std::size_t first : {text.size() + 2, text.size() + 1, std::size_t{1000}}) {
+      Record record;
+      Framing framing(record);
+      const std::string bytes = Framed(text);
+      ASSERT_TRUE(framing.Feed(std::string_view(bytes).substr(0, first)));
+      ASSERT_TRUE(framing.Feed(std::string_view(bytes).substr(first)));
+      ASSERT_EQ(record.mEvents.size(), 1u);
+      EXPECT_EQ(record.mEvents[0] == "long", over == 1) << first;
+    }
+  }
+}
+
 TEST(FramingTest, TellsWhatItWaitsFor) {
   Record record;
   Framing framing(record);

@@ -230,6 +230,46 @@ TEST_F(SessionTest, SaysAfterFiveSecondsThatTheHostDoesNotAnswer) {
   EXPECT_EQ(mSession.GetCause(), Session::Cause::kNone);
 }
 
+TEST_F(SessionTest, WaitsForBothFencesOfAnAction) {
+  Show();
+  mSession.Act("a", "CLICK", {{"a", {}}}, mNow);
+  Say(FenceAnswer(3));
+  AdvanceByTicks(5000);
+  EXPECT_EQ(mSession.GetCause(), Session::Cause::kNoAnswer);
+}
+
+// The fences around it count.
+TEST_F(SessionTest, RefusesAnActionThatIsTooLongWithItsFences) {
+  Show();
+  const auto act = [this](std::size_t length) {
+    return mSession.Act("a", "CHANGE", {{"a", {{"Value", Json::String(std::string(length, 'x'))}}}},
+                        mNow);
+  };
+  ASSERT_TRUE(act(0));
+  const std::size_t around = Sent()[0].size();
+  EXPECT_FALSE(act(kMaxSentText - around + 1));
+  EXPECT_TRUE(act(kMaxSentText - around));
+  EXPECT_EQ(Sent()[0].size(), kMaxSentText);
+}
+
+TEST_F(SessionTest, LosesALineOnWhichAFileBeyondTheLimitIsAnnounced) {
+  Show();
+  const unsigned line = mSession.Line();
+  Say(R"({"Command":"PUTFILE","Date":"2024-01-02 03:04:05","File":"a.png","Length":67108865})");
+  EXPECT_EQ(mSession.GetState(), Session::State::kWaiting);
+  Advance(500);
+  EXPECT_GT(mSession.Line(), line);
+}
+
+TEST_F(SessionTest, NothingBehindTheEndOfASessionIsExecuted) {
+  Show();
+  Say(R"({"Commands":[{"Command":"ERROR","Message":"over","Status":"InvalidSessionId"},)"
+      R"({"Command":"OPEN","File":"panel.json","SessionId":"s2"}]})");
+  EXPECT_EQ(mSession.GetState(), Session::State::kLoggedOut);
+  EXPECT_EQ(mSession.Message(), "over");
+  EXPECT_EQ(mSession.SessionId(), "");
+}
+
 TEST_F(SessionTest, SendsAFenceEachTwentySecondsWhileSomebodyLooks) {
   Show();
   AdvanceByTicks(19999);
@@ -283,6 +323,18 @@ TEST_F(SessionTest, ComesBackWithTheSessionAfterGrowingPauses) {
   EXPECT_EQ(ValueOf("a"), "7");
   EXPECT_EQ(mSession.StaleSince(), std::nullopt);
   EXPECT_EQ(mSession.GetCause(), Session::Cause::kNone);
+}
+
+TEST_F(SessionTest, PausesGrowFromTheBeginningAfterEachReturn) {
+  Show();
+  for (int i = 0; i < 3; ++i) {
+    mSession.Closed(mSession.Line(), mNow);
+    EXPECT_EQ(mSession.NextTick(), mNow + 500);
+    Advance(500);
+    mSession.Connected(mSession.Line(), mNow);
+    SendFile("panel.json", kTree, "26-01-01 00:00:00");
+    ASSERT_EQ(mSession.GetState(), Session::State::kShowing);
+  }
 }
 
 class JitterTest : public SessionTest {
@@ -433,6 +485,9 @@ TEST_F(SessionTest, EndsAfterTheIntervalWithoutATouch) {
   mSession.Touched(mNow);
   AdvanceByTicks(59999);
   EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  EXPECT_TRUE(mSession.Act("a", "CLICK", {{"a", {}}}, mNow));
+  AdvanceByTicks(59999);
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
   AdvanceByTicks(1);
   EXPECT_EQ(mSession.GetState(), Session::State::kLoggedOut);
   EXPECT_EQ(mSession.GetCause(), Session::Cause::kIdle);
@@ -455,6 +510,14 @@ TEST_F(SessionTest, StaysLoggedInByKeepaliveAtAThirdOfTheInterval) {
   EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
 }
 
+TEST_F(SessionTest, SendsNoKeepaliveWhereNoIntervalWasTold) {
+  Show();
+  mSession.SetStayLoggedIn(true, mNow);
+  mSession.SetLooking(false, mNow);
+  AdvanceByTicks(590000);
+  EXPECT_EQ(Sent(), Texts());
+}
+
 TEST_F(SessionTest, FetchesFilesEachWithAFenceBehindItAndKeepsThemByDate) {
   Show();
   EXPECT_TRUE(mSession.GetFile("pump.png", mNow));
@@ -471,6 +534,16 @@ TEST_F(SessionTest, FetchesFilesEachWithAFenceBehindItAndKeepsThemByDate) {
   files = mSession.TakeFiles();
   ASSERT_EQ(files.size(), 1u);
   EXPECT_EQ(files[0].mBytes, "\x89PNG\x02\x03");
+}
+
+TEST_F(SessionTest, ALiveTreeThatIsFetchedAsAFileIsNotKept) {
+  Show();
+  mSession.GetFile("panel.json", mNow);
+  SendFile("panel.json", kTree, "26-01-01 00:00:00");
+  EXPECT_EQ(mSession.TakeFiles().size(), 1u);
+  Sent();
+  mSession.GetFile("panel.json", mNow);
+  EXPECT_EQ(Sent()[0], R"({"Command":"GETFILE","File":"panel.json"})");
 }
 
 TEST_F(SessionTest, AFileThatIsNotThereIsToldAndANameWithoutExtensionNotAskedFor) {
@@ -571,6 +644,32 @@ TEST_F(LocalFileTest, AFileOfTheStationComesFirstWhenTheHostSaysSo) {
   ASSERT_NE(object, nullptr);
   EXPECT_EQ(object->TextOf("Label"), "mine");
   EXPECT_EQ(object->TextOf("Value"), "5");
+}
+
+// Where the text that goes on with the session asks for the host's file in any case.
+TEST_F(LocalFileTest, TheFileOfTheHostIsPassedOverOnReturn) {
+  Session session(MakeOptions());
+  session.LogIn("me", "secret", mNow);
+  session.Connected(session.Line(), mNow);
+  const auto say = [&](const std::string& text) {
+    session.Received(session.Line(), Framed(text), mNow);
+  };
+  say(R"({"Command":"OPEN","File":"panel.json","FileSource":"STATION","SessionId":"s1"})");
+  say(FenceAnswer(1));
+  say(FenceAnswer(2));
+  session.Closed(session.Line(), mNow);
+  session.Tick(mNow + 500);
+  session.Connected(session.Line(), mNow + 500);
+  const std::string tree = R"({"Name":"panel","Objects":[{"Name":"a","Label":"theirs"}]})";
+  say(R"({"Command":"PUTFILE","Date":"2026-01-01 00:00:00","File":"panel.json","Length":)" +
+      std::to_string(tree.size()) + "}");
+  session.Received(session.Line(), tree, mNow + 500);
+  EXPECT_EQ(session.GetState(), Session::State::kEntering);
+  say(FenceAnswer(3));
+  EXPECT_EQ(session.GetState(), Session::State::kShowing);
+  const Object* object = session.Dialog().Confirmed().Find("a");
+  ASSERT_NE(object, nullptr);
+  EXPECT_EQ(object->TextOf("Label"), "mine");
 }
 
 TEST_F(SessionTest, CountsTextsByHowTheyWereRead) {
