@@ -3,7 +3,7 @@
 //   then
 //                               on. Says so on descriptor 2 the first time. CALL is a family:
 //                               socket, accept, recv, write, wake (a write of one byte, as pipes
-//                               get), pipe, fcntl, open or epoll.
+//                               get), pipe, open or epoll.
 //   TORTURE_READ_MAX=N          a stream gives at most N bytes at once
 //   TORTURE_WRITE_MAX=N         a stream takes at most N bytes at once
 #include <dlfcn.h>
@@ -160,16 +160,6 @@ EXPORTED int pipe2(int* ends, int flags) noexcept {
 EXPORTED int pipe(int* ends) noexcept {
   static auto* const next = Next<int(int*)>("pipe");
   return Fails("pipe") ? -1 : next(ends);
-}
-
-// Every command that the library uses takes no third argument or an int.
-EXPORTED int fcntl(int fd, int command, ...) {
-  static auto* const next = Next<int(int, int, ...)>("fcntl");
-  va_list arguments;
-  va_start(arguments, command);
-  void* const argument = va_arg(arguments, void*);
-  va_end(arguments);
-  return Fails("fcntl") ? -1 : next(fd, command, argument);
 }
 
 EXPORTED int open(const char* path, int flags, ...) {
