@@ -1,16 +1,18 @@
-// Counts and times the passes of loops. Internal: not installed. For the thread of the loop.
+// Counts and times the passes of loops. Internal: not installed. Any thread: a process may have
+// more than one loop.
 #ifndef DORN_LOOP_PASSSTATISTICS_H_
 #define DORN_LOOP_PASSSTATISTICS_H_
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 
 namespace dorn {
 
 struct PassStatistics {
-  std::uint64_t passes = 0;
-  bool isTimed = false;  // Until somebody asks, no clock is read.
-  std::uint64_t longestUs = 0;
+  std::atomic<std::uint64_t> passes{0};
+  std::atomic<bool> isTimed{false};  // Until somebody asks, no clock is read.
+  std::atomic<std::uint64_t> longestUs{0};
 };
 
 // Those of the whole process.
@@ -19,13 +21,17 @@ PassStatistics& Passes();
 // Times one pass without its wait, if passes are timed.
 class PassTimer {
  public:
-  PassTimer() : mIsTimed(Passes().isTimed) {
-    ++Passes().passes;
+  PassTimer() : mIsTimed(Passes().isTimed.load(std::memory_order_relaxed)) {
+    Passes().passes.fetch_add(1, std::memory_order_relaxed);
     Go();
   }
   ~PassTimer() {
+    if (!mIsTimed) return;
     Pause();
-    if (mWorkedUs > Passes().longestUs) Passes().longestUs = mWorkedUs;
+    std::uint64_t longest = Passes().longestUs.load(std::memory_order_relaxed);
+    while (mWorkedUs > longest && !Passes().longestUs.compare_exchange_weak(
+                                      longest, mWorkedUs, std::memory_order_relaxed)) {
+    }
   }
 
   PassTimer(const PassTimer&) = delete;

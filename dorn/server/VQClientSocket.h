@@ -29,7 +29,7 @@ class Connection;
 //   B+2  answer timer, 10 s after that KEEPALIVE, cancelled by the station's "KEEPALIVE" alone
 //   B+3  delay of a log-in that has to wait: see VQApplication::SetLoginGuard()
 //
-// What the socket does not take at once is queued, at most about 8 MiB for each connection; a
+// What the socket does not take at once is queued, at most 10 MB for each connection; a
 // station that lets more pile up is closed. Nothing that was accepted is ever cut or reordered.
 class DORN_EXPORT VQClientSocket : public KZClientSocket {
  public:
