@@ -168,12 +168,12 @@ class DORN_EXPORT KZFdData {
   void FreeBuffer();
 
   // Never used: what derives from this class begins where it did when hosts were compiled.
-  void* mReserved1[2] = {};
+  [[maybe_unused]] void* mReserved1[2] = {};
 
   // Never null, at the place where such hosts look before they call TouchSettled().
   std::unique_ptr<dorn::RecordState> mState;
 
-  void* mReserved2[3] = {};
+  [[maybe_unused]] void* mReserved2[3] = {};
 };
 
 #include "dorn/loop/KZFdDataList.h"

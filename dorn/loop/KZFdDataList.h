@@ -127,7 +127,7 @@ class DORN_EXPORT KZFdDataList : public FdDataList {
   std::unique_ptr<dorn::ListState> mState;
 
   // Never used: what derives from this class begins where it did when hosts were compiled.
-  void* mReserved[14] = {};
+  [[maybe_unused]] void* mReserved[14] = {};
 };
 
 #include "dorn/loop/KZFdData.h"

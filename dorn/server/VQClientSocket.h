@@ -125,7 +125,7 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   friend class dorn::Connection;
 
   std::unique_ptr<dorn::Connection> mConnection;
-  void* mReserved[6] = {};  // Hosts have the size of this class compiled in.
+  [[maybe_unused]] void* mReserved[6] = {};  // Hosts have the size of this class compiled in.
 };
 
 // Whoever uses a connection also builds or reads its commands.
