@@ -68,6 +68,7 @@ class ScreenMaker {
     std::stable_sort(ordered.begin(), ordered.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<Item> items;
+    items.reserve(ordered.size());
     for (auto& [order, item] : ordered) items.push_back(std::move(item));
     const bool allPlaced = std::all_of(items.begin(), items.end(),
                                        [](const Item& item) { return item.mPlace.has_value(); });

@@ -249,11 +249,12 @@ void Session::TickLine() {
   if (mRetryAt && mNow >= *mRetryAt) OpenLine(mNow);
   if (mState == State::kLoggingIn && mNow - mLineSince >= kLogInLimit) {
     EndSession(Cause::kCannotConnect, "");
-  } else if (mLine != 0 && !mIsConnected && mNow - mLineSince >= kLogInLimit) {
-    LoseLine(mNow);
-  } else if (mIsConnected && mFraming->IsAwaitingPayload() && mNow - mPayloadAt >= kPayloadLimit) {
-    LoseLine(mNow);
+    return;
   }
+  const bool isUnanswered = mLine != 0 && !mIsConnected && mNow - mLineSince >= kLogInLimit;
+  const bool isCut =
+      mIsConnected && mFraming->IsAwaitingPayload() && mNow - mPayloadAt >= kPayloadLimit;
+  if (isUnanswered || isCut) LoseLine(mNow);
 }
 
 void Session::TickIdle() {

@@ -229,7 +229,7 @@ bool VQDialog::SendSnapshot(VQClientSocket* client) {
   text.reserve(kUsualLength);
   const int objects = dorn::AppendUpdateCommand(text, tree->second, true, "");
   if (objects == 0 || client->GetFDStatus() == KZFdData::kStatusRemove) return false;
-  client->SendData(std::move(text));
+  client->SendData(text);
   return true;
 }
 

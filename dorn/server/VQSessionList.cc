@@ -79,14 +79,15 @@ void VQSessionList::Add(const KZString& sessionId, VQSession* session) {
 }
 
 void VQSessionList::Remove(const KZString& sessionId) {
-  const KZString key = sessionId;
-  auto found = mSessionList.find(key);
+  auto found = mSessionList.find(sessionId);
   if (found == mSessionList.end()) return;
+  // The observer may take away what `sessionId` refers to.
+  const std::string key = found->first;
   VQSession* session = found->second;
   if (session != nullptr && session != gEnding) {
     const EndingScope ending(session);
     // The observer may have removed the session, and another one may have come.
-    found = mSessionList.find(key);
+    found = mSessionList.find(KZString(key));
     if (found == mSessionList.end() || found->second != session) return;
   }
   if (session != nullptr && session->mInterval > 0) {
