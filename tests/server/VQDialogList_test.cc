@@ -159,12 +159,14 @@ TEST_F(VQDialogListTest, AStaticDialogIsRemovedButNotDeleted) {
 }
 
 TEST_F(VQDialogListTest, ALocalDialogIsRemovedButNotDeleted) {
-  HookedDialog dialog;
-  mList.Add("a", &dialog);
+  // Where variables lie, also for a sanitizer that moves them elsewhere.
+  auto* dialog = new (__builtin_alloca(sizeof(HookedDialog))) HookedDialog;
+  mList.Add("a", dialog);
   testing::internal::CaptureStderr();
   mList.Remove("a");
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("is a variable"));
   EXPECT_EQ(1, HookedDialog::sAlive);
+  dialog->~HookedDialog();
 }
 
 // Where `ulimit -s unlimited` holds, that is where the heap lies.
