@@ -37,7 +37,7 @@ holds() { # COMPONENT PATTERN... : every file of it matches one of the patterns,
 holds runtime "$lib/libdorn\.so\.1" "$lib/libdorn\.so\.1\.8\.7"
 holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|loop|net|json|model|server)/[A-Za-z]+\.h' \
   "$lib/cmake/dorn/dorn(Config|ConfigVersion|Targets|Targets-[a-z]+)\.cmake" "$lib/pkgconfig/dorn\.pc"
-holds tools 'bin/dorn-station'
+holds tools 'bin/dorn-(station|gateway)'
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z]+\.md'
 
 # The tool finds the library beside which it was installed, also when the folder has moved.

@@ -1,0 +1,150 @@
+#include "tools/dorn-gateway/HttpSession.h"
+
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/read.hpp>
+#include <boost/beast/http/write.hpp>
+#include <optional>
+#include <utility>
+
+#include "tools/dorn-gateway/PageSession.h"
+#include "tools/dorn-gateway/Routes.h"
+
+namespace dorn::gateway {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = boost::beast::http;
+
+namespace {
+
+template <class Stream>
+class HttpSession : public std::enable_shared_from_this<HttpSession<Stream>> {
+ public:
+  HttpSession(Shared& shared, Stream&& stream, const Address& peer, std::shared_ptr<void> slot)
+      : mShared(shared), mStream(std::move(stream)), mPeer(peer), mSlot(std::move(slot)) {}
+
+  Stream& GetStream() { return mStream; }
+  void Read(Ms limit);
+
+ private:
+  void OnRead(const beast::error_code& error);
+  void OnRequest();
+  void Upgrade(Request request);
+  void Write(Response response);
+  void OnWritten(const beast::error_code& error);
+  using std::enable_shared_from_this<HttpSession<Stream>>::shared_from_this;
+
+  Shared& mShared;
+  Stream mStream;
+  const Address mPeer;
+  std::shared_ptr<void> mSlot;
+  beast::flat_buffer mBuffer;
+  std::optional<http::request_parser<http::string_body>> mParser;
+  std::optional<Response> mResponse;
+};
+
+template <class Stream>
+void HttpSession<Stream>::Read(Ms limit) {
+  mParser.emplace();
+  mParser->header_limit(static_cast<std::uint32_t>(mShared.mOptions.mLimits.mRequestHeader));
+  mParser->body_limit(0);
+  beast::get_lowest_layer(mStream).expires_after(limit);
+  http::async_read(mStream, mBuffer, *mParser,
+                   [self = shared_from_this()](const beast::error_code& error, std::size_t) {
+                     self->OnRead(error);
+                   });
+}
+
+// What cannot be read as a request is answered; a connection that ends is only closed.
+template <class Stream>
+void HttpSession<Stream>::OnRead(const beast::error_code& error) {
+  if (!error) return OnRequest();
+  const bool isMisread =
+      error.category() == http::make_error_code(http::error::bad_method).category() &&
+      error != http::error::end_of_stream && error != http::error::partial_message;
+  if (!isMisread) return beast::get_lowest_layer(mStream).close();
+  if (error == http::error::header_limit) {
+    return Write(
+        AnswerError(http::status::request_header_fields_too_large, "the header is too long"));
+  }
+  if (error == http::error::body_limit) {
+    return Write(AnswerError(http::status::payload_too_large, "requests have no body"));
+  }
+  Write(AnswerError(http::status::bad_request, error.message()));
+}
+
+template <class Stream>
+void HttpSession<Stream>::OnRequest() {
+  if (!AsksForWebSocket(mParser->get())) return Write(Answer(mShared, mParser->get(), mPeer));
+  if (auto refused = RefuseWebSocket(mShared, mParser->get()); refused) {
+    return Write(std::move(*refused));
+  }
+  // Frames before the answer would be lost, and no browser sends any.
+  if (mBuffer.size() > 0) {
+    return Write(AnswerError(http::status::bad_request, "wait for the WebSocket to be opened"));
+  }
+  Upgrade(mParser->release());
+}
+
+template <class Stream>
+void HttpSession<Stream>::Upgrade(Request request) {
+  OpenPage(mShared, std::move(mStream), request, BrowserOf(mShared, request, mPeer),
+           std::move(mSlot));
+}
+
+template <class Stream>
+void HttpSession<Stream>::Write(Response response) {
+  const bool isHead = mParser->get().method() == http::verb::head;
+  const auto length = response.body().size();
+  mResponse.emplace(std::move(response));
+  if (isHead) {
+    mResponse->body().clear();
+    mResponse->content_length(length);
+  }
+  beast::get_lowest_layer(mStream).expires_after(mShared.mOptions.mTimes.mIdle);
+  http::async_write(mStream, *mResponse,
+                    [self = shared_from_this()](const beast::error_code& error, std::size_t) {
+                      self->OnWritten(error);
+                    });
+}
+
+template <class Stream>
+void HttpSession<Stream>::OnWritten(const beast::error_code& error) {
+  const bool goesOn = !error && mResponse->keep_alive() && !mShared.mIsStopping;
+  mResponse.reset();
+  if (!goesOn) {
+    beast::error_code ignored;
+    beast::get_lowest_layer(mStream).socket().shutdown(asio::socket_base::shutdown_send, ignored);
+    return beast::get_lowest_layer(mStream).close();
+  }
+  Read(mShared.mOptions.mTimes.mIdle);
+}
+
+}  // namespace
+
+void ServeHttp(Shared& shared, TcpSocket&& socket, const std::shared_ptr<asio::ssl::context>& tls,
+               std::shared_ptr<void> slot) {
+  beast::error_code error;
+  const auto endpoint = socket.remote_endpoint(error);
+  if (error) return;
+  socket.set_option(asio::ip::tcp::no_delay(true), error);
+  const Address peer = Plain(endpoint.address());
+  const Ms limit = shared.mOptions.mTimes.mRequest;
+  TcpStream stream(std::move(socket));
+  if (!tls) {
+    std::make_shared<HttpSession<TcpStream>>(shared, std::move(stream), peer, std::move(slot))
+        ->Read(limit);
+    return;
+  }
+  const auto session = std::make_shared<HttpSession<TlsStream>>(
+      shared, TlsStream(std::move(stream), *tls), peer, std::move(slot));
+  beast::get_lowest_layer(session->GetStream()).expires_after(limit);
+  // The context of this connection may be replaced meanwhile.
+  session->GetStream().async_handshake(asio::ssl::stream_base::server,
+                                       [session, tls, limit](const beast::error_code& failed) {
+                                         if (!failed) session->Read(limit);
+                                       });
+}
+
+}  // namespace dorn::gateway

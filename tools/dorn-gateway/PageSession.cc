@@ -1,0 +1,261 @@
+#include "tools/dorn-gateway/PageSession.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "station/Commands.h"
+
+namespace dorn::gateway {
+
+namespace {
+
+// Fences that a host never answered are not remembered for ever.
+constexpr std::size_t kMaxFences = 1'000;
+
+std::size_t PagesWithHost(const Shared& shared) {
+  return static_cast<std::size_t>(std::count_if(shared.mPages.begin(), shared.mPages.end(),
+                                                [](const auto& page) { return page->HasHost(); }));
+}
+
+template <class Stream>
+void Open(Shared& shared, Stream&& stream, const Request& request, const Address& browser,
+          std::shared_ptr<void> slot) {
+  const auto page = std::make_shared<PageSession>(shared, browser, std::move(slot));
+  shared.mPages.insert(page);
+  page->Open(std::forward<Stream>(stream), request);
+}
+
+}  // namespace
+
+PageSession::PageSession(Shared& shared, const Address& browser, std::shared_ptr<void> slot)
+    : mShared(shared),
+      mBrowser(browser),
+      mPlace(PlaceOf(browser)),
+      mName(browser.to_string()),
+      mSlot(std::move(slot)) {}
+
+void PageSession::OnPageOpen() {
+  mIsOpen = true;
+  ++mShared.mMetrics.mPages;
+  ++mShared.mMetrics.mPagesTotal;
+  mShared.mLog.Info("page opened", {{"browser", mName}});
+  SendText(HelloFrame(mShared.mOptions.mMenu, !mShared.mOptions.mLocalFolder.empty()));
+}
+
+void PageSession::OnPageGone() {
+  const auto self = shared_from_this();
+  LeaveHost();
+  if (mIsOpen) {
+    --mShared.mMetrics.mPages;
+    mShared.mLog.Info("page closed", {{"browser", mName}});
+  }
+  mShared.mPages.erase(self);
+}
+
+void PageSession::Stop() {
+  LeaveHost();
+  SendText(DownFrame("the gateway is being stopped"));
+  mLine->Close(CloseCode::kGoingAway, "the gateway is being stopped", true);
+}
+
+void PageSession::Tick(Ms now) {
+  if (mFraming && mFraming->IsAwaitingPayload() &&
+      now - mPayloadAt > mShared.mOptions.mTimes.mPayload) {
+    LoseHost("a file that the host announced does not come");
+  }
+  mLine->Tick(now);
+}
+
+bool PageSession::IsLeftAlone() const {
+  return !mFences.empty() && Clock::now() - mFences.front().mAt > mShared.mOptions.mTimes.mFence;
+}
+
+void PageSession::OnPageText(std::string_view text) {
+  PageText read = ReadPageText(text, mShared.mOptions.mQuotes);
+  if (read.mText.empty()) return Refuse(read.mReason);
+  if (read.mLogsIn) return LogIn(std::move(read));
+  if (mHost) return PassOn(read);
+  if (!read.mAttaches) return Refuse("there is no connection to the host");
+  ++mShared.mMetrics.mReconnects;
+  ConnectWith(read);
+}
+
+void PageSession::Refuse(std::string_view why) {
+  ++mShared.mMetrics.mRefused;
+  SendText(RefusedFrame(why));
+}
+
+// Too many wrong passwords from one place make everybody there wait.
+void PageSession::LogIn(PageText text) {
+  LeaveHost();
+  const auto delay = mShared.mLoginDelay.Begin(mPlace, mShared.Now());
+  if (!delay) {
+    mShared.mLog.Warn("log-in refused: too many failures", {{"browser", mName}});
+    return Refuse("too many log-ins have failed here: try again in a minute");
+  }
+  mIsLoggingIn = true;
+  if (*delay == Ms(0)) return ConnectWith(text);
+  mDelay = std::make_unique<boost::asio::steady_timer>(mShared.mIo, *delay);
+  mDelay->async_wait(
+      [self = shared_from_this(), late = std::move(text)](const boost::system::error_code& error) {
+        if (error) return;
+        self->mDelay.reset();
+        self->ConnectWith(late);
+      });
+}
+
+void PageSession::ConnectWith(const PageText& text) {
+  if (PagesWithHost(mShared) >= mShared.mOptions.mLimits.mLoggedIn) {
+    ++mShared.mMetrics.mRejected;
+    mIsLoggingIn = false;
+    return SendText(DownFrame("as many pages as are allowed are logged in"));
+  }
+  mFraming.emplace(static_cast<station::Framing::Sink&>(*this));
+  mHost = std::make_shared<HostConnection>(mShared, static_cast<HostConnection::Owner&>(*this));
+  PassOn(text);
+  mHost->Connect(mBrowser);
+}
+
+void PageSession::PassOn(const PageText& text) {
+  const std::string framed = station::Framed(text.mText);
+  if (!mHost->IsUp()) {
+    if (mWaiting.size() + framed.size() > mShared.mOptions.mLimits.mHostQueue) {
+      return Refuse("the host does not answer");
+    }
+    mWaiting += framed;
+  } else if (!mHost->Send(framed)) {
+    return Refuse("the host does not take what is sent to it");
+  }
+  for (const std::string& fence : text.mFences) {
+    if (mFences.size() < kMaxFences) mFences.push_back({fence, Clock::now()});
+  }
+}
+
+void PageSession::OnHostUp() {
+  SendText(UpFrame());
+  for (SentFence& fence : mFences) fence.mAt = Clock::now();
+  static_cast<void>(mHost->Send(std::exchange(mWaiting, {})));  // Nothing waits there yet.
+}
+
+void PageSession::OnHostBytes(std::string_view bytes) {
+  if (!mFraming->Feed(bytes)) LoseHost("the host has announced a file that is too long");
+}
+
+void PageSession::LoseHost(const std::string& why) {
+  mHost->Close();
+  OnHostDown(why);
+}
+
+void PageSession::OnHostDown(const std::string& why) {
+  ++mShared.mMetrics.mHostLosses;
+  mShared.mLog.Info("connection to the host ended", {{"browser", mName}, {"why", why}});
+  LeaveHost();
+  SendText(DownFrame(why));
+}
+
+// Whatever was going on with the host is over.
+void PageSession::LeaveHost() {
+  mDelay.reset();
+  if (mHost) mHost->Close();
+  mHost.reset();
+  mFraming.reset();
+  mWaiting.clear();
+  mIsLoggingIn = false;
+  mIsServed = false;
+  mFences.clear();
+  mFile.reset();
+  mFileBytes = {};
+}
+
+void PageSession::OnText(std::string_view text) {
+  const auto converted = mShared.mConversion.Text(text);
+  if (converted->mReading == station::Reading::kUnreadable) return CountUnreadable();
+  mShared.mMetrics.CountText(converted->mReading);
+  TakeNotes(*converted);
+  for (const Frame& frame : converted->mFrames) SendText(frame);
+  if (converted->mFile) {
+    mFile = converted->mFile;
+    mPayloadAt = mShared.Now();
+  }
+}
+
+void PageSession::TakeNotes(const Converted& converted) {
+  if (converted.mAsksAlive) {
+    // A host that takes nothing closes the connection by itself.
+    static_cast<void>(mHost->Send(station::Framed(station::KeepaliveText())));
+  }
+  for (const std::string& fence : converted.mFences) OnFence(fence);
+  if (converted.mRefusesLogIn && std::exchange(mIsLoggingIn, false)) {
+    ++mShared.mMetrics.mLogInFailures;
+    mShared.mLoginDelay.CountFailure(mPlace, mShared.Now());
+    mShared.mLog.Warn("log-in failed", {{"browser", mName}});
+  }
+  if (converted.mOpens && std::exchange(mIsLoggingIn, false)) {
+    ++mShared.mMetrics.mLogIns;
+    mShared.mLoginDelay.CountSuccess(mPlace);
+    mShared.mLog.Info("logged in", {{"browser", mName}});
+  }
+  mIsServed |= converted.mOpens || !converted.mFences.empty();
+}
+
+void PageSession::CountUnreadable() {
+  mShared.mMetrics.CountText(station::Reading::kUnreadable);
+  if (++mUnreadable == 1) {
+    mShared.mLog.Warn("a text of the host cannot be read", {{"browser", mName}});
+  }
+  SendText(BadFrame(mUnreadable));
+}
+
+// Answers come in the order of the fences; those before it were lost with their commands.
+void PageSession::OnFence(const std::string& file) {
+  const auto found = std::find_if(mFences.begin(), mFences.end(),
+                                  [&](const SentFence& fence) { return fence.mFile == file; });
+  if (found == mFences.end()) return;
+  const std::chrono::duration<double> taken = Clock::now() - found->mAt;
+  mShared.mMetrics.CountFence(taken.count());
+  mFences.erase(mFences.begin(), found + 1);
+}
+
+void PageSession::OnPayload(std::string_view piece, bool last) {
+  mPayloadAt = mShared.Now();
+  if (!mFile) return;
+  mFileBytes += piece;
+  if (last) FinishFile();
+}
+
+void PageSession::OnNoPayload() {
+  if (!mFile) return;
+  SendText(Conversion::Missing(*mFile));
+  mFile.reset();
+  mFileBytes = {};
+}
+
+void PageSession::FinishFile() {
+  const auto file = mShared.mConversion.File(*mFile, std::exchange(mFileBytes, {}));
+  mFile.reset();
+  if (!file->mIsReadable) CountUnreadable();
+  mLine->Send(file->mHead, WebSocketLine::Kind::kFile);
+  if (file->mBytes) mLine->Send(file->mBytes, WebSocketLine::Kind::kBinary);
+}
+
+void OpenPage(Shared& shared, TcpStream&& stream, const Request& request, const Address& browser,
+              std::shared_ptr<void> slot) {
+  Open(shared, std::move(stream), request, browser, std::move(slot));
+}
+
+void OpenPage(Shared& shared, TlsStream&& stream, const Request& request, const Address& browser,
+              std::shared_ptr<void> slot) {
+  Open(shared, std::move(stream), request, browser, std::move(slot));
+}
+
+std::optional<bool> HostAsPagesSeeIt(const Shared& shared) {
+  std::optional<bool> isUp;
+  for (const auto& page : shared.mPages) {
+    if (!page->IsServed()) continue;
+    if (page->IsLeftAlone()) return false;
+    isUp = true;
+  }
+  return isUp;
+}
+
+}  // namespace dorn::gateway

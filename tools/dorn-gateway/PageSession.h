@@ -1,0 +1,112 @@
+// One page: its WebSocket, its connection to the host, and what goes from one to the other.
+#ifndef TOOLS_DORN_GATEWAY_PAGESESSION_H_
+#define TOOLS_DORN_GATEWAY_PAGESESSION_H_
+
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "station/Framing.h"
+#include "tools/dorn-gateway/HostConnection.h"
+#include "tools/dorn-gateway/PageText.h"
+#include "tools/dorn-gateway/WebSocketLine.h"
+
+namespace dorn::gateway {
+
+// The connection to the host is opened by the first log-in, anew for each further one, and by a
+// text that goes on with a session while there is none. It is closed with the WebSocket.
+class PageSession final : public std::enable_shared_from_this<PageSession>,
+                          private WebSocketLine::Owner,
+                          private HostConnection::Owner,
+                          private station::Framing::Sink {
+ public:
+  PageSession(Shared& shared, const Address& browser, std::shared_ptr<void> slot);
+
+  template <class Stream>
+  void Open(Stream&& stream, const Request& request) {
+    mLine = OpenWebSocket(mShared, std::forward<Stream>(stream), request, *this);
+  }
+
+  // Ends what takes too long. Called again and again.
+  void Tick(Ms now);
+  // Tells the page that the gateway ends, and closes it.
+  void Stop();
+  // Without a word.
+  void Abort() { mLine->Abort(); }
+
+  bool HasHost() const { return mHost != nullptr; }
+  // The host has answered on this connection with something else than a refusal.
+  bool IsServed() const { return mHost != nullptr && mIsServed; }
+  // A fence has not been answered in time.
+  bool IsLeftAlone() const;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  struct SentFence {
+    std::string mFile;
+    Clock::time_point mAt;
+  };
+
+  // From the page.
+  void OnPageOpen() override;
+  void OnPageText(std::string_view text) override;
+  void OnPageGone() override;
+  void LogIn(PageText text);
+  void ConnectWith(const PageText& text);
+  void PassOn(const PageText& text);
+  void Refuse(std::string_view why);
+  void SendText(const Frame& frame) { mLine->Send(frame, WebSocketLine::Kind::kText); }
+
+  // From the host.
+  void OnHostUp() override;
+  void OnHostBytes(std::string_view bytes) override;
+  void OnHostDown(const std::string& why) override;
+  void LoseHost(const std::string& why);
+  void LeaveHost();
+  void OnText(std::string_view text) override;
+  void OnPayload(std::string_view piece, bool last) override;
+  void OnNoPayload() override;
+  void OnTooLong() override { CountUnreadable(); }
+  void TakeNotes(const Converted& converted);
+  void CountUnreadable();
+  void OnFence(const std::string& file);
+  void FinishFile();
+
+  Shared& mShared;
+  const Address mBrowser;
+  const std::string mPlace;  // Where log-ins are counted.
+  const std::string mName;   // The browser in the log.
+  const std::shared_ptr<void> mSlot;
+  std::shared_ptr<WebSocketLine> mLine;
+  bool mIsOpen = false;
+  std::unique_ptr<boost::asio::steady_timer> mDelay;  // Of a log-in that has to wait.
+
+  std::shared_ptr<HostConnection> mHost;
+  std::optional<station::Framing> mFraming;
+  std::string mWaiting;  // Framed, for a host that is not connected yet.
+  bool mIsLoggingIn = false;
+  bool mIsServed = false;
+  std::deque<SentFence> mFences;       // Not answered yet.
+  std::optional<station::Json> mFile;  // The head of a file that is coming in.
+  std::string mFileBytes;
+  Ms mPayloadAt{0};
+  std::size_t mUnreadable = 0;
+};
+
+// Makes a page of a request that RefuseWebSocket() has let through.
+void OpenPage(Shared& shared, TcpStream&& stream, const Request& request, const Address& browser,
+              std::shared_ptr<void> slot);
+void OpenPage(Shared& shared, TlsStream&& stream, const Request& request, const Address& browser,
+              std::shared_ptr<void> slot);
+
+// Whether the host answers, as far as pages that it serves can tell.
+std::optional<bool> HostAsPagesSeeIt(const Shared& shared);
+
+}  // namespace dorn::gateway
+
+#endif  // TOOLS_DORN_GATEWAY_PAGESESSION_H_

@@ -1,0 +1,53 @@
+// What all parts of a running gateway have in common. One thread, no locks.
+#ifndef TOOLS_DORN_GATEWAY_SHARED_H_
+#define TOOLS_DORN_GATEWAY_SHARED_H_
+
+#include <array>
+#include <boost/asio/io_context.hpp>
+#include <chrono>
+#include <memory>
+#include <unordered_set>
+#include <vector>
+
+#include "tools/dorn-gateway/Addresses.h"
+#include "tools/dorn-gateway/Conversion.h"
+#include "tools/dorn-gateway/Log.h"
+#include "tools/dorn-gateway/LoginDelay.h"
+#include "tools/dorn-gateway/Metrics.h"
+#include "tools/dorn-gateway/Options.h"
+
+namespace dorn::gateway {
+
+class PageSession;
+
+struct Shared {
+  Shared(const Options& options, Log& log)
+      : mOptions(options),
+        mLog(log),
+        mConversion(options.mReading),
+        mLoginDelay(options.mTimes.mLogInDelay, options.mTimes.mLogInQueue),
+        mTrustedProxies(ReadNetworks(options.mTrustedProxies)),
+        mMetricsFrom(ReadNetworks(options.mMetricsFrom)) {}
+
+  Ms Now() const {
+    return std::chrono::duration_cast<Ms>(std::chrono::steady_clock::now().time_since_epoch());
+  }
+
+  const Options mOptions;
+  Log& mLog;
+  boost::asio::io_context mIo{1};
+  Metrics mMetrics;
+  Conversion mConversion;
+  LoginDelay mLoginDelay;
+  const std::vector<Network> mTrustedProxies;
+  const std::vector<Network> mMetricsFrom;
+  std::unordered_set<std::shared_ptr<PageSession>> mPages;
+  bool mIsStopping = false;
+  // Into which bytes of hosts are read, and from which they are gone before the next are: no
+  // connection needs room of its own while it is silent.
+  std::array<char, 65536> mHostBytes{};
+};
+
+}  // namespace dorn::gateway
+
+#endif  // TOOLS_DORN_GATEWAY_SHARED_H_

@@ -1,0 +1,284 @@
+#include "tools/dorn-gateway/WebSocketLine.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/ssl.hpp>
+#include <boost/beast/websocket.hpp>
+#include <deque>
+#include <utility>
+
+namespace dorn::gateway {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace websocket = boost::beast::websocket;
+
+namespace {
+
+// Longer messages are sent in pieces of this size, between which pings find room.
+constexpr std::size_t kPiece = 65536;
+// A buffer that grew beyond this for one message is given back.
+constexpr std::size_t kKeptBuffer = 16384;
+constexpr int kUnansweredPings = 2;
+
+template <class Stream>
+class Line final : public WebSocketLine, public std::enable_shared_from_this<Line<Stream>> {
+ public:
+  Line(Shared& shared, Stream&& stream, Owner& owner)
+      : mShared(shared), mOwner(&owner), mSocket(std::move(stream)) {}
+
+  void Accept(const Request& request);
+
+  void Send(const Frame& frame, Kind kind) override;
+  void Close(CloseCode code, std::string_view why, bool drains) override;
+  void Abort() override;
+  void Tick(Ms now) override;
+
+ private:
+  enum class State {
+    kHandshake,
+    kOpen,
+    kDraining,  // Closes when the queue is empty.
+    kClosing,   // The close is on its way.
+    kGone
+  };
+
+  struct Item {
+    Frame mFrame;
+    Kind mKind;
+  };
+
+  void OnAccepted(const beast::error_code& error);
+  void Read();
+  void OnRead(const beast::error_code& error);
+  void Write();
+  void OnWritten(const beast::error_code& error);
+  void StartClose();
+  void Ping();
+  void Gone();
+  void Drop(bool keepsFirst);
+  std::size_t& QueuedBytes(Kind kind) { return kind == Kind::kText ? mQueuedTexts : mQueuedFiles; }
+  void Forget(const Item& item);
+  using std::enable_shared_from_this<Line<Stream>>::shared_from_this;
+
+  Shared& mShared;
+  Owner* mOwner;
+  websocket::stream<Stream> mSocket;
+  beast::flat_buffer mBuffer;
+  State mState = State::kHandshake;
+  std::deque<Item> mQueue;  // The first one is being written, if mIsWriting.
+  bool mIsWriting = false;
+  std::size_t mQueuedTexts = 0;
+  std::size_t mQueuedFiles = 0;
+  websocket::close_reason mReason;
+  Ms mPingAt{0};
+  Ms mCloseBy{0};
+  int mUnanswered = 0;  // Pings since the page was last heard.
+  bool mIsPinging = false;
+  int mControls = 0;  // Control frames since the last tick.
+};
+
+template <class Stream>
+void Line<Stream>::Accept(const Request& request) {
+  const Times& times = mShared.mOptions.mTimes;
+  beast::get_lowest_layer(mSocket).expires_never();
+  websocket::stream_base::timeout timeout{};
+  timeout.handshake_timeout = times.mRequest;
+  timeout.idle_timeout = websocket::stream_base::none();
+  timeout.keep_alive_pings = false;
+  mSocket.set_option(timeout);
+  const bool speaks = OffersSubprotocol(request);
+  mSocket.set_option(
+      websocket::stream_base::decorator([speaks](websocket::response_type& response) {
+        response.set(beast::http::field::server, "dorn-gateway");
+        if (!speaks) return;
+        response.set(beast::http::field::sec_websocket_protocol,
+                     beast::string_view(kSubprotocol.data(), kSubprotocol.size()));
+      }));
+  mSocket.read_message_max(mShared.mOptions.mLimits.mPageText);
+  mSocket.auto_fragment(true);
+  mSocket.write_buffer_bytes(kPiece);
+  mSocket.control_callback([this](websocket::frame_type, beast::string_view) {
+    mUnanswered = 0;
+    ++mControls;
+  });
+  mSocket.async_accept(request, [self = shared_from_this()](const beast::error_code& error) {
+    self->OnAccepted(error);
+  });
+}
+
+template <class Stream>
+void Line<Stream>::OnAccepted(const beast::error_code& error) {
+  if (mState != State::kHandshake) return;
+  if (error) return Gone();
+  mState = State::kOpen;
+  mPingAt = mShared.Now() + mShared.mOptions.mTimes.mPing;
+  mOwner->OnPageOpen();
+  if (mState != State::kGone) Read();
+}
+
+template <class Stream>
+void Line<Stream>::Read() {
+  mSocket.async_read(mBuffer, [self = shared_from_this()](const beast::error_code& error,
+                                                          std::size_t) { self->OnRead(error); });
+}
+
+template <class Stream>
+void Line<Stream>::OnRead(const beast::error_code& error) {
+  if (mState == State::kGone) return;
+  if (error) return Gone();
+  mUnanswered = 0;
+  if (mState == State::kOpen) {
+    ++mShared.mMetrics.mMessagesIn;
+    mShared.mMetrics.mBytesIn += mBuffer.size();
+    if (mSocket.got_text()) {
+      const auto bytes = mBuffer.cdata();
+      mOwner->OnPageText({static_cast<const char*>(bytes.data()), bytes.size()});
+    } else {
+      Close(CloseCode::kUnsupported, "pages send texts", false);
+    }
+  }
+  if (mState == State::kGone) return;
+  mBuffer.clear();
+  if (mBuffer.capacity() > kKeptBuffer) mBuffer.shrink_to_fit();
+  Read();
+}
+
+template <class Stream>
+void Line<Stream>::Send(const Frame& frame, Kind kind) {
+  if (mState != State::kOpen) return;
+  const Limits& limits = mShared.mOptions.mLimits;
+  std::size_t& queued = QueuedBytes(kind);
+  if (!mQueue.empty() &&
+      queued + frame->size() > (kind == Kind::kText ? limits.mQueuedTexts : limits.mQueuedFiles)) {
+    ++mShared.mMetrics.mSlowPages;
+    Close(CloseCode::kTryAgainLater, "too much waits for this page", false);
+    return;
+  }
+  queued += frame->size();
+  mShared.mMetrics.mQueuedBytes += frame->size();
+  mQueue.push_back({frame, kind});
+  if (!mIsWriting) Write();
+}
+
+template <class Stream>
+void Line<Stream>::Write() {
+  const Item& item = mQueue.front();
+  mIsWriting = true;
+  mSocket.text(item.mKind != Kind::kBinary);
+  mSocket.async_write(asio::buffer(*item.mFrame),
+                      [self = shared_from_this(), frame = item.mFrame](
+                          const beast::error_code& error, std::size_t) { self->OnWritten(error); });
+}
+
+template <class Stream>
+void Line<Stream>::OnWritten(const beast::error_code& error) {
+  mIsWriting = false;
+  if (mState == State::kGone) return;
+  if (error) return Gone();
+  ++mShared.mMetrics.mMessagesOut;
+  mShared.mMetrics.mBytesOut += mQueue.front().mFrame->size();
+  Forget(mQueue.front());
+  mQueue.pop_front();
+  if (!mQueue.empty()) return Write();
+  if (mState == State::kDraining) StartClose();
+}
+
+template <class Stream>
+void Line<Stream>::Forget(const Item& item) {
+  QueuedBytes(item.mKind) -= item.mFrame->size();
+  mShared.mMetrics.mQueuedBytes -= item.mFrame->size();
+}
+
+template <class Stream>
+void Line<Stream>::Drop(bool keepsFirst) {
+  while (mQueue.size() > (keepsFirst ? 1 : 0)) {
+    Forget(mQueue.back());
+    mQueue.pop_back();
+  }
+}
+
+template <class Stream>
+void Line<Stream>::Close(CloseCode code, std::string_view why, bool drains) {
+  if (mState == State::kHandshake) return Abort();
+  if (mState != State::kOpen) return;
+  mState = State::kDraining;
+  mCloseBy = mShared.Now() + mShared.mOptions.mTimes.mClose;
+  mReason = websocket::close_reason(static_cast<websocket::close_code>(code),
+                                    beast::string_view(why.data(), why.size()));
+  if (!drains) Drop(mIsWriting);
+  if (!mIsWriting) StartClose();
+}
+
+template <class Stream>
+void Line<Stream>::StartClose() {
+  mState = State::kClosing;
+  mSocket.async_close(mReason, [self = shared_from_this()](const beast::error_code&) {
+    if (self->mState != State::kGone) self->Gone();
+  });
+}
+
+// From outside of the line's own operations: the owner hears of it later.
+template <class Stream>
+void Line<Stream>::Abort() {
+  beast::get_lowest_layer(mSocket).close();
+  asio::post(mShared.mIo, [self = shared_from_this()] { self->Gone(); });
+}
+
+template <class Stream>
+void Line<Stream>::Gone() {
+  if (mState == State::kGone) return;
+  mState = State::kGone;
+  Drop(mIsWriting);
+  if (!mQueue.empty()) Forget(mQueue.front());
+  beast::get_lowest_layer(mSocket).close();
+  std::exchange(mOwner, nullptr)->OnPageGone();
+}
+
+template <class Stream>
+void Line<Stream>::Ping() {
+  ++mUnanswered;
+  if (mIsPinging) return;
+  mIsPinging = true;
+  mSocket.async_ping(
+      {}, [self = shared_from_this()](const beast::error_code&) { self->mIsPinging = false; });
+}
+
+template <class Stream>
+void Line<Stream>::Tick(Ms now) {
+  if (mState == State::kDraining || mState == State::kClosing) {
+    if (now >= mCloseBy) Abort();
+    return;
+  }
+  if (mState != State::kOpen) return;
+  if (std::exchange(mControls, 0) > mShared.mOptions.mLimits.mPings) {
+    return Close(CloseCode::kPolicy, "too many pings", false);
+  }
+  if (now < mPingAt) return;
+  mPingAt = now + mShared.mOptions.mTimes.mPing;
+  if (mUnanswered < kUnansweredPings) return Ping();
+  ++mShared.mMetrics.mDeadPages;
+  Abort();
+}
+
+template <class Stream>
+std::shared_ptr<WebSocketLine> Open(Shared& shared, Stream&& stream, const Request& request,
+                                    WebSocketLine::Owner& owner) {
+  auto line = std::make_shared<Line<Stream>>(shared, std::move(stream), owner);
+  line->Accept(request);
+  return line;
+}
+
+}  // namespace
+
+std::shared_ptr<WebSocketLine> OpenWebSocket(Shared& shared, TcpStream&& stream,
+                                             const Request& request, WebSocketLine::Owner& owner) {
+  return Open(shared, std::move(stream), request, owner);
+}
+
+std::shared_ptr<WebSocketLine> OpenWebSocket(Shared& shared, TlsStream&& stream,
+                                             const Request& request, WebSocketLine::Owner& owner) {
+  return Open(shared, std::move(stream), request, owner);
+}
+
+}  // namespace dorn::gateway
