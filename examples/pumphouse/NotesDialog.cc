@@ -19,10 +19,18 @@ void NotesDialog::OnCondition(VQClientSocket* client, VQJsonCommand* command) {
   VQJsonResource* tree = GetResourceUnique(sessionId);
   VQJsonObject* note = tree->SearchName("note");
   if (note == nullptr) return;
-  const KZString text(note->GetValue("Value").GetString());
+  const KZString text = dorn::UnescapeText(note->GetValue("Value").GetString());
   const std::string saved = std::to_string(text.GetCharLength()) + " characters";
   tree->SetValueByName("Value", saved, "saved", -1, "");
   SendUpdateUnique(sessionId, false);
+}
+
+// The note is all that an operator may write. It is stored escaped, whether the station has escaped
+// it or not: what is sent is put together without escaping.
+void NotesDialog::OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString sid) {
+  if (!(target->mName == "note") || !source->HasKey("Value")) return;
+  const KZString text = dorn::UnescapeText(source->GetValue("Value").GetString());
+  target->SetValue("Value", dorn::EscapeText(text), -1, sid);
 }
 
 // The last session that had notes is gone.

@@ -8,6 +8,7 @@ class NotesDialog : public VQDialog {
  public:
   void OnChange(VQClientSocket* client, VQJsonCommand* command) override;
   void OnCondition(VQClientSocket* client, VQJsonCommand* command) override;
+  void OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString sid) override;
   void OnFinal() override;
   int OnGetfile(VQClientSocket* client, KZString file, KZString date, KZString objectName) override;
 };

@@ -1,9 +1,8 @@
 #include "PanelDialog.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <ctime>
 #include <memory>
+#include <string>
 
 #include "PumphouseApp.h"
 
@@ -11,31 +10,19 @@ namespace {
 
 constexpr unsigned int kTickTimer = 100;
 constexpr int kTickMs = 1000;
-constexpr int kAlarmRows = 4;
-constexpr int kAlarmColumns = 2;
 
-// What stations may change; everything else on the panel is the server's.
+// What stations may change; everything else on the panel is the server's. "mode_off" is disabled:
+// what leads there is the button that asks first.
 bool IsOperable(VQJsonObject* target, const KZString& key) {
-  return key == "Attr" && target->GetValue("Type") == "RADIOBTN";
-}
-
-VQJsonGrid* AlarmsOf(VQJsonResource* tree) {
-  return dynamic_cast<VQJsonGrid*>(tree->SearchName("alarms"));
+  return key == "Attr" && target->GetValue("Type") == "RADIOBTN" &&
+         target->GetValue("Enabled") != "OFF";
 }
 
 }  // namespace
 
 void PanelDialog::OnInit() {
   LoadJsonShare();
-  if (VQJsonGrid* alarms = AlarmsOf(GetResourceShare())) {
-    alarms->SetDataSize(kAlarmColumns, kAlarmRows);
-    // A cell without a value would be written as nothing at all.
-    for (int row = 0; row < kAlarmRows; ++row) {
-      for (int column = 0; column < kAlarmColumns; ++column) alarms->SetData(column, row, "");
-    }
-    // A partial update does not carry the table; RaiseAlarm sends it whole.
-    alarms->ResetDirty();
-  }
+  mAlarms.Show(GetResourceShare()->SearchName("alarms"));
   SetTimerInterval(kTickMs, kTickTimer);
   dorn::SetObserver(this);
 }
@@ -91,25 +78,39 @@ void PanelDialog::OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString 
   if (target->GetValue("Attr") != "ON") return;
   if (name == "mode_manual") mStation.SetMode(PumpStation::Mode::kManual);
   if (name == "mode_auto") mStation.SetMode(PumpStation::Mode::kAuto);
-  if (name == "mode_off") mStation.SetMode(PumpStation::Mode::kOff);
 }
 
-void PanelDialog::OnTouch(VQClientSocket*, VQJsonObject* touched, KZString action) {
-  if (!(action == "CLICK")) return;
-  for (std::size_t pump = 0; pump < PumpStation::kPumps; ++pump) {
-    const std::string prefix = "pump" + std::to_string(pump + 1);
-    if (touched->mName == prefix + "_start") mStation.SwitchPump(pump, true);
-    if (touched->mName == prefix + "_stop") mStation.SwitchPump(pump, false);
+void PanelDialog::OnTouch(VQClientSocket* client, VQJsonObject* touched, KZString action) {
+  if (touched->mName == "alarms" && action == "ACK") {
+    const KZString number(touched->GetValue("Row").GetChar());
+    mAlarms.Acknowledge(number, app.UserOf(client->GetSessionId()));
   }
+  if (touched->mName == "off" && action == "CLICK") SwitchOff();
+  if (action == "CLICK") SwitchPumps(touched->mName);
   ShowMachinery();
   SendUpdateShareToAll(false);
+}
+
+// Whether a pump may be switched now, the machinery knows.
+void PanelDialog::SwitchPumps(const KZString& button) {
+  for (std::size_t pump = 0; pump < PumpStation::kPumps; ++pump) {
+    const std::string prefix = "pump" + std::to_string(pump + 1);
+    if (button == prefix + "_start") mStation.SwitchPump(pump, true);
+    if (button == prefix + "_stop") mStation.SwitchPump(pump, false);
+  }
+}
+
+// The host switches the radio button itself, and with it the others off.
+void PanelDialog::SwitchOff() {
+  mStation.SetMode(PumpStation::Mode::kOff);
+  Show("Attr", "ON", "mode_off");
 }
 
 void PanelDialog::OnTimer(timeval, unsigned int id) {
   if (id != kTickTimer) return;
   mStation.Tick();
   const bool highWater = mStation.LevelCm() > PumpStation::kAlarmLevelCm;
-  if (highWater && !mHighWater) RaiseAlarm("high water");
+  if (highWater && !mHighWater) mAlarms.Raise("ALARM", "high water");
   mHighWater = highWater;
   ShowMachinery();
   SendUpdateShareToAll(false);
@@ -126,27 +127,15 @@ void PanelDialog::Show(const char* key, const VQValue& value, const KZString& na
 void PanelDialog::ShowMachinery() {
   Show("Value", mStation.LevelCm(), "level");
   Show("Value", mStation.FlowLitresPerSecond(), "flow");
+  const char* isManual = mStation.GetMode() == PumpStation::Mode::kManual ? "ON" : "OFF";
   for (std::size_t pump = 0; pump < PumpStation::kPumps; ++pump) {
-    Show("Value", mStation.IsRunning(pump) ? "RUNNING" : "STOPPED",
-         "pump" + std::to_string(pump + 1) + "_state");
+    const std::string prefix = "pump" + std::to_string(pump + 1);
+    const bool isRunning = mStation.IsRunning(pump);
+    Show("Value", isRunning ? "RUNNING" : "STOPPED", prefix + "_state");
+    Show("State", isRunning ? "NORMAL" : "OFF", prefix + "_state");
+    Show("Enabled", isManual, prefix + "_start");
+    Show("Enabled", isManual, prefix + "_stop");
   }
-}
-
-// Newest first. The table travels only in full output, hence `true`.
-void PanelDialog::RaiseAlarm(const std::string& text) {
-  VQJsonGrid* alarms = AlarmsOf(GetResourceShare());
-  if (alarms == nullptr) return;
-  for (int row = kAlarmRows - 1; row > 0; --row) {
-    for (int column = 0; column < kAlarmColumns; ++column) {
-      alarms->SetData(column, row, alarms->GetData(column, row - 1));
-    }
-  }
-  char time[16];
-  const std::time_t now = std::time(nullptr);
-  std::strftime(time, sizeof time, "%H:%M:%S", std::localtime(&now));
-  alarms->SetData(0, 0, time);
-  alarms->SetData(1, 0, text.c_str());
-  SendUpdateShareToAll(true);
 }
 
 // Each operator at the panel is an object of its own, so the stations receive ADD and DELETE.
@@ -157,7 +146,10 @@ void PanelDialog::AddOperator(const KZString& sessionId) {
   auto label = std::make_unique<VQJsonObject>(group);
   label->SetValue("Name", name, 0, "");
   label->SetValue("Type", "LABEL", 0, "");
-  label->SetValue("Value", app.UserOf(sessionId), 0, "");
+  label->SetValue("Label", app.UserOf(sessionId), 0, "");
+  label->SetValue("Value", TimeOfDay(), 0, "");
+  label->SetValue("Hint", "at the panel since", 0, "");
+  label->SetValue("Hint:ja", "この時刻から", 0, "");
   if (!group->AddObject(label.get(), 1)) return;
   static_cast<void>(label.release());  // The group owns it now.
   mOperatorBySession[sessionId] = name;

@@ -5,8 +5,8 @@
 #include <dorn/dorn.h>
 
 #include <map>
-#include <string>
 
+#include "AlarmList.h"
 #include "PumpStation.h"
 
 class PanelDialog : public VQDialog, private dorn::Observer {
@@ -27,11 +27,13 @@ class PanelDialog : public VQDialog, private dorn::Observer {
   bool HasStation(const KZString& sessionId) const;
   void Show(const char* key, const VQValue& value, const KZString& name);
   void ShowMachinery();
-  void RaiseAlarm(const std::string& text);
+  void SwitchPumps(const KZString& button);
+  void SwitchOff();
   void AddOperator(const KZString& sessionId);
   void RemoveOperator(const KZString& sessionId);
 
   PumpStation mStation;
+  AlarmList mAlarms;
   bool mHighWater = false;
   std::map<KZString, KZString> mOperatorBySession;  // Name of the object that stands for each.
   int mOperatorCount = 0;

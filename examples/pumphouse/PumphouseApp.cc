@@ -69,9 +69,16 @@ void PumphouseApp::OnStart(VQClientSocket* client, KZString& type, int resolutio
               static_cast<const char*>(UserOf(sessionId)), static_cast<const char*>(type),
               resolutionH, resolutionV);
   VQJsonCommand open("OPEN");
-  open.SetValue("File", "panel.json", -1, "");
-  open.SetValue("FileSource", "SERVER", -1, "");
-  open.SetValue("SessionId", sessionId, -1, "");
+  open.SetValue("File", "panel.json", 0, "");
+  open.SetValue("FileSource", "SERVER", 0, "");
+  open.SetValue("SessionId", sessionId, 0, "");
+  // For stations that have a use for them: what to enter, when the session ends without a command,
+  // in seconds, and what else may be entered.
+  open.SetValue("DialogName", "panel", 0, "");
+  if (const VQSession* session = SessionList()->Search(sessionId)) {
+    open.SetValue("Interval", session->mInterval / 1000, 0, "");
+  }
+  open.SetValue("Menu", VQJArray{"panel", "notes", "help@pumps"}, 0, "");
   client->SendData(open.GetJson());
 }
 
