@@ -1,6 +1,5 @@
-// Says whether the gateway answers.
-const socket = new WebSocket(`${location.protocol === "https:" ? "wss" : "ws"}://${location.host}/station`, "dorn.1");
-const main = document.querySelector("main");
-socket.addEventListener("message", (event: MessageEvent<string>) => {
-  if (main !== null) main.textContent = String(event.data);
-});
+import { App } from "./app";
+import { defineElements } from "./elements/elements";
+
+defineElements();
+new App(document.body).start();

@@ -1,0 +1,28 @@
+// BUTTON: a touch, told by name alone; or the way to another dialog.
+
+import { makeButton, setText } from "../dom";
+import type { Item } from "../screen";
+import { ObjectElement } from "./object";
+
+export class ButtonElement extends ObjectElement {
+  private readonly button = makeButton("push", "", () => void this.touch());
+
+  protected build(): void {
+    this.setUpControl(this.button);
+    delete this.button.dataset["part"];
+    this.append(this.button);
+  }
+
+  protected patch(item: Item, old: Item | undefined): void {
+    if (old?.caption !== item.caption) setText(this.button, item.caption);
+  }
+
+  private async touch(): Promise<void> {
+    if (!this.mayTouch) return;
+    if (this.item.confirm !== "" && !(await this.page.ask(this.item.confirm))) return;
+    // The host may have changed its mind meanwhile.
+    if (!this.mayTouch || !this.isConnected) return;
+    if (this.item.goto !== "") this.page.enter(this.item.goto);
+    else this.act({});
+  }
+}

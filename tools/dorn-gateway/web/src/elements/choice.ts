@@ -1,0 +1,92 @@
+// LIST and COMBO: one of Options, all in view or unfolded to choose. The arrow keys go through the
+// choices; Enter, the space bar or leaving sends the one that was reached, Escape goes back.
+
+import { make, setAttribute, setFlag } from "../dom";
+import type { Item } from "../screen";
+import { ObjectElement } from "./object";
+
+const kMostRows = 6;
+
+abstract class ChoiceElement extends ObjectElement {
+  protected readonly select = make("select");
+  private isByKeys = false;
+  private isReached = false; // By keys, and not sent.
+
+  protected build(): void {
+    this.setUpControl(this.select);
+    this.append(this.makeCaption(), this.select);
+    this.select.addEventListener("keydown", (event) => this.onKey(event));
+    this.select.addEventListener("pointerdown", () => (this.isByKeys = false));
+    this.select.addEventListener("change", () => this.onChange());
+    this.select.addEventListener("blur", () => {
+      this.isByKeys = false;
+      this.send();
+    });
+  }
+
+  protected patch(item: Item, old: Item | undefined): void {
+    const isSame =
+      old?.options.join("\n") === item.options.join("\n") &&
+      old.optionTexts.join("\n") === item.optionTexts.join("\n");
+    if (!isSame) this.showOptions(item);
+    this.select.disabled = !item.isEnabled || item.isReadOnly;
+    if (!this.isReached) this.showChosen();
+  }
+
+  protected showOptions(item: Item): void {
+    const options = item.options.map((value, i) => {
+      const option = make("option", "", item.optionTexts[i]);
+      option.value = value;
+      return option;
+    });
+    this.select.replaceChildren(...options);
+  }
+
+  private showChosen(): void {
+    const index = this.item.options.indexOf(this.item.raw);
+    if (this.select.selectedIndex !== index) this.select.selectedIndex = index;
+    this.item.options.forEach((option, i) => {
+      const element = this.select.options[i];
+      if (element) setFlag(element, "data-on", option === this.item.raw);
+    });
+  }
+
+  private onKey(event: KeyboardEvent): void {
+    this.isByKeys = event.key !== "Enter" && event.key !== " ";
+    if (event.key === "Escape") {
+      this.isReached = false;
+      this.showChosen();
+    } else if (!this.isByKeys && this.isReached) {
+      event.preventDefault();
+      this.send();
+    }
+  }
+
+  private onChange(): void {
+    this.isReached = true;
+    if (!this.mayTouch) {
+      this.isReached = false;
+      this.showChosen();
+    } else if (!this.isByKeys) {
+      this.send();
+    }
+  }
+
+  private send(): void {
+    if (!this.isReached) return;
+    this.isReached = false;
+    const value = this.item.options[this.select.selectedIndex];
+    if (this.mayTouch && value !== undefined && value !== this.item.raw) this.act({ Value: value });
+    this.showChosen();
+  }
+}
+
+export class ListElement extends ChoiceElement {
+  protected override showOptions(item: Item): void {
+    super.showOptions(item);
+    const rows = Math.min(kMostRows, Math.max(2, item.options.length));
+    setAttribute(this.select, "size", String(rows));
+  }
+}
+
+export class ComboElement extends ChoiceElement {}

@@ -1,0 +1,38 @@
+// A file of the host as a picture, or as something to keep when it is none.
+
+import { make, setText } from "../dom";
+import type { Page } from "../page";
+import type { Item } from "../screen";
+
+export class PictureView {
+  readonly element = make("span", "picture");
+  private shown: string | null | undefined;
+
+  show(item: Item, page: Page): void {
+    const picture = page.pictures.get(item.image);
+    const url = picture?.url;
+    if (picture && url === this.shown) return this.showName(item);
+    this.shown = url;
+    this.element.replaceChildren();
+    if (!picture) return;
+    if (!url) {
+      this.element.append(make("span", "missing", `${item.image}: ${page.texts.missing}`));
+    } else if (picture.isImage) {
+      const image = make("img");
+      image.src = url;
+      this.element.append(image);
+    } else {
+      const link = make("a", "file");
+      link.href = url;
+      link.download = item.image.slice(item.image.lastIndexOf("/") + 1);
+      this.element.append(link);
+    }
+    this.showName(item);
+  }
+
+  private showName(item: Item): void {
+    const child = this.element.firstElementChild;
+    if (child instanceof HTMLImageElement) child.alt = item.caption;
+    if (child instanceof HTMLAnchorElement) setText(child, item.caption);
+  }
+}

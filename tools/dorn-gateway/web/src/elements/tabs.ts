@@ -1,0 +1,85 @@
+// The tabs of a GROUP with Layout TABS: one for each group in it, of which one is in view.
+
+import { make, makeButton, setAttribute, setText } from "../dom";
+import type { Item } from "../screen";
+import { moveFocus, setTabStop } from "./radio";
+
+export class Tabs {
+  private readonly list = make("div", "tabs");
+  private chosen = "";
+
+  constructor(private readonly body: HTMLElement) {
+    this.list.setAttribute("role", "tablist");
+    this.list.addEventListener("keydown", (event) => {
+      const tabs = this.tabs().filter((tab) => !tab.hidden);
+      if (moveFocus(event, tabs)) (document.activeElement as HTMLElement).click();
+    });
+    body.before(this.list);
+  }
+
+  show(item: Item): void {
+    setAttribute(this.list, "aria-label", item.caption);
+    const groups = item.children.filter((child) => child.widget === "group");
+    const visible = groups.filter((child) => child.isVisible);
+    if (!visible.some((child) => child.name === this.chosen)) this.chosen = visible[0]?.name ?? "";
+    const tabs = this.tabs();
+    groups.forEach((child, i) => this.showTab(tabs[i] ?? this.makeTab(), child));
+    for (const tab of tabs.slice(groups.length)) tab.remove();
+    this.choose(this.chosen);
+  }
+
+  end(): void {
+    this.list.remove();
+    for (const panel of this.panels()) {
+      panel.classList.remove("tab", "away");
+      panel.setAttribute("role", "group");
+      panel.removeAttribute("aria-labelledby");
+    }
+  }
+
+  private tabs(): HTMLButtonElement[] {
+    return [...this.list.children] as HTMLButtonElement[];
+  }
+
+  private panels(): HTMLElement[] {
+    return [...this.body.children].filter(
+      (child): child is HTMLElement => child.getAttribute("data-layout") !== null,
+    );
+  }
+
+  private makeTab(): HTMLButtonElement {
+    const tab = makeButton("", "", () => this.choose(tab.dataset["tab"] ?? ""));
+    tab.setAttribute("role", "tab");
+    this.list.append(tab);
+    return tab;
+  }
+
+  private showTab(tab: HTMLButtonElement, item: Item): void {
+    const panel = this.panels().find((each) => each.dataset["name"] === item.name);
+    if (!panel) return;
+    setAttribute(tab, "data-tab", item.name);
+    setAttribute(tab, "data-state", item.state);
+    setText(tab, item.caption);
+    tab.id = `${panel.id}tab`;
+    tab.hidden = !item.isVisible;
+    setAttribute(tab, "aria-controls", panel.id);
+    panel.classList.add("tab");
+    setAttribute(panel, "role", "tabpanel");
+    setAttribute(panel, "aria-label", null);
+    setAttribute(panel, "aria-labelledby", tab.id);
+  }
+
+  private choose(name: string): void {
+    this.chosen = name;
+    let on: HTMLElement | undefined;
+    for (const tab of this.tabs()) {
+      const isOn = tab.dataset["tab"] === name;
+      if (isOn) on = tab;
+      setAttribute(tab, "aria-selected", String(isOn));
+    }
+    for (const panel of this.panels()) {
+      panel.classList.toggle("away", panel.dataset["name"] !== name);
+    }
+    setTabStop(this.tabs(), on);
+  }
+}

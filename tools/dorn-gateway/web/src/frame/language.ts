@@ -1,0 +1,32 @@
+// The language of the screen: the switch, else what the host says, else the browser's.
+
+const kKey = "dorn.language";
+
+export class Language {
+  private chosen: string;
+  current = "en";
+
+  constructor(
+    private readonly storage: Pick<Storage, "getItem" | "setItem">,
+    private readonly ofBrowser: string,
+  ) {
+    this.chosen = storage.getItem(kKey) ?? "";
+    this.follow("");
+  }
+
+  choose(language: string): void {
+    this.chosen = language;
+    this.storage.setItem(kKey, language);
+  }
+
+  /** True when it is another one now. */
+  follow(ofHost: string): boolean {
+    const before = this.current;
+    this.current = plain(this.chosen || ofHost || this.ofBrowser) || "en";
+    document.documentElement.lang = this.current;
+    return this.current !== before;
+  }
+}
+
+/** "ja" of "ja-JP". */
+const plain = (language: string): string => language.split(/[-_]/)[0] ?? "";

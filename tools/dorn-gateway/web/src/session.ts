@@ -1,0 +1,668 @@
+// One user's way through a host: log-in, the dialog that is shown, what is set, and coming back when
+// the line was gone. A state machine that owns neither a socket nor a clock: whoever owns them tells
+// it what happened and when, in milliseconds of any steady clock, and does what it wants.
+//
+//   loggedOut --logIn()--> loggingIn --OPEN--> entering --tree--> showing
+//                                                 ^                  | line lost
+//                                                 +---- waiting <----+
+//
+// `line` names the connection that shall be open: a new number asks for a new one, 0 for none. What
+// is told of another line than that is ignored.
+
+import * as commands from "./commands";
+import { isObject, Json, JsonObject, memberList, memberText, textOf } from "./json";
+import { isLiveDate, Replica, SetObject } from "./replica";
+import * as times from "./sessiontimes";
+import { isSendable } from "./values";
+
+export type SessionState = "loggedOut" | "loggingIn" | "entering" | "showing" | "waiting";
+
+/**
+ * Why there is no dialog, or why what is shown is stale. sessionEnded: the host does not know the
+ * session any more. idle: the user did nothing for as long as the session lasts. refused: by the
+ * gateway. noAnswer: the line is there and the host says nothing.
+ */
+export type Cause =
+  | "none"
+  | "wrongPassword"
+  | "cannotConnect"
+  | "refused"
+  | "sessionEnded"
+  | "idle"
+  | "lineLost"
+  | "noAnswer";
+
+/** What the host said with OPEN. */
+export interface Opened {
+  readonly dialog: string;
+  readonly intervalSeconds: number; // 0: not told.
+  readonly language: string;
+  readonly menu: readonly string[];
+}
+
+/** A file that came, or did not. */
+export interface ReceivedFile {
+  readonly name: string;
+  readonly bytes: ArrayBuffer | null;
+}
+
+export interface SessionOptions {
+  readonly station: commands.Station;
+  /** 0 to 1, for the times between two attempts to come back. */
+  readonly random: () => number;
+}
+
+/** What it takes to go on after a reload. */
+export interface Ticket {
+  readonly session: string;
+  readonly dialog: string;
+  readonly user: string;
+  readonly opened: Opened;
+  readonly stays: boolean;
+}
+
+interface Asked {
+  readonly file: string;
+  readonly isTree: boolean;
+}
+
+interface Sent {
+  readonly ordinal: number; // Of the text on this line.
+  readonly before: number;
+  readonly after: number;
+  readonly names: readonly string[];
+}
+
+const kNothingOpened: Opened = { dialog: "", intervalSeconds: 0, language: "", menu: [] };
+
+const hasExtension = (name: string): boolean => /\.[^./]+$/.test(name);
+
+export class Session {
+  readonly replica = new Replica();
+  state: SessionState = "loggedOut";
+  /** The host's or the gateway's own words about the last error; empty without. */
+  message = "";
+  line = 0;
+  user = "";
+  sessionId = "";
+  opened = kNothingOpened;
+  dialog = ""; // Shown or being entered.
+  shown = ""; // Of which the replica holds the tree.
+  returnTo = ""; // Shown when the session ended.
+  /** What the gateway offers where the host does not. */
+  gatewayMenu: readonly string[] = [];
+  /** How long the host took for the last change, in milliseconds; null before the first. */
+  quality: number | null = null;
+  /** Texts that nobody could read, on this line. */
+  unreadable = 0;
+  stays = false;
+  isHostUp = false;
+
+  private now = 0;
+  private cause: Cause = "none";
+  private lines = 0;
+  private isConnected = false;
+  private lineSince = 0;
+  private output: string[] = [];
+  private sentTexts = 0;
+  private opening: string | null = null;
+  private retryAt: number | null = null;
+  private retries = 0;
+  private lostAt: number | null = null;
+
+  private fences = 0;
+  private awaited: { number: number; sent: number }[] = [];
+  private fenceAt = 0;
+  private sent: Sent[] = [];
+  private readonly answeredAt = new Map<number, number>(); // The fence before, by the fence after.
+
+  private asked: Asked[] = [];
+  private coming: JsonObject | null = null; // The head of the file whose bytes come next.
+  private readonly cache = new Map<string, { date: string; bytes: ArrayBuffer }>();
+  private files: ReceivedFile[] = [];
+  private refused: { names: readonly string[]; why: string }[] = [];
+
+  private isLooking = true;
+  private touchedAt = 0;
+  private enteredAt = 0;
+  private aliveAt = 0; // When something that extends the session was sent last.
+  private enterAgainAt: number | null = null;
+  private askedAgainAt: number | null = null;
+
+  constructor(private readonly options: SessionOptions) {}
+
+  // What the user does.
+
+  logIn(user: string, password: string, now: number): void {
+    this.now = this.touchedAt = now;
+    if (user !== this.user) this.returnTo = "";
+    this.user = user;
+    this.sessionId = "";
+    this.cause = "none";
+    this.message = "";
+    this.state = "loggingIn";
+    this.openLine();
+    this.opening = commands.textOfAll([commands.hello(user, password, this.options.station)]);
+  }
+
+  /** Goes on with a session that this browser tab had before it was loaded anew. */
+  resume(ticket: Ticket, now: number): void {
+    this.now = this.touchedAt = now;
+    this.user = ticket.user;
+    this.sessionId = ticket.session;
+    this.dialog = ticket.dialog;
+    this.opened = ticket.opened;
+    this.stays = ticket.stays;
+    this.state = "entering";
+    this.openLine();
+  }
+
+  ticket(): Ticket | null {
+    if (this.sessionId === "") return null;
+    const { sessionId: session, dialog, user, opened, stays } = this;
+    return { session, dialog, user, opened, stays };
+  }
+
+  /** There is no such command: the host forgets the session in its time. */
+  logOut(): void {
+    this.endSession("none", "");
+    this.returnTo = "";
+    this.user = "";
+  }
+
+  /** Shows it after the next log-in of the same user. */
+  rememberDialog(dialog: string, user: string): void {
+    this.returnTo = dialog;
+    this.user = user;
+  }
+
+  enter(dialog: string, now: number): void {
+    this.now = this.touchedAt = now;
+    if (this.state === "entering" || this.state === "showing") this.startEntry(dialog, false);
+  }
+
+  refresh(now: number): void {
+    this.now = now;
+    if (this.state === "showing") this.startEntry(this.dialog, false);
+  }
+
+  /** Any sign of life that sends nothing. */
+  touched(now: number): void {
+    this.touchedAt = now;
+  }
+
+  setLooking(isLooking: boolean, now: number): void {
+    const comesBack = isLooking && !this.isLooking;
+    this.isLooking = isLooking;
+    this.now = now;
+    if (comesBack && this.isAlive()) this.refresh(now);
+  }
+
+  setStays(stays: boolean, now: number): void {
+    this.now = now;
+    this.stays = stays;
+    if (!stays) this.touchedAt = now; // The switch was touched.
+  }
+
+  /**
+   * Sets attributes of objects, or touches one by its name alone. False when it cannot be sent: not
+   * showing, too long, or no text that a host may get.
+   */
+  act(actionName: string, actionType: string, objects: readonly SetObject[], now: number): boolean {
+    this.now = this.touchedAt = now;
+    if (!this.isShowingDialog()) return false;
+    const before = this.fences + 1;
+    const after = this.fences + 2;
+    const text = commands.textOfAll([
+      commands.fence(before),
+      commands.condition(actionName, actionType, objects),
+      commands.fence(after),
+    ]);
+    if (new TextEncoder().encode(text).length > commands.kMaxSentText) return false;
+    this.fences = after;
+    this.await(before);
+    this.await(after);
+    this.fenceAt = this.aliveAt = now;
+    this.replica.act(objects, before, after);
+    this.send(text);
+    const names = objects.map((object) => object.name);
+    this.sent.push({ ordinal: this.sentTexts, before, after, names });
+    return true;
+  }
+
+  /** Asks for a file, which takeFiles() brings. Names without an extension are not asked for. */
+  getFile(name: string, now: number): boolean {
+    this.now = now;
+    if (!hasExtension(name) || !isSendable(name)) return false;
+    if (this.state !== "entering" && this.state !== "showing") return false;
+    const behind = this.nextFence();
+    this.asked.push({ file: name, isTree: false });
+    const date = this.cache.get(name)?.date ?? "";
+    this.send(commands.textOfAll([commands.getFile(name, date), commands.fence(behind)]));
+    return true;
+  }
+
+  // What happened to a line.
+
+  connected(line: number, now: number): void {
+    if (line !== this.line || line === 0 || this.isConnected) return;
+    this.now = now;
+    this.isConnected = true;
+    if (this.opening !== null) {
+      this.send(this.opening);
+      this.opening = null;
+    } else if (this.dialog === "") {
+      this.send(commands.textOfAll([commands.helloAgain(this.sessionId, this.options.station)]));
+    } else {
+      this.state = "entering";
+      this.startEntry(this.dialog, true);
+    }
+  }
+
+  receivedText(line: number, text: string, now: number): void {
+    if (line !== this.line || !this.isConnected) return;
+    this.now = now;
+    const frame = JSON.parse(text) as Json;
+    if (isObject(frame)) this.receiveFrame(frame);
+    if (!this.replica.takeWantsEntry() || this.enterAgainAt !== null) return;
+    // Hosts answer an entry with updates to everybody: pages must not call each other in turn.
+    const rested = this.askedAgainAt === null ? now : this.askedAgainAt + times.kEnterAgainRest;
+    this.enterAgainAt = Math.max(now + times.kEnterAgain, rested);
+  }
+
+  receivedBytes(line: number, bytes: ArrayBuffer, now: number): void {
+    if (line !== this.line || !this.isConnected || !this.coming) return;
+    this.now = now;
+    this.endFile(this.coming, bytes);
+  }
+
+  closed(line: number, now: number): void {
+    if (line !== this.line || line === 0) return;
+    this.now = now;
+    this.loseLine();
+  }
+
+  tick(now: number): void {
+    this.now = now;
+    if (this.retryAt !== null && now >= this.retryAt) this.openLine();
+    const limit = this.lineLimit();
+    if (limit !== null && now >= limit) this.loseLine();
+    if (this.state === "showing" || this.state === "entering") this.tickIdle();
+    if (this.state === "showing") this.tickEntries();
+  }
+
+  // What it wants: these texts on its line, and a tick() not later than that.
+
+  takeOutput(): string[] {
+    if (!this.isConnected || this.output.length === 0) return [];
+    const output = this.output;
+    this.output = [];
+    return output;
+  }
+
+  nextTick(): number | null {
+    const next: (number | null)[] = [this.retryAt, this.lineLimit()];
+    if (this.state === "showing" || this.state === "entering") {
+      const first = this.awaited[0];
+      if (first && this.getCause() !== "noAnswer") next.push(first.sent + times.kAnswerLimit);
+      if (this.opened.intervalSeconds > 0) {
+        next.push(this.stays ? this.aliveAt + this.idleAfter() / 3 : this.touchedAt + this.idleAfter());
+      }
+      if (this.isHeartbeatWanted()) next.push(this.fenceAt + times.kHeartbeat);
+    }
+    if (this.state === "showing") {
+      next.push(this.enterAgainAt);
+      if (this.isLooking && this.isAlive()) next.push(this.enteredAt + times.kRefetch);
+    }
+    const known = next.filter((time): time is number => time !== null);
+    return known.length > 0 ? Math.min(...known) : null;
+  }
+
+  // What it tells.
+
+  getCause(): Cause {
+    const first = this.awaited[0];
+    if (this.cause !== "none" || !first) return this.cause;
+    return this.now - first.sent >= times.kAnswerLimit ? "noAnswer" : "none";
+  }
+
+  /** Since when what is shown has been stale; null while it is fresh. */
+  staleSince(): number | null {
+    if (this.state === "waiting" || this.state === "entering") {
+      if (this.lostAt !== null) return this.lostAt;
+    }
+    return this.getCause() === "noAnswer" ? this.awaited[0]?.sent ?? null : null;
+  }
+
+  /** When the session ends for want of a touch; null when it does not, or nobody knows. */
+  endsAt(): number | null {
+    const isTold = this.opened.intervalSeconds > 0 && !this.stays;
+    const isThere = this.state === "showing" || this.state === "entering";
+    return isTold && isThere ? this.touchedAt + this.idleAfter() : null;
+  }
+
+  menu(): readonly string[] {
+    return this.opened.menu.length > 0 ? this.opened.menu : this.gatewayMenu;
+  }
+
+  takeFiles(): ReceivedFile[] {
+    const files = this.files;
+    this.files = [];
+    return files;
+  }
+
+  /** Texts that the gateway did not pass on: which objects they were about, and why. */
+  takeRefused(): { names: readonly string[]; why: string }[] {
+    const refused = this.refused;
+    this.refused = [];
+    return refused;
+  }
+
+  // Lines and log-in.
+
+  private openLine(): void {
+    this.dropLine();
+    this.line = ++this.lines;
+    this.lineSince = this.now;
+  }
+
+  private dropLine(): void {
+    this.line = 0;
+    this.isConnected = false;
+    this.isHostUp = false;
+    this.output = [];
+    this.opening = null;
+    this.sentTexts = 0;
+    this.retryAt = null;
+    this.awaited = [];
+    this.sent = [];
+    this.answeredAt.clear();
+    this.asked = [];
+    this.coming = null;
+    this.enterAgainAt = null;
+    this.unreadable = 0;
+    this.replica.forgetActions();
+  }
+
+  private loseLine(): void {
+    if (this.state === "loggingIn" && this.sessionId === "") {
+      this.endSession("cannotConnect", this.message);
+      return;
+    }
+    this.dropLine();
+    if (this.state !== "waiting") this.lostAt ??= this.now;
+    this.state = "waiting";
+    this.cause = "lineLost";
+    this.retryAt = this.now + times.pauseBefore(this.retries++, this.options.random());
+  }
+
+  /** The dialog is remembered for the same user. */
+  private endSession(cause: Cause, message: string): void {
+    this.dropLine();
+    this.state = "loggedOut";
+    this.cause = cause;
+    this.message = message;
+    if (this.dialog !== "") this.returnTo = this.dialog;
+    this.dialog = this.shown = "";
+    this.sessionId = "";
+    this.retries = 0;
+    this.lostAt = null;
+    this.quality = null;
+    this.stays = false;
+  }
+
+  private send(text: string): void {
+    this.output.push(text);
+    ++this.sentTexts;
+  }
+
+  private await(number: number): void {
+    this.awaited.push({ number, sent: this.now });
+  }
+
+  private nextFence(): number {
+    const number = ++this.fences;
+    this.await(number);
+    this.fenceAt = this.aliveAt = this.now;
+    return number;
+  }
+
+  /** The fence behind it makes sure that something follows the file, even where nothing does. */
+  private startEntry(dialog: string, isNewLine: boolean): void {
+    this.dialog = dialog;
+    this.state = "entering";
+    this.enteredAt = this.now;
+    this.enterAgainAt = null;
+    const fence = isNewLine ? null : this.nextFence();
+    const behind = this.nextFence();
+    const file = commands.fileOfDialog(dialog);
+    this.replica.enter(dialog, fence);
+    this.asked.push({ file, isTree: true });
+    const first =
+      fence === null
+        ? [commands.changeAgain(this.sessionId, dialog)]
+        : [commands.fence(fence), commands.change(dialog)];
+    this.send(
+      commands.textOfAll([...first, commands.getFile(file), commands.fence(behind)]),
+    );
+  }
+
+  /** Entering the same dialog again is no hindrance: what is sent then comes behind it. */
+  private isShowingDialog(): boolean {
+    if (this.state === "showing") return true;
+    return this.state === "entering" && this.isConnected && this.shown === this.dialog;
+  }
+
+  private idleAfter(): number {
+    const told = this.opened.intervalSeconds * 1000;
+    return told > 0 ? told : times.kAssumedInterval;
+  }
+
+  /** Whether what extends the session may be sent without a touch. */
+  private isAlive(): boolean {
+    return this.stays || this.now - this.touchedAt < this.idleAfter();
+  }
+
+  private lineLimit(): number | null {
+    if (this.line === 0) return null;
+    if (!this.isHostUp) return this.lineSince + times.kConnectLimit;
+    return this.state === "loggingIn" ? this.lineSince + times.kLogInLimit : null;
+  }
+
+  private isHeartbeatWanted(): boolean {
+    const isTouched = this.now - this.touchedAt < this.idleAfter();
+    return this.awaited.length === 0 && this.isLooking && isTouched;
+  }
+
+  private tickIdle(): void {
+    const isTold = this.opened.intervalSeconds > 0;
+    if (isTold && !this.isAlive()) {
+      this.endSession("idle", "");
+      return;
+    }
+    if (isTold && this.stays && this.now - this.aliveAt >= this.idleAfter() / 3) {
+      this.send(commands.textOfAll([commands.keepalive()]));
+      this.aliveAt = this.now;
+    }
+    const isDue = this.now - this.fenceAt >= times.kHeartbeat;
+    if (isDue && this.isHeartbeatWanted()) {
+      this.send(commands.textOfAll([commands.fence(this.nextFence())]));
+    }
+  }
+
+  private tickEntries(): void {
+    const isOld = this.now - this.enteredAt >= times.kRefetch && this.isLooking && this.isAlive();
+    const isAsked = this.enterAgainAt !== null && this.now >= this.enterAgainAt;
+    if (isAsked) this.askedAgainAt = this.now;
+    if (isAsked || isOld) this.startEntry(this.dialog, false);
+  }
+
+  // What arrives.
+
+  private receiveFrame(frame: JsonObject): void {
+    switch (frame["t"]) {
+      case "hello":
+        this.gatewayMenu = memberList(frame, "menu").map(textOf);
+        break;
+      case "up":
+        this.isHostUp = true;
+        this.lineSince = this.now;
+        break;
+      case "down":
+        this.message = memberText(frame, "why");
+        this.loseLine();
+        break;
+      case "bad":
+        this.unreadable = Number(frame["n"]);
+        break;
+      case "cmd":
+        if (isObject(frame["c"])) this.execute(frame["c"]);
+        break;
+      case "file":
+        this.onFile(frame);
+        break;
+      case "refused":
+        this.onRefused(frame);
+        break;
+    }
+  }
+
+  private execute(command: JsonObject): void {
+    switch (memberText(command, "Command")) {
+      case "OPEN":
+        this.onOpen(command);
+        break;
+      case "ERROR":
+        this.onError(command);
+        break;
+      case "PUTFILE":
+        this.onPutfile(command);
+        break;
+      default:
+        this.replica.receive(command);
+        break;
+    }
+  }
+
+  /** May come at any time, and is followed. */
+  private onOpen(command: JsonObject): void {
+    this.isHostUp = true;
+    const id = memberText(command, "SessionId");
+    if (id !== "") this.sessionId = id;
+    const named = memberText(command, "DialogName");
+    this.opened = {
+      dialog: "DialogName" in command ? named : commands.dialogOfFile(memberText(command, "File")),
+      intervalSeconds: Math.max(0, Number.parseInt(memberText(command, "Interval"), 10) || 0),
+      language: memberText(command, "Language"),
+      menu: memberList(command, "Menu").map(textOf),
+    };
+    const isReturn = this.state === "loggingIn" && this.returnTo !== "";
+    const dialog = isReturn ? this.returnTo : this.opened.dialog;
+    if (isReturn) this.returnTo = "";
+    this.aliveAt = this.now;
+    if (dialog !== "") this.startEntry(dialog, false);
+  }
+
+  private onError(command: JsonObject): void {
+    const status = memberText(command, "Status");
+    const message = memberText(command, "Message");
+    if (status === "InvalidSessionId") {
+      this.endSession("sessionEnded", message);
+    } else if (status === "Authentication" && this.state === "loggingIn") {
+      this.endSession("wrongPassword", message);
+    } else {
+      this.message = message;
+    }
+  }
+
+  /** Without bytes behind it: a fence, or a file that is not sent. */
+  private onPutfile(command: JsonObject): void {
+    const fence = commands.fenceOf(memberText(command, "File"));
+    if (fence !== null) {
+      this.onFence(fence);
+      return;
+    }
+    const asked = this.asked[0];
+    if (!asked) return;
+    const cached = this.cache.get(asked.file);
+    const isLatest = memberText(command, "Status") === "LATEST" && cached !== undefined;
+    this.endFile(command, isLatest ? cached.bytes : null);
+  }
+
+  private onFence(fence: number): void {
+    while (this.awaited[0] && this.awaited[0].number <= fence) this.awaited.shift();
+    this.fenceAt = this.now;
+    this.replica.receiveFence(fence);
+    for (const action of this.sent) {
+      if (action.before === fence) this.answeredAt.set(action.after, this.now);
+    }
+    const answered = this.answeredAt.get(fence);
+    if (answered !== undefined) this.quality = this.now - answered;
+    this.answeredAt.delete(fence);
+    this.sent = this.sent.filter((action) => action.after > fence);
+  }
+
+  private onFile(frame: JsonObject): void {
+    const head = isObject(frame["head"]) ? frame["head"] : {};
+    if (isObject(frame["tree"])) {
+      const asked = this.asked.shift();
+      if (asked?.isTree) this.onTree(frame["tree"], frame["live"] === true);
+    } else if (frame["missing"] === true) {
+      this.endFile(head, null);
+    } else {
+      this.coming = head;
+    }
+  }
+
+  private endFile(head: JsonObject, bytes: ArrayBuffer | null): void {
+    this.coming = null;
+    const asked = this.asked.shift();
+    if (!asked) return;
+    if (asked.isTree) {
+      this.onTree(null, false);
+      return;
+    }
+    const date = memberText(head, "Date");
+    if (bytes && date !== "" && !isLiveDate(date)) this.cache.set(asked.file, { date, bytes });
+    this.files.push({ name: asked.file, bytes });
+  }
+
+  /** Only the last of several entries ends in a tree. */
+  private onTree(tree: JsonObject | null, isLive: boolean): void {
+    if (tree) {
+      this.replica.receiveTree(tree, isLive);
+    } else {
+      this.replica.receiveNoTree();
+    }
+    const { state } = this.replica;
+    if (state !== "live" && state !== "nothing") return;
+    this.state = "showing";
+    this.shown = this.dialog;
+    this.cause = "none";
+    this.message = "";
+    this.retries = 0;
+    this.lostAt = null;
+  }
+
+  /** The gateway did not pass a text on; its fences will not be answered. */
+  private onRefused(frame: JsonObject): void {
+    const why = memberText(frame, "why");
+    if (this.state === "loggingIn") {
+      this.endSession("refused", why);
+      return;
+    }
+    const ordinal = frame["n"];
+    const action =
+      this.sent.find((each) => each.ordinal === ordinal) ?? this.sent[this.sent.length - 1];
+    if (!action) {
+      this.message = why;
+      return;
+    }
+    this.sent = this.sent.filter((each) => each !== action);
+    this.awaited = this.awaited.filter(
+      ({ number }) => number !== action.before && number !== action.after,
+    );
+    this.replica.takeBack(action.after);
+    this.refused.push({ names: action.names, why });
+  }
+}
