@@ -82,8 +82,10 @@ void SessionIndex::Added(std::size_t size, const KZString& key, unsigned int tim
   if (!isNew && key < known->second) known->second = key;
 }
 
-void SessionIndex::Erased(std::size_t size) {
+void SessionIndex::Erased(std::size_t size, const KZString& key, unsigned int timerId) {
   if (mSize == size) mSize = mList->mSessionList.size();
+  const auto known = mKeys.find(timerId);
+  if (known != mKeys.end() && known->second == key) mKeys.erase(known);
 }
 
 void SessionIndex::Removed(unsigned int timerId) {

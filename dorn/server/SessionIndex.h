@@ -37,7 +37,7 @@ class SessionIndex {
 
   // Around the list's own changes: `size` is that of the map before.
   void Added(std::size_t size, const KZString& key, unsigned int timerId);
-  void Erased(std::size_t size);
+  void Erased(std::size_t size, const KZString& key, unsigned int timerId);
 
   // A session was removed while its timer, which nobody cancels, is still to fire.
   void Removed(unsigned int timerId);

@@ -42,9 +42,10 @@ class EndingScope {
 
 void Erase(VQSessionList& list, std::map<KZString, VQSession*>::iterator place) {
   const std::unique_ptr<VQSession> session(place->second);
+  const KZString key = place->first;
   const std::size_t size = list.mSessionList.size();
   list.mSessionList.erase(place);
-  dorn::SessionIndex::Of(list).Erased(size);
+  dorn::SessionIndex::Of(list).Erased(size, key, session != nullptr ? session->mTimerId : 0);
 }
 
 }  // namespace

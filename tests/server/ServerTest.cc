@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "dorn/server/SessionIndex.h"
 #include "tests/support/Deadline.h"
 
 namespace {
@@ -50,6 +51,8 @@ std::vector<std::string> Station::Messages() {
 void ServerTest::SetUp() {
   app.mSocketId = 0x8000000;
   app.mSessionTimerId = 0xD000000;
+  // The ids are those of the test before, and so might be what is remembered about them.
+  dorn::SessionIndex::Forget(*app.SessionList());
   std::filesystem::create_directories(FolderPath());
   Calls().clear();
 }

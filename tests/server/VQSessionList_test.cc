@@ -242,10 +242,28 @@ TEST_F(ManySessionsTest, ThatComeAndGoNeedNoWalk) {
   EXPECT_EQ(static_cast<std::size_t>(kCount - 201), mList.mSessionList.size());
 }
 
+// Ids of timers are taken again when their range is used up; nothing is left of the ended sessions.
+TEST_F(ManySessionsTest, ThatHadTheSameTimersBeforeNeedNoWalk) {
+  Create(100000);
+  mList.Expire(mList.Search("S0")->mTimerId);
+  const unsigned int first = app.mSessionTimerId;
+  for (const char* prefix : {"A", "B"}) {
+    app.mSessionTimerId = first;
+    const CapturedStdout console;
+    for (int i = 0; i < 100; ++i) app.CreateSession(prefix + std::to_string(i), 100000);
+    const std::uint64_t before = dorn::SessionIndex::Steps();
+    for (int i = 0; i < 100; ++i) {
+      mList.Expire(mList.Search(prefix + std::to_string(i))->mTimerId);
+    }
+    EXPECT_EQ(before, dorn::SessionIndex::Steps()) << prefix;
+  }
+}
+
 TEST_F(ManySessionsTest, TheTimersOfRemovedOnesNeedNoWalk) {
   Create(1000);
   mList.Expire(mList.Search("S0")->mTimerId);
-  for (int i = 1; i <= 500; ++i) mList.Remove(Sid(i));
+  // Their timers come first, while the others are still there.
+  for (int i = 500; i < kCount; ++i) mList.Remove(Sid(i));
   const std::uint64_t before = Steps();
   CapturedStdout console;
   Wait(1000);
@@ -292,6 +310,7 @@ TEST_F(ManySessionsTest, WhatHostsWriteIntoTheMapCounts) {
   std::mt19937 random(20261122);
   const auto below = [&random](int n) { return static_cast<int>(random() % n); };
   const CapturedStdout console;
+  unsigned int goneTimer = 0;  // Of the last session that was taken away by hand.
   for (int step = 0; step < 4000; ++step) {
     const std::string sid = "S" + std::to_string(below(120));
     const auto found = mList.mSessionList.find(sid);
@@ -310,18 +329,21 @@ TEST_F(ManySessionsTest, WhatHostsWriteIntoTheMapCounts) {
       case 4:
         if (found != mList.mSessionList.end()) {
           mList.mSessionList.erase(found);
+          goneTimer = session != nullptr ? session->mTimerId : 0;
           delete session;
         }
         break;
       case 5:  // Exchanged: the size stays.
         if (session != nullptr) {
           found->second = new VQSession(sid, 1000000);
+          goneTimer = session->mTimerId;
           delete session;
         }
         break;
       default: {
-        const auto timer = static_cast<unsigned int>(
+        const auto any = static_cast<unsigned int>(
             0xD000000 + below(static_cast<int>(app.mSessionTimerId - 0xD000000) + 1));
+        const unsigned int timer = below(3) == 0 ? goneTimer : any;
         std::vector<std::string> keys, left;
         bool isFirst = true;
         for (const auto& [key, each] : mList.mSessionList) {
