@@ -1,7 +1,7 @@
 #include "dorn/server/Observed.h"
 
 #include <algorithm>
-#include <vector>
+#include <deque>
 
 #include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
@@ -14,8 +14,8 @@ namespace dorn {
 namespace {
 
 // Closed in this pass, in this order, and not told yet.
-std::vector<VQClientSocket*>& Closed() {
-  static auto* const closed = new std::vector<VQClientSocket*>;
+std::deque<VQClientSocket*>& Closed() {
+  static auto* const closed = new std::deque<VQClientSocket*>;
   return *closed;
 }
 
@@ -33,7 +33,7 @@ void TellGone(VQClientSocket* client) {
 void TellOfNext() {
   if (Closed().empty()) return;  // Destroyed and told meanwhile.
   VQClientSocket* client = Closed().front();
-  Closed().erase(Closed().begin());
+  Closed().pop_front();
   TellGone(client);
 }
 
@@ -49,14 +49,12 @@ void NoteSession(VQClientSocket* client, const KZString& sid) {
 
 void NoteClosed(VQClientSocket* client) {
   if (TheObserver() == nullptr) return;
-  std::vector<VQClientSocket*>& closed = Closed();
-  if (std::find(closed.begin(), closed.end(), client) != closed.end()) return;
-  closed.push_back(client);
+  Closed().push_back(client);  // Perhaps not for the first time: it is told once.
   AtEndOfPass(TellOfNext);
 }
 
 void NoteDestroyed(VQClientSocket* client) {
-  std::vector<VQClientSocket*>& closed = Closed();
+  std::deque<VQClientSocket*>& closed = Closed();
   closed.erase(std::remove(closed.begin(), closed.end(), client), closed.end());
   TellGone(client);
 }

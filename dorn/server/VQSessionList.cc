@@ -19,26 +19,32 @@
 
 namespace {
 
-// The session that is ending. Whoever removes it meanwhile does not end it a second time.
-const VQSession* gEnding = nullptr;
-
-// Tells the observer that the session ends; stands until it is gone.
+// Tells the observer that the session ends; stands until it is gone. The observer may remove that
+// session and others, whose end it hears of meanwhile: of each one once.
 class EndingScope {
  public:
-  explicit EndingScope(VQSession* session) : mOuter(std::exchange(gEnding, session)) {
-    if (mOuter == session) return;
+  explicit EndingScope(VQSession* session)
+      : mSession(session), mOuter(std::exchange(sInnermost, this)) {
+    for (const EndingScope* outer = mOuter; outer != nullptr; outer = outer->mOuter) {
+      if (outer->mSession == session) return;
+    }
     if (dorn::Observer* observer = dorn::TheObserver()) {
       observer->OnSessionEnd(KZString(session->GetSessionId()));
     }
   }
-  ~EndingScope() { gEnding = mOuter; }
+  ~EndingScope() { sInnermost = mOuter; }
 
   EndingScope(const EndingScope&) = delete;
   EndingScope& operator=(const EndingScope&) = delete;
 
  private:
-  const VQSession* mOuter;
+  static const EndingScope* sInnermost;
+
+  const VQSession* mSession;
+  const EndingScope* mOuter;
 };
+
+const EndingScope* EndingScope::sInnermost = nullptr;
 
 void Erase(VQSessionList& list, std::map<KZString, VQSession*>::iterator place) {
   const std::unique_ptr<VQSession> session(place->second);
@@ -85,7 +91,7 @@ void VQSessionList::Remove(const KZString& sessionId) {
   // The observer may take away what `sessionId` refers to.
   const std::string key = found->first;
   VQSession* session = found->second;
-  if (session != nullptr && session != gEnding) {
+  if (session != nullptr) {
     const EndingScope ending(session);
     // The observer may have removed the session, and another one may have come.
     found = mSessionList.find(KZString(key));

@@ -1,5 +1,8 @@
 #include "dorn/server/Observer.h"
 
+#include <new>
+
+#include "dorn/server/Observed.h"
 #include "tests/server/ServerTest.h"
 
 namespace {
@@ -90,6 +93,20 @@ TEST_F(ObserverTest, MayRemoveTheSessionThatEnds) {
   EXPECT_TRUE(app.SessionList()->mSessionList.empty());
 }
 
+// Such as all sessions of one user, each of which takes the others along.
+TEST_F(ObserverTest, MayRemoveOtherSessionsWhichRemoveTheFirst) {
+  app.CreateSession("S1", 1000);
+  app.CreateSession("S2", 5000);
+  app.CreateSession("S3", 5000);
+  mObserver.end = [&](const KZString&) {
+    for (const char* sid : {"S1", "S2", "S3"}) app.SessionList()->Remove(sid);
+  };
+  Calls().clear();
+  app.SessionList()->Remove("S3");
+  EXPECT_THAT(Calls(), ElementsAre("end S3", "end S1", "end S2"));
+  EXPECT_TRUE(app.SessionList()->mSessionList.empty());
+}
+
 TEST_F(ObserverTest, HearsOnceAtTheEndOfThePassThatAStationHasGone) {
   Link a = LoggedIn("S1"), b = LoggedIn("S2");
   Calls().clear();
@@ -168,6 +185,55 @@ TEST_F(ObserverTest, HearsOfAStationThatATimerClosed) {
   EXPECT_EQ(1, std::count(Calls().begin(), Calls().end(), "gone 134217728 S1"));
 }
 
+TEST_F(ObserverTest, HearsOfEachLifeOfAConnectionThatIsOpenedAgain) {
+  auto* client = new VQClientSocket(&app.mLog, app.GetFdDataList());
+  const std::string id = std::to_string(client->GetId());
+  Calls().clear();
+  for (const char* sid : {"S1", "S2"}) {
+    int pair[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+    const Station station(pair[1]);
+    client->Create(pair[0], 1000);
+    client->SetAutoDelete(0);
+    client->Authentication(sid);
+    client->Close();
+    Pass(2);
+  }
+  EXPECT_THAT(Calls(), ElementsAre("gone " + id + " S1", "gone " + id + " S2"));
+  delete client;
+}
+
+// Where one connection was destroyed, the next one may be made in the same pass.
+TEST_F(ObserverTest, IsNotToldOfAConnectionThatLiesWhereAClosedOneLay) {
+  void* const place = operator new(sizeof(VQClientSocket));
+  VQClientSocket* second = nullptr;
+  std::string first;
+  app.SetApplicationSingleTimerInterval(1000, 7);
+  app.timer = [&](unsigned int) {
+    auto* client = new (place) VQClientSocket(&app.mLog, app.GetFdDataList());
+    first = "gone " + std::to_string(client->GetId()) + " S1";
+    int pair[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+    const Station station(pair[1]);
+    client->Create(pair[0], 1000);
+    client->SetAutoDelete(0);
+    client->Authentication("S1");
+    client->Close();
+    client->~VQClientSocket();
+    second = new (place) VQClientSocket(&app.mLog, app.GetFdDataList());
+    second->mSessionId = "S2";
+    second->mAuth = true;
+  };
+  Calls().clear();
+  Wait(1000);
+  Pass(2);
+  EXPECT_EQ(1, std::count(Calls().begin(), Calls().end(), first));
+  EXPECT_EQ(2U, Calls().size());  // And the timer.
+  dorn::SetObserver(nullptr);
+  second->~VQClientSocket();
+  operator delete(place);
+}
+
 TEST_F(ObserverTest, MayCloseOtherStationsWhenOneGoes) {
   Link a = LoggedIn("S1"), b = LoggedIn("S2");
   Calls().clear();
@@ -184,6 +250,7 @@ TEST_F(ObserverTest, MayDieAtAnyTime) {
     NotingObserver brief;
     dorn::SetObserver(&brief);
   }
+  EXPECT_EQ(nullptr, dorn::TheObserver());
   Calls().clear();
   app.CreateSession("S1", 5000);
   EXPECT_THAT(Calls(), IsEmpty());
