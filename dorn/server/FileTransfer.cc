@@ -11,13 +11,13 @@
 #include <ctime>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "dorn/loop/LoopPass.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
 #include "dorn/server/Connection.h"
 #include "dorn/server/Console.h"
-#include "dorn/server/OutgoingQueue.h"
 #include "dorn/server/PutfileReply.h"
 #include "dorn/server/ResourcePath.h"
 #include "dorn/server/RunningHooks.h"
@@ -39,7 +39,7 @@ constexpr std::size_t kPrintedName = 200;
 
 // What a station may fetch, or why not.
 struct Resource {
-  KZString mPath;
+  ResourceFile mFile;
   std::time_t mTime = 0;  // Of its last modification; 0: nothing to fetch.
   int mLength = 0;
   const char* mError = "FILE NOT FOUND";
@@ -77,13 +77,12 @@ Resource LookFor(const KZString& file) {
     resource.mError = "NOT KEY";
     return resource;
   }
-  const ResourceFile found = FindResource(std::string_view(file));
+  ResourceFile found = OpenResource(std::string_view(file));
   if (!found.mIsInside) {
     PrintRefusal("outside resources", file);
     return resource;
   }
   if (!found.mExists) return resource;
-  resource.mPath = found.mPath;
   const struct stat& status = found.mStatus;
   if ((status.st_mode & S_IFMT) == 0) {
     resource.mError = "FILE IS NOT REGULAR";
@@ -96,6 +95,7 @@ Resource LookFor(const KZString& file) {
   }
   resource.mTime = status.st_mtime;
   resource.mLength = static_cast<int>(status.st_size);
+  resource.mFile = std::move(found);
   return resource;
 }
 
@@ -149,30 +149,24 @@ bool SendBlocks(VQClientSocket& client, std::string_view bytes) {
 // does not take is sent as it makes room, so that a station that reads slowly, or not at all, keeps
 // nobody else waiting. Only a regular file has bytes to send: reading a pipe or a device could
 // block, and a directory cannot be read; a station that asked for one waits in vain.
-void SendFile(VQClientSocket& client, const KZString& path, int length) {
+void SendFile(VQClientSocket& client, ResourceFile& resource, int length) {
   Outgoing& out = Connection::Of(client).Out();
-  if (length <= 0 || HasNoDescriptor(client)) return;
-  if (out.HasBacklog()) {
-    out.EnqueueFile(path, -1, 0, length);
-    return;
-  }
-  const int file = OpenRegularFile(path);
-  if (file < 0) return;
+  const int file = resource.mFile;
+  if (length <= 0 || file < 0 || HasNoDescriptor(client)) return;
   const std::size_t end = static_cast<std::size_t>(length);
   std::size_t sent = 0;
-  bool hasMore;
-  do {
+  bool hasMore = true;
+  while (hasMore && !out.HasBacklog()) {
     const std::size_t direct = std::min(end - sent, kDirectSize);
     const std::string part = ReadPart(file, sent, direct);
     sent += part.size();
     hasMore =
         SendBlocks(client, part) && part.size() == direct && sent < end && !HasNoDescriptor(client);
-  } while (hasMore && !out.HasBacklog() && !IsInPass());
-  if (hasMore) {
-    out.EnqueueFile(path, file, static_cast<std::int64_t>(sent), length);
-  } else {
-    close(file);
+    if (IsInPass()) break;
   }
+  if (!hasMore) return;
+  out.EnqueueFile(resource.mPath, std::exchange(resource.mFile, -1),
+                  static_cast<std::int64_t>(sent), length);
 }
 
 }  // namespace
@@ -180,7 +174,7 @@ void SendFile(VQClientSocket& client, const KZString& path, int length) {
 void AnswerGetfile(VQClientSocket& client, const KZString& file, const KZString& date,
                    const KZString& objectName) {
   const std::time_t requested = ParseDate(date);
-  const Resource resource = LookFor(file);
+  Resource resource = LookFor(file);
   if (resource.mTime == 0) {
     SendPutfileError(client, file, resource.mError);
     return;
@@ -195,7 +189,7 @@ void AnswerGetfile(VQClientSocket& client, const KZString& file, const KZString&
   }
   reply.SetLength(resource.mLength);
   client.SendData(reply.GetJson());
-  SendFile(client, resource.mPath, resource.mLength);
+  SendFile(client, resource.mFile, resource.mLength);
 }
 
 }  // namespace dorn

@@ -147,7 +147,7 @@ bool Outgoing::Enqueue(const char* bytes, std::size_t length) {
 bool Outgoing::EnqueueFile(const KZString& path, int file, std::int64_t offset, std::int64_t end) {
   const bool isWatched = HasBacklog();
   if (!PrepareQueue(path.size())) {
-    if (file >= 0) close(file);
+    close(file);
     return false;
   }
   mQueue->AppendFile(path, file, offset, end);

@@ -39,7 +39,7 @@ class Outgoing final : public Drainable {
   // Bytes behind the backlog. False when the connection was closed for them.
   bool Enqueue(const char* bytes, std::size_t length);
 
-  // The part of a file behind everything else; see OutgoingQueue::AppendFile(), also for `file`.
+  // The part of a file behind everything else; see OutgoingQueue::AppendFile().
   bool EnqueueFile(const KZString& path, int file, std::int64_t offset, std::int64_t end);
 
   // Bytes without a frame, through the connection's Send(), which hosts may override; what the

@@ -1,7 +1,6 @@
 #include "dorn/server/OutgoingQueue.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,16 +20,18 @@ constexpr std::size_t kFileBlock = std::size_t{64} * 1024;
 // Nothing is left to write in a chunk, whether or not all of it could be read.
 constexpr long kChunkDone = -2;
 
-// Files may use three quarters of the descriptors that the loop can watch; beyond, a file is closed
-// between two blocks, so that slow transfers do not keep stations from connecting.
+// A station that asks for many files and reads none holds this many open. All files together may
+// use three quarters of the descriptors that the loop can watch; beyond, a file is closed between
+// two blocks, so that slow transfers do not keep stations from connecting.
+constexpr int kOpenFiles = 4;
+
 bool MayStayOpen(int file) { return file < DescriptorLimit() / 4 * 3; }
 
 }  // namespace
 
-int OpenRegularFile(const char* path) {
+int OpenRegularFile(const char* path, struct stat& status) {
   const int file = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (file < 0) return -1;
-  struct stat status {};
   if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) return file;
   close(file);
   return -1;
@@ -76,6 +77,12 @@ void OutgoingQueue::AppendFile(std::string path, int file, std::int64_t offset, 
   chunk.mPath = std::move(path);
   chunk.mIsFile = true;
   chunk.mFile = file;
+  ++mOpenFiles;
+  struct stat status {};
+  static_cast<void>(fstat(file, &status));  // Of an open file it cannot fail.
+  chunk.mDevice = status.st_dev;
+  chunk.mInode = status.st_ino;
+  if (mOpenFiles > kOpenFiles || !MayStayOpen(file)) CloseFile(chunk);
   chunk.mOffset = offset;
   chunk.mEnd = end;
   mMemoryBytes += MemoryOf(chunk);
@@ -111,7 +118,7 @@ long OutgoingQueue::WriteChunk(int fd, Chunk& chunk, std::size_t budget) {
 }
 
 long OutgoingQueue::WriteFilePart(int fd, Chunk& chunk, std::size_t budget) {
-  if (chunk.mFile < 0) chunk.mFile = OpenRegularFile(chunk.mPath.c_str());
+  if (chunk.mFile < 0) Reopen(chunk);
   if (chunk.mFile < 0) return kChunkDone;
   char block[kFileBlock];
   const auto left = static_cast<std::size_t>(chunk.mEnd - chunk.mOffset);
@@ -120,15 +127,31 @@ long OutgoingQueue::WriteFilePart(int fd, Chunk& chunk, std::size_t budget) {
   if (got <= 0) return got < 0 && errno == EINTR ? -1 : kChunkDone;
   const long written = write(fd, block, static_cast<std::size_t>(got));
   const int error = errno;
-  if (!MayStayOpen(chunk.mFile)) close(std::exchange(chunk.mFile, -1));
+  if (!MayStayOpen(chunk.mFile)) CloseFile(chunk);
   errno = error;
   return written;
 }
 
+// Only the file that was asked for: its length was announced, and that it may be fetched was found
+// out when it was asked for.
+void OutgoingQueue::Reopen(Chunk& chunk) {
+  struct stat status {};
+  chunk.mFile = OpenRegularFile(chunk.mPath.c_str(), status);
+  if (chunk.mFile < 0) return;
+  ++mOpenFiles;
+  if (status.st_dev != chunk.mDevice || status.st_ino != chunk.mInode) CloseFile(chunk);
+}
+
+void OutgoingQueue::CloseFile(Chunk& chunk) {
+  if (chunk.mFile < 0) return;
+  close(std::exchange(chunk.mFile, -1));
+  --mOpenFiles;
+}
+
 void OutgoingQueue::DropFirst() {
-  const Chunk& chunk = mChunks.front();
+  Chunk& chunk = mChunks.front();
   mMemoryBytes -= MemoryOf(chunk);
-  if (chunk.mFile >= 0) close(chunk.mFile);
+  CloseFile(chunk);
   mChunks.pop_front();
 }
 

@@ -2,6 +2,9 @@
 #ifndef DORN_SERVER_OUTGOINGQUEUE_H_
 #define DORN_SERVER_OUTGOINGQUEUE_H_
 
+#include <sys/stat.h>
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -12,7 +15,7 @@ namespace dorn {
 
 // Bytes in memory and parts of files, in the order in which they go out. Nothing is ever taken back
 // or reordered. Files are read when their turn comes and the socket has room, so a large file costs
-// no memory, and many requested files cost no descriptors.
+// no memory, and many requested files cost few descriptors.
 class OutgoingQueue {
  public:
   enum class Result {
@@ -34,9 +37,9 @@ class OutgoingQueue {
 
   void Append(const char* bytes, std::size_t length);
 
-  // The bytes from `offset` to `end` of a file. `file` is the open file, owned from here on, or -1
-  // to have `path` opened when its turn comes. A file that has become shorter, is not a regular
-  // one, or cannot be opened, gives fewer bytes.
+  // The bytes from `offset` to `end` of an open file, which is owned from here on. It may be closed
+  // until its turn comes and is then opened anew by its path. A file that has become shorter gives
+  // fewer bytes, and so does one that cannot be opened anew or is not the same any more.
   void AppendFile(std::string path, int file, std::int64_t offset, std::int64_t end);
 
   // Writes up to `budget` bytes to the descriptor.
@@ -53,12 +56,16 @@ class OutgoingQueue {
     std::vector<char> mBytes;
     std::string mPath;  // Of a file.
     bool mIsFile = false;
-    int mFile = -1;
+    int mFile = -1;     // -1 while it is closed.
+    dev_t mDevice = 0;  // With the next one: which file it is.
+    ino_t mInode = 0;
     std::int64_t mOffset = 0;
     std::int64_t mEnd = 0;
   };
 
   static std::size_t MemoryOf(const Chunk& chunk);
+  void Reopen(Chunk& chunk);
+  void CloseFile(Chunk& chunk);
   Chunk& ChunkWithRoom();
   void Grow(Chunk& chunk, std::size_t size);
   long WriteChunk(int fd, Chunk& chunk, std::size_t budget);
@@ -67,11 +74,13 @@ class OutgoingQueue {
 
   std::deque<Chunk> mChunks;
   std::size_t mMemoryBytes = 0;
+  int mOpenFiles = 0;
   bool mProgress = false;
 };
 
-// Opens a file for reading if it is a regular one, without waiting for anybody; -1 otherwise.
-int OpenRegularFile(const char* path);
+// Opens a file for reading if it is a regular one, without waiting for anybody; -1 otherwise. What
+// was opened is in `status`.
+int OpenRegularFile(const char* path, struct stat& status);
 
 }  // namespace dorn
 

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "dorn/server/OutgoingQueue.h"
+
 namespace dorn {
 
 namespace {
@@ -135,6 +137,26 @@ std::string ModuleDirectory() {
   return dirname(path);
 }
 
+ResourceFile::ResourceFile(ResourceFile&& other) noexcept
+    : mIsInside(other.mIsInside),
+      mExists(other.mExists),
+      mPath(std::move(other.mPath)),
+      mStatus(other.mStatus),
+      mFile(std::exchange(other.mFile, -1)) {}
+
+ResourceFile& ResourceFile::operator=(ResourceFile&& other) noexcept {
+  mIsInside = other.mIsInside;
+  mExists = other.mExists;
+  mPath = std::move(other.mPath);
+  mStatus = other.mStatus;
+  std::swap(mFile, other.mFile);
+  return *this;
+}
+
+ResourceFile::~ResourceFile() {
+  if (mFile >= 0) close(mFile);
+}
+
 bool StaysInside(std::string_view name) {
   if (name.find('\0') != std::string_view::npos) return false;
   long depth = 0;
@@ -164,6 +186,24 @@ ResourceFile FindResource(std::string_view name) {
     return walk.Enter(std::string(part), isFolder);
   });
   return walk.Result();
+}
+
+ResourceFile OpenResource(std::string_view name) {
+  constexpr int kAttempts = 100;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    ResourceFile found = FindResource(name);
+    if (!found.mExists || !S_ISREG(found.mStatus.st_mode)) return found;
+    struct stat opened {};
+    found.mFile = OpenRegularFile(found.mPath.c_str(), opened);
+    if (found.mFile < 0) return found;
+    const bool isSame =
+        opened.st_dev == found.mStatus.st_dev && opened.st_ino == found.mStatus.st_ino;
+    found.mStatus = opened;
+    if (isSame) return found;
+  }
+  ResourceFile none;  // Somebody puts something else in its place all the time.
+  none.mIsInside = true;
+  return none;
 }
 
 bool IsInsideResources(std::string_view name) {

@@ -21,10 +21,16 @@ bool StaysInside(std::string_view name);
 
 // What a name below `resources` leads to.
 struct ResourceFile {
+  ResourceFile() = default;
+  ResourceFile(ResourceFile&& other) noexcept;
+  ResourceFile& operator=(ResourceFile&& other) noexcept;
+  ~ResourceFile();
+
   bool mIsInside = false;  // False: the name must not be followed, whether there is a file or not.
   bool mExists = false;
-  std::string mPath;       // Without "..": opened later, it leads nowhere else.
+  std::string mPath;       // Without "..".
   struct stat mStatus {};  // If it exists.
+  int mFile = -1;          // What OpenResource() has opened; closed at the end.
 };
 
 // Links are followed wherever they lead: whoever deploys one means it. But the parent of a linked
@@ -32,6 +38,10 @@ struct ResourceFile {
 // step, each folder held open, and what is found must lie below `resources` or below the target of
 // a link on the way.
 ResourceFile FindResource(std::string_view name);
+
+// The same, and opens it if it is a regular file that may be read: then that is the file that was
+// found inside, whatever somebody renames meanwhile, and `mStatus` is its own.
+ResourceFile OpenResource(std::string_view name);
 
 // Whether FindResource() would find the name inside. Looks at the disk for a name with ".." alone.
 bool IsInsideResources(std::string_view name);

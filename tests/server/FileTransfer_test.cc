@@ -162,6 +162,42 @@ TEST_F(LinkedFolderTest, AFileThatWaitsForItsTurnIsTheOneThatWasFound) {
   EXPECT_EQ(expected, got.substr(got.size() - expected.size()));
 }
 
+TEST_F(LinkedFolderTest, AFileThatWaitsIsNotFollowedThroughAFolderThatBecameALink) {
+  constexpr int kFiles = 20;
+  const std::string name = Folder() + "/help/sub/../page.txt";
+  Find(mLink)->SendData(std::string(4000000, 'x'));
+  for (int i = 0; i < kFiles; ++i) Find(mLink)->OnGetfile(KZString(name), "", "");
+  std::filesystem::create_directory(mOutside + "/other");
+  Write("other/page.txt", "evil");
+  std::filesystem::rename(mOutside + "/help", mOutside + "/help.old");
+  std::filesystem::create_directory_symlink(mOutside + "/other", mOutside + "/help");
+  SendMarker();
+  std::string got;
+  ASSERT_TRUE(RunUntil([&] {
+    got += mLink.station.Take(mLink.station.Bytes().size());
+    return got.size() > 6 && got.compare(got.size() - 7, 6, "marker") == 0;
+  }));
+  got.erase(0, 4000002);
+  EXPECT_THAT(got, Not(HasSubstr("evil")));
+  // The first ones are open while they wait, and so arrive whatever becomes of their names.
+  const std::string whole = Frame(Follows(name, 4)) + "page";
+  EXPECT_EQ(whole + whole + whole + whole, got.substr(0, 4 * whole.size()));
+}
+
+// As a page is replaced: what was announced arrives, and then the new one.
+TEST_F(LinkedFolderTest, AFileThatIsReplacedWhileItWaitsArrivesAsItWasAnnounced) {
+  const std::string name = File("page.bin", "old page");
+  Find(mLink)->SendData(std::string(4000000, 'x'));
+  Find(mLink)->OnGetfile(KZString(name), "", "");
+  File("new.bin", "new");
+  std::filesystem::rename(FolderPath() + "/new.bin", FolderPath() + "/page.bin");
+  Find(mLink)->OnGetfile(KZString(name), "", "");
+  const std::string expected =
+      Frame(Follows(name, 8)) + "old page" + Frame(Follows(name, 3)) + "new";
+  const std::string got = Received(4000002 + expected.size());
+  EXPECT_EQ(expected, got.substr(4000002));
+}
+
 // Whoever deploys changes links while stations ask.
 TEST_F(LinkedFolderTest, NothingThatChangesMeanwhileLetsTheSecretOut) {
   const std::string link = FolderPath() + "/flip";
