@@ -39,7 +39,7 @@ std::set<KZString> DialogIndex::NamesFor(const KZString& session, const KZString
   std::set<KZString> names;
   if (IsFew()) {
     auto it = behind != nullptr ? dialogs.upper_bound(*behind) : dialogs.begin();
-    for (; it != dialogs.end(); ++it) names.insert(it->first);
+    for (; it != dialogs.end(); ++it, ++gSteps) names.insert(it->first);
     return names;
   }
   Synchronise();
@@ -68,6 +68,7 @@ std::vector<KZString> DialogIndex::NamesOf(const VQDialog* dialog, const KZStrin
   std::vector<KZString> names;
   if (IsFew()) {
     for (const auto& [name, other] : mList->mDialogList) {
+      ++gSteps;
       if (other == dialog) names.push_back(name);
     }
     return names;
@@ -103,6 +104,13 @@ void DialogIndex::Erased(std::size_t size, const KZString& name, const VQDialog*
   mSize = mList->mDialogList.size();
   Leave(name, dialog);
 }
+
+void DialogIndex::DialogMade(const VQDialog& dialog) {
+  DialogIndex& index = TheIndex();
+  if (index.mIsBuilt) index.mStrangers.insert(&dialog);
+}
+
+void DialogIndex::DialogGone(const VQDialog& dialog) { TheIndex().mStrangers.erase(&dialog); }
 
 void DialogIndex::TreeAdded(const VQDialog& dialog, const KZString& session) {
   DialogIndex& index = TheIndex();
@@ -159,9 +167,10 @@ void DialogIndex::Rebuild() {
   mNames.clear();
   mBySession.clear();
   mBare.clear();
-  mStrangers.clear();
   for (const auto& [name, dialog] : mList->mDialogList) {
-    if (dialog != nullptr) Enter(name, dialog);
+    if (dialog == nullptr) continue;
+    Enter(name, dialog);
+    mStrangers.erase(dialog);
   }
   mSize = mList->mDialogList.size();
   mTreeCount = gTreeCount;

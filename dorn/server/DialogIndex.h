@@ -25,7 +25,8 @@ namespace dorn {
 // - A list of few dialogs is walked.
 // - The index is built anew when it was made for another list, when the list's map has not the size
 //   that the list's own operations gave it, or when trees came or went otherwise than through the
-//   dialogs' own operations, or when a dialog that is looked for has not the names that it had.
+//   dialogs' own operations, or when a dialog that is looked for has not the names that it had, or
+//   while there are dialogs that have never been in the list.
 // - A dialog is taken from the list's map, under a name that the index knows; its pointer in the
 //   index is only compared.
 class DialogIndex {
@@ -50,6 +51,10 @@ class DialogIndex {
   void Added(std::size_t size, const KZString& name, const VQDialog* dialog,
              const VQDialog* previous);
   void Erased(std::size_t size, const KZString& name, const VQDialog* dialog);
+
+  // A dialog was made; it is about to be destroyed.
+  static void DialogMade(const VQDialog& dialog);
+  static void DialogGone(const VQDialog& dialog);
 
   // Behind a dialog's own changes: one tree came; one left the dialog, destroyed or not; a tree
   // that had left before was destroyed.
@@ -86,7 +91,7 @@ class DialogIndex {
   std::unordered_map<const VQDialog*, std::set<KZString>> mNames;
   std::unordered_map<KZString, Dialogs> mBySession;
   Dialogs mBare;       // Without any tree.
-  Dialogs mStrangers;  // Got a tree and have no name; somebody may write them into the map.
+  Dialogs mStrangers;  // Without a name: somebody may write them into the map.
 };
 
 }  // namespace dorn

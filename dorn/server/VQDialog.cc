@@ -36,8 +36,11 @@ namespace {
 // Whether a dialog's OnUpdate() is the library's, which sets attributes and runs nothing of a host.
 bool HasOwnOnUpdate(const VQDialog& dialog) {
   constexpr std::size_t kSlotOfOnUpdate = 6;  // Behind the two of the destructor and four hooks.
-  static const VQDialog plain;
-  return dorn::OperationOf(dialog, kSlotOfOnUpdate) == dorn::OperationOf(plain, kSlotOfOnUpdate);
+  static const void* const own = [] {
+    const VQDialog plain;
+    return dorn::OperationOf(plain, kSlotOfOnUpdate);
+  }();
+  return dorn::OperationOf(dialog, kSlotOfOnUpdate) == own;
 }
 
 // Sends a text. False if host code may have run meanwhile, which may have changed any tree: an
@@ -80,9 +83,9 @@ const char* TreeDate() {
 
 }  // namespace
 
-VQDialog::VQDialog() = default;
+VQDialog::VQDialog() { dorn::DialogIndex::DialogMade(*this); }
 
-VQDialog::~VQDialog() = default;
+VQDialog::~VQDialog() { dorn::DialogIndex::DialogGone(*this); }
 
 void VQDialog::OnInit() {}
 

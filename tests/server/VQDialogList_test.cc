@@ -126,6 +126,7 @@ TEST_F(VQDialogListTest, ADialogWithTwoNamesLosesBothAndIsDestroyedOnce) {
   HookedDialog* dialog = Add("a");
   mList.Add("b", dialog);
   mList.mDialogList["c"] = dialog;
+  dialog->final = [&](HookedDialog&) { EXPECT_EQ(1U, mList.mDialogList.size()); };
   Add("other");
   mList.Remove("b");
   EXPECT_THAT(Calls(), ElementsAre("OnFinal a"));
@@ -178,7 +179,10 @@ TEST_F(VQDialogListTest, WhatLiesBelowTheStacksFramesIsNoVariable) {
 }
 
 TEST_F(VQDialogListTest, FinalCannotAddItsDialogAgain) {
-  Add("a")->final = [&](HookedDialog& dialog) { mList.Add("b", &dialog); };
+  Add("a")->final = [&](HookedDialog& dialog) {
+    mList.Add("b", &dialog);
+    EXPECT_FALSE(mList.Has("b"));
+  };
   testing::internal::CaptureStderr();
   mList.Remove("a");
   EXPECT_EQ("dorn: a dialog that is being removed cannot be added again (b)\n",
@@ -270,6 +274,24 @@ TEST_F(LongDialogListTest, ADialogThatWasPutInAnothersPlaceByHandIsNotLeftBehind
   delete before;
 }
 
+// Whether it was made before or after somebody has searched.
+TEST_F(LongDialogListTest, ASessionsEndFindsADialogWithoutTreesThatWasPutInAnothersPlaceByHand) {
+  for (const bool isSearched : {false, true}) {
+    auto* other = new HookedDialog;
+    other->mDialogName = "other";
+    if (isSearched) mList.RemoveBySession("nobody");
+    VQDialog* const before = std::exchange(mList.mDialogList["d20"], other);
+    Calls().clear();
+    mList.RemoveBySession("nobody");
+    EXPECT_FALSE(mList.Has("d20"));
+    EXPECT_THAT(Calls(), ElementsAre("OnFinal other")) << isSearched;
+    mList.Add("d20", before);
+  }
+  const std::uint64_t steps = dorn::DialogIndex::Steps();
+  mList.RemoveBySession("nobody");
+  EXPECT_EQ(steps, dorn::DialogIndex::Steps());
+}
+
 // What a walk over all of them would do, in the order of the names.
 std::vector<std::string> ExpectedEnds(const VQDialogList& list, const std::string& sid) {
   std::vector<std::string> names;
@@ -333,7 +355,7 @@ TEST_F(VQDialogListTest, WhatHostsWriteIntoTheMapsCounts) {
         if (mList.mDialogList.count("e" + name) == 0 && below(4) == 0) {
           auto* made = new HookedDialog;
           made->mDialogName = name;
-          made->AddSession(sid);
+          if (below(3) != 0) made->AddSession(sid);
           found->second = made;
           delete dialog;
         }
