@@ -1,5 +1,8 @@
 #include "dorn/server/ApplicationState.h"
 
+#include "dorn/server/OutgoingDrainer.h"
+#include "dorn/server/VQApplication.h"
+
 namespace dorn {
 
 namespace {
@@ -7,6 +10,8 @@ namespace {
 // Applications are few, usually one, and come and go on one thread: a list that readers walk
 // without a lock. Set before any dynamic initialiser runs.
 struct Entry {
+  explicit Entry(const VQApplication& app) : owner(&app) {}
+
   const VQApplication* owner;
   ApplicationState state;
   std::atomic<Entry*> next{nullptr};
@@ -18,8 +23,12 @@ static_assert(std::atomic<bool>::is_always_lock_free, "written by signal handler
 
 }  // namespace
 
+ApplicationState::ApplicationState() = default;
+
+ApplicationState::~ApplicationState() = default;
+
 void MakeState(const VQApplication& app) {
-  auto* entry = new Entry{&app, {}, {}};
+  auto* entry = new Entry(app);
   entry->next = gFirst.load();
   gFirst = entry;
 }
@@ -37,6 +46,13 @@ void DropState(const VQApplication& app) {
 ApplicationState* FindState(const VQApplication& app) {
   for (Entry* entry = gFirst; entry != nullptr; entry = entry->next) {
     if (entry->owner == &app) return &entry->state;
+  }
+  return nullptr;
+}
+
+ApplicationState* FindStateOfList(const KZFdDataList* list) {
+  for (Entry* entry = gFirst; entry != nullptr; entry = entry->next) {
+    if (&entry->owner->mFdList == list) return &entry->state;
   }
   return nullptr;
 }

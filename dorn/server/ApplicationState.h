@@ -9,10 +9,12 @@
 #include "dorn/server/LoginGuard.h"
 #include "dorn/server/StationAddress.h"
 
+class KZFdDataList;
 class VQApplication;
 
 namespace dorn {
 
+class OutgoingDrainer;
 class StatisticsServer;
 
 // Loop thread only, except what is marked.
@@ -28,6 +30,12 @@ struct ApplicationState {
 
   // Null: nobody asked for it. The loop's list owns it.
   StatisticsServer* statisticsServer = nullptr;
+
+  // Null until a connection waits for room in its socket.
+  std::unique_ptr<OutgoingDrainer> drainer;
+
+  ApplicationState();
+  ~ApplicationState();
 };
 
 // Each application object has one from its constructor to its destructor. Finding it takes no lock,
@@ -35,6 +43,9 @@ struct ApplicationState {
 void MakeState(const VQApplication& app);
 void DropState(const VQApplication& app);
 ApplicationState* FindState(const VQApplication& app);
+
+// That of the application whose loop has this list; null if it is of none.
+ApplicationState* FindStateOfList(const KZFdDataList* list);
 
 // The same where there must be one.
 inline ApplicationState& StateOf(const VQApplication& app) { return *FindState(app); }

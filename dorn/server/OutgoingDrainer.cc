@@ -6,22 +6,12 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
-#include <vector>
 
 #include "dorn/base/SemaphoreLock.h"
+#include "dorn/server/ApplicationState.h"
 #include "dorn/server/Drainable.h"
 
 namespace dorn {
-
-namespace {
-
-// Never destroyed: connections may still be destroyed after the statics of this file.
-std::vector<std::unique_ptr<OutgoingDrainer>>& Drainers() {
-  static auto* const drainers = new std::vector<std::unique_ptr<OutgoingDrainer>>;
-  return *drainers;
-}
-
-}  // namespace
 
 OutgoingDrainer::OutgoingDrainer(int epoll, KZFdDataList* list)
     : KZFdData(kTypeListener, epoll, kId, list) {}
@@ -29,23 +19,22 @@ OutgoingDrainer::OutgoingDrainer(int epoll, KZFdDataList* list)
 OutgoingDrainer::~OutgoingDrainer() { close(GetFD()); }
 
 OutgoingDrainer* OutgoingDrainer::Find(KZFdDataList* list) {
-  for (const auto& drainer : Drainers()) {
-    if (drainer->GetFdDataList() == list) return drainer.get();
-  }
-  return nullptr;
+  const ApplicationState* state = FindStateOfList(list);
+  return state != nullptr ? state->drainer.get() : nullptr;
 }
 
 OutgoingDrainer* OutgoingDrainer::Of(KZFdDataList* list) {
-  OutgoingDrainer* drainer = Find(list);
+  ApplicationState* state = FindStateOfList(list);
+  if (state == nullptr) return nullptr;
+  std::unique_ptr<OutgoingDrainer>& drainer = state->drainer;
   if (drainer == nullptr) {
     const int epoll = epoll_create1(EPOLL_CLOEXEC);
     if (epoll < 0) return nullptr;
-    drainer = new OutgoingDrainer(epoll, list);
-    Drainers().emplace_back(drainer);
+    drainer.reset(new OutgoingDrainer(epoll, list));
   }
-  // Anew for a list that was built where another one had been.
+  // Anew if the host has emptied the list.
   if (!drainer->IsInList()) drainer->AddEvent();
-  return drainer;
+  return drainer.get();
 }
 
 bool OutgoingDrainer::IsInList() {
@@ -54,14 +43,6 @@ bool OutgoingDrainer::IsInList() {
   const FdDataList& pending = list.mAddRequest;
   return std::find(list.begin(), list.end(), this) != list.end() ||
          std::find(pending.begin(), pending.end(), this) != pending.end();
-}
-
-void OutgoingDrainer::Forget(KZFdDataList* list) {
-  auto& drainers = Drainers();
-  drainers.erase(
-      std::remove_if(drainers.begin(), drainers.end(),
-                     [list](const auto& drainer) { return drainer->GetFdDataList() == list; }),
-      drainers.end());
 }
 
 void OutgoingDrainer::Forget(KZFdDataList* list, const Drainable* waiting) {

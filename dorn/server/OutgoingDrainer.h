@@ -11,10 +11,10 @@ namespace dorn {
 
 class Drainable;
 
-// One record for all connections of a loop. The loop watches a connected socket for reading only,
-// and does not tell a record which of the two it found. But an epoll descriptor is itself readable
-// as soon as one of the sockets that it watches can be written, so one descriptor more serves any
-// number of waiting connections.
+// One record for all connections of an application. The loop watches a connected socket for reading
+// only, and does not tell a record which of the two it found. But an epoll descriptor is itself
+// readable as soon as one of the sockets that it watches can be written, so one descriptor more
+// serves any number of waiting connections.
 //
 // Each registration reports once and is renewed when there is still something to write: a
 // registration that outlived its connection cannot keep the loop busy.
@@ -23,11 +23,9 @@ class OutgoingDrainer : public KZFdData {
   // A negative id: outside all ranges, and none of the ids that the list hands out to hosts.
   static constexpr int kId = -2;
 
-  // The drainer of a list, made at the first call. Null when there is no descriptor for it.
+  // The drainer of the application whose loop has this list, made at the first call. Null without
+  // such an application, and when there is no descriptor for it.
   static OutgoingDrainer* Of(KZFdDataList* list);
-
-  // Destroys the drainer of a list that is about to be destroyed.
-  static void Forget(KZFdDataList* list);
 
   // Forgets who waits, also one that it does not know. `list` may be null.
   static void Forget(KZFdDataList* list, const Drainable* waiting);

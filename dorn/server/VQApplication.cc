@@ -16,7 +16,6 @@
 #include "dorn/server/Counters.h"
 #include "dorn/server/IdRange.h"
 #include "dorn/server/MessageBatch.h"
-#include "dorn/server/OutgoingDrainer.h"
 #include "dorn/server/ResourcePath.h"
 #include "dorn/server/RunningHooks.h"
 #include "dorn/server/StationAddress.h"
@@ -78,7 +77,6 @@ VQApplication::VQApplication(VQDialogMaker& maker)
 
 VQApplication::~VQApplication() {
   if (gApp == this) gApp = nullptr;
-  dorn::OutgoingDrainer::Forget(&mFdList);
   dorn::DropState(*this);
 }
 
