@@ -32,7 +32,6 @@ RunningHooks::RunningHooks(VQDialog* dialog) : mDialog(dialog), mOuter(gInnermos
 
 RunningHooks::~RunningHooks() {
   gInnermost = mOuter;
-  ForgetSurvey();
   if (mIsRetired) Delete(mDialog);
   for (TreeNode& tree : mTrees) {
     tree = TreeNode();
