@@ -52,16 +52,9 @@ void AppendRow(std::string& out, const std::vector<VQValue>& row) {
 }
 
 void AppendList(std::string& out, VQJsonObjectHasList& group, int& b) {
-  if (group.mObjectList.empty()) return;
-  AppendKey(out, group.mListKey, b);
-  out += '[';
-  int count = 0;
-  for (std::size_t i = 0; i < group.mObjectList.size(); ++i) {
-    if (group.mObjectList[i] == nullptr) continue;
-    AppendComma(out, count);
-    AppendObject(out, *group.mObjectList[i]);
-  }
-  out += ']';
+  WriteList(
+      group, b, [&out](std::string_view text) { out += text; },
+      [&out](VQJsonObject& child) { AppendObject(out, child); });
 }
 
 void AppendOwnMembers(std::string& out, VQJsonObject& object, int& b) {

@@ -5,17 +5,37 @@
 #ifndef DORN_MODEL_MEMBERTEXT_H_
 #define DORN_MODEL_MEMBERTEXT_H_
 
+#include <cstddef>
 #include <string>
+#include <utility>
 
 #include "dorn/base/KZString.h"
 #include "dorn/model/VQJsonGrid.h"
 #include "dorn/model/VQJsonObject.h"
+#include "dorn/model/VQJsonObjectHasList.h"
 
 namespace dorn {
 
 // Counts one more item and puts a comma before it unless it is the first.
 inline void AppendComma(std::string& out, int& b) {
   if (b++ != 0) out += ',';
+}
+
+// The member with a group's list. `text` writes what stands around the children, `object` a child;
+// it may change the list.
+template <class WriteText, class WriteObject>
+void WriteList(const VQJsonObjectHasList& group, int& b, WriteText&& text, WriteObject&& object) {
+  if (group.mObjectList.empty()) return;
+  text(b++ != 0 ? ",\"" : "\"");
+  text(group.mListKey);
+  text("\":[");
+  bool isFirst = true;
+  for (std::size_t i = 0; i < group.mObjectList.size(); ++i) {
+    if (group.mObjectList[i] == nullptr) continue;
+    if (!std::exchange(isFirst, false)) text(",");
+    object(*group.mObjectList[i]);
+  }
+  text("]");
 }
 
 // What VQJsonObject::OutJsonMember() writes, for an object of any class.

@@ -1,10 +1,13 @@
 #include "dorn/model/VQJsonObjectHasList.h"
 
 #include <algorithm>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "dorn/model/ClassTags.h"
 #include "dorn/model/Family.h"
+#include "dorn/model/MemberText.h"
 #include "dorn/model/ObjectClass.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/WireWords.h"
@@ -78,19 +81,12 @@ bool VQJsonObjectHasList::AddObject(VQJsonObject* jo, int command) {
 }
 
 void VQJsonObjectHasList::OutJsonList(std::ostream& out, int& b) {
-  if (mObjectList.empty()) return;
-  if (b++ != 0) out.put(',');
-  out.put('"');
-  out.write(mListKey.data(), static_cast<std::streamsize>(mListKey.size()));
-  out.write("\":[", 3);
-  bool first = true;
-  for (std::size_t i = 0; i < mObjectList.size(); ++i) {
-    if (mObjectList[i] == nullptr) continue;
-    if (!first) out.put(',');
-    first = false;
-    mObjectList[i]->OutJson(out);
-  }
-  out.put(']');
+  dorn::WriteList(
+      *this, b,
+      [&out](std::string_view text) {
+        out.write(text.data(), static_cast<std::streamsize>(text.size()));
+      },
+      [&out](VQJsonObject& child) { child.OutJson(out); });
 }
 
 VQJsonObject* VQJsonObjectHasList::SearchName(const KZString& name) {
