@@ -155,6 +155,12 @@ void VQJsonObjectHasList::ShareChildren(const VQJsonObjectHasList& other) {
 // Destroys the children that were taken out of the list, but for those that some list still holds.
 // All are judged before the first one dies: one of them may hold another.
 void VQJsonObjectHasList::ReleaseChildren(const std::vector<VQJsonObject*>& children) {
+  // This list, if it is worth while: each of the children is looked for in it.
+  std::unordered_set<const VQJsonObject*> listed;
+  if (children.size() > 1) listed.insert(mObjectList.begin(), mObjectList.end());
+  const auto isListed = [&](const VQJsonObject* child) {
+    return children.size() > 1 ? listed.count(child) != 0 : Contains(*this, child);
+  };
   std::vector<VQJsonObject*> doomed;
   std::size_t place = 0;
   for (VQJsonObject* child : children) {
@@ -162,7 +168,7 @@ void VQJsonObjectHasList::ReleaseChildren(const std::vector<VQJsonObject*>& chil
     if (!dorn::Family::IsHeld(*child, place)) {
       child->mIsDoomed = true;
       doomed.push_back(child);
-    } else if (!Contains(*this, child)) {
+    } else if (!isListed(child)) {
       if (child->mParent == this) child->mParent = nullptr;
       dorn::Family::Leave(*this, *child);
     }

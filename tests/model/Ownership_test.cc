@@ -40,6 +40,20 @@ TEST(OwnershipTest, ACopyOfAVeryWideGroupDiesQuickly) {
   EXPECT_EQ(group->mObjectList.size(), kWide - 2);
 }
 
+TEST(OwnershipTest, CopiesOfAVeryWideGroupAreAssignedQuickly) {
+  constexpr std::size_t kWide = 200000;
+  const auto group = MakeGroup();
+  for (std::size_t i = 0; i < kWide; ++i) group->AddObject(new VQJsonObject(group.get()), 0);
+  const HangGuard guard;
+  Group copy(*group);
+  const Group other(*group);
+  copy = other;
+  EXPECT_EQ(copy.mObjectList.size(), kWide);
+  copy = Group("Objects", nullptr);
+  copy = *group;
+  EXPECT_EQ(copy.mObjectList, group->mObjectList);
+}
+
 TEST(OwnershipTest, AChildOfNoGroupAddedToTwoDiesOnceWithTheLastOfThem) {
   for (const bool firstFirst : {true, false}) {
     int destroyed = 0;
