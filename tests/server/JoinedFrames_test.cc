@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/server/ServerTest.h"
@@ -75,6 +77,8 @@ class JoinedFramesTest : public ServerTest {
       mOther.station.Reset();
     } else if (what == "end the process") {
       _exit(0);
+    } else if (what == "fork") {
+      ForkAndWait();
     } else if (what == "throw") {
       throw std::runtime_error("thrown by a hook");
     } else if (what == "slow") {
@@ -100,6 +104,14 @@ class JoinedFramesTest : public ServerTest {
       mSeenByAsker.push_back(mAsking.station.Bytes());
       if (other != nullptr) other->SendData(what);
     }
+  }
+
+  // A child that ends as programs end, with all that is done at exit.
+  static void ForkAndWait() {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) std::exit(0);
+    ASSERT_EQ(child, waitpid(child, nullptr, 0));
   }
 
   Link mAsking;
@@ -129,6 +141,12 @@ TEST_F(JoinedFramesTest, NothingLeavesWhileAnotherMessageWaits) {
 TEST_F(JoinedFramesTest, AMessageAloneIsAnsweredAtOnce) {
   Feed(mAsking, Ask("a"));
   EXPECT_THAT(mSeenByAsker, ElementsAre(Frame("a")));
+}
+
+// A thread that no message was ever served on.
+TEST_F(JoinedFramesTest, WhatAnotherThreadSendsLeavesAtOnce) {
+  std::thread([&] { Find(mOther)->SendData("a"); }).join();
+  EXPECT_LT(WaitMs(mOther, 3), 100);
 }
 
 TEST_F(JoinedFramesTest, AnIncompleteMessageBehindKeepsNothingBack) {
@@ -188,6 +206,13 @@ TEST_F(JoinedFramesTest, WhatWasSentArrivesThoughAHookEndsTheProcess) {
   EXPECT_EQ(0, status);
   EXPECT_TRUE(mOther.station.WaitFor(3));
   EXPECT_THAT(mOther.station.Messages(), ElementsAre("a"));
+}
+
+TEST_F(JoinedFramesTest, AChildOfAHookThatEndsSendsNothingASecondTime) {
+  FeedOnce(mAsking, Ask("a") + Ask("fork") + Ask("b"));
+  Feed(mAsking, Ask("c"));
+  EXPECT_THAT(mOther.station.Messages(), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(mAsking.station.Messages(), ElementsAre("a", "b", "c"));
 }
 
 TEST_F(JoinedFramesTest, AnAnswerLeavesBeforeALateHook) {

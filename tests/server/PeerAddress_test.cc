@@ -132,6 +132,7 @@ TEST_F(PeerAddressTest, ALineThatIsNoneTellsNothingAndLosesNoMessage) {
   const std::string endless = "PROXY TCP4 " + std::string(200, '1');
   Link link = From("10.0.0.6");
   EXPECT_EQ("10.0.0.6", AddressAtLogIn(link, endless + "\r\n\x02" + kHello + "\x03"));
+  EXPECT_EQ("10.0.0.6", AddressAtLogIn(link, std::string(kLine) + "\x02" + kHello + "\x03"));
 }
 
 TEST_F(PeerAddressTest, WhatTheProxyTellsIsLogged) {

@@ -289,6 +289,31 @@ TEST_F(SlotsTest, OfAddressesWithTheSameNumberTheOldestMakesRoom) {
   for (Link* link : {&c, &late, &later}) EXPECT_FALSE(link->station.IsClosed());
 }
 
+TEST_F(SlotsTest, WhoIsClosedAlreadyMakesNoRoom) {
+  Link a = From("10.0.0.1"), b = From("10.0.0.1"), c = From("10.0.0.2");
+  Find(a)->Close();
+  Find(b)->Close();
+  CapturedStdout console;
+  Link late = From("10.0.0.9", kLimit);
+  EXPECT_THAT(console.Text(), HasSubstr("Connection " + std::to_string(c.id) + " from 10.0.0.2"));
+  EXPECT_TRUE(c.station.IsClosed());
+  EXPECT_FALSE(late.station.IsClosed());
+}
+
+TEST_F(SlotsTest, AreCountedAnewWhenThePortIsOpenedAnew) {
+  Link high = From("10.0.0.1", 900);
+  EXPECT_FALSE(high.station.IsClosed());
+  Find(high)->Close();
+  Pass(2);
+  const DescriptorLimit lower{600};
+  mListener.Close();
+  Pass(2);
+  ASSERT_GE(mListener.Open("127.0.0.1", 0), 0);
+  Pass();
+  Link middle = From("10.0.0.1", 590);
+  EXPECT_TRUE(middle.station.IsClosed());
+}
+
 TEST_F(SlotsTest, WhatTheHostOpenedItselfMakesNoRoom) {
   const TcpAcceptor acceptor;
   auto* outward = new VQClientSocket(nullptr, app.GetFdDataList());
@@ -338,7 +363,7 @@ TEST_F(ShareTest, IsNotCountedAsLongAsAQuarterIsFree) {
 }
 
 TEST_F(ShareTest, OfOneAddressIsAQuarterOnceFewAreFree) {
-  Crowd("10.0.0.1", 253);
+  Crowd("10.0.0.1", 252);
   Link other = From("10.0.0.2");
   // Far up: 251 slots are above it, so fewer than a quarter are free.
   mCrowd.push_back(From("10.0.0.1", kLimit - 1 - 251));
@@ -348,6 +373,29 @@ TEST_F(ShareTest, OfOneAddressIsAQuarterOnceFewAreFree) {
   Link another = From("10.0.0.3", kLimit - 1 - 250);
   EXPECT_FALSE(another.station.IsClosed());
   EXPECT_EQ(1U, Closed());
+}
+
+// 253 slots are above the new one, but two of them are taken.
+TEST_F(ShareTest, CountsWhatIsTakenAboveTheNewSlotAsNotFree) {
+  Link others[] = {From("10.0.0.2", kLimit - 1), From("10.0.0.3", kLimit - 2)};
+  Crowd("10.0.0.1", 252);
+  mCrowd.push_back(From("10.0.0.1", kLimit - 1 - 253));
+  EXPECT_TRUE(mCrowd.front().station.IsClosed());
+  EXPECT_EQ(1U, Closed());
+}
+
+TEST_F(ShareTest, IsThatOfAStationBehindAProxyAndNotOfTheProxy) {
+  dorn::SetTrustedProxies({"10.0.0.6"});
+  const std::string line = "PROXY TCP4 10.0.0.1 10.0.0.6 1 5000\r\n";
+  Crowd("10.0.0.6", 252);
+  Link last = From("10.0.0.6", kLimit - 1 - 251);
+  EXPECT_EQ(0U, Closed());
+  for (Link& link : mCrowd) Feed(link, line);
+  EXPECT_EQ(0U, Closed());
+  Feed(last, line);
+  EXPECT_TRUE(mCrowd.front().station.IsClosed());
+  EXPECT_EQ(1U, Closed());
+  dorn::SetTrustedProxies({});
 }
 
 // The descriptor sets of select() end at 1024.
