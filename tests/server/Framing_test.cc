@@ -1,7 +1,4 @@
 // How a connection cuts the received bytes into messages: STX text ETX.
-#include <atomic>
-#include <thread>
-
 #include "tests/server/ServerTest.h"
 
 namespace {
@@ -186,26 +183,6 @@ TEST_F(FramingTest, ReturnsZeroToTheLoop) {
   Find(mLink)->SetDataToBuffer(bytes, 4);
   EXPECT_EQ(0, Find(mLink)->OnReceive(nullptr, 0));
   EXPECT_EQ(0, Find(mLink)->GetDataLength());
-}
-
-// A sanitizer sees what is not meant for two threads. Whatever was cleared in the middle, the next
-// whole message is executed.
-TEST_F(FramingTest, AnotherThreadMayClearTheBuffer) {
-  VQClientSocket* client = Find(mLink);
-  std::atomic<bool> isOver{false};
-  std::thread other([&] {
-    while (!isOver) client->ClearData();
-  });
-  for (int i = 0; i < 300; ++i) {
-    mLink.station.SendRaw("garbage" + Frame(Probe("a")) + kStx + "incomplete");
-    Pass(2);
-  }
-  isOver = true;
-  other.join();
-  client->ClearData();
-  Calls().clear();
-  Receive(Frame(Probe("b")));
-  EXPECT_THAT(Calls(), ElementsAre("OnAuth b no"));
 }
 
 }  // namespace
