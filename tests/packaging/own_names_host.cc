@@ -19,6 +19,15 @@ int CanonicalDialogName(const char*) { return 7; }
 int CheckResource(const char*) { return 8; }
 int LastResource() { return 9; }
 int SetObserver(Observer*) { return 10; }
+int PeerAddress(int) { return 11; }
+int SetTrustedProxies(const char*) { return 12; }
+int Text(int) { return 13; }
+struct Connection {
+  int mine = 14;
+};
+struct Family {
+  int mine = 15;
+};
 
 #include <dorn/dorn.h>
 
@@ -30,6 +39,30 @@ class Panel : public VQDialog {
  public:
   virtual int LastResource() { return ++gCalls; }
   virtual int Statistics() { return ++gCalls; }
+  virtual int PeerAddress() { return ++gCalls; }
+  virtual int CanonicalDialogName() { return ++gCalls; }
+  virtual int EscapeText() { return ++gCalls; }
+  virtual int UnescapeText() { return ++gCalls; }
+};
+
+// A station of the host's own, and a tree.
+class Station : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  virtual int PeerAddress() { return ++gCalls; }
+  virtual int Text() { return ++gCalls; }
+  virtual int FreeBuffer() { return ++gCalls; }
+  virtual int MakeSessionId() { return ++gCalls; }
+  int mConnection = 0;
+  int mState = 0;
+};
+
+class Tree : public VQJsonResource {
+ public:
+  virtual int ReleaseChildren() { return ++gCalls; }
+  virtual int ShareChildren() { return ++gCalls; }
+  int mFamily = 0;
+  int mPlace = 0;
 };
 
 class Maker : public VQDialogMaker {
@@ -61,6 +94,15 @@ class App : public VQApplication {
   virtual void OnSessionStart(const KZString&, int) { ++gCalls; }
   virtual void OnSessionExtend(const KZString&) { ++gCalls; }
   virtual void OnSessionEnd(const KZString&) { ++gCalls; }
+  virtual int PeerAddress(VQClientSocket*) { return ++gCalls; }
+  virtual int MakeSessionId() { return ++gCalls; }
+  virtual int LastResource() { return ++gCalls; }
+  virtual int CheckResource(const KZString&) { return ++gCalls; }
+  virtual int CanonicalDialogName(const KZString&) { return ++gCalls; }
+  virtual int EscapeText(const KZString&) { return ++gCalls; }
+  virtual int UnescapeText(const KZString&) { return ++gCalls; }
+  virtual void FirePassTimers() { ++gCalls; }
+  virtual void FireTimers() { ++gCalls; }
   virtual void CloseDown() { ++gCalls; }
   virtual void DrainQueues() { ++gCalls; }
 };
@@ -74,6 +116,15 @@ int main() {
   if (library.Initialize(0, nullptr) != 1 || library.GetStationPort() <= 0) return 1;
   library.SetTrace(dorn::Trace::kNoSecrets);
   library.SetLoginGuard(true);
+  dorn::SetTrustedProxies({"10.0.0.6"});
+  dorn::SetObserver(nullptr);
+  {
+    Station station(nullptr, app.GetFdDataList());
+    Tree tree;
+    tree.AddObject(new VQJsonObject(&tree), 0);
+    tree.DeleteChildAll();
+    if (!dorn::PeerAddress(station).empty() || !tree.mObjectList.empty()) return 1;
+  }
   library.Stop();
   library.Run();
   if (gCalls != 0) {
@@ -81,10 +132,15 @@ int main() {
     return 1;
   }
   const bool isMine = MakeSessionId() == 4 && EscapeText("") == 5 && UnescapeText("") == 6 &&
-                      CanonicalDialogName("") == 7 && CheckResource("") == 8 && LastResource() == 9;
-  const bool isTheirs = dorn::MakeSessionId().size() == 32 && dorn::EscapeText("\"") == "\\\"" &&
-                        !dorn::CheckResource("none.json").isUsable &&
-                        library.Statistics().stations == 0 && kNone == 2;
+                      CanonicalDialogName("") == 7 && CheckResource("") == 8 &&
+                      LastResource() == 9 && SetObserver(nullptr) == 10 && PeerAddress(0) == 11 &&
+                      SetTrustedProxies("") == 12 && Text(0) == 13 &&
+                      Connection().mine + Family().mine == 29;
+  const bool isTheirs =
+      dorn::MakeSessionId().size() == 32 && dorn::EscapeText("\"") == "\\\"" &&
+      dorn::UnescapeText("\\\"") == "\"" && dorn::CanonicalDialogName("a@.@b") == "a@b" &&
+      !dorn::CheckResource("none.json").isUsable && !dorn::LastResource().isUsable &&
+      library.Statistics().stations == 0 && kNone == 2;
   app.Stop();
   return isMine && isTheirs && gCalls == 1 ? 0 : 1;
 }
