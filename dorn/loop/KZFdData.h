@@ -22,7 +22,10 @@ struct RecordState;
 // The creator owns a record, unless its auto-delete is set: then the list destroys it when it
 // removes it. To get rid of a record of one's own, ask for its removal, let a loop pass go by,
 // close the descriptor and destroy the record. A descriptor that is closed earlier is found dead by
-// the loop, which then removes its record without a hook. A record that is destroyed on the loop
+// the loop, which then removes its record without a hook. A descriptor that is closed and opened
+// again behind its record, under the same number, is watched again at the latest 100 ms after a
+// hook has run; where that happened outside hooks, on another thread, that is after the next hook.
+// A record that is destroyed on the loop
 // thread while it is still in the list leaves the list by itself; destroying a record from within
 // one of its own hooks is an error.
 class DORN_EXPORT KZFdData {
