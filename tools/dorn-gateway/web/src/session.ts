@@ -1,6 +1,6 @@
-// One user's way through a host: log-in, the dialog that is shown, what is set, and coming back when
-// the line was gone. A state machine that owns neither a socket nor a clock: whoever owns them tells
-// it what happened and when, in milliseconds of any steady clock, and does what it wants.
+// One user's way through a host: log-in, the dialog that is shown, what is set, and coming back
+// when the line was gone. A state machine that owns neither a socket nor a clock: whoever owns them
+// tells it what happened and when, in milliseconds of any steady clock, and does what it wants.
 //
 //   loggedOut --logIn()--> loggingIn --OPEN--> entering --tree--> showing
 //                                                 ^                  | line lost
@@ -246,7 +246,7 @@ export class Session {
 
   connected(line: number, now: number): void {
     if (line !== this.line || line === 0 || this.isConnected) return;
-    this.now = now;
+    this.now = this.lineSince = now;
     this.isConnected = true;
     if (this.opening !== null) {
       this.send(this.opening);
@@ -306,7 +306,8 @@ export class Session {
       const first = this.awaited[0];
       if (first && this.getCause() !== "noAnswer") next.push(first.sent + times.kAnswerLimit);
       if (this.opened.intervalSeconds > 0) {
-        next.push(this.stays ? this.aliveAt + this.idleAfter() / 3 : this.touchedAt + this.idleAfter());
+        const interval = this.idleAfter();
+        next.push(this.stays ? this.aliveAt + interval / 3 : this.touchedAt + interval);
       }
       if (this.isHeartbeatWanted()) next.push(this.fenceAt + times.kHeartbeat);
     }
@@ -465,8 +466,9 @@ export class Session {
 
   private lineLimit(): number | null {
     if (this.line === 0) return null;
-    if (!this.isHostUp) return this.lineSince + times.kConnectLimit;
-    return this.state === "loggingIn" ? this.lineSince + times.kLogInLimit : null;
+    if (!this.isConnected) return this.lineSince + times.kConnectLimit;
+    if (this.state === "loggingIn") return this.lineSince + times.kLogInLimit;
+    return this.isHostUp ? null : this.lineSince + times.kHostLimit;
   }
 
   private isHeartbeatWanted(): boolean {
@@ -506,7 +508,6 @@ export class Session {
         break;
       case "up":
         this.isHostUp = true;
-        this.lineSince = this.now;
         break;
       case "down":
         this.message = memberText(frame, "why");

@@ -1,7 +1,8 @@
 // How long a session waits for what, in milliseconds.
 
-export const kConnectLimit = 10_000; // From the wish for a line to the host's connection.
-export const kLogInLimit = 20_000; // From there to the first OPEN: guessing is slowed down.
+export const kConnectLimit = 10_000; // From the wish for a line to the gateway.
+export const kHostLimit = 12_000; // From there to the host, which the gateway gives 10 s.
+export const kLogInLimit = 75_000; // From there to the first OPEN: guessing is slowed down.
 export const kAnswerLimit = 5_000; // A fence that is not answered by then is a sign.
 export const kHeartbeat = 20_000; // Between two fences while somebody looks.
 export const kRefetch = 600_000; // Between two entries into the same dialog.

@@ -1,0 +1,404 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+
+import type { JsonObject } from "../src/json";
+import { Session } from "../src/session";
+
+type Command = JsonObject & { Command: string; File?: string };
+
+/** A session with the gateway and the host played by the test, and a clock of its own. */
+class Scene {
+  now = 1000;
+  readonly session = new Session({ station: { width: 1, height: 2 }, random: () => 0.5 });
+
+  connect(): void {
+    this.session.connected(this.session.line, this.now);
+  }
+
+  tell(frame: JsonObject): void {
+    this.session.receivedText(this.session.line, JSON.stringify(frame), this.now);
+  }
+
+  command(c: JsonObject): void {
+    this.tell({ t: "cmd", c });
+  }
+
+  /** The commands that have been sent since the last question, text by text. */
+  sent(): Command[][] {
+    return this.session.takeOutput().map((text) => {
+      const read = JSON.parse(text) as Command & { Commands?: Command[] };
+      return read.Commands ?? [read];
+    });
+  }
+
+  /** Their words alone; a fence as "?". */
+  words(): string[][] {
+    return this.sent().map((text) =>
+      text.map((each) => (each.File?.startsWith("?f") ? "?" : each.Command)),
+    );
+  }
+
+  fence(number: number): void {
+    this.command({ Command: "PUTFILE", File: `?f${number}`, Status: "ERROR" });
+  }
+
+  tree(tree: JsonObject): void {
+    const head = { Command: "PUTFILE", File: "d.json" };
+    this.tell({ t: "file", head, live: true, tree });
+  }
+
+  open(members: JsonObject = {}): void {
+    this.command({ Command: "OPEN", File: "d.json", SessionId: "s1", ...members });
+  }
+
+  /** Logged in, and the dialog d is shown. */
+  show(open: JsonObject = {}): this {
+    this.session.logIn("u", "p", this.now);
+    this.connect();
+    this.tell({ t: "up" });
+    this.open(open);
+    this.fence(1);
+    this.tree({ Name: "d", Objects: [{ Name: "a", Type: "EDIT", Value: "0" }] });
+    this.fence(2);
+    this.sent();
+    assert.equal(this.session.state, "showing");
+    return this;
+  }
+
+  act(value: string): boolean {
+    const objects = [{ name: "a", attributes: { Value: value } }];
+    return this.session.act("a", "CHANGE", objects, this.now);
+  }
+
+  wait(ms: number): void {
+    const end = this.now + ms;
+    for (let next = this.session.nextTick(); next !== null && next <= end; ) {
+      this.now = Math.max(this.now, next);
+      this.session.tick(this.now);
+      const then = this.session.nextTick();
+      assert.notEqual(then, next, "a tick that changes nothing");
+      next = then;
+    }
+    this.now = end;
+    this.session.tick(end);
+  }
+
+  shown(): string | undefined {
+    const { replica } = this.session;
+    const object = replica.tree.find("a");
+    return object && (replica.shownAttributes(object).get("Value") as string);
+  }
+}
+
+test("session: the connection is wanted at the first log-in, and not before", () => {
+  const scene = new Scene();
+  assert.equal(scene.session.line, 0);
+  scene.session.logIn("u", "p", scene.now);
+  assert.equal(scene.session.line, 1);
+  assert.deepEqual(scene.sent(), []);
+  scene.connect();
+  assert.deepEqual(scene.sent(), [
+    [{ Command: "HELLO", Id: "u", Pass: "p", Type: "STATION", ResolutionH: 1, ResolutionV: 2 }],
+  ]);
+});
+
+test("session: OPEN is followed by a fence, the dialog and its tree in one text", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.sent();
+  scene.open({ DialogName: "a@b", Interval: "60", Language: "ja", Menu: ["a@b", "c"] });
+  assert.deepEqual(scene.sent(), [
+    [
+      { Command: "GETFILE", File: "?f1" },
+      { Command: "CHANGE", DialogName: "a@b" },
+      { Command: "GETFILE", File: "a/b.json" },
+      { Command: "GETFILE", File: "?f2" },
+    ],
+  ]);
+  assert.equal(scene.session.opened.intervalSeconds, 60);
+  assert.equal(scene.session.opened.language, "ja");
+  assert.deepEqual(scene.session.menu(), ["a@b", "c"]);
+});
+
+test("session: without DialogName the file names the dialog, and the gateway the menu", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.tell({ t: "hello", menu: ["x"] });
+  scene.open({ File: "a/b.json" });
+  assert.equal(scene.session.dialog, "a@b");
+  assert.deepEqual(scene.session.menu(), ["x"]);
+});
+
+test("session: a wrong password, and a new line for the next attempt", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.command({ Command: "ERROR", Status: "Authentication", Message: "no" });
+  assert.equal(scene.session.getCause(), "wrongPassword");
+  assert.equal(scene.session.message, "no");
+  assert.equal(scene.session.line, 0);
+  scene.session.logIn("u", "q", scene.now);
+  assert.equal(scene.session.line, 2);
+  assert.equal(scene.session.getCause(), "none");
+});
+
+test("session: a host that cannot be reached, and a gateway that refuses", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.tell({ t: "down", why: "connection refused" });
+  assert.equal(scene.session.getCause(), "cannotConnect");
+  assert.equal(scene.session.message, "connection refused");
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.tell({ t: "refused", why: "too often" });
+  assert.equal(scene.session.getCause(), "refused");
+  assert.equal(scene.session.message, "too often");
+});
+
+test("session: a gateway that does not answer is waited for ten seconds", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.wait(9999);
+  assert.equal(scene.session.state, "loggingIn");
+  scene.wait(1);
+  assert.equal(scene.session.getCause(), "cannotConnect");
+});
+
+test("session: a change travels between two fences, and its quality is the time between them", () => {
+  const scene = new Scene().show();
+  assert.ok(scene.act("1"));
+  assert.deepEqual(scene.sent(), [
+    [
+      { Command: "GETFILE", File: "?f3" },
+      {
+        Command: "CONDITION",
+        ActionName: "a",
+        ActionType: "CHANGE",
+        Objects: [{ Name: "a", Value: "1" }],
+      },
+      { Command: "GETFILE", File: "?f4" },
+    ],
+  ]);
+  assert.equal(scene.shown(), "1");
+  scene.command({ Command: "UPDATE", Objects: [{ Name: "a", Value: "other" }] });
+  assert.equal(scene.shown(), "1");
+  scene.fence(3);
+  scene.now += 7;
+  assert.ok(scene.session.replica.isPending("a"));
+  scene.fence(4);
+  assert.ok(!scene.session.replica.isPending("a"));
+  assert.equal(scene.session.quality, 7);
+  assert.equal(scene.shown(), "1");
+});
+
+test("session: too long a text is not sent", () => {
+  const scene = new Scene().show();
+  assert.ok(!scene.act("x".repeat(524286)));
+  assert.deepEqual(scene.sent(), []);
+  assert.equal(scene.shown(), "0");
+});
+
+test("session: a refused text is taken back, the one that is named or else the last", () => {
+  for (const [n, remaining] of [
+    [2, "2"],
+    [undefined, "1"],
+  ] as const) {
+    const scene = new Scene().show();
+    scene.act("1");
+    scene.act("2");
+    const ordinal: JsonObject = n === undefined ? {} : { n: n + 1 };
+    scene.tell({ t: "refused", why: "no", ...ordinal });
+    assert.deepEqual(scene.session.takeRefused(), [{ names: ["a"], why: "no" }]);
+    assert.equal(scene.shown(), remaining);
+    scene.wait(4999);
+    assert.equal(scene.session.getCause(), "none");
+  }
+});
+
+test("session: a host that does not answer within 5 s is said to, until it does", () => {
+  const scene = new Scene().show();
+  scene.act("1");
+  const acted = scene.now;
+  scene.wait(4999);
+  assert.equal(scene.session.staleSince(), null);
+  scene.wait(1);
+  assert.equal(scene.session.getCause(), "noAnswer");
+  assert.equal(scene.session.staleSince(), acted);
+  scene.fence(3);
+  scene.fence(4);
+  assert.equal(scene.session.getCause(), "none");
+  assert.equal(scene.session.staleSince(), null);
+});
+
+test("session: a lost line is tried again after 0.5, 1, 2, 3, 3 s, with the session and the dialog", () => {
+  const scene = new Scene().show();
+  scene.session.closed(scene.session.line, scene.now);
+  assert.equal(scene.session.state, "waiting");
+  assert.equal(scene.session.staleSince(), scene.now);
+  for (const pause of [500, 1000, 2000, 3000, 3000]) {
+    scene.wait(pause - 1);
+    assert.equal(scene.session.line, 0);
+    scene.wait(1);
+    assert.notEqual(scene.session.line, 0);
+    scene.session.closed(scene.session.line, scene.now);
+  }
+  scene.wait(3000);
+  scene.connect();
+  const [text] = scene.sent();
+  assert.deepEqual(text?.[0], { Command: "CHANGE", SessionId: "s1", DialogName: "d" });
+  assert.deepEqual(text?.[1], { Command: "GETFILE", File: "d.json" });
+  assert.ok(scene.session.staleSince() !== null);
+  scene.tell({ t: "up" });
+  scene.tree({ Name: "d", Objects: [{ Name: "a", Value: "9" }] });
+  assert.equal(scene.session.staleSince(), null);
+  assert.equal(scene.shown(), "9");
+});
+
+test("session: what is told of an old line is ignored", () => {
+  const scene = new Scene().show();
+  const old = scene.session.line;
+  scene.session.closed(old, scene.now);
+  scene.wait(500);
+  scene.session.closed(old, scene.now);
+  assert.notEqual(scene.session.line, 0);
+  scene.session.receivedText(old, '{"t":"down","why":"x"}', scene.now);
+  assert.notEqual(scene.session.line, 0);
+});
+
+test("session: an ended one asks for a log-in, and the same user returns to the dialog", () => {
+  for (const [user, dialog] of [
+    ["u", "other"],
+    ["v", "d"],
+  ] as const) {
+    const scene = new Scene().show();
+    scene.session.enter("other", scene.now);
+    scene.command({ Command: "ERROR", Status: "InvalidSessionId", Message: "無効" });
+    assert.equal(scene.session.state, "loggedOut");
+    assert.equal(scene.session.getCause(), "sessionEnded");
+    assert.equal(scene.session.message, "無効");
+    scene.session.logIn(user, "p", scene.now);
+    scene.connect();
+    scene.open();
+    assert.equal(scene.session.dialog, dialog);
+  }
+});
+
+test("session: after a reload it goes on where it was", () => {
+  const ticket = new Scene().show({ Interval: "600", Menu: ["d"] }).session.ticket();
+  assert.ok(ticket);
+  const scene = new Scene();
+  scene.session.resume(ticket, scene.now);
+  scene.connect();
+  assert.deepEqual(scene.words(), [["CHANGE", "GETFILE", "?"]]);
+  scene.tree({ Name: "d", Objects: [{ Name: "a", Value: "3" }] });
+  assert.equal(scene.session.state, "showing");
+  assert.equal(scene.session.opened.intervalSeconds, 600);
+  assert.deepEqual(scene.session.menu(), ["d"]);
+});
+
+test("session: a heartbeat each 20 s, while somebody looks and has touched something", () => {
+  const scene = new Scene().show();
+  const beats = (): number => {
+    let count = 0;
+    for (let i = 0; i < 60; ++i) {
+      scene.wait(1000);
+      for (const text of scene.sent()) {
+        for (const { File: file } of text) {
+          if (file?.startsWith("?f")) scene.fence(Number(file.slice(2)));
+          ++count;
+        }
+      }
+    }
+    return count;
+  };
+  assert.equal(beats(), 3);
+  scene.session.setLooking(false, scene.now);
+  assert.equal(beats(), 0);
+});
+
+test("session: with its length told it ends with the last touch, and not while it stays", () => {
+  const scene = new Scene().show({ Interval: "10" });
+  assert.equal(scene.session.endsAt(), scene.now + 10_000);
+  scene.wait(9000);
+  scene.session.touched(scene.now);
+  scene.wait(9999);
+  assert.equal(scene.session.state, "showing");
+  scene.wait(1);
+  assert.equal(scene.session.getCause(), "idle");
+  assert.equal(scene.session.line, 0);
+
+  const staying = new Scene().show({ Interval: "30" });
+  staying.session.setStays(true, staying.now);
+  assert.equal(staying.session.endsAt(), null);
+  staying.wait(10_000);
+  assert.deepEqual(staying.words(), [["KEEPALIVE"]]);
+});
+
+test("session: a page that comes into view, or is old, enters again", () => {
+  const scene = new Scene().show();
+  scene.session.setLooking(false, scene.now);
+  scene.session.setLooking(true, scene.now);
+  assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
+});
+
+test("session: an added group without children is asked for once, a little later", () => {
+  const scene = new Scene().show();
+  const add = { Command: "ADD", Name: "d", Objects: [{ Name: "g", Type: "GROUP" }] };
+  scene.command(add);
+  scene.wait(199);
+  assert.deepEqual(scene.words(), []);
+  scene.wait(1);
+  assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
+});
+
+test("session: entering the same dialog again is no hindrance to acting, another one is", () => {
+  const scene = new Scene().show();
+  scene.session.refresh(scene.now);
+  assert.equal(scene.session.state, "entering");
+  assert.ok(scene.act("1"));
+  scene.fence(3);
+  scene.tree({ Name: "d", Objects: [{ Name: "a", Value: "0" }] });
+  assert.equal(scene.shown(), "1");
+  scene.session.enter("other", scene.now);
+  assert.ok(!scene.act("2"));
+});
+
+test("session: files come in the order in which they were asked for, and are kept by their date", () => {
+  const scene = new Scene().show();
+  assert.ok(!scene.session.getFile("folder", scene.now));
+  assert.ok(scene.session.getFile("a.png", scene.now));
+  assert.ok(scene.session.getFile("b.png", scene.now));
+  assert.deepEqual(scene.words(), [
+    ["GETFILE", "?"],
+    ["GETFILE", "?"],
+  ]);
+  const head = { File: "a.png", Date: "2026-01-02 03:04:05" };
+  scene.tell({ t: "file", head, live: false, bytes: 2 });
+  scene.session.receivedBytes(scene.session.line, new ArrayBuffer(2), scene.now);
+  scene.tell({ t: "file", head: { File: "b.png" }, live: false, bytes: 0, missing: true });
+  const files = scene.session.takeFiles().map(({ name, bytes }) => [name, bytes?.byteLength]);
+  assert.deepEqual(files, [
+    ["a.png", 2],
+    ["b.png", undefined],
+  ]);
+  scene.session.getFile("a.png", scene.now);
+  assert.equal(scene.sent()[0]?.[0]?.["Date"], "2026-01-02 03:04:05");
+  scene.command({ Command: "PUTFILE", File: "a.png", Status: "LATEST" });
+  assert.equal(scene.session.takeFiles()[0]?.bytes?.byteLength, 2);
+});
+
+test("session: an unknown dialog is nothing, and the way back works", () => {
+  const scene = new Scene().show();
+  scene.session.enter("x", scene.now);
+  scene.fence(3);
+  scene.command({ Command: "PUTFILE", File: "x.json", Status: "ERROR" });
+  assert.equal(scene.session.replica.state, "nothing");
+  assert.equal(scene.session.state, "showing");
+  scene.session.enter("d", scene.now);
+  scene.fence(5);
+  scene.tree({ Name: "d", Objects: [{ Name: "a", Value: "0" }] });
+  assert.equal(scene.session.replica.state, "live");
+});
