@@ -1,6 +1,6 @@
-// Sees to it that no two tabs of a browser use one session at a time: on two connections it goes out
-// of step without anybody noticing. A duplicated tab has the first one's session storage, and with it
-// the session's name.
+// Sees to it that no two tabs of a browser use one session at a time: on two connections it goes
+// out of step without anybody noticing. A duplicated tab has the first one's session storage, and
+// with it the session's name.
 
 const kWait = 700; // A page that is loaded anew lets go a moment later.
 const kAnswerWithin = 250;

@@ -11,7 +11,11 @@ export function make<K extends keyof HTMLElementTagNameMap>(
   return element;
 }
 
-export function makeButton(className: string, text: string, onClick: () => void): HTMLButtonElement {
+export function makeButton(
+  className: string,
+  text: string,
+  onClick: () => void,
+): HTMLButtonElement {
   const button = make("button", className, text);
   button.type = "button";
   button.addEventListener("click", onClick);

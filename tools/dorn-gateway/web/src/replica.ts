@@ -28,7 +28,7 @@ interface Change {
   readonly name: string;
   readonly key: string;
   readonly value: Json;
-  readonly onlyIfOn: boolean; // Switches off a radio button, and leaves one that is not on as it is.
+  readonly onlyIfOn: boolean; // Switches off a radio button; one that is not on stays as it is.
 }
 
 interface Action {
@@ -170,8 +170,8 @@ export class Replica {
     const chooses =
       object !== undefined && isRadioButton(object) && isOn(value) && /^(Attr|Value)$/.test(key);
     if (!chooses || !object.parent || !isRadioGroup(object.parent)) return [own];
-    const siblings = object.parent.children.filter((each) => each !== object && isRadioButton(each));
-    const off = siblings.map((each) => {
+    const siblings = object.parent.children.filter((each) => each !== object);
+    const off = siblings.filter(isRadioButton).map((each) => {
       return { name: each.name, key: "Attr", value: "OFF", onlyIfOn: true };
     });
     return [...off, own];

@@ -55,7 +55,14 @@ export interface Texts {
 }
 
 const english: Texts = {
-  states: { NORMAL: "", INFO: "Info", WARN: "Warning", ALARM: "Alarm", BAD: "Bad", OFF: "Off" },
+  states: {
+    NORMAL: "",
+    INFO: "Info",
+    WARN: "Warning",
+    ALARM: "Alarm",
+    BAD: "Bad",
+    OFF: "Off",
+  },
   refusals: {
     noNumber: () => "Not a number",
     tooLow: (limit) => `Not below ${limit}`,
@@ -175,5 +182,6 @@ export function durationText(ms: number, language: string): string {
   const seconds = Math.max(0, Math.round(ms / 1000));
   const [second, minute, hour] = language === "ja" ? ["秒", "分", "時間"] : [" s", " min", " h"];
   if (seconds < 120) return `${seconds}${second}`;
-  return seconds < 7200 ? `${Math.floor(seconds / 60)}${minute}` : `${Math.floor(seconds / 3600)}${hour}`;
+  if (seconds < 7200) return `${Math.floor(seconds / 60)}${minute}`;
+  return `${Math.floor(seconds / 3600)}${hour}`;
 }

@@ -1,5 +1,5 @@
-// EDIT: a text or number to type. Enter or leaving sends it, Escape goes back. What is typed and not
-// sent stays, whatever happens to the line.
+// EDIT: a text or number to type. Enter or leaving sends it, Escape goes back. What is typed and
+// not sent stays, whatever happens to the line.
 
 import { make, makeButton, setAttribute, setText } from "../dom";
 import { writtenDecimal } from "../numbers";
@@ -25,6 +25,7 @@ export class EditElement extends ObjectElement {
   private readonly row = make("span", "field");
   private pad: HTMLButtonElement | null = null;
   private password: string | null = null; // Typed, and not sent: kept nowhere else.
+  private sent: string | null = null; // As it was typed, until the host has confirmed it.
 
   protected build(): void {
     this.unit.dataset["part"] = "unit";
@@ -59,6 +60,8 @@ export class EditElement extends ObjectElement {
     this.field.disabled = !item.isEnabled;
     this.showPad(item);
     this.showReadOnly();
+    if (this.sent !== null && !item.isPending) this.endSending(this.sent);
+    if (old && old.raw !== item.raw) this.dropKnown();
     this.showTyped();
   }
 
@@ -105,6 +108,19 @@ export class EditElement extends ObjectElement {
     else delete this.row.dataset["unsent"];
   }
 
+  /** Nobody knows whether a line that was lost has taken along what was sent. */
+  private endSending(text: string): void {
+    this.sent = null;
+    if (!this.page.isOperable && this.draft === undefined) this.setDraft(text);
+  }
+
+  /** What the host turns out to have needs not be sent. */
+  private dropKnown(): void {
+    const draft = this.draft;
+    if (draft === undefined || document.activeElement === this.field) return;
+    if (checkTyped(this.item, draft).value === this.item.raw) this.setDraft(null);
+  }
+
   private onInput(): void {
     this.showRefusal("");
     setAttribute(this.field, "aria-invalid", null);
@@ -140,7 +156,13 @@ export class EditElement extends ObjectElement {
       return;
     }
     this.setDraft(null);
-    if (typed.value !== this.item.raw && !this.act({ Value: typed.value })) this.setDraft(draft);
+    if (typed.value !== this.item.raw) {
+      this.sent = draft;
+      if (!this.act({ Value: typed.value })) {
+        this.sent = null;
+        this.setDraft(draft);
+      }
+    }
     this.showTyped();
   }
 

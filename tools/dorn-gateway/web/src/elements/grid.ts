@@ -5,6 +5,8 @@ import type { Item } from "../screen";
 import type { Table, TableRow } from "../table";
 import { ObjectElement } from "./object";
 
+const kNumber = /^[-+]?\d[\d.,]*$/;
+
 export class GridElement extends ObjectElement {
   private readonly table = make("table");
   private readonly head = make("tr");
@@ -37,6 +39,16 @@ export class GridElement extends ObjectElement {
     this.showColumns(table);
     for (const [i, row] of table.rows.entries()) this.showRow(this.rowAt(i), row, table);
     while (this.body.rows.length > table.rows.length) this.body.deleteRow(-1);
+    this.alignColumns(table);
+  }
+
+  /** Numbers stand on the right, with their title, where a column holds nothing else. */
+  private alignColumns(table: Table): void {
+    table.columns.forEach((_, i) => {
+      const texts = table.rows.map((row) => row.cells[i] ?? "").filter((text) => text !== "");
+      const isNumeric = texts.length > 0 && texts.every((text) => kNumber.test(text));
+      for (const row of this.table.rows) row.cells[i]?.classList.toggle("number", isNumeric);
+    });
   }
 
   override showOperable(): void {
@@ -83,7 +95,7 @@ export class GridElement extends ObjectElement {
   private showCell(cell: HTMLTableCellElement, text: string, state: TableRow | null): void {
     const word = state ? this.page.texts.states[state.state] : "";
     setText(cell, word === "" ? text : word);
-    cell.classList.toggle("number", /^[-+]?\d[\d.,]*$/.test(text));
+    cell.classList.toggle("state", state !== null);
   }
 
   private showAck(cell: HTMLTableCellElement, row: TableRow): void {

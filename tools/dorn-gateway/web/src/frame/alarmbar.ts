@@ -59,7 +59,8 @@ export class AlarmBar {
 
   /** Those that stay are left alone: a reader of the screen tells what is new. */
   private showLines(open: readonly AlarmLine[], isFresh: boolean, texts: Texts): void {
-    const known = new Map([...this.lines.children].map((line) => [line.getAttribute("data-key"), line]));
+    const lines = [...this.lines.children];
+    const known = new Map(lines.map((line) => [line.getAttribute("data-key"), line]));
     const wanted = open.map((alarm) => {
       const key = JSON.stringify([alarm.grid, alarm.key, alarm.text, texts.ack]);
       const line = known.get(key) ?? this.makeLine(alarm, key, texts);
@@ -68,10 +69,8 @@ export class AlarmBar {
       line.setAttribute("data-state", alarm.state);
       return line;
     });
-    if (wanted.some((line, i) => this.lines.children[i] !== line) ||
-        wanted.length !== this.lines.children.length) {
-      this.lines.replaceChildren(...wanted);
-    }
+    const isSame = wanted.length === lines.length && wanted.every((line, i) => lines[i] === line);
+    if (!isSame) this.lines.replaceChildren(...wanted);
   }
 
   private makeLine(alarm: AlarmLine, key: string, texts: Texts): HTMLElement {

@@ -13,8 +13,10 @@ export class Menu {
     setAttribute(this.element, "aria-label", texts.menu);
     this.element.hidden = dialogs.length === 0;
     const key = JSON.stringify(dialogs);
-    if (key !== this.shown) this.element.replaceChildren(...dialogs.map((each) => this.entry(each)));
-    this.shown = key;
+    if (key !== this.shown) {
+      this.shown = key;
+      this.element.replaceChildren(...dialogs.map((each) => this.entry(each)));
+    }
     for (const entry of this.element.children) {
       const isCurrent = (entry as HTMLElement).dataset["dialog"] === current;
       setAttribute(entry, "aria-current", isCurrent ? "page" : null);
