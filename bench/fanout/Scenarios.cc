@@ -142,10 +142,11 @@ void PrintFanout(const Contestants& all, int receivers) {
     if (one == all[1]) continue;
     const std::string name = isOurs ? "" : one->name + ": ";
     PrintRow(name + "fan-out, closed loop, CPU for each message" + behind,
-             isOurs ? "1.15 x bare" : "", isOurs ? "1.05 x" : "",
+             isOurs ? "1.12 x bare" : "", isOurs ? "1.05 x" : "",
              Times(one->closedUs, bare.closedUs));
     PrintRow(name + "fan-out, back to back, CPU for each message" + behind,
-             isOurs ? "0.9 x bare" : "", isOurs ? "0.4 x" : "", Times(one->burstUs, bare.burstUs));
+             isOurs ? "0.35 x bare" : "", isOurs ? "0.25 x" : "",
+             Times(one->burstUs, bare.burstUs));
   }
   for (const auto& one : all) {
     PrintRow(one->name + ": time to the last station, p50 / p99" + behind, "", "",
@@ -224,8 +225,8 @@ void MeasureRoundTrips(int active, int idle, double scale) {
   std::string what = "round trip, " + std::to_string(active) + " stations";
   if (active == 1) what = "round trip, 1 station";
   if (idle > 0) what += " beside " + std::to_string(idle) + " idle";
-  const std::string must = idle > 0 ? "1.1 x bare" : active > 1 ? "1.3 x bare" : "";
-  const std::string aim = idle > 0 ? "0.5 x" : active > 1 ? "1.15 x" : "";
+  const std::string must = idle > 0 ? "0.15 x bare" : active > 1 ? "1.30 x bare" : "";
+  const std::string aim = idle > 0 ? "0.07 x" : active > 1 ? "1.15 x" : "";
   PrintRow(what + ", CPU for each command", must, aim, Times(dornUs, bareUs));
 }
 
@@ -247,7 +248,7 @@ void MeasureConnects(double scale) {
     bareUs.push_back(bareNow);
     perSecond.push_back(count / seconds);
   }
-  PrintRow("connect, log in, enter a dialog, leave: CPU", "3 x bare connect/close", "2 x",
+  PrintRow("connect, log in, enter a dialog, leave: CPU", "3.4 x bare connect/close", "2.6 x",
            Times(dornUs, bareUs));
   PrintRow("connects a second, one after the other", "", "", Number(Median(perSecond)));
 }
@@ -262,7 +263,7 @@ void MeasureIdle(int stations) {
   const double before = dorn.ResidentBytes();
   Crowd crowd(dorn.Port(), stations, EnterPanel);
   usleep(100000);
-  PrintRow("memory for each idle station, resident", "8 KB", "6 KB",
+  PrintRow("memory for each idle station, resident", "6.2 KB", "5 KB",
            Number((dorn.ResidentBytes() - before) / stations / 1000) + " KB");
   const long sleeps = dorn.Sleeps();
   const double cpu = dorn.CpuSeconds();
