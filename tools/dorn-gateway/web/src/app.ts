@@ -2,15 +2,17 @@
 // wanted and shown, and what has changed is drawn once for each frame of the screen.
 
 import { Claim } from "./claim";
+import { fileOfDialog } from "./commands";
 import { Drafts } from "./drafts";
 import { ask, dismissAll } from "./frame/confirm";
 import { Frame, FrameActions } from "./frame/frame";
 import { Language } from "./frame/language";
 import { askNumber } from "./frame/numberpad";
 import { Theme } from "./frame/theme";
-import type { Json } from "./json";
+import { isObject, Json, JsonObject } from "./json";
 import { Memory, readTicket } from "./memory";
 import type { DialogElement, Page } from "./page";
+import { Past } from "./past";
 import { Pictures } from "./pictures";
 import type { AlarmLine, Item } from "./screen";
 import { Session } from "./session";
@@ -36,12 +38,15 @@ export class App implements Page, FrameActions {
   private readonly language = new Language(localStorage, navigator.language);
   private readonly memory = new Memory(sessionStorage);
   private readonly claim = new Claim();
+  private readonly past = new Past((dialog) => this.enter(dialog));
   private readonly frame: Frame;
   private languages: readonly string[] = ["en", "ja"];
   private isBusy = false;
   private isDrawing = false;
   private timer: number | undefined;
+  private timerAt: number | null = null;
   private shownDialog = "";
+  private fetching = "";
 
   constructor(body: HTMLElement) {
     this.session = new Session({
@@ -175,8 +180,19 @@ export class App implements Page, FrameActions {
     for (const { names, why } of session.takeRefused()) {
       for (const name of names) this.view.find(name)?.showRefusal(why);
     }
+    this.fetchLocal();
     this.setTimer();
-    this.remember();
+  }
+
+  /** Dialogs that the host leaves to the station may lie at the gateway. */
+  private fetchLocal(): void {
+    const dialog = this.session.wantsLocal();
+    if (dialog === null || dialog === this.fetching) return;
+    this.fetching = dialog;
+    void fetchDialog(dialog).then((tree) => {
+      this.fetching = "";
+      this.told(() => this.session.receiveLocal(dialog, tree, this.now));
+    });
   }
 
   private send(): void {
@@ -184,11 +200,16 @@ export class App implements Page, FrameActions {
   }
 
   private setTimer(): void {
-    clearTimeout(this.timer);
     const next = this.session.nextTick();
+    if (next === this.timerAt) return;
+    this.timerAt = next;
+    clearTimeout(this.timer);
     if (next === null) return;
     this.timer = window.setTimeout(
-      () => this.told(() => this.session.tick(this.now)),
+      () => {
+        this.timerAt = null;
+        this.told(() => this.session.tick(this.now));
+      },
       Math.max(0, next - this.now),
     );
   }
@@ -211,6 +232,7 @@ export class App implements Page, FrameActions {
     if (isOther) view.clear();
     if (session.state === "loggedOut" || session.state === "loggingIn") this.closeDialog();
     else if (isOther) session.replica.changes.all = true;
+    this.remember();
     this.drawOperable();
     this.drawDialog();
     this.frame.show({
@@ -265,6 +287,18 @@ export class App implements Page, FrameActions {
     this.session.replica.changes.all = true;
     dismissAll();
     scrollTo(0, 0);
+    this.past.visit(dialog);
+  }
+}
+
+/** Null where the gateway has none, or does not answer. */
+async function fetchDialog(dialog: string): Promise<JsonObject | null> {
+  try {
+    const answer = await fetch(`/local/${fileOfDialog(dialog)}`);
+    const json = answer.ok ? ((await answer.json()) as Json) : null;
+    return json !== null && isObject(json) ? json : null;
+  } catch {
+    return null;
   }
 }
 

@@ -20,7 +20,8 @@ export type SessionState = "loggedOut" | "loggingIn" | "entering" | "showing" | 
 /**
  * Why there is no dialog, or why what is shown is stale. sessionEnded: the host does not know the
  * session any more. idle: the user did nothing for as long as the session lasts. refused: by the
- * gateway. noAnswer: the line is there and the host says nothing.
+ * gateway. lineLost: to the gateway; hostLost: from there to the host. noAnswer: the line is there
+ * and the host says nothing.
  */
 export type Cause =
   | "none"
@@ -30,11 +31,13 @@ export type Cause =
   | "sessionEnded"
   | "idle"
   | "lineLost"
+  | "hostLost"
   | "noAnswer";
 
 /** What the host said with OPEN. */
 export interface Opened {
   readonly dialog: string;
+  readonly isFromStation: boolean; // The station may have the dialog's file itself.
   readonly intervalSeconds: number; // 0: not told.
   readonly language: string;
   readonly menu: readonly string[];
@@ -73,7 +76,13 @@ interface Sent {
   readonly names: readonly string[];
 }
 
-const kNothingOpened: Opened = { dialog: "", intervalSeconds: 0, language: "", menu: [] };
+const kNothingOpened: Opened = {
+  dialog: "",
+  isFromStation: false,
+  intervalSeconds: 0,
+  language: "",
+  menu: [],
+};
 
 const hasExtension = (name: string): boolean => /\.[^./]+$/.test(name);
 
@@ -120,6 +129,9 @@ export class Session {
   private coming: JsonObject | null = null; // The head of the file whose bytes come next.
   private readonly cache = new Map<string, { date: string; bytes: ArrayBuffer }>();
   private files: ReceivedFile[] = [];
+  private hasLocalFiles = false; // At the gateway.
+  private readonly local = new Map<string, JsonObject | null>(); // By dialog; null: there is none.
+  private localFence: number | null = null; // Behind which the station's own file is the tree.
   private refused: { names: readonly string[]; why: string }[] = [];
 
   private isLooking = true;
@@ -242,6 +254,22 @@ export class Session {
     return true;
   }
 
+  /** The dialog whose own file at the gateway is waited for; null: none. */
+  wantsLocal(): string | null {
+    const { dialog, isFromStation } = this.opened;
+    const isWanted = this.hasLocalFiles && isFromStation && this.state === "entering";
+    return isWanted && dialog === this.dialog && !this.local.has(dialog) ? dialog : null;
+  }
+
+  /** Null: there is no such file. */
+  receiveLocal(dialog: string, tree: JsonObject | null, now: number): void {
+    if (this.local.has(dialog)) return;
+    this.now = now;
+    const isAwaited = this.wantsLocal() === dialog;
+    this.local.set(dialog, tree);
+    if (isAwaited) this.startEntry(dialog, false);
+  }
+
   // What happened to a line.
 
   connected(line: number, now: number): void {
@@ -279,14 +307,14 @@ export class Session {
   closed(line: number, now: number): void {
     if (line !== this.line || line === 0) return;
     this.now = now;
-    this.loseLine();
+    this.loseLine("lineLost");
   }
 
   tick(now: number): void {
     this.now = now;
     if (this.retryAt !== null && now >= this.retryAt) this.openLine();
     const limit = this.lineLimit();
-    if (limit !== null && now >= limit) this.loseLine();
+    if (limit !== null && now >= limit) this.loseLine(this.isConnected ? "hostLost" : "lineLost");
     if (this.state === "showing" || this.state === "entering") this.tickIdle();
     if (this.state === "showing") this.tickEntries();
   }
@@ -380,12 +408,13 @@ export class Session {
     this.answeredAt.clear();
     this.asked = [];
     this.coming = null;
+    this.localFence = null;
     this.enterAgainAt = null;
     this.unreadable = 0;
     this.replica.forgetActions();
   }
 
-  private loseLine(): void {
+  private loseLine(cause: "lineLost" | "hostLost"): void {
     if (this.state === "loggingIn" && this.sessionId === "") {
       this.endSession("cannotConnect", this.message);
       return;
@@ -393,7 +422,7 @@ export class Session {
     this.dropLine();
     if (this.state !== "waiting") this.lostAt ??= this.now;
     this.state = "waiting";
-    this.cause = "lineLost";
+    this.cause = cause;
     this.retryAt = this.now + times.pauseBefore(this.retries++, this.options.random());
   }
 
@@ -434,18 +463,27 @@ export class Session {
     this.state = "entering";
     this.enteredAt = this.now;
     this.enterAgainAt = null;
+    this.localFence = null;
+    if (!isNewLine && this.wantsLocal() !== null) return;
+    const isLocal = this.localTree() !== null;
     const fence = isNewLine ? null : this.nextFence();
     const behind = this.nextFence();
     const file = commands.fileOfDialog(dialog);
     this.replica.enter(dialog, fence);
-    this.asked.push({ file, isTree: true });
+    if (isLocal) this.localFence = behind;
+    else this.asked.push({ file, isTree: true });
     const first =
       fence === null
         ? [commands.changeAgain(this.sessionId, dialog)]
         : [commands.fence(fence), commands.change(dialog)];
-    this.send(
-      commands.textOfAll([...first, commands.getFile(file), commands.fence(behind)]),
-    );
+    const getFile = isLocal ? [] : [commands.getFile(file)];
+    this.send(commands.textOfAll([...first, ...getFile, commands.fence(behind)]));
+  }
+
+  /** The station's own file of the dialog, where the host leaves it to the station. */
+  private localTree(): JsonObject | null {
+    const isLeft = this.opened.isFromStation && this.opened.dialog === this.dialog;
+    return isLeft ? this.local.get(this.dialog) ?? null : null;
   }
 
   /** Entering the same dialog again is no hindrance: what is sent then comes behind it. */
@@ -505,13 +543,14 @@ export class Session {
     switch (frame["t"]) {
       case "hello":
         this.gatewayMenu = memberList(frame, "menu").map(textOf);
+        this.hasLocalFiles = frame["local"] === true;
         break;
       case "up":
         this.isHostUp = true;
         break;
       case "down":
         this.message = memberText(frame, "why");
-        this.loseLine();
+        this.loseLine("hostLost");
         break;
       case "bad":
         this.unreadable = Number(frame["n"]);
@@ -553,10 +592,12 @@ export class Session {
     const named = memberText(command, "DialogName");
     this.opened = {
       dialog: "DialogName" in command ? named : commands.dialogOfFile(memberText(command, "File")),
+      isFromStation: memberText(command, "FileSource") === "STATION",
       intervalSeconds: Math.max(0, Number.parseInt(memberText(command, "Interval"), 10) || 0),
       language: memberText(command, "Language"),
       menu: memberList(command, "Menu").map(textOf),
     };
+    this.local.clear();
     const isReturn = this.state === "loggingIn" && this.returnTo !== "";
     const dialog = isReturn ? this.returnTo : this.opened.dialog;
     if (isReturn) this.returnTo = "";
@@ -600,6 +641,10 @@ export class Session {
     const answered = this.answeredAt.get(fence);
     if (answered !== undefined) this.quality = this.now - answered;
     this.answeredAt.delete(fence);
+    if (this.localFence === fence) {
+      this.localFence = null;
+      this.onTree(this.localTree(), false);
+    }
     this.sent = this.sent.filter((action) => action.after > fence);
   }
 

@@ -19,6 +19,7 @@ export interface Texts {
   readonly sessionEnded: string;
   readonly idle: string;
   readonly lineLost: string;
+  readonly hostLost: string;
   readonly noAnswer: string;
   readonly since: (age: string) => string;
   readonly endsIn: (time: string) => string;
@@ -82,7 +83,8 @@ const english: Texts = {
   refused: "Not accepted",
   sessionEnded: "The session has ended; please log in again",
   idle: "Logged out: nothing was touched for a while",
-  lineLost: "Connection lost; trying again",
+  lineLost: "Connection to the gateway lost; trying again",
+  hostLost: "Connection to the host lost; trying again",
   noAnswer: "The host does not answer",
   since: (age) => `for ${age}`,
   endsIn: (time) => `The session ends in ${time} unless you touch something`,
@@ -139,7 +141,8 @@ const japanese: Texts = {
   refused: "受け付けられませんでした",
   sessionEnded: "セッションが終了しました。もう一度ログインしてください",
   idle: "操作がなかったためログアウトしました",
-  lineLost: "接続が切れました。再接続しています",
+  lineLost: "ゲートウェイとの接続が切れました。再接続しています",
+  hostLost: "ホストとの接続が切れました。再接続しています",
   noAnswer: "ホストが応答しません",
   since: (age) => `${age}経過`,
   endsIn: (time) => `操作がないと ${time}後にセッションが終了します`,

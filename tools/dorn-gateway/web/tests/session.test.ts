@@ -402,3 +402,52 @@ test("session: an unknown dialog is nothing, and the way back works", () => {
   scene.tree({ Name: "d", Objects: [{ Name: "a", Value: "0" }] });
   assert.equal(scene.session.replica.state, "live");
 });
+
+test("session: a dialog that the host leaves to the station is the gateway's own file", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.sent();
+  scene.tell({ t: "hello", menu: [], local: true });
+  scene.open({ FileSource: "STATION" });
+  assert.equal(scene.session.wantsLocal(), "d");
+  assert.deepEqual(scene.words(), []);
+  scene.session.receiveLocal("d", { Command: "DIALOG", Objects: [{ Name: "a" }] }, scene.now);
+  assert.deepEqual(scene.words(), [["?", "CHANGE", "?"]]);
+  scene.fence(1);
+  scene.command({ Command: "UPDATE", Objects: [{ Name: "a", Value: "5" }] });
+  scene.fence(2);
+  assert.equal(scene.session.state, "showing");
+  assert.equal(scene.shown(), "5");
+});
+
+test("session: without such a file it is the host's", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.sent();
+  scene.tell({ t: "hello", menu: [], local: true });
+  scene.open({ FileSource: "STATION" });
+  scene.session.receiveLocal("d", null, scene.now);
+  assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
+});
+
+test("session: a gateway without such files is not asked", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.sent();
+  scene.tell({ t: "hello", menu: [], local: false });
+  scene.open({ FileSource: "STATION" });
+  assert.equal(scene.session.wantsLocal(), null);
+  assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
+});
+
+test("session: it tells whether the gateway or the host is gone", () => {
+  const scene = new Scene().show();
+  scene.tell({ t: "down", why: "closed by the host" });
+  assert.equal(scene.session.getCause(), "hostLost");
+  scene.wait(500);
+  scene.session.closed(scene.session.line, scene.now);
+  assert.equal(scene.session.getCause(), "lineLost");
+});

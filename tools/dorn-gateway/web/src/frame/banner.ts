@@ -11,6 +11,11 @@ export interface BannerState {
   readonly message: string;
 }
 
+function causeText(cause: Cause, texts: Texts): string {
+  if (cause === "noAnswer") return texts.noAnswer;
+  return cause === "hostLost" ? texts.hostLost : texts.lineLost;
+}
+
 export class Banner {
   readonly element = make("div", "banner");
   private readonly words = make("span");
@@ -34,8 +39,9 @@ export class Banner {
 
   private wordsOf(state: BannerState, texts: Texts, language: string): [string, string] {
     if (state.staleFor !== null) {
-      const cause = state.cause === "noAnswer" ? texts.noAnswer : texts.lineLost;
-      return [cause, texts.since(durationText(state.staleFor, language))];
+      const cause = causeText(state.cause, texts);
+      const words = state.message === "" ? cause : `${cause} (${state.message})`;
+      return [words, texts.since(durationText(state.staleFor, language))];
     }
     if (state.endsIn !== null) return [texts.endsIn(durationText(state.endsIn, language)), ""];
     return [state.message, ""];
