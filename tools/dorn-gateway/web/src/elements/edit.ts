@@ -5,6 +5,7 @@ import { make, makeButton, setAttribute, setText } from "../dom";
 import { writtenDecimal } from "../numbers";
 import type { Item } from "../screen";
 import { checkTyped, Refusal } from "../values";
+import { Gauge } from "./gauge";
 import { ObjectElement } from "./object";
 
 type Field = HTMLInputElement | HTMLTextAreaElement;
@@ -23,6 +24,7 @@ export class EditElement extends ObjectElement {
   private field!: Field;
   private readonly unit = make("span", "unit");
   private readonly row = make("span", "field");
+  private readonly gauge = new Gauge(this);
   private pad: HTMLButtonElement | null = null;
   private password: string | null = null; // Typed, and not sent: kept nowhere else.
   private sent: string | null = null; // As it was typed, until the host has confirmed it.
@@ -58,6 +60,7 @@ export class EditElement extends ObjectElement {
     setText(this.unit, item.unit);
     this.unit.hidden = item.unit === "";
     this.field.disabled = !item.isEnabled;
+    this.gauge.show(item, old, this.page);
     this.showPad(item);
     this.showReadOnly();
     if (this.sent !== null && !item.isPending) this.endSending(this.sent);

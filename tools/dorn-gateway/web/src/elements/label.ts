@@ -2,17 +2,15 @@
 
 import { make, setText } from "../dom";
 import type { Item } from "../screen";
-import { makeBar, showBar } from "./bar";
+import { Gauge } from "./gauge";
 import { ObjectElement } from "./object";
 import { PictureView } from "./picture";
-import { Spark } from "./spark";
 
 export class LabelElement extends ObjectElement {
   private readonly value = make("span", "value");
   private readonly unit = make("span", "unit");
   private readonly reading = make("span", "reading");
-  private bar: HTMLElement | null = null;
-  private spark: Spark | null = null;
+  private readonly gauge = new Gauge(this);
   private picture: PictureView | null = null;
 
   protected build(): void {
@@ -25,8 +23,7 @@ export class LabelElement extends ObjectElement {
   protected patch(item: Item, old: Item | undefined): void {
     if (old?.value !== item.value) this.showValue(item);
     if (old?.unit !== item.unit) this.showUnit(item.unit);
-    this.showBar(item);
-    this.showTrend(item, old);
+    this.gauge.show(item, old, this.page);
     this.showPicture(item);
   }
 
@@ -41,32 +38,6 @@ export class LabelElement extends ObjectElement {
     setText(this.unit, unit);
     if (unit === "") this.unit.remove();
     else if (!this.unit.parentNode) this.reading.append(this.unit);
-  }
-
-  private showBar(item: Item): void {
-    if (item.format === "bar") {
-      if (!this.bar) this.append((this.bar = makeBar()));
-      showBar(this.bar, item);
-    } else if (this.bar) {
-      this.bar.remove();
-      this.bar = null;
-    }
-  }
-
-  private showTrend(item: Item, old: Item | undefined): void {
-    const isNumber = item.raw !== "" && Number.isFinite(Number(item.raw));
-    if (isNumber && old?.raw !== item.raw) {
-      this.page.trends.add(item.name, Number(item.raw), performance.now());
-    }
-    if (item.format === "spark") {
-      if (!this.spark) this.append((this.spark = new Spark()).element);
-      if (!old || old.raw !== item.raw || old.state !== item.state) {
-        this.spark.show(item, this.page.trends.of(item.name));
-      }
-    } else if (this.spark) {
-      this.spark.element.remove();
-      this.spark = null;
-    }
   }
 
   private showPicture(item: Item): void {

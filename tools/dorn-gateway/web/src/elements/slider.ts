@@ -3,12 +3,14 @@
 import { make, setAttribute, setText } from "../dom";
 import type { Item } from "../screen";
 import { formattedValue } from "../values";
+import { Gauge } from "./gauge";
 import { ObjectElement } from "./object";
 
 export class SliderElement extends ObjectElement {
   private readonly input = make("input", "slider");
   private readonly text = make("span", "text");
   private readonly unit = make("span", "unit");
+  private readonly gauge = new Gauge(this);
   private isHeld = false;
 
   protected build(): void {
@@ -36,6 +38,7 @@ export class SliderElement extends ObjectElement {
       setText(this.unit, item.unit);
       this.unit.hidden = item.unit === "";
     }
+    this.gauge.show(item, old, this.page);
     if (!this.isHeld) this.showValue();
   }
 

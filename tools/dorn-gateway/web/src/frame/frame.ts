@@ -45,6 +45,7 @@ function endsIn({ session, now }: FrameState): number | null {
 
 export class Frame {
   private readonly header = make("header");
+  private readonly top = make("div", "top"); // Stays in view.
   private readonly title = make("h1");
   private readonly main = make("main");
   private readonly note = make("p", "note");
@@ -72,10 +73,20 @@ export class Frame {
     this.keyboard = isKiosk ? new Keyboard() : null;
     this.header.append(this.title, this.menu.element);
     this.main.append(this.note, cards);
-    body.append(this.header, this.alarmBar.element, this.banner.element, this.main);
-    if (this.keyboard) body.append(this.keyboard.element);
+    this.top.append(this.alarmBar.element, this.banner.element);
+    body.append(this.header, this.top, this.main);
+    if (this.keyboard) this.addKeyboard(body, this.keyboard);
     else body.append(this.tools.element);
     document.documentElement.classList.toggle("kiosk", isKiosk);
+  }
+
+  /** It is there while something can be typed with it. */
+  private addKeyboard(body: HTMLElement, keyboard: Keyboard): void {
+    body.append(keyboard.element);
+    const follow = (): void => keyboard.follow(document.activeElement);
+    addEventListener("focusin", follow);
+    addEventListener("focusout", () => setTimeout(follow));
+    follow();
   }
 
   show(state: FrameState): void {
@@ -97,10 +108,12 @@ export class Frame {
       texts,
       state.language,
     );
+    this.top.classList.toggle("stale", since !== null);
     this.showMain(state, since !== null);
     this.showTools(state, isIn);
     this.keyboard?.show(texts);
-    document.title = view.title || texts.logIn;
+    const title = view.title || texts.logIn;
+    if (document.title !== title) document.title = title;
   }
 
   private showMain(state: FrameState, isStale: boolean): void {

@@ -10,13 +10,12 @@ const isField = (element: Element | null): element is HTMLInputElement | HTMLTex
   element instanceof HTMLTextAreaElement;
 
 export class Keyboard {
-  readonly element = make("div", "keyboard");
+  readonly element = make("section", "keyboard");
   private readonly letters: HTMLButtonElement[] = [];
   private readonly named: { button: HTMLButtonElement; text: (texts: Texts) => string }[] = [];
   private isShifted = false;
 
   constructor() {
-    this.element.setAttribute("role", "group");
     // A touch must not take the focus away from the field that is typed into.
     this.element.addEventListener("pointerdown", (event) => event.preventDefault());
     this.element.addEventListener("mousedown", (event) => event.preventDefault());
@@ -29,6 +28,15 @@ export class Keyboard {
       this.special("enter", "⏎", (texts) => texts.enter, () => this.enter()),
     );
     this.element.append(last);
+  }
+
+  follow(focused: Element | null): void {
+    const isWanted = isField(focused) && focused.inputMode !== "none";
+    if (isWanted && this.element.hidden) {
+      this.element.hidden = false;
+      focused.scrollIntoView({ block: "center" });
+    }
+    this.element.hidden = !isWanted;
   }
 
   show(texts: Texts): void {

@@ -23,7 +23,9 @@ export class Language {
   follow(ofHost: string): boolean {
     const before = this.current;
     this.current = plain(this.chosen || ofHost || this.ofBrowser) || "en";
-    document.documentElement.lang = this.current;
+    const root = document.documentElement;
+    // Setting it anew would style the whole document anew.
+    if (root.lang !== this.current) root.lang = this.current;
     return this.current !== before;
   }
 }
