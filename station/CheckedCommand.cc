@@ -34,6 +34,19 @@ const KnownCommand* FindCommand(std::string_view word) {
   return nullptr;
 }
 
+// Hosts write keys as they got them: one with a quote would end at another place at every other
+// station.
+std::string KeyReason(std::string_view key) {
+  if (!IsSendable(key)) return "a key holds one of the bytes 00, 02 and 03";
+  const auto isBad = [](char c) {
+    return c == '"' || c == '\'' || c == '\\' || static_cast<unsigned char>(c) < 0x20;
+  };
+  if (key.empty() || std::any_of(key.begin(), key.end(), isBad)) {
+    return "a key is empty, or holds a quote, a backslash or a control character";
+  }
+  return "";
+}
+
 // Strings inside as they are to be stored; integers are what hosts know as numbers.
 bool IsInteger(std::string_view number) {
   return number.size() <= 11 && number.find_first_of(".eE") == std::string_view::npos;
@@ -64,7 +77,7 @@ std::string StoredValue(const Json& value, Quotes quotes, int depth, Json& store
     }
   }
   for (auto& [key, member] : stored.mMembers) {
-    if (!IsSendable(key)) return "a key holds one of the bytes 00, 02 and 03";
+    if (auto reason = KeyReason(key); !reason.empty()) return reason;
     const Json plain = member;
     if (auto reason = StoredValue(plain, quotes, depth + 1, member); !reason.empty()) {
       return reason;
@@ -79,7 +92,7 @@ std::string AppendObject(const SetObject& object, Quotes quotes, std::string& ou
   out += "{\"Name\":";
   AppendQuoted(out, object.mName);
   for (const auto& [key, value] : object.mAttributes) {
-    if (!IsSendable(key)) return "a key holds one of the bytes 00, 02 and 03";
+    if (auto reason = KeyReason(key); !reason.empty()) return reason;
     Json stored;
     if (auto reason = StoredValue(value, quotes, 0, stored); !reason.empty()) return reason;
     out += ',';

@@ -147,6 +147,22 @@ TEST(CommandsTest, RefusesFramingBytesInTheKeysOfAValue) {
   EXPECT_EQ(ConditionText("n", "CHANGE", {{"n", {{"Value", Json::MakeArray({inner})}}}}), "");
 }
 
+TEST(CommandsTest, RefusesKeysThatCouldEndAKeyAtOtherStations) {
+  for (const std::string key : {"a\":1,\"Value", "a'", "\\", "a\nb", ""}) {
+    const Json inner = Json::MakeObject({{key, Json::String("x")}});
+    EXPECT_EQ(ConditionText("n", "CHANGE", {{"n", {{key, Json(true)}}}}), "") << key;
+    EXPECT_EQ(ConditionText("n", "CHANGE", {{"n", {{"Value", inner}}}}), "") << key;
+    const Json object = Json::MakeObject({{"Name", Json::String("n")}, {key, Json(true)}});
+    const Json command = Json::MakeObject(
+        {{"Command", Json::String("CONDITION")}, {"Objects", Json::MakeArray({object})}});
+    EXPECT_EQ(CheckedCommand(command).mText, "") << key;
+    EXPECT_EQ(CheckedCommand(command).mReason,
+              "a key is empty, or holds a quote, a backslash or a "
+              "control character");
+  }
+  EXPECT_NE(ConditionText("n", "CHANGE", {{"n", {{"Label:ja", Json::String("x")}}}}), "");
+}
+
 TEST(CommandsTest, RefusesAValueThatNestsTooDeep) {
   const auto nested = [](int depth) {
     Json value = Json::String("x");
