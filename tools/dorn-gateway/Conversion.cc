@@ -167,8 +167,9 @@ Frame DownFrame(std::string_view why) {
   return MakeFrame("{\"t\":\"down\",\"why\":" + station::Quoted(why) + "}");
 }
 
-Frame RefusedFrame(std::string_view why) {
-  return MakeFrame("{\"t\":\"refused\",\"why\":" + station::Quoted(why) + "}");
+Frame RefusedFrame(std::string_view why, std::size_t n) {
+  return MakeFrame("{\"t\":\"refused\",\"why\":" + station::Quoted(why) +
+                   ",\"n\":" + std::to_string(n) + "}");
 }
 
 Frame BadFrame(std::size_t count) {

@@ -68,7 +68,8 @@ Frame MakeFrame(std::string text);
 Frame HelloFrame(const std::vector<std::string>& menu, bool hasLocalFiles);
 Frame UpFrame();
 Frame DownFrame(std::string_view why);
-Frame RefusedFrame(std::string_view why);
+// `n` numbers the texts of one WebSocket, from 1.
+Frame RefusedFrame(std::string_view why, std::size_t n);
 Frame BadFrame(std::size_t count);
 
 }  // namespace dorn::gateway

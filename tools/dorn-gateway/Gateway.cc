@@ -10,8 +10,6 @@
 
 namespace dorn::gateway {
 
-namespace asio = boost::asio;
-
 namespace {
 
 // Standard streams, the listener, the reactor's own, and files while they are read.
@@ -76,11 +74,11 @@ void Gateway::AwaitSignal() {
 void Gateway::Run() { mShared.mIo.run(); }
 
 void Gateway::Stop() {
-  asio::post(mShared.mIo, [this] { BeginStop(); });
+  Post([this] { BeginStop(); });
 }
 
 void Gateway::ReloadCertificate() {
-  asio::post(mShared.mIo, [this] { mListener.ReloadCertificate(); });
+  Post([this] { mListener.ReloadCertificate(); });
 }
 
 void Gateway::Tick() {

@@ -2,9 +2,11 @@
 #ifndef TOOLS_DORN_GATEWAY_GATEWAY_H_
 #define TOOLS_DORN_GATEWAY_GATEWAY_H_
 
+#include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <string>
+#include <utility>
 
 #include "tools/dorn-gateway/HostProbe.h"
 #include "tools/dorn-gateway/Listener.h"
@@ -29,10 +31,15 @@ class Gateway {
   // From any thread. Tells the pages, and closes them.
   void Stop();
   void ReloadCertificate();
+  // Calls it on the thread of Run().
+  template <class Call>
+  void Post(Call&& call) {
+    boost::asio::post(mShared.mIo, std::forward<Call>(call));
+  }
 
   std::string Url() const { return mListener.Url(); }
   unsigned short Port() const { return mListener.Port(); }
-  // On the thread of Run(), or while it is not running.
+  // On the thread of Run() alone, or while it is not running.
   const Metrics& GetMetrics() const { return mShared.mMetrics; }
   std::size_t Conversions() const { return mShared.mConversion.Conversions(); }
 

@@ -20,19 +20,15 @@ std::size_t PagesWithHost(const Shared& shared) {
 template <class Stream>
 void Open(Shared& shared, Stream&& stream, const Request& request, const Address& browser,
           std::shared_ptr<void> slot) {
-  const auto page = std::make_shared<PageSession>(shared, browser, std::move(slot));
+  const auto page = std::make_shared<PageSession>(shared, browser);
   shared.mPages.insert(page);
-  page->Open(std::forward<Stream>(stream), request);
+  page->Open(std::forward<Stream>(stream), request, std::move(slot));
 }
 
 }  // namespace
 
-PageSession::PageSession(Shared& shared, const Address& browser, std::shared_ptr<void> slot)
-    : mShared(shared),
-      mBrowser(browser),
-      mPlace(PlaceOf(browser)),
-      mName(browser.to_string()),
-      mSlot(std::move(slot)) {}
+PageSession::PageSession(Shared& shared, const Address& browser)
+    : mShared(shared), mBrowser(browser), mPlace(PlaceOf(browser)), mName(browser.to_string()) {}
 
 void PageSession::OnPageOpen() {
   mIsOpen = true;
@@ -71,6 +67,7 @@ bool PageSession::IsLeftAlone() const {
 }
 
 void PageSession::OnPageText(std::string_view text) {
+  ++mTexts;
   PageText read = ReadPageText(text, mShared.mOptions.mQuotes);
   if (read.mText.empty()) return Refuse(read.mReason);
   if (read.mLogsIn) return LogIn(std::move(read));
@@ -80,9 +77,10 @@ void PageSession::OnPageText(std::string_view text) {
   ConnectWith(read);
 }
 
+// The text that came last.
 void PageSession::Refuse(std::string_view why) {
   ++mShared.mMetrics.mRefused;
-  SendText(RefusedFrame(why));
+  SendText(RefusedFrame(why, mTexts));
 }
 
 // Too many wrong passwords from one place make everybody there wait.

@@ -24,11 +24,11 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
                           private HostConnection::Owner,
                           private station::Framing::Sink {
  public:
-  PageSession(Shared& shared, const Address& browser, std::shared_ptr<void> slot);
+  PageSession(Shared& shared, const Address& browser);
 
   template <class Stream>
-  void Open(Stream&& stream, const Request& request) {
-    mLine = OpenWebSocket(mShared, std::forward<Stream>(stream), request, *this);
+  void Open(Stream&& stream, const Request& request, std::shared_ptr<void> slot) {
+    mLine = OpenWebSocket(mShared, std::forward<Stream>(stream), request, std::move(slot), *this);
   }
 
   // Ends what takes too long. Called again and again.
@@ -81,9 +81,9 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
   const Address mBrowser;
   const std::string mPlace;  // Where log-ins are counted.
   const std::string mName;   // The browser in the log.
-  const std::shared_ptr<void> mSlot;
   std::shared_ptr<WebSocketLine> mLine;
   bool mIsOpen = false;
+  std::size_t mTexts = 0;                             // That the page has sent.
   std::unique_ptr<boost::asio::steady_timer> mDelay;  // Of a log-in that has to wait.
 
   std::shared_ptr<HostConnection> mHost;

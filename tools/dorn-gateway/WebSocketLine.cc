@@ -24,8 +24,8 @@ constexpr int kUnansweredPings = 2;
 template <class Stream>
 class Line final : public WebSocketLine, public std::enable_shared_from_this<Line<Stream>> {
  public:
-  Line(Shared& shared, Stream&& stream, Owner& owner)
-      : mShared(shared), mOwner(&owner), mSocket(std::move(stream)) {}
+  Line(Shared& shared, Stream&& stream, std::shared_ptr<void> slot, Owner& owner)
+      : mShared(shared), mSlot(std::move(slot)), mOwner(&owner), mSocket(std::move(stream)) {}
 
   void Accept(const Request& request);
 
@@ -56,12 +56,14 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   void StartClose();
   void Ping();
   void Gone();
+  void LeaveOwner();
   void Drop(bool keepsFirst);
   std::size_t& QueuedBytes(Kind kind) { return kind == Kind::kText ? mQueuedTexts : mQueuedFiles; }
   void Forget(const Item& item);
   using std::enable_shared_from_this<Line<Stream>>::shared_from_this;
 
   Shared& mShared;
+  const std::shared_ptr<void> mSlot;
   Owner* mOwner;
   websocket::stream<Stream> mSocket;
   beast::flat_buffer mBuffer;
@@ -98,9 +100,11 @@ void Line<Stream>::Accept(const Request& request) {
   mSocket.read_message_max(mShared.mOptions.mLimits.mPageText);
   mSocket.auto_fragment(true);
   mSocket.write_buffer_bytes(kPiece);
-  mSocket.control_callback([this](websocket::frame_type, beast::string_view) {
+  mSocket.control_callback([this](websocket::frame_type type, beast::string_view) {
     mUnanswered = 0;
     ++mControls;
+    if (type != websocket::frame_type::close) return;
+    asio::post(mShared.mIo, [self = shared_from_this()] { self->LeaveOwner(); });
   });
   mSocket.async_accept(request, [self = shared_from_this()](const beast::error_code& error) {
     self->OnAccepted(error);
@@ -228,10 +232,17 @@ void Line<Stream>::Abort() {
 template <class Stream>
 void Line<Stream>::Gone() {
   if (mState == State::kGone) return;
+  beast::get_lowest_layer(mSocket).close();
+  LeaveOwner();
+}
+
+// The page closes: the rest of the handshake goes on by itself, and has its time limit.
+template <class Stream>
+void Line<Stream>::LeaveOwner() {
+  if (mState == State::kGone) return;
   mState = State::kGone;
   Drop(mIsWriting);
   if (!mQueue.empty()) Forget(mQueue.front());
-  beast::get_lowest_layer(mSocket).close();
   std::exchange(mOwner, nullptr)->OnPageGone();
 }
 
@@ -263,8 +274,8 @@ void Line<Stream>::Tick(Ms now) {
 
 template <class Stream>
 std::shared_ptr<WebSocketLine> Open(Shared& shared, Stream&& stream, const Request& request,
-                                    WebSocketLine::Owner& owner) {
-  auto line = std::make_shared<Line<Stream>>(shared, std::move(stream), owner);
+                                    std::shared_ptr<void> slot, WebSocketLine::Owner& owner) {
+  auto line = std::make_shared<Line<Stream>>(shared, std::move(stream), std::move(slot), owner);
   line->Accept(request);
   return line;
 }
@@ -272,13 +283,15 @@ std::shared_ptr<WebSocketLine> Open(Shared& shared, Stream&& stream, const Reque
 }  // namespace
 
 std::shared_ptr<WebSocketLine> OpenWebSocket(Shared& shared, TcpStream&& stream,
-                                             const Request& request, WebSocketLine::Owner& owner) {
-  return Open(shared, std::move(stream), request, owner);
+                                             const Request& request, std::shared_ptr<void> slot,
+                                             WebSocketLine::Owner& owner) {
+  return Open(shared, std::move(stream), request, std::move(slot), owner);
 }
 
 std::shared_ptr<WebSocketLine> OpenWebSocket(Shared& shared, TlsStream&& stream,
-                                             const Request& request, WebSocketLine::Owner& owner) {
-  return Open(shared, std::move(stream), request, owner);
+                                             const Request& request, std::shared_ptr<void> slot,
+                                             WebSocketLine::Owner& owner) {
+  return Open(shared, std::move(stream), request, std::move(slot), owner);
 }
 
 }  // namespace dorn::gateway

@@ -52,12 +52,15 @@ class WebSocketLine {
   virtual void Tick(Ms now) = 0;
 };
 
-// Answers the request, which RefuseWebSocket() has let through, and keeps itself alive. The owner
-// must outlive the line, or rather its OnPageGone(), which comes in every case.
+// Answers the request, which RefuseWebSocket() has let through, and keeps itself and
+// `slot` alive until the connection is closed. The owner must outlive the line, or rather its
+// OnPageGone(), which comes in every case.
 std::shared_ptr<WebSocketLine> OpenWebSocket(Shared& shared, TcpStream&& stream,
-                                             const Request& request, WebSocketLine::Owner& owner);
+                                             const Request& request, std::shared_ptr<void> slot,
+                                             WebSocketLine::Owner& owner);
 std::shared_ptr<WebSocketLine> OpenWebSocket(Shared& shared, TlsStream&& stream,
-                                             const Request& request, WebSocketLine::Owner& owner);
+                                             const Request& request, std::shared_ptr<void> slot,
+                                             WebSocketLine::Owner& owner);
 
 }  // namespace dorn::gateway
 

@@ -1,0 +1,91 @@
+// Wrong passwords, as pages see them being slowed down.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "tests/gateway/FakeHost.h"
+#include "tests/gateway/RunningGateway.h"
+#include "tests/gateway/WebSocketPeer.h"
+
+namespace {
+
+using dorn::gateway::Ms;
+using testing::HasSubstr;
+
+constexpr Ms kDelay{80};
+
+class GuessedPasswordsTest : public testing::Test {
+ protected:
+  GuessedPasswordsTest() : mGateway(Options(mHost.Port())) {}
+
+  static dorn::gateway::Options Options(int hostPort) {
+    dorn::gateway::Options options = RunningGateway::OptionsFor(hostPort);
+    options.mTimes.mLogInDelay = kDelay;
+    options.mTimes.mLogInQueue = kDelay * 4;
+    options.mTrustedProxies = {"127.0.0.1"};
+    return options;
+  }
+  void Open(WebSocketPeer& page, const std::string& from = "10.1.2.3") {
+    ASSERT_TRUE(page.Open(mGateway.Port(), WebSocketRequest("X-Forwarded-For: " + from + "\r\n")));
+  }
+  // How long the answer to a log-in takes.
+  static Ms Timed(WebSocketPeer& page, const std::string& password) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_THAT(page.LogIn(password), HasSubstr(password == "right" ? "OPEN" : "Authentication"));
+    return std::chrono::duration_cast<Ms>(std::chrono::steady_clock::now() - start);
+  }
+
+  FakeHost mHost;
+  RunningGateway mGateway;
+};
+
+TEST_F(GuessedPasswordsTest, AreAnsweredEverLater) {
+  WebSocketPeer page;
+  Open(page);
+  for (int i = 0; i < 5; ++i) Timed(page, "wrong");
+  EXPECT_GE(Timed(page, "wrong"), kDelay);
+  EXPECT_GE(Timed(page, "wrong"), kDelay * 2);
+  EXPECT_GE(Timed(page, "right"), kDelay * 4);
+  EXPECT_EQ(mGateway.Metrics().mLogInFailures, 7u);
+  EXPECT_EQ(mGateway.Metrics().mLogIns, 1u);
+  EXPECT_LT(Timed(page, "wrong"), kDelay * 4) << "the good one has reset the count";
+  EXPECT_THAT(mGateway.Logged(), HasSubstr("log-in failed browser=\"10.1.2.3\""));
+  EXPECT_THAT(mGateway.Logged(), testing::Not(HasSubstr("right")));
+}
+
+TEST_F(GuessedPasswordsTest, OfOneAddressDoNotDelayAnother) {
+  WebSocketPeer guesser, page;
+  Open(guesser);
+  Open(page, "10.1.2.4");
+  for (int i = 0; i < 5; ++i) Timed(guesser, "wrong");
+  guesser.SendText(R"({"Command":"HELLO","Id":"u","Pass":"late"})");
+  EXPECT_THAT(page.LogIn(), HasSubstr("OPEN"));
+  EXPECT_FALSE(mHost.HasText("late")) << "it is held back here";
+}
+
+TEST_F(GuessedPasswordsTest, GuessingOnManyPagesIsNotFaster) {
+  std::vector<WebSocketPeer> pages(6);
+  for (WebSocketPeer& page : pages) Open(page);
+  for (int i = 0; i < 5; ++i) Timed(pages[0], "wrong");
+  for (std::size_t i = 0; i < 5; ++i)
+    pages[i].SendText(R"({"Command":"HELLO","Id":"u","Pass":"x"})");
+  EXPECT_EQ(pages[4].NextText().substr(0, 12), R"({"t":"hello")");
+  EXPECT_EQ(
+      pages[4].NextText(),
+      R"({"t":"refused","why":"too many log-ins have failed here: try again in a minute","n":1})");
+}
+
+TEST_F(GuessedPasswordsTest, AreForgottenWhenThePageGoes) {
+  WebSocketPeer page;
+  Open(page);
+  for (int i = 0; i < 5; ++i) Timed(page, "wrong");
+  page.SendText(R"({"Command":"HELLO","Id":"u","Pass":"never"})");
+  page.Close();
+  WebSocketPeer other;
+  Open(other);
+  Timed(other, "right");
+  EXPECT_FALSE(mHost.HasText("never"));
+}
+
+}  // namespace

@@ -1,0 +1,199 @@
+// What browsers get by plain requests, and who gets a WebSocket.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/gateway/FakeHost.h"
+#include "tests/gateway/RunningGateway.h"
+#include "tests/gateway/WebSocketPeer.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char* kPolicy =
+    "\r\nContent-Security-Policy: default-src 'self'; img-src 'self' blob:; frame-ancestors 'self'\r\n";
+
+class HttpTest : public testing::Test {
+ protected:
+  // The first line of the answer to a request for a WebSocket.
+  static std::string Asked(int port, const std::string& headers,
+                           const std::string& host = "localhost") {
+    WebSocketPeer page;
+    page.Open(port, WebSocketRequest(headers, host));
+    return page.Head().substr(0, page.Head().find('\r'));
+  }
+
+  FakeHost mHost;
+};
+
+TEST_F(HttpTest, ServesThePageWithTheHeadersThatKeepItSafe) {
+  RunningGateway gateway(mHost.Port());
+  for (const std::string path :
+       {"/", "/app.js", "/app.css", "/healthz", "/metrics", "/nothing", "/station"}) {
+    const std::string answer = HttpGet(gateway.Port(), path);
+    EXPECT_THAT(answer, HasSubstr(kPolicy)) << path;
+    EXPECT_THAT(answer, HasSubstr("\r\nX-Content-Type-Options: nosniff\r\n")) << path;
+    EXPECT_THAT(answer, HasSubstr("\r\nReferrer-Policy: no-referrer\r\n")) << path;
+    EXPECT_THAT(answer, HasSubstr("\r\nCache-Control: no-cache\r\n")) << path;
+    EXPECT_THAT(answer, Not(HasSubstr("Set-Cookie"))) << path;
+  }
+  EXPECT_THAT(HttpGet(gateway.Port(), "/"), StartsWith("HTTP/1.1 200 OK\r\n"));
+  EXPECT_THAT(HttpGet(gateway.Port(), "/"), HasSubstr("\r\n\r\n<!doctype html>"));
+  EXPECT_THAT(HttpGet(gateway.Port(), "/nothing"), StartsWith("HTTP/1.1 404 "));
+  EXPECT_THAT(HttpGet(gateway.Port(), "/station"), StartsWith("HTTP/1.1 426 "));
+}
+
+TEST_F(HttpTest, SendsAFileThatTheBrowserHasOnlyOnce) {
+  RunningGateway gateway(mHost.Port());
+  const std::string first = HttpGet(gateway.Port(), "/app.css");
+  const std::size_t at = first.find("\r\nETag: ");
+  ASSERT_NE(at, std::string::npos);
+  const std::string tag = first.substr(at + 8, first.find('\r', at + 8) - at - 8);
+  const std::string again = HttpGet(gateway.Port(), "/app.css", "If-None-Match: " + tag + "\r\n");
+  EXPECT_THAT(again, StartsWith("HTTP/1.1 304 "));
+  EXPECT_EQ(again.substr(again.find("\r\n\r\n")), "\r\n\r\n");
+  EXPECT_THAT(HttpGet(gateway.Port(), "/app.css", "If-None-Match: \"x\"\r\n"),
+              StartsWith("HTTP/1.1 200 "));
+}
+
+TEST_F(HttpTest, AnswersSeveralRequestsOnOneConnection) {
+  RunningGateway gateway(mHost.Port());
+  const std::string both = HttpAnswer(gateway.Port(),
+                                      "GET /healthz HTTP/1.1\r\nHost: a\r\n\r\n"
+                                      "HEAD / HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n");
+  EXPECT_THAT(both, StartsWith("HTTP/1.1 200 OK\r\n"));
+  const std::size_t second = both.find("HTTP/1.1 200 OK\r\n", 1);
+  ASSERT_NE(second, std::string::npos);
+  EXPECT_EQ(both.substr(both.size() - 4), "\r\n\r\n") << "HEAD has no body";
+  EXPECT_THAT(both.substr(second), HasSubstr("\r\nContent-Length: "));
+  EXPECT_THAT(both.substr(second), Not(HasSubstr("\r\nContent-Length: 0\r\n")));
+}
+
+TEST_F(HttpTest, RefusesWhatItDoesNotServe) {
+  RunningGateway gateway(mHost.Port());
+  const struct {
+    std::string request, status;
+  } cases[] = {
+      {"POST / HTTP/1.1\r\nHost: a\r\n\r\n", "405"},
+      {"DELETE /app.js HTTP/1.1\r\nHost: a\r\n\r\n", "405"},
+      {"POST / HTTP/1.1\r\nHost: a\r\nContent-Length: 5\r\n\r\nhello", "413"},
+      {"GET / HTTP/1.1\r\nHost: a\r\nX: " + std::string(9000, 'x') + "\r\n\r\n", "431"},
+      {"nonsense\r\n\r\n", "400"},
+      {"GET / HTTP/9.9\r\n\r\n", "400"},
+  };
+  for (const auto& each : cases) {
+    EXPECT_THAT(HttpAnswer(gateway.Port(), each.request),
+                StartsWith("HTTP/1.1 " + each.status + " "))
+        << each.request.substr(0, 60);
+  }
+}
+
+TEST_F(HttpTest, ClosesAConnectionThatSendsNoRequest) {
+  dorn::gateway::Options options = RunningGateway::OptionsFor(mHost.Port());
+  options.mTimes.mRequest = dorn::gateway::Ms(50);
+  options.mTimes.mIdle = dorn::gateway::Ms(50);
+  RunningGateway gateway(options);
+  TcpPeer silent, slow, idle;
+  ASSERT_TRUE(silent.Connect(gateway.Port()) && slow.Connect(gateway.Port()) &&
+              idle.Connect(gateway.Port()));
+  ASSERT_TRUE(slow.Send("GET / HTTP/1.1\r\nHost:"));
+  ASSERT_TRUE(idle.Send("GET /healthz HTTP/1.1\r\nHost: a\r\n\r\n"));
+  EXPECT_TRUE(silent.WaitForClose());
+  EXPECT_TRUE(slow.WaitForClose());
+  EXPECT_TRUE(idle.WaitForClose());
+  EXPECT_THAT(idle.Take(), StartsWith("HTTP/1.1 200 "));
+}
+
+TEST_F(HttpTest, GivesPagesOfItsOwnHostAWebSocket) {
+  RunningGateway gateway(mHost.Port());
+  for (const std::string headers :
+       {"", "Sec-WebSocket-Protocol: dorn.1\r\n", "Sec-WebSocket-Protocol: x, dorn.1\r\n",
+        "Origin: http://localhost\r\n", "Origin: https://LOCALHOST\r\n"}) {
+    EXPECT_EQ(Asked(gateway.Port(), headers), "HTTP/1.1 101 Switching Protocols") << headers;
+  }
+  EXPECT_EQ(Asked(gateway.Port(), "Origin: http://panel:8080\r\n", "panel:8080"),
+            "HTTP/1.1 101 Switching Protocols");
+  EXPECT_EQ(Asked(gateway.Port(), "Origin: http://panel\r\n", "panel:80"),
+            "HTTP/1.1 101 Switching Protocols");
+  WebSocketPeer page;
+  ASSERT_TRUE(page.Open(gateway.Port()));
+  EXPECT_THAT(page.Head() + "\r\n", HasSubstr("\r\nSec-WebSocket-Protocol: dorn.1\r\n"));
+  EXPECT_THAT(page.Head() + "\r\n", HasSubstr("\r\nServer: dorn-gateway\r\n"));
+  WebSocketPeer plain;
+  ASSERT_TRUE(plain.Open(gateway.Port(), WebSocketRequest("")));
+  EXPECT_THAT(plain.Head(), Not(HasSubstr("Sec-WebSocket-Protocol")));
+}
+
+TEST_F(HttpTest, RefusesPagesOfOtherOrigins) {
+  dorn::gateway::Options options = RunningGateway::OptionsFor(mHost.Port());
+  options.mOrigins = {"https://panel.example"};
+  RunningGateway gateway(options);
+  for (const std::string origin :
+       {"http://evil.example", "http://localhost:8080", "http://localhost.evil", "null", "",
+        "localhost", "https://panel.example.evil", "http://panel.example"}) {
+    EXPECT_EQ(Asked(gateway.Port(), "Origin: " + origin + "\r\n"), "HTTP/1.1 403 Forbidden")
+        << origin;
+  }
+  EXPECT_EQ(Asked(gateway.Port(), "Origin: http://localhost\r\nOrigin: http://evil\r\n"),
+            "HTTP/1.1 403 Forbidden");
+  EXPECT_EQ(Asked(gateway.Port(), "Origin: https://panel.example\r\n"),
+            "HTTP/1.1 101 Switching Protocols");
+  EXPECT_EQ(Asked(gateway.Port(), "Sec-WebSocket-Protocol: other\r\n"), "HTTP/1.1 400 Bad Request");
+}
+
+TEST_F(HttpTest, HasTheWebSocketInOnePlace) {
+  RunningGateway gateway(mHost.Port());
+  WebSocketPeer page;
+  std::string request = WebSocketRequest();
+  request.replace(request.find("/station"), 8, "/");
+  EXPECT_FALSE(page.Open(gateway.Port(), request));
+  EXPECT_THAT(page.Head(), StartsWith("HTTP/1.1 404 "));
+  WebSocketPeer early;
+  EXPECT_FALSE(early.Open(gateway.Port(), WebSocketRequest() + WebSocketFrame(kText, "x")));
+  EXPECT_THAT(early.Head(), StartsWith("HTTP/1.1 400 "));
+}
+
+TEST_F(HttpTest, TellsMetricsToLoopbackAlone) {
+  dorn::gateway::Options options = RunningGateway::OptionsFor(mHost.Port());
+  options.mTrustedProxies = {"127.0.0.1"};
+  options.mMetricsFrom = {"192.168.1.0/24"};
+  RunningGateway gateway(options);
+  EXPECT_THAT(HttpGet(gateway.Port(), "/metrics"), HasSubstr("\ndorn_gateway_pages 0\n"));
+  EXPECT_THAT(HttpGet(gateway.Port(), "/metrics", "X-Forwarded-For: 10.0.0.1\r\n"),
+              StartsWith("HTTP/1.1 403 "));
+  EXPECT_THAT(HttpGet(gateway.Port(), "/metrics", "X-Forwarded-For: 127.0.0.1, 10.0.0.1\r\n"),
+              StartsWith("HTTP/1.1 403 "));
+  EXPECT_THAT(HttpGet(gateway.Port(), "/metrics", "X-Forwarded-For: 10.0.0.1, 192.168.1.9\r\n"),
+              StartsWith("HTTP/1.1 200 "));
+}
+
+// A proxy on this machine that nobody told about must not make everybody a neighbour.
+TEST_F(HttpTest, TellsNoMetricsThroughAnUnknownProxy) {
+  RunningGateway gateway(mHost.Port());
+  EXPECT_THAT(HttpGet(gateway.Port(), "/metrics", "X-Forwarded-For: 10.0.0.1\r\n"),
+              StartsWith("HTTP/1.1 403 "));
+  EXPECT_THAT(HttpGet(gateway.Port(), "/metrics", "Forwarded: for=10.0.0.1\r\n"),
+              StartsWith("HTTP/1.1 403 "));
+}
+
+TEST_F(HttpTest, RefusesToListenWherePasswordsCrossTheNetwork) {
+  dorn::gateway::Options options = RunningGateway::OptionsFor(mHost.Port());
+  for (const std::string address : {"0.0.0.0", "::"}) {
+    options.mListen.mHost = address;
+    options.mIsInsecure = false;
+    EXPECT_THAT(RunningGateway(options).WhyNot(), HasSubstr("--insecure")) << address;
+    options.mIsInsecure = true;
+    EXPECT_EQ(RunningGateway(options).WhyNot(), "") << address;
+  }
+  options = RunningGateway::OptionsFor(mHost.Port());
+  options.mListen.mHost = "127.0.0.2";
+  EXPECT_EQ(RunningGateway(options).WhyNot(), "");
+  options.mListen = {"127.0.0.1", static_cast<unsigned short>(mHost.Port())};
+  EXPECT_THAT(RunningGateway(options).WhyNot(), HasSubstr("cannot listen on 127.0.0.1:"));
+  options.mListen.mHost = "nowhere";
+  EXPECT_THAT(RunningGateway(options).WhyNot(), HasSubstr("it is no address"));
+}
+
+}  // namespace
