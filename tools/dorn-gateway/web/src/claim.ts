@@ -12,6 +12,7 @@ interface Message {
 }
 
 export class Claim {
+  private wanted = "";
   private held = "";
   private pending: Message | null = null;
   private release: () => void = () => undefined;
@@ -24,14 +25,16 @@ export class Claim {
 
   /** Whether the session is this tab's from now on, until it takes another one. */
   async take(id: string): Promise<boolean> {
-    if (id === this.held) return true;
+    if (id === this.wanted) return id === this.held;
     this.drop();
+    this.wanted = id;
     const isOurs = "locks" in navigator ? await this.lock(id) : await this.askAround(id);
-    if (isOurs) this.held = id;
+    if (isOurs && this.wanted === id) this.held = id;
     return isOurs;
   }
 
   drop(): void {
+    this.wanted = "";
     this.held = "";
     this.release();
     this.release = () => undefined;

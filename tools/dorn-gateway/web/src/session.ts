@@ -239,6 +239,7 @@ export class Session {
     this.send(text);
     const names = objects.map((object) => object.name);
     this.sent.push({ ordinal: this.sentTexts, before, after, names });
+    this.message = "";
     return true;
   }
 
@@ -602,7 +603,14 @@ export class Session {
     const dialog = isReturn ? this.returnTo : this.opened.dialog;
     if (isReturn) this.returnTo = "";
     this.aliveAt = this.now;
-    if (dialog !== "") this.startEntry(dialog, false);
+    if (dialog === "") this.showNothing();
+    else this.startEntry(dialog, false);
+  }
+
+  /** No dialog yet: the menu is all there is. */
+  private showNothing(): void {
+    this.replica.enter("", null);
+    this.onTree(null, false);
   }
 
   private onError(command: JsonObject): void {

@@ -451,3 +451,15 @@ test("session: it tells whether the gateway or the host is gone", () => {
   scene.session.closed(scene.session.line, scene.now);
   assert.equal(scene.session.getCause(), "lineLost");
 });
+
+test("session: an OPEN without a dialog leaves the menu, and does not wait for ever", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.open({ File: "", Menu: ["d"] });
+  assert.equal(scene.session.state, "showing");
+  assert.equal(scene.session.replica.state, "nothing");
+  scene.sent();
+  scene.session.enter("d", scene.now);
+  assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
+});

@@ -7,6 +7,10 @@ import { ObjectElement } from "./object";
 export class ButtonElement extends ObjectElement {
   private readonly button = makeButton("push", "", () => void this.touch());
 
+  protected override get isPush(): boolean {
+    return true;
+  }
+
   protected build(): void {
     this.setUpControl(this.button);
     delete this.button.dataset["part"];

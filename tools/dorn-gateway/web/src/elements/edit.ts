@@ -13,6 +13,10 @@ type Field = HTMLInputElement | HTMLTextAreaElement;
 /** As the user types it: a number is written as it is shown. */
 const typedForm = (item: Item): string => (item.isNumeric ? item.value : item.raw);
 
+/** Times are typed as the seconds that they are. */
+const isReadOtherwise = (item: Item): boolean =>
+  !item.isNumeric && (item.format === "time" || item.format === "datetime");
+
 /** A limit as the user would type it. */
 function limitText(item: Item, limit: number | undefined): string {
   if (limit === undefined) return "";
@@ -46,7 +50,11 @@ export class EditElement extends ObjectElement {
     this.setUpControl(this.field);
     this.field.addEventListener("input", () => this.onInput());
     this.field.addEventListener("keydown", (event) => this.onKey(event as KeyboardEvent));
-    this.field.addEventListener("blur", () => this.commit());
+    this.field.addEventListener("focus", () => this.showTyped());
+    this.field.addEventListener("blur", () => {
+      this.commit();
+      this.showTyped();
+    });
     this.row.replaceChildren(this.field, this.unit);
     this.pad = null;
   }
@@ -104,7 +112,8 @@ export class EditElement extends ObjectElement {
 
   private showTyped(): void {
     const draft = this.draft;
-    const text = draft ?? typedForm(this.item);
+    const isRead = isReadOtherwise(this.item) && document.activeElement !== this.field;
+    const text = draft ?? (isRead ? this.item.value : typedForm(this.item));
     if (this.field.value !== text) this.field.value = text;
     this.classList.toggle("unsent", draft !== undefined);
     if (draft !== undefined) this.row.dataset["unsent"] = this.page.texts.unsent;

@@ -40,7 +40,8 @@ export abstract class ObjectElement extends HTMLElement implements DialogElement
 
   showOperable(): void {
     if (!this.control) return;
-    setAttribute(this.control, "aria-disabled", this.page.isOperable ? null : "true");
+    const isOff = !this.page.isOperable || (this.item.isReadOnly && this.isPush);
+    setAttribute(this.control, "aria-disabled", isOff ? "true" : null);
   }
 
   /** Makes what stays for the life of the element. */
@@ -51,6 +52,11 @@ export abstract class ObjectElement extends HTMLElement implements DialogElement
 
   protected get mayTouch(): boolean {
     return this.item.isEnabled && !this.item.isReadOnly && this.page.isOperable;
+  }
+
+  /** What is pushed has no way of its own to be for reading alone. */
+  protected get isPush(): boolean {
+    return false;
   }
 
   /** A line with the caption, and behind it what is wrong with the object. */
@@ -74,10 +80,8 @@ export abstract class ObjectElement extends HTMLElement implements DialogElement
 
   private showFrame(old: Item | undefined): void {
     const { item } = this;
-    if (!old) {
-      this.dataset["name"] = item.name;
-      this.dataset["type"] = item.type;
-    }
+    if (!old) this.dataset["name"] = item.name;
+    if (old?.type !== item.type) this.dataset["type"] = item.type;
     if (old?.state !== item.state) this.dataset["state"] = item.state;
     if (old?.isVisible !== item.isVisible) this.hidden = !item.isVisible;
     if (old?.isPending !== item.isPending) {
@@ -99,7 +103,7 @@ export abstract class ObjectElement extends HTMLElement implements DialogElement
     if (!control) return;
     if (old?.caption !== item.caption) setAttribute(control, "aria-label", item.caption);
     if (old?.isEnabled !== item.isEnabled) setFlag(control, "disabled", !item.isEnabled);
-    if (!old) this.showOperable();
+    if (old?.isReadOnly !== item.isReadOnly) this.showOperable();
   }
 
   private showCaption(caption: string): void {

@@ -7,6 +7,10 @@ import { ObjectElement } from "./object";
 export class RadioElement extends ObjectElement {
   readonly button = makeButton("radio", "", () => this.touch());
 
+  protected override get isPush(): boolean {
+    return true;
+  }
+
   protected build(): void {
     this.button.setAttribute("role", "radio");
     this.setUpControl(this.button);

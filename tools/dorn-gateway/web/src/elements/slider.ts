@@ -27,6 +27,10 @@ export class SliderElement extends ObjectElement {
       else this.input.value = this.item.raw;
     });
     this.input.addEventListener("change", () => this.letGo());
+    // Back where it was when it is let go of, it has not changed.
+    for (const type of ["pointerup", "keyup", "blur"]) {
+      this.input.addEventListener(type, () => setTimeout(() => this.letGo()));
+    }
   }
 
   protected patch(item: Item, old: Item | undefined): void {
@@ -57,6 +61,7 @@ export class SliderElement extends ObjectElement {
   }
 
   private letGo(): void {
+    if (!this.isHeld) return;
     this.isHeld = false;
     const value = this.input.value;
     if (this.mayTouch && value !== this.item.raw) this.act({ Value: value });
