@@ -33,6 +33,14 @@ can_write() {
   exit 1
 }
 
+# npm_packages FOLDER: what its lock file names, fetched once, and again when that file has changed.
+npm_packages() {
+  needs npm
+  cmp -s "$1/package-lock.json" "$1/node_modules/.dorn-lock" && return
+  (cd "$1" && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --silent --no-audit --no-fund >&2) || return
+  cp "$1/package-lock.json" "$1/node_modules/.dorn-lock"
+}
+
 # quietly LOG WHAT COMMAND...: runs a command with its output in LOG, and tells on one line that it goes
 # on. When it fails, that is said and the end of LOG is shown. The result is the command's.
 quietly() {
