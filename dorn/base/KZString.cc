@@ -9,6 +9,8 @@
 #include <sstream>
 #include <utility>
 
+#include "dorn/base/ShortCopy.h"
+
 namespace {
 
 constexpr int kMaxPieces = 100;
@@ -92,7 +94,7 @@ bool KZString::operator==(const KZString& other) const {
 }
 
 bool KZString::operator==(const std::string& other) const {
-  return length() == other.length() && compare(other) == 0;
+  return dorn::IsSame(static_cast<const std::string&>(*this), other);
 }
 
 KZString& KZString::Format(const char* f, ...) {

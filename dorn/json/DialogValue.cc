@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "dorn/base/ShortCopy.h"
+
 namespace dorn {
 
 bool StoreDialogValue(const value& from, VQValue& to) {
@@ -27,7 +29,7 @@ bool StoreDialogValue(const value& from, VQValue& to) {
 
 void StoreText(std::string_view text, VQValue& to) {
   to.mType = VQValue::TYPE_STRING;
-  to.mString.assign(text);
+  Assign(to.mString, text);
   to.mInt = TextToInt(to.mString.c_str());
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "dorn/base/ShortCopy.h"
+
 namespace dorn {
 
 // The mapped value, or null. Up to a few members it is quicker to look at each of them, most of
@@ -20,7 +22,7 @@ auto FindMember(Map& members, std::string_view key) -> decltype(&members.begin()
   }
   for (auto& [name, member] : members) {
     const std::string& text = name;  // Whole, also when it holds a zero byte.
-    if (text == key) return &member;
+    if (dorn::IsSame(text, key)) return &member;
   }
   return nullptr;
 }
