@@ -169,6 +169,20 @@ bool Family::IsHeld(const VQJsonObject& member, std::size_t& place) {
   return held;
 }
 
+bool Family::HasOnlyItsList(const VQJsonObjectHasList& group, const VQJsonObject* head) {
+  const Family* const own = OwnOf(group);
+  const unsigned int headsFamily = head != nullptr ? head->mFamily : 0;
+  if (own == nullptr) return group.mObjectList.empty() && group.mFamily == headsFamily;
+  if (own->mMembers != group.mObjectList) return false;
+  if (head == nullptr) return own->mHeads.empty();
+  return own->mHeads.size() == 1 && own->mHeads.front().family == headsFamily;
+}
+
+// With a second relation it would have a family of its own.
+bool Family::HasOnlyHead(const VQJsonObject& object, const VQJsonObject& head) {
+  return object.mFamily == head.mFamily && object.mFamily != 0;
+}
+
 void Family::End(VQJsonObject& object) {
   if (object.mFamily == 0) return;
   ForEachHead(object, [](VQJsonObject& head, unsigned int place) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 class VQJsonObject;
+class VQJsonObjectHasList;
 
 namespace dorn {
 
@@ -36,6 +37,13 @@ class Family {
   // and becomes the place behind it: who asks for many children in their order, as those of a copy,
   // does not search the whole list for each.
   static bool IsHeld(const VQJsonObject& member, std::size_t& place);
+
+  // Whether the group is related to the objects of its list, in their order, to `head`, which may
+  // be null, and to nobody else.
+  static bool HasOnlyItsList(const VQJsonObjectHasList& group, const VQJsonObject* head);
+
+  // Whether the object, which has no members, is related to `head` and to nobody else.
+  static bool HasOnlyHead(const VQJsonObject& object, const VQJsonObject& head);
 
   // For an object that dies: ends all its relations. Nobody names it as parent afterwards.
   static void End(VQJsonObject& object);

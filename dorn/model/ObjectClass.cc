@@ -13,7 +13,6 @@ namespace {
 // an own class, which only costs time.
 const void* const kGridTable = TableOf(VQJsonGrid(nullptr));
 const void* const kRadioGroupTable = TableOf(VQJsonRadioButtonGroup(nullptr));
-const void* const kCommandTable = TableOf(VQJsonCommand(""));
 const void* const kOtherTables[] = {TableOf(VQJsonObjectHasList("", nullptr)),
                                     TableOf(VQJsonRadioButtonObject(nullptr)),
                                     TableOf(VQJsonCommands()), TableOf(VQJsonResource())};
@@ -21,10 +20,11 @@ const void* const kOtherTables[] = {TableOf(VQJsonObjectHasList("", nullptr)),
 }  // namespace
 
 const void* const kPlainObjectTable = TableOf(VQJsonObject(nullptr));
+const void* const kPlainCommandTable = TableOf(VQJsonCommand(""));
 
 bool IsOwnClass(const VQJsonObject& object) {
   const void* const table = TableOf(object);
-  return table == kPlainObjectTable || table == kCommandTable || table == kGridTable ||
+  return table == kPlainObjectTable || table == kPlainCommandTable || table == kGridTable ||
          table == kRadioGroupTable ||
          std::find(std::begin(kOtherTables), std::end(kOtherTables), table) !=
              std::end(kOtherTables);
@@ -41,7 +41,8 @@ VQJsonRadioButtonGroup* AsRadioGroup(VQJsonObject& object) {
 }
 
 VQJsonCommand* AsCommand(VQJsonObject& object) {
-  const bool isOne = ObjectClass::TagOf(object) == kTagCommand || TableOf(object) == kCommandTable;
+  const bool isOne =
+      ObjectClass::TagOf(object) == kTagCommand || TableOf(object) == kPlainCommandTable;
   return isOne ? static_cast<VQJsonCommand*>(&object) : nullptr;
 }
 

@@ -16,12 +16,18 @@ struct ObjectClass {
   static void SetTag(VQJsonObject& object, unsigned char tag) { object.mClassTag = tag & 7U; }
 };
 
-// Where the virtual operations of exactly VQJsonObject are found.
+// Where the virtual operations of exactly VQJsonObject, and of exactly VQJsonCommand, are found.
 extern const void* const kPlainObjectTable;
+extern const void* const kPlainCommandTable;
 
 // Whether the object is exactly a VQJsonObject: it has no children, and nothing is overridden.
 inline bool IsPlainObject(const VQJsonObject& object) {
   return TableOf(object) == kPlainObjectTable;
+}
+
+// Whether the object is exactly a VQJsonCommand.
+inline bool IsPlainCommand(const VQJsonObject& object) {
+  return TableOf(object) == kPlainCommandTable;
 }
 
 // Whether the object is exactly of one of the library's classes, so that nothing is overridden.

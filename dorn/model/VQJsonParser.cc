@@ -47,17 +47,7 @@ bool VQJsonParser::ParseDialog(VQJsonResource* jo, const KZString& json, bool sh
 }
 
 bool VQJsonParser::ParseCommand(VQJsonCommands* jo, const KZString& json) {
-  if (dorn::ReadUsualCommands(json, *jo)) return true;
-  JsonParser jp;
-  if (!jp.Parse(json) || !jp.IsObject()) return false;
-  dorn::TreeReader reader(jp, false, dorn::Source::kStation);
-  if (jp.IsArray(dorn::kKeyCommands)) {
-    reader.ReadList(*jo);
-    return true;
-  }
-  if (!jp.IsString(dorn::kKeyCommand)) return false;
-  jo->AddObject(reader.ReadObject(jo), 0);
-  return true;
+  return dorn::ReadUsualCommands(json, *jo) || dorn::ReadDocumentCommands(json, *jo);
 }
 
 VQJsonObject* VQJsonParser::ParseObject(JsonParser& jp, VQJsonObject* parent, bool shard) {

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <memory>
 
+#include "dorn/model/KeptCommands.h"
 #include "dorn/server/LoginGuard.h"
 #include "dorn/server/StationAddress.h"
 
@@ -27,6 +28,9 @@ struct ApplicationState {
 
   // Null: nobody is slowed down.
   std::unique_ptr<LoginGuard> loginGuard;
+
+  // What the commands of stations are read into.
+  KeptCommands keptCommands;
 
   // Null: nobody asked for it. The loop's list owns it.
   StatisticsServer* statisticsServer = nullptr;

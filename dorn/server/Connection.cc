@@ -6,11 +6,14 @@
 #include <cstring>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "dorn/base/Poison.h"
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/SharedInt.h"
-#include "dorn/model/VQJsonCommand.h"
-#include "dorn/model/VQJsonParser.h"
+#include "dorn/model/KeptCommands.h"
+#include "dorn/server/App.h"
+#include "dorn/server/ApplicationState.h"
 #include "dorn/server/Commands.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
@@ -29,6 +32,58 @@ bool HasNoDescriptor(const KZFdData& record) {
   const int fd = LoadShared(record.mFD);
   return fd < 0 || (fd == 0 && LoadShared(record.mStatus) == KZFdData::kStatusInitial);
 }
+
+namespace {
+
+// The commands of a message while they are executed.
+class ReadMessage {
+ public:
+  explicit ReadMessage(const KZString& text) : mKept(StateOf(App()).keptCommands) {
+    bool isReadable = false;
+    mCommands = mKept.Read(text, isReadable);
+    if (!isReadable) ++Counters().unreadable;
+  }
+  ~ReadMessage() { mKept.GiveBack(std::move(mCommands)); }
+
+  ReadMessage(const ReadMessage&) = delete;
+  ReadMessage& operator=(const ReadMessage&) = delete;
+
+  const std::vector<VQJsonObject*>& Entries() const { return mCommands->mObjectList; }
+
+ private:
+  KeptCommands& mKept;
+  KeptCommands::List mCommands;
+};
+
+// The text of the message that is being executed, in storage that is used again.
+struct MessageText {
+  MessageText() {
+    text.swap(Spare());
+    Unpoison(text.data(), text.capacity() + 1);
+  }
+  ~MessageText() {
+    constexpr std::size_t kMaxKept = 4096;
+    if (text.capacity() > kMaxKept || text.capacity() <= Spare().capacity()) return;
+    text.swap(Spare());
+    // Whoever still has a pointer to it is found by AddressSanitizer.
+    const bool isElsewhere = Spare().capacity() > KZString().capacity();
+    if (isElsewhere) Poison(Spare().data(), Spare().capacity() + 1);
+  }
+
+  MessageText(const MessageText&) = delete;
+  MessageText& operator=(const MessageText&) = delete;
+
+  KZString text;
+
+ private:
+  // Never destroyed: connections may be used until the process ends.
+  static std::string& Spare() {
+    static std::string& spare = *new std::string;
+    return spare;
+  }
+};
+
+}  // namespace
 
 Connection::Connection(VQClientSocket& socket)
     : mSocket(socket), mOutgoing(socket), mTimers(socket, mOutgoing) {}
@@ -103,7 +158,8 @@ void Connection::BeginAnew() {
 void Connection::ExecuteMessages() {
   MessageBatch batch;
   const int ends = mEnds;
-  KZString text;
+  MessageText message;
+  KZString& text = message.text;
   while (mDelayedLogIn == nullptr && TakeMessage(text)) {
     batch.SetMore(HasMessage());
     // Hooks may read from the buffer too, so the end is looked for anew.
@@ -116,12 +172,11 @@ void Connection::ExecuteMessages() {
 // Hooks may change the list of commands, so the walk goes by position. A delayed log-in keeps the
 // text, not the objects: it is read again when its time has come.
 void Connection::ExecuteFrom(const KZString& message, std::size_t first, bool isResumed) {
-  VQJsonCommands commands;
-  VQJsonParser parser;
-  if (!parser.ParseCommand(&commands, message)) ++Counters().unreadable;
+  const ReadMessage read(message);
+  const std::vector<VQJsonObject*>& entries = read.Entries();
   const int ends = mEnds;
-  for (std::size_t i = first; i < commands.mObjectList.size(); ++i) {
-    VQJsonObject* entry = commands.mObjectList[i];
+  for (std::size_t i = first; i < entries.size(); ++i) {
+    VQJsonObject* entry = entries[i];
     const DelayedLogIn* const before = mDelayedLogIn.get();
     if (entry != nullptr && isResumed && i == first) {
       ResumeGreeting(mSocket, entry);
@@ -170,7 +225,7 @@ bool Connection::TakeMessage(KZString& text) {
   const std::string_view held = Held();
   const std::size_t length = mCutter.FindMessage(held);
   if (length == 0) return false;
-  text = MessageCutter::TextOf(held.substr(0, length));
+  text.assign(MessageCutter::TextOf(held.substr(0, length)));
   ++Counters().messagesIn;
   Counters().bytesIn += length;
   DropFront(length);

@@ -30,10 +30,10 @@ std::size_t MessageCutter::FindMessage(std::string_view held) {
   return 0;
 }
 
-KZString MessageCutter::TextOf(std::string_view message) {
-  if (message.size() < 2) return KZString();
+std::string_view MessageCutter::TextOf(std::string_view message) {
+  if (message.size() < 2) return {};
   const std::string_view text = message.substr(1, message.size() - 2);
-  return KZString(std::string(text.substr(0, text.find('\0'))));
+  return text.substr(0, text.find('\0'));
 }
 
 }  // namespace dorn

@@ -6,8 +6,6 @@
 #include <cstddef>
 #include <string_view>
 
-#include "dorn/base/KZString.h"
-
 namespace dorn {
 
 // Looks at the bytes that somebody else holds and takes off the front. Remembers how many of them
@@ -22,11 +20,11 @@ class MessageCutter {
   // The length of the first complete message of `held`, its ETX included; 0 if none is complete.
   std::size_t FindMessage(std::string_view held);
 
-  // The text of a complete message: what lies between its first byte, whatever that is, and its
-  // last one, up to a zero byte. A lone ETX has an empty text, as STX ETX does.
+  // The text of a complete message, as a part of it: what lies between its first byte, whatever
+  // that is, and its last one, up to a zero byte. A lone ETX has an empty text, as STX ETX does.
   // Kept: nobody looks for a second STX, so what lies between two messages becomes the start of
   // the second one's text.
-  static KZString TextOf(std::string_view message);
+  static std::string_view TextOf(std::string_view message);
 
   // The bytes at the front have changed. Any thread.
   void Forget() { mIsStale.store(true, std::memory_order_release); }

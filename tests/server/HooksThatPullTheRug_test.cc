@@ -348,6 +348,37 @@ TEST_F(HooksThatPullTheRugTest, ATimerMayRemoveTheDialogOfTheNextTimer) {
   EXPECT_THAT(Calls(), ElementsAre("OnTimer top 1", "OnFinal d"));
 }
 
+// Objects of commands, which are used again for the next message
+
+TEST_F(HooksThatPullTheRugTest, WhatAHookKeepsOfACommandStaysAsItIs) {
+  VQJsonObjectHasList kept("Objects", nullptr);
+  mDialog->condition = [&](HookedDialog&, VQClientSocket*, VQJsonCommand* command) {
+    kept.AddObject(command->mObjectList.front(), 0);
+    kept.AddObject(new VQJsonCommand(*command), 0);
+    mDialog->condition = nullptr;
+  };
+  Tell(mLink, R"({"Command":"CONDITION","Objects":[{"Name":"one"}]})");
+  Tell(mLink, R"({"Command":"CONDITION","Objects":[{"Name":"two"}]})");
+  Tell(mLink, R"({"Command":"CONDITION","Objects":[{"Name":"six"}]})");
+  EXPECT_EQ(kept.GetJson(),
+            R"({"Objects":[{"Name":"one"},{"Command":"CONDITION","Objects":[{"Name":"one"}]}]})");
+}
+
+TEST_F(HooksThatPullTheRugTest, AMessageInsideAHookLeavesTheOuterOneAlone) {
+  Tell(mLink, R"({"Command":"CONDITION","Objects":[{"Name":"first"}]})");
+  std::string seen;
+  mDialog->condition = [&](HookedDialog&, VQClientSocket* client, VQJsonCommand* command) {
+    mDialog->condition = [&](HookedDialog&, VQClientSocket*, VQJsonCommand* inner) {
+      seen += inner->GetJson();
+    };
+    client->DoCommand(R"({"Command":"CONDITION","Objects":[{"Name":"inner"}]})");
+    seen += command->GetJson();
+  };
+  Tell(mLink, R"({"Command":"CONDITION","Objects":[{"Name":"outer"}]})");
+  EXPECT_EQ(seen, R"({"Command":"CONDITION","Objects":[{"Name":"inner"}]})"
+                  R"({"Command":"CONDITION","Objects":[{"Name":"outer"}]})");
+}
+
 // Records and loop
 
 TEST_F(HooksThatPullTheRugTest, AHookMayAddAndRemoveRecordsAndTimers) {

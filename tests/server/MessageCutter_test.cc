@@ -100,7 +100,7 @@ TEST(MessageCutterTest, TheTextLiesBetweenTheFirstAndTheLastByte) {
        "b"},
       {"\x02\0\x03"sv, ""},
   };
-  for (const Text& row : kTexts) EXPECT_EQ(KZString(row.text), MessageCutter::TextOf(row.message));
+  for (const Text& row : kTexts) EXPECT_EQ(row.text, MessageCutter::TextOf(row.message));
 }
 
 // The rules, read off the whole stream at once: garbage goes once for each delivery, then every
