@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "dorn/base/ShortCopy.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/WireWords.h"
 
@@ -12,11 +13,80 @@ namespace {
 
 constexpr std::size_t kSessionMarkLength = sizeof(kSessionMark) - 1;
 
+char* PutKey(char* to, std::string_view key, bool isFirst) {
+  if (!isFirst) *to++ = ',';
+  *to++ = '"';
+  to = Put(to, key);
+  *to++ = '"';
+  *to++ = ':';
+  return to;
+}
+
 void AppendKey(std::string& out, std::string_view key, int& b) {
-  AppendComma(out, b);
-  out += '"';
-  out += key;
-  out += "\":";
+  const bool isFirst = b++ == 0;
+  static_cast<void>(PutKey(AppendRoom(out, key.size() + (isFirst ? 3 : 4)), key, isFirst));
+}
+
+// Whether VQValue::AppendJson() writes the stored text, in quotes if it is a text.
+bool IsFlat(const VQValue& attribute) {
+  return attribute.mType < VQValue::TYPE_OBJECT ||
+         (attribute.mObject == nullptr && attribute.mArray == nullptr);
+}
+
+std::size_t FlatLength(const VQValue& attribute) {
+  return attribute.mString.size() + (attribute.mType == VQValue::TYPE_STRING ? 2 : 0);
+}
+
+char* PutFlat(char* to, const VQValue& attribute) {
+  const bool isText = attribute.mType == VQValue::TYPE_STRING;
+  if (isText) *to++ = '"';
+  to = Put(to, attribute.mString);
+  if (isText) *to++ = '"';
+  return to;
+}
+
+// The length of the attributes as they are written behind something else, each with its comma; -1
+// if one of them is not flat.
+std::ptrdiff_t FlatLength(const VQJsonObject& object) {
+  std::size_t length = 0;
+  for (const auto& [key, attribute] : object.mList) {
+    if (!IsFlat(attribute)) return -1;
+    length += key.size() + 4 + FlatLength(attribute);
+  }
+  return static_cast<std::ptrdiff_t>(length);
+}
+
+char* PutFlat(char* to, const VQJsonObject& object, int& b) {
+  for (const auto& [key, attribute] : object.mList) {
+    to = PutFlat(PutKey(to, key, b++ == 0), attribute);
+  }
+  return to;
+}
+
+// Most objects have nothing but flat attributes: their text is measured, then written. A negative
+// counter, which may pass 0 on the way, is left to the literal way.
+bool AppendFlatAttributes(std::string& out, const VQJsonObject& object, int& b) {
+  if (b < 0) return false;
+  const std::ptrdiff_t length = FlatLength(object);
+  if (length <= 0) return length == 0;
+  static_cast<void>(
+      PutFlat(AppendRoom(out, static_cast<std::size_t>(length) - (b == 0)), object, b));
+  return true;
+}
+
+// As AppendObject() for a plain object. Those of a long list are worth the shortest way.
+void AppendPlainObject(std::string& out, const VQJsonObject& object) {
+  int count = 0;
+  const std::ptrdiff_t length = FlatLength(object);
+  if (length > 0) {
+    char* to = AppendRoom(out, static_cast<std::size_t>(length) + 1);
+    *to++ = '{';
+    *PutFlat(to, object, count) = '}';
+    return;
+  }
+  out += '{';
+  AppendAttributes(out, object, count);
+  out += '}';
 }
 
 // Not mList[key]: an inserted empty attribute would spoil every later full output.
@@ -74,6 +144,7 @@ __attribute__((noinline)) void AppendStreamed(std::string& out, WriteText&& writ
 }  // namespace
 
 void AppendAttributes(std::string& out, const VQJsonObject& object, int& b) {
+  if (AppendFlatAttributes(out, object, b)) return;
   for (const auto& [key, attribute] : object.mList) {
     AppendKey(out, key, b);
     attribute.AppendJson(out);
@@ -120,6 +191,10 @@ void AppendDirtyMembers(std::string& out, VQJsonObject& object, int& b, const KZ
 }
 
 void AppendObject(std::string& out, VQJsonObject& object) {
+  if (IsPlainObject(object)) {
+    AppendPlainObject(out, object);
+    return;
+  }
   if (!IsOwnClass(object)) {
     AppendStreamed(out, [&](std::ostream& text) { object.OutJson(text); });
     return;

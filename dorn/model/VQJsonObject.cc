@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <utility>
 
+#include "dorn/base/ShortCopy.h"
 #include "dorn/model/ClassTags.h"
 #include "dorn/model/Family.h"
 #include "dorn/model/FreshAllocations.h"
@@ -33,9 +35,10 @@ void Write(std::ostream& out, const std::string& text) {
 // The entry of mDirty for a change that a session has made, or the host itself.
 KZString Tagged(const KZString& key, const KZString& sessionid) {
   if (sessionid.empty()) return key;
+  constexpr std::string_view kMark(dorn::kSessionMark);
   KZString tagged;
-  tagged.reserve(key.size() + sizeof dorn::kSessionMark + sessionid.size());
-  tagged.append(key).append(dorn::kSessionMark).append(sessionid);
+  char* const to = dorn::AppendRoom(tagged, key.size() + kMark.size() + sessionid.size());
+  static_cast<void>(dorn::Put(dorn::Put(dorn::Put(to, key), kMark), sessionid));
   return tagged;
 }
 

@@ -37,8 +37,8 @@ KZString TextOf(VQJsonObject* entry, const char* key) {
   return attribute != nullptr ? attribute->GetString() : KZString();
 }
 
-// The stored text of the entry's command word.
-std::string WordOf(VQJsonObject* entry) {
+// The stored text of the entry's command word, valid until somebody changes the entry.
+std::string_view WordOf(VQJsonObject* entry) {
   if (!IsOwnClass(*entry)) return entry->GetValue(kKeyCommand).GetChar();
   const VQValue* attribute = FindMember(entry->mList, kKeyCommand);
   return attribute != nullptr ? attribute->GetChar() : "";
@@ -86,7 +86,7 @@ void AppendShown(std::string& json, VQJsonObject& entry) {
   json.append(ShownText(whole, storage));
 }
 
-void PrintCommand(const std::string& word, VQJsonObject& entry) {
+void PrintCommand(std::string_view word, VQJsonObject& entry) {
   if (!IsTraced()) return;
   if (!IsOwnClass(entry)) {
     std::string storage;
@@ -220,7 +220,7 @@ void Condition(VQClientSocket& client, VQJsonCommand* command) {
 void ExecuteAuthenticated(VQClientSocket& client, VQJsonObject* entry) {
   VQApplication& app = App();
   if (VQSession* session = app.SessionList()->Search(client.mSessionId)) session->Extend();
-  const std::string word = WordOf(entry);
+  const std::string_view word = WordOf(entry);
   auto* command = AsCommand(*entry);
   if (Equals(word, kCommandKeepalive)) {
     Connection::Of(client).Timers().Answered();
@@ -237,12 +237,12 @@ void ExecuteAuthenticated(VQClientSocket& client, VQJsonObject* entry) {
 // HELLO, CHANGE and CONDITION are words of real commands only: another entry of the list cannot
 // have such a "Command", since that would have made it a command.
 void ExecuteCommand(VQClientSocket& client, VQJsonObject* entry) {
-  // A copy: the hook that checks the session may change the entry.
-  const std::string word = WordOf(entry);
+  const std::string_view word = WordOf(entry);
+  // Before the session is checked: the hook for that may change the entry.
+  const bool isGreeting = Equals(word, kCommandHello) || Equals(word, kCommandChange);
   if (!Equals(word, kCommandKeepalive)) PrintCommand(word, *entry);
   CheckSessionId(client, entry);
   auto* command = AsCommand(*entry);
-  const bool isGreeting = Equals(word, kCommandHello) || Equals(word, kCommandChange);
   if (isGreeting && command != nullptr) {
     Greet(client, command, false);
   } else if (client.mAuth) {

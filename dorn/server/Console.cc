@@ -1,8 +1,9 @@
 #include "dorn/server/Console.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdio>
+
+#include "dorn/base/ShortCopy.h"
 
 namespace dorn {
 
@@ -14,7 +15,7 @@ using Parts = std::initializer_list<std::string_view>;
 constexpr std::size_t kShortLine = 2048;
 
 void Compose(Parts parts, char* line) {
-  for (const std::string_view part : parts) line = std::copy(part.begin(), part.end(), line);
+  for (const std::string_view part : parts) line = Put(line, part);
   *line = '\n';
 }
 

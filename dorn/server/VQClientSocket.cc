@@ -1,8 +1,11 @@
 #include "dorn/server/VQClientSocket.h"
 
+#include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "dorn/base/TraceFilter.h"
@@ -23,8 +26,12 @@ constexpr int kLogBufferSize = 1024;
 
 void PrintSent(VQClientSocket& client, const KZString& text) {
   std::string storage;
-  dorn::PrintLine({" sid=", dorn::Shown(client.mSessionId), " dname=", client.mDialogName, " id=",
-                   std::to_string(client.GetId()), " out=", dorn::ShownText(text, storage)});
+  std::array<char, 16> digits;
+  const char* const end =
+      std::to_chars(digits.data(), digits.data() + digits.size(), client.GetId()).ptr;
+  const std::string_view id(digits.data(), static_cast<std::size_t>(end - digits.data()));
+  dorn::PrintLine({" sid=", dorn::Shown(client.mSessionId), " dname=", client.mDialogName,
+                   " id=", id, " out=", dorn::ShownText(text, storage)});
 }
 
 }  // namespace

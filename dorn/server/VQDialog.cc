@@ -54,6 +54,12 @@ bool SendsAlone(VQClientSocket* client, const KZString& text) {
          dorn::AsLivingConnection(client) != nullptr;
 }
 
+// Never destroyed: dialogs may be used until the process ends.
+const KZString& SharedSession() {
+  static const auto* const session = new KZString(dorn::kSessionIdShared);
+  return *session;
+}
+
 bool SendShared(VQDialog* dialog, bool all, dorn::SideCommands sideCommands) {
   dorn::RunningHooks running(dialog);
   VQJsonResource* tree = dialog->GetResourceShare();
@@ -99,7 +105,7 @@ void VQDialog::OnCondition(VQClientSocket*, VQJsonCommand*) {}
 void VQDialog::OnUpdate(VQJsonObject* target, VQJsonObject* source, KZString sid) {
   constexpr int kMarkIfChanged = -1;
   constexpr int kDoNotMark = 0;
-  const bool isShared = mSessionResourceList.count(dorn::kSessionIdShared) != 0;
+  const bool isShared = mSessionResourceList.count(SharedSession()) != 0;
   const int index = isShared ? kMarkIfChanged : kDoNotMark;
   for (auto it = source->KeyValueBegin(); it != source->KeyValueEnd(); ++it) {
     if (!dorn::Equals(it->first, dorn::kKeyName))
@@ -178,7 +184,7 @@ void VQDialog::LoadJson(const KZString& file, const KZString& sid) {
   dorn::RememberResource(std::move(report));
 }
 
-VQJsonResource* VQDialog::GetResourceShare() { return GetResourceUnique(dorn::kSessionIdShared); }
+VQJsonResource* VQDialog::GetResourceShare() { return GetResourceUnique(SharedSession()); }
 
 // Trees are made where they stay: copies of a tree share its children.
 VQJsonResource* VQDialog::GetResourceUnique(const KZString& sid) {
