@@ -4,6 +4,7 @@
 #include <string>
 #include <thread>
 
+#include "dorn/server/MessageCutter.h"
 #include "tests/server/ServerTest.h"
 
 namespace {
@@ -34,6 +35,21 @@ TEST_F(ThreadsTest, MayClearTheBufferOfAConnection) {
   Calls().clear();
   Feed(link, HelloOf("b"));
   EXPECT_THAT(Calls(), ElementsAre("OnAuth b no"));
+}
+
+// By itself, where no lock of a connection stands beside it.
+TEST_F(ThreadsTest, MaySayThatTheBytesOfACutterHaveChanged) {
+  dorn::MessageCutter cutter;
+  std::atomic<bool> isOver{false};
+  std::thread other([&] {
+    while (!isOver) cutter.Forget();
+  });
+  for (int i = 0; i < 20000; ++i) {
+    EXPECT_EQ(0U, cutter.CountGarbage("\x02incomplete"));
+    EXPECT_EQ(0U, cutter.FindMessage("\x02incomplete"));
+  }
+  isOver = true;
+  other.join();
 }
 
 }  // namespace

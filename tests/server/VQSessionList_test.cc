@@ -242,6 +242,22 @@ TEST_F(ManySessionsTest, ThatComeAndGoNeedNoWalk) {
   EXPECT_EQ(static_cast<std::size_t>(kCount - 201), mList.mSessionList.size());
 }
 
+// A host may write the id, and ids start again when their range is used up.
+TEST_F(ManySessionsTest, OfTwoWithOneTimerTheFirstByNameGoes) {
+  Create(100000);
+  mList.Expire(mList.Search("S0")->mTimerId);
+  auto* later = new VQSession("b", 100000);
+  auto* first = new VQSession("a", 100000);
+  const unsigned int timer = first->mTimerId = later->mTimerId;
+  mList.Add("b", later);
+  mList.Add("a", first);
+  mList.Expire(timer);
+  EXPECT_FALSE(mList.Has("a"));
+  EXPECT_TRUE(mList.Has("b"));
+  mList.Expire(timer);
+  EXPECT_FALSE(mList.Has("b"));
+}
+
 // Ids of timers are taken again when their range is used up; nothing is left of the ended sessions.
 TEST_F(ManySessionsTest, ThatHadTheSameTimersBeforeNeedNoWalk) {
   Create(100000);
