@@ -601,7 +601,6 @@ export class Session {
     this.local.clear();
     const isReturn = this.state === "loggingIn" && this.returnTo !== "";
     const dialog = isReturn ? this.returnTo : this.opened.dialog;
-    if (isReturn) this.returnTo = "";
     this.aliveAt = this.now;
     if (dialog === "") this.showNothing();
     else this.startEntry(dialog, false);

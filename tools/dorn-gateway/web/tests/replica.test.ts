@@ -144,3 +144,18 @@ test("replica: a grid's Data of null, beside another attribute, asks to enter ag
   replica.receive({ Command: "UPDATE", Objects: [{ Name: "g", Data: null, Title: "T" }] });
   assert.ok(replica.takeWantsEntry());
 });
+
+test("replica: a choice on its way leaves a button alone that is neither on nor off", () => {
+  const replica = new Replica();
+  replica.enter("d", null);
+  const button = (Name: string, more: JsonObject = {}): JsonObject => {
+    return { Name, Type: "RADIOBTN", ...more };
+  };
+  const buttons = [button("a", { Attr: "ON" }), button("b"), button("c")];
+  const group = { Name: "g", Type: "GROUP", Layout: "RADIO", Objects: buttons };
+  replica.receiveTree({ Name: "d", Objects: [group] }, true);
+  replica.act([{ name: "b", attributes: { Attr: "ON" } }], 1, 2);
+  const shown = (name: string): Json | undefined =>
+    replica.shownAttributes(replica.tree.find(name)!).get("Attr");
+  assert.deepEqual([shown("a"), shown("b"), shown("c")], ["OFF", "ON", undefined]);
+});

@@ -463,3 +463,70 @@ test("session: an OPEN without a dialog leaves the menu, and does not wait for e
   scene.session.enter("d", scene.now);
   assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
 });
+
+test("session: a dialog is returned to once; later the host's word counts", () => {
+  const scene = new Scene().show();
+  scene.session.enter("other", scene.now);
+  scene.command({ Command: "ERROR", Status: "InvalidSessionId" });
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.open();
+  assert.equal(scene.session.dialog, "other");
+  scene.session.logOut();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.open();
+  assert.equal(scene.session.dialog, "d");
+});
+
+test("session: turning the switch off that keeps it counts as a touch", () => {
+  const scene = new Scene().show({ Interval: "30" });
+  scene.session.setStays(true, scene.now);
+  scene.wait(60_000);
+  scene.session.setStays(false, scene.now);
+  assert.equal(scene.session.endsAt(), scene.now + 30_000);
+});
+
+test("session: what is shown is as old as the first loss, however often it is tried", () => {
+  const scene = new Scene().show();
+  const lost = scene.now;
+  scene.session.closed(scene.session.line, scene.now);
+  scene.wait(500);
+  scene.connect();
+  assert.equal(scene.session.state, "entering");
+  assert.equal(scene.session.staleSince(), lost);
+  scene.session.closed(scene.session.line, scene.now);
+  assert.equal(scene.session.staleSince(), lost);
+});
+
+test("session: pages do not make each other enter again in turn", () => {
+  const scene = new Scene().show();
+  const add = (name: string): void => {
+    scene.command({ Command: "ADD", Name: "d", Objects: [{ Name: name, Type: "GROUP" }] });
+  };
+  add("g");
+  scene.wait(200);
+  assert.equal(scene.sent().length, 1);
+  scene.fence(3);
+  scene.tree({ Name: "d", Objects: [] });
+  scene.fence(4);
+  add("h");
+  scene.wait(1499);
+  assert.deepEqual(scene.sent(), []);
+  scene.wait(1);
+  assert.equal(scene.sent().length, 1);
+});
+
+test("session: a dialog that somebody looks at is fetched anew after ten minutes", () => {
+  const scene = new Scene().show({ Interval: "3600" });
+  let changes = 0;
+  for (let second = 0; second < 600; ++second) {
+    assert.equal(changes, 0);
+    scene.wait(1000);
+    for (const command of scene.sent().flat()) {
+      if (command.File?.startsWith("?f")) scene.fence(Number(command.File.slice(2)));
+      if (command.Command === "CHANGE") ++changes;
+    }
+  }
+  assert.equal(changes, 1);
+});
