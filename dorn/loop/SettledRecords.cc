@@ -29,6 +29,10 @@ Words WordsOf(const fd_set& set) {
   return words;
 }
 
+// So many descriptors cost select less than the calls that make them members, ask for them and take
+// them out again. A connection that comes and goes is never one of more.
+constexpr int kFew = 4;
+
 // How long the loop may go on with a descriptor that a hook has closed and opened again.
 constexpr std::uint64_t kRefreshMs = 100;
 
@@ -56,6 +60,15 @@ Words Without(const Words& a, const Words& b) {
 }
 Words Common(const Words& a, const Words& b) {
   return Combined(a, b, [](Word x, Word y) { return x & y; });
+}
+
+bool HasMoreThan(int count, const Words& words) {
+  for (Word rest : words) {
+    for (; rest != 0; rest &= rest - 1) {
+      if (count-- == 0) return true;
+    }
+  }
+  return false;
 }
 
 template <class Visit>
@@ -127,7 +140,9 @@ void SettledRecords::AddWithMembers(fd_set* reads) {
 // A record that was touched meanwhile may have left its descriptor, and this one be another's.
 void SettledRecords::AddMembers() {
   const Words tried = Union(WordsOf(mMembers.Members()), WordsOf(mRefused));
-  ForEach(Without(WordsOf(mReads), tried), [this](int fd) {
+  const Words untried = Without(WordsOf(mReads), tried);
+  if (!HasMoreThan(kFew, untried)) return;
+  ForEach(untried, [this](int fd) {
     KZFdData* record = mByDescriptor[static_cast<std::size_t>(fd)];
     RecordState& state = RecordState::Of(*record);
     if (state.mSettledIn == nullptr) return;
@@ -157,18 +172,20 @@ void SettledRecords::TakeMembers(fd_set* reads) {
 
 std::uint64_t SettledRecords::RefreshIfDue() {
   if (!mMayBeStale) return 0;
-  const bool isAny = mCount > 0 || HasMembers();
-  const std::uint64_t elapsedMs = NowMs() - mRefreshedMs;
-  if (isAny && elapsedMs < kRefreshMs) return kRefreshMs - elapsedMs;
+  if (NeedsRefresh()) {
+    const std::uint64_t elapsedMs = NowMs() - mRefreshedMs;
+    if (elapsedMs < kRefreshMs) return kRefreshMs - elapsedMs;
+    Refresh();
+  }
   mMayBeStale = false;
-  if (isAny) Refresh();
   return 0;
 }
 
 // A member may be stale while no record is settled: that of the record whose hook has just run.
-bool SettledRecords::HasMembers() {
+// What was refused is to be tried again.
+bool SettledRecords::NeedsRefresh() {
   const Lock lock(gLock);
-  return mMembers.Descriptor() >= 0;
+  return mMembers.Descriptor() >= 0 || HasMoreThan(0, WordsOf(mRefused));
 }
 
 void SettledRecords::Refresh() {

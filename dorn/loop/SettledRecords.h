@@ -33,7 +33,7 @@ void LetRecordSettle(KZFdData& record);
 //   it is reported meanwhile it is removed, since nobody takes what it reports.
 // - It is removed before its record gets another descriptor, which is before it is closed, and
 //   before its record leaves the list.
-// - What cannot be a member is watched by select itself.
+// - What cannot be a member is watched by select itself, and so are the few that are not yet.
 //
 // Loop thread, but for TouchRecord() and LeaveDescriptor(). A record must be forgotten before it is
 // destroyed or leaves the list.
@@ -92,7 +92,7 @@ class SettledRecords {
   void Unsettle(KZFdData* record);
   void MoveTouched(std::vector<KZFdData*>& restless);
   void AddMembers();
-  bool HasMembers();
+  bool NeedsRefresh();
   void Leave(int fd);
   void Refresh();
 

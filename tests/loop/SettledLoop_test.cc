@@ -28,6 +28,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr int kFirstId = 100;
+constexpr int kMembers = 5;  // Enough for the loop not to leave them to select.
 
 // A connection to itself: the record has one end, the peer is the other.
 class Connection : public KZFdData {
@@ -141,6 +142,57 @@ TEST_F(SettledLoopTest, SelectWatchesOneDescriptorForAllOfThem) {
   EXPECT_EQ(CountWatched(), 2);  // Also those that were just served.
 }
 
+// What comes and goes costs no calls but its own.
+TEST_F(SettledLoopTest, SelectWatchesAFewByThemselves) {
+  Make(4);
+  EXPECT_EQ(CountWatched(), 5);
+  At(3).Write();
+  Pass();
+  EXPECT_THAT(TakeServed(), ElementsAre(103));
+  EXPECT_EQ(CountWatched(), 5);
+  const int held = dup(At(3).mFD);
+  At(3).Close();
+  EXPECT_EQ(CountWatched(), 4);
+  close(held);
+}
+
+TEST_F(SettledLoopTest, SelectWatchesAFewByThemselvesBesideMany) {
+  Make(40);
+  Connection late(50, mApp.GetFdDataList(), &mServed);
+  late.AddEvent();
+  Pass();
+  Pass();
+  EXPECT_EQ(CountWatched(), 3);
+  late.Write();
+  At(39).Write();
+  Pass();
+  EXPECT_THAT(TakeServed(), ElementsAre(139, 50));
+  for (int i = 0; i < 4; ++i) {
+    mConnections.push_back(std::make_unique<Connection>(60 + i, mApp.GetFdDataList(), &mServed));
+    mConnections.back()->AddEvent();
+  }
+  Pass();
+  Pass();
+  EXPECT_EQ(CountWatched(), 2);  // Now they are too many.
+}
+
+// Nothing is to be looked for where select is told each descriptor.
+TEST_F(SettledLoopTest, AFewThatSelectWatchesNeedNoOtherLook) {
+  Make(3);
+  At(0).Write();
+  mApp.RunPass();
+  EXPECT_THAT(TakeServed(), ElementsAre(100));
+  SelectSpy spy;
+  spy.mReplacement = [](fd_set* reads, fd_set* writes) {
+    FD_ZERO(reads);
+    FD_ZERO(writes);
+    return 0;
+  };
+  mApp.RunPass();
+  ASSERT_EQ(spy.mCalls.size(), 1u);
+  EXPECT_FALSE(spy.mCalls[0].mTimeout.has_value());
+}
+
 TEST_F(SettledLoopTest, AnybodyElseGetsAllDescriptors) {
   Make(5);
   fd_set reads;
@@ -186,7 +238,7 @@ TEST_F(SettledLoopTest, AllMayBeReadyAtOnce) {
 }
 
 TEST_F(SettledLoopTest, WhatIsNotReadIsServedInEveryPass) {
-  Make(3);
+  Make(kMembers);
   At(1).mReads = false;
   At(1).Write();
   for (int i = 0; i < 3; ++i) Pass();
@@ -195,7 +247,7 @@ TEST_F(SettledLoopTest, WhatIsNotReadIsServedInEveryPass) {
 
 // By its status the loop watches it for writing only, and what it has to read stays unread.
 TEST_F(SettledLoopTest, ARestlessOneThatIsNotReadDoesNotKeepTheLoopBusy) {
-  Make(3);
+  Make(kMembers);
   At(1).SetFDStatus(KZFdData::kStatusGone);
   At(1).Write();
   EXPECT_LT(RunFor(150), 6);
@@ -206,7 +258,7 @@ TEST_F(SettledLoopTest, ARestlessOneThatIsNotReadDoesNotKeepTheLoopBusy) {
 }
 
 TEST_F(SettledLoopTest, NothingOfAClosedOneIsHeardAnyMore) {
-  Make(3);
+  Make(kMembers);
   const int held = dup(At(1).mFD);  // As a forked child holds it.
   At(1).Close();
   At(1).Write();
@@ -217,7 +269,7 @@ TEST_F(SettledLoopTest, NothingOfAClosedOneIsHeardAnyMore) {
 }
 
 TEST_F(SettledLoopTest, NothingOfARemovedOneIsHeardAnyMore) {
-  Make(3);
+  Make(kMembers);
   At(1).RemoveEvent();
   Pass();
   At(1).Write();
@@ -289,7 +341,7 @@ TEST_F(SettledLoopTest, LookingForSuchDescriptorsWakesNobodyWhenNothingRuns) {
 }
 
 TEST_F(SettledLoopTest, AChildMayDestroyWhatItInherited) {
-  Make(4);
+  Make(kMembers);
   const pid_t child = fork();
   if (child == 0) {
     At(2).Close();
@@ -299,13 +351,13 @@ TEST_F(SettledLoopTest, AChildMayDestroyWhatItInherited) {
   int status = -1;
   waitpid(child, &status, 0);
   EXPECT_EQ(status, 0);
-  for (int i = 0; i < 4; ++i) At(i).Write();
+  for (int i = 0; i < kMembers; ++i) At(i).Write();
   Pass();
-  EXPECT_THAT(TakeServed(), ElementsAre(100, 101, 102, 103));
+  EXPECT_THAT(TakeServed(), ElementsAre(100, 101, 102, 103, 104));
 }
 
 TEST_F(SettledLoopTest, AChildMayRunTheLoopOn) {
-  Make(4);
+  Make(kMembers);
   const pid_t child = fork();
   if (child == 0) {
     At(1).Write();
