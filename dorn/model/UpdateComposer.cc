@@ -12,19 +12,16 @@ namespace dorn {
 UpdateComposer::UpdateComposer(VQJsonResource* tree, bool allflag, SideCommands sideCommands)
     : mTree(tree), mAllflag(allflag), mSideCommands(sideCommands) {}
 
-UpdateComposer::Text UpdateComposer::Compose(const KZString& sessionid) {
+const UpdateComposer::Text& UpdateComposer::Compose(const KZString& sessionid) {
   if (!mSurveyed) Survey();
   if (!mOwnClasses || mSurvey.HasSideRecords()) ComposeSide();
-  Text text;
-  if (mOwnClasses) {
-    Update& update = SlotOf(sessionid);
-    if (update.alone == nullptr) update = ComposeFromEntries(sessionid);
-    text = Deliver(update);
-  } else {
-    Update update = ComposeByWalking(sessionid);
-    text = Deliver(update);
+  if (!mOwnClasses) {
+    mShared = ComposeByWalking(sessionid);
+    return Deliver(mShared);
   }
-  return text;
+  Update& update = SlotOf(sessionid);
+  if (update.alone == nullptr) update = ComposeFromEntries(sessionid);
+  return Deliver(update);
 }
 
 void UpdateComposer::HostCodeRan() { mSurveyed = false; }
@@ -65,6 +62,11 @@ void UpdateComposer::ComposeSide() {
 UpdateComposer::Update& UpdateComposer::SlotOf(const KZString& sessionid) {
   if (mAllflag) return mShared;
   if (sessionid.empty()) return mBySession[sessionid];
+  // Usually the one session that has made the change.
+  if (mBySession.size() == 1) {
+    auto& [session, update] = *mBySession.begin();
+    return session == sessionid ? update : mShared;
+  }
   const auto tagged = mBySession.find(sessionid);
   return tagged != mBySession.end() ? tagged->second : mShared;
 }
@@ -85,18 +87,18 @@ UpdateComposer::Update UpdateComposer::ComposeByWalking(const KZString& sessioni
   return {std::make_shared<KZString>(std::move(update)), nullptr, objects > 0};
 }
 
-UpdateComposer::Text UpdateComposer::Deliver(Update& update) {
-  if (mSide.empty()) return update.hasObjects ? update.alone : nullptr;
+const UpdateComposer::Text& UpdateComposer::Deliver(Update& update) {
+  if (mSide.empty() && update.hasObjects) return update.alone;
+  mSingle = nullptr;
+  if (mSide.empty()) return mSingle;
   if (update.joined == nullptr) {
     update.joined = std::make_shared<KZString>(JoinCommands(*update.alone, mSide));
   }
-  Text text = update.joined;
-  if (mSideCommands == SideCommands::kFirst) {
-    mSide.clear();
-    mSideCount = 0;
-    update.joined = nullptr;
-  }
-  return text;
+  if (mSideCommands == SideCommands::kEveryone) return update.joined;
+  mSingle = std::move(update.joined);
+  mSide.clear();
+  mSideCount = 0;
+  return mSingle;
 }
 
 }  // namespace dorn

@@ -37,8 +37,8 @@ class UpdateComposer {
   UpdateComposer(VQJsonResource* tree, bool allflag, SideCommands sideCommands);
 
   // The text for a recipient, or null if there is nothing to send to it. The same pointer means the
-  // same text.
-  Text Compose(const KZString& sessionid);
+  // same text. Valid until the next call; a copy longer.
+  const Text& Compose(const KZString& sessionid);
 
   // What was composed so far may not be what the tree says now.
   void HostCodeRan();
@@ -61,7 +61,7 @@ class UpdateComposer {
   Update& SlotOf(const KZString& sessionid);
   Update ComposeFromEntries(const KZString& sessionid);
   Update ComposeByWalking(const KZString& sessionid);
-  Text Deliver(Update& update);
+  const Text& Deliver(Update& update);
 
   VQJsonResource* mTree;
   bool mAllflag;
@@ -74,6 +74,7 @@ class UpdateComposer {
 
   std::map<KZString, Update> mBySession;  // For the sessions in tags, and for the empty one.
   Update mShared;                         // For all other sessions.
+  Text mSingle;                           // What one recipient alone gets; null: nothing.
   std::string mSide;                      // The DELETE and ADD commands still to be delivered.
   int mSideCount = 0;
 };

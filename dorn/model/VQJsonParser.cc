@@ -84,7 +84,7 @@ VQJsonObject* VQJsonParser::CreateObject(const KZString& type, const KZString& l
 bool VQJsonParser::MakeUpdateCommand(KZString& json, VQJsonResource* jo, bool allflag,
                                      const KZString& sessionid) {
   dorn::UpdateComposer composer(jo, allflag, dorn::SideCommands::kFirst);
-  const dorn::UpdateComposer::Text text = composer.Compose(sessionid);
+  const dorn::UpdateComposer::Text& text = composer.Compose(sessionid);
   if (text != nullptr) {
     json = *text;
     return true;

@@ -53,11 +53,13 @@ bool IsSurveyed() {
   return true;
 }
 
+// The table of virtual operations of a plain connection, once there was one.
+std::atomic<const void*> gPlainTable{nullptr};
+
 // Never destroyed: connections of static storage die after it.
 struct Known {
   std::mutex mutex;
   std::unordered_set<const KZFdData*> connections;
-  std::atomic<const void*> plainTable{nullptr};
 };
 
 Known& GetKnown() {
@@ -74,8 +76,8 @@ bool IsConnection(const KZFdData* record) {
 }  // namespace
 
 void NoteConnection(VQClientSocket& client) {
+  gPlainTable.store(TableOf(client), std::memory_order_relaxed);
   Known& known = GetKnown();
-  known.plainTable.store(TableOf(client), std::memory_order_relaxed);
   const std::lock_guard<std::mutex> lock(known.mutex);
   known.connections.insert(&client);
 }
@@ -92,12 +94,12 @@ VQClientSocket* AsConnection(KZFdData* record) {
       id >= VQApplication::kFirstSocketId && id < VQApplication::kFirstSessionTimerId;
   if (!inRange) return nullptr;
   // Nearly all are plain connections, which need no search.
-  const bool isPlain = TableOf(*record) == GetKnown().plainTable.load(std::memory_order_relaxed);
+  const bool isPlain = TableOf(*record) == gPlainTable.load(std::memory_order_relaxed);
   return isPlain || IsConnection(record) ? static_cast<VQClientSocket*>(record) : nullptr;
 }
 
 bool IsPlainConnection(const VQClientSocket& client) {
-  return TableOf(client) == GetKnown().plainTable.load(std::memory_order_relaxed);
+  return TableOf(client) == gPlainTable.load(std::memory_order_relaxed);
 }
 
 VQClientSocket* AsLivingConnection(KZFdData* record) {

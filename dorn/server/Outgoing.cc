@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "dorn/loop/LoopPass.h"
@@ -51,6 +52,14 @@ bool IsRetryable(int error) { return error == EAGAIN || error == EWOULDBLOCK || 
 // Zero ends a text, STX and ETX frame it.
 bool MayNotBeInText(char byte) { return byte == '\0' || byte == kStx || byte == kEtx; }
 
+// Whether one of them, or 0x01, is in the text. Without a way out the compiler looks at many bytes
+// at a time.
+bool HasLowBytes(std::string_view text) {
+  unsigned char lowest = 0xFF;
+  for (const char byte : text) lowest = std::min(lowest, static_cast<unsigned char>(byte));
+  return lowest <= kEtx;
+}
+
 // Asks without taking the error.
 bool IsBroken(int fd) {
   pollfd peer = {fd, 0, 0};
@@ -69,7 +78,7 @@ void Frame(const KZString& text, std::string& frame) {
   frame.assign(1, kStx);
   frame.reserve(text.size() + 2);
   frame += text;
-  std::replace_if(frame.begin() + 1, frame.end(), MayNotBeInText, ' ');
+  if (HasLowBytes(text)) std::replace_if(frame.begin() + 1, frame.end(), MayNotBeInText, ' ');
   frame += kEtx;
 }
 

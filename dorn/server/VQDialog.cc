@@ -68,7 +68,7 @@ bool SendShared(VQDialog* dialog, bool all, dorn::SideCommands sideCommands) {
   for (KZFdData* record : *dorn::App().GetFdDataList()) {
     VQClientSocket* client = dorn::AsLivingConnection(record);
     if (client == nullptr || !client->CompareDialogName(dialog->mDialogName)) continue;
-    const std::shared_ptr<const KZString> text = composer.Compose(client->GetSessionId());
+    const dorn::UpdateComposer::Text& text = composer.Compose(client->GetSessionId());
     if (text == nullptr) continue;
     if (!SendsAlone(client, *text)) composer.HostCodeRan();
     sent = true;
@@ -253,7 +253,7 @@ bool VQDialog::SendUpdateUnique(const KZString& sid, bool all) {
     if (!client->CompareSessionId(session)) continue;
     VQJsonResource* tree = GetResourceUnique(session);
     dorn::UpdateComposer composer(tree, all, dorn::SideCommands::kFirst);
-    const std::shared_ptr<const KZString> text = composer.Compose(session);
+    const dorn::UpdateComposer::Text& text = composer.Compose(session);
     if (text != nullptr && !SendsAlone(client, *text)) composer.HostCodeRan();
     if (text != nullptr) sent = true;
     composer.ResetDirty();

@@ -91,6 +91,19 @@ TEST_P(ConsoleTest, ZeroBytesAndEmptyPartsAreKept) {
   EXPECT_EQ(mCaptured.Text(), std::string("\na\0bc\n", 6));
 }
 
+TEST_P(ConsoleTest, PartsOfEveryLengthAreWhole) {
+  std::string long1;
+  std::string long2;
+  std::string expected;
+  for (int i = 0; i < 40; ++i) {
+    dorn::PrintLine({"<", long1, ":", long2, ">"});
+    expected += "<" + long1 + ":" + long2 + ">\n";
+    long1 += static_cast<char>('a' + i % 26);
+    long2 += static_cast<char>('Z' - i % 26);
+  }
+  EXPECT_EQ(mCaptured.Text(), expected);
+}
+
 TEST_P(ConsoleTest, LinesOfTwoThreadsDoNotMix) {
   const auto print = [](const char* name) {
     for (int i = 0; i < 500; ++i) dorn::PrintLine({name, " ", name, " ", name});

@@ -235,6 +235,21 @@ TEST_F(VQClientSocketTest, SendDataReplacesFrameBytesAndZeroInsideTheText) {
       link.station.Bytes());
 }
 
+TEST_F(VQClientSocketTest, AForgedFrameIsFoundAnywhereInAText) {
+  Link link = Connect();
+  for (const char forged : {'\0', '\x02', '\x03'}) {
+    for (std::size_t at = 0; at < 70; ++at) {
+      std::string text(70, '\x7f');
+      text[at] = forged;
+      std::string sent = text;
+      sent[at] = ' ';
+      text[69 - at] = sent[69 - at] = '\x01';
+      Find(link)->SendData(KZString(text));
+      EXPECT_EQ("\x02" + sent + "\x03", link.station.Take(72));
+    }
+  }
+}
+
 // Timers
 
 TEST_F(VQClientSocketTest, IdleTimerStartsWithTheFirstBytesAndNotBefore) {
