@@ -1,7 +1,8 @@
 #include "dorn/net/KZServerSocket.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
+
+#include "dorn/net/AddressText.h"
 
 namespace {
 constexpr int kBacklog = 128;
@@ -53,5 +54,5 @@ void KZServerSocket::OnAccept(int /*sd*/, sockaddr* addr, unsigned int* /*addrle
   if (addr == nullptr) return;
   const auto* from = reinterpret_cast<const sockaddr_in*>(addr);
   // "The other side is"
-  mLog.LogPrintf("相手は %s:%d\n", inet_ntoa(from->sin_addr), ntohs(from->sin_port));
+  mLog.LogPrintf("相手は %s:%d\n", dorn::AddressText(from->sin_addr).Get(), ntohs(from->sin_port));
 }
