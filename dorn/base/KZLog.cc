@@ -44,6 +44,18 @@ Prefix MakePrefix(std::uint64_t elapsedUs) {
   return prefix;
 }
 
+// Stands for the buffer of a log until its first message: there is one log for each connection, and
+// most of them never say a word before the connection ends. Nobody writes to it.
+char gUnwritten[2048];
+
+bool IsUnwritten(const char* buffer) { return buffer == gUnwritten; }
+
+// A log that gets no memory for its buffer has none from here on.
+void MakeBuffer(KZLog& log) {
+  log.mBuffer = new (std::nothrow) char[static_cast<std::size_t>(log.mBufferSize)];
+  if (log.mBuffer == nullptr) log.mBufferSize = 0;
+}
+
 // The first word of a polymorphic object tells its class, also where a host is compiled without
 // type_info.
 const void* ClassOf(const KZStream& sink) {
@@ -69,6 +81,7 @@ __attribute__((format(printf, 3, 0))) int Write(KZLog& log, const timeval& time,
   const int error = errno;
   const std::uint64_t elapsedUs = Elapsed(time, log.mStratTime);
   int result = -1;
+  if (IsUnwritten(log.mBuffer)) MakeBuffer(log);
   if (log.mBuffer != nullptr && log.mSrteam != nullptr) {
     errno = error;  // For "%m".
     static_cast<void>(
@@ -89,19 +102,23 @@ KZStream::~KZStream() = default;
 
 int KZStream::Output(char* /*text*/) { return 0; }
 
-KZLog::~KZLog() { delete[] mBuffer; }
+KZLog::~KZLog() {
+  if (!IsUnwritten(mBuffer)) delete[] mBuffer;
+}
 
 int KZLog::LogStart(int size, KZStream* srteam) {
   mStratTime = static_cast<std::uint64_t>(Microseconds(dorn::Now()));
   if (size > 0) {
-    if (char* buffer = new (std::nothrow) char[static_cast<std::size_t>(size)]) {
-      delete[] mBuffer;
+    const bool isSmall = size <= static_cast<int>(sizeof gUnwritten);
+    char* buffer = isSmall ? gUnwritten : new (std::nothrow) char[static_cast<std::size_t>(size)];
+    if (buffer != nullptr) {
+      if (!IsUnwritten(mBuffer)) delete[] mBuffer;
       mBuffer = buffer;
       mBufferSize = size;
     }
   }
   if (srteam == nullptr) {
-    delete[] mBuffer;
+    if (!IsUnwritten(mBuffer)) delete[] mBuffer;
     mBuffer = nullptr;
     mBufferSize = 0;
   } else {

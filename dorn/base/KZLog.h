@@ -58,7 +58,8 @@ class DORN_EXPORT KZLog {
 
   std::uint64_t mStratTime = 0;  // Start, in microseconds since the epoch; 0 until LogStart().
   int mBufferSize = 0;           // Capacity of mBuffer.
-  char* mBuffer = nullptr;       // Owned; null is console mode.
+  char* mBuffer = nullptr;       // Owned; null is console mode. Before the first message it may be
+                                 // one that all such logs share: read and write it afterwards.
   KZStream* mSrteam = nullptr;   // Not owned.
 };
 

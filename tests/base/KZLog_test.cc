@@ -108,6 +108,52 @@ TEST_F(KZLogTest, LogStartWithSizeAndSinkIsBuffered) {
   EXPECT_TRUE(mSink.mTexts.empty());
 }
 
+// There is one log for each connection, and hardly any of them ever says a word.
+TEST_F(KZLogTest, LogsThatSayNothingShareABuffer) {
+  KZLog silent;
+  KZLog other;
+  KZLog large;
+  silent.LogStart(1024, &mSink);
+  other.LogStart(512, &mSink);
+  large.LogStart(100000, &mSink);
+  EXPECT_EQ(silent.mBuffer, other.mBuffer);
+  EXPECT_NE(silent.mBuffer, large.mBuffer);
+  EXPECT_EQ(silent.GetSize(), 1024);
+  EXPECT_EQ(other.GetSize(), 512);
+  other.LogPrintf("word");
+  EXPECT_NE(silent.mBuffer, other.mBuffer);
+  EXPECT_STREQ(silent.mBuffer, "");
+  EXPECT_STREQ(other.mBuffer, "word");
+  silent.LogStart(2000, &mSink);
+  EXPECT_STREQ(silent.mBuffer, "");
+  other.LogStart(0, nullptr);
+  EXPECT_EQ(other.mBuffer, nullptr);
+}
+
+// Writes to another log before it looks at its own text.
+class LogsFirst : public KZStream {
+ public:
+  int Output(char* text) override {
+    if (mOther != nullptr) mOther->LogPrintf("of the other");
+    mTexts += text;
+    return 0;
+  }
+  KZLog* mOther = nullptr;
+  std::string mTexts;
+};
+
+TEST_F(KZLogTest, AFirstMessageIsNotOverwrittenByAnotherLogs) {
+  LogsFirst sink;
+  KZLog log;
+  KZLog other;
+  log.LogStart(100, &sink);
+  other.LogStart(100, &mSink);
+  sink.mOther = &other;
+  log.LogPrintf(AfterStart(0), "of this one");
+  EXPECT_NE(sink.mTexts.find("of this one"), std::string::npos);
+  EXPECT_EQ(sink.mTexts.find("of the other"), std::string::npos);
+}
+
 TEST_F(KZLogTest, LogStartWithoutASinkIsConsoleMode) {
   EXPECT_EQ(mLog.LogStart(1024, nullptr), 1);
   EXPECT_EQ(mLog.GetSize(), 0);
