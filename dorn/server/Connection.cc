@@ -86,7 +86,7 @@ struct MessageText {
 }  // namespace
 
 Connection::Connection(VQClientSocket& socket)
-    : mSocket(socket), mOutgoing(socket), mTimers(socket, mOutgoing) {}
+    : mSocket(socket), mOutgoing(socket), mTimers(socket, mOutgoing), mPeer(socket) {}
 
 int Connection::HeldLength() const { return LoadShared(mSocket.mBufferPos); }
 

@@ -11,6 +11,7 @@
 #include "dorn/server/ConnectionTimers.h"
 #include "dorn/server/MessageCutter.h"
 #include "dorn/server/Outgoing.h"
+#include "dorn/server/Peers.h"
 #include "dorn/server/VQClientSocket.h"
 
 namespace dorn {
@@ -33,8 +34,11 @@ class Connection {
   explicit Connection(VQClientSocket& socket);
 
   static Connection& Of(VQClientSocket& socket) { return *socket.mConnection; }
+  static const Connection& Of(const VQClientSocket& socket) { return *socket.mConnection; }
 
   Outgoing& Out() { return mOutgoing; }
+  Peer& Station() { return mPeer; }
+  const Peer& Station() const { return mPeer; }
   ConnectionTimers& Timers() { return mTimers; }
 
   // To be called when the socket is readable or its buffer holds something. False when it must not
@@ -80,6 +84,7 @@ class Connection {
   Outgoing mOutgoing;
   ConnectionTimers mTimers;
   MessageCutter mCutter;
+  Peer mPeer;
   // How often the connection was closed. A closed one may be open again, for another station, when
   // a hook returns.
   int mEnds = 0;

@@ -5,8 +5,8 @@
 
 #include "dorn/loop/LoopPass.h"
 #include "dorn/loop/SharedInt.h"
+#include "dorn/server/Connection.h"
 #include "dorn/server/Observer.h"
-#include "dorn/server/Peers.h"
 #include "dorn/server/VQClientSocket.h"
 
 namespace dorn {
@@ -20,13 +20,13 @@ std::deque<VQClientSocket*>& Closed() {
 }
 
 void TellGone(VQClientSocket* client) {
-  Peer* peer = Peers::Find(client);
+  Peer& peer = Connection::Of(*client).Station();
+  if (peer.mIsGone) return;
   // A host may have written the members by hand.
-  if (peer == nullptr || peer->mIsGone) return;
-  if (client->mAuth && !client->mSessionId.empty()) peer->mSession = client->mSessionId;
-  if (peer->mSession.empty()) return;
-  peer->mIsGone = true;
-  const KZString sid = peer->mSession;
+  if (client->mAuth && !client->mSessionId.empty()) peer.mSession = client->mSessionId;
+  if (peer.mSession.empty()) return;
+  peer.mIsGone = true;
+  const KZString sid = peer.mSession;
   if (Observer* observer = TheObserver()) observer->OnStationGone(client, sid);
 }
 
@@ -40,11 +40,11 @@ void TellOfNext() {
 }  // namespace
 
 void NoteSession(VQClientSocket* client, const KZString& sid) {
-  Peer* peer = Peers::Find(client);
-  if (peer == nullptr || sid.empty()) return;
-  peer->mSession = sid;
+  if (sid.empty()) return;
+  Peer& peer = Connection::Of(*client).Station();
+  peer.mSession = sid;
   // A connection object that was opened again has another life.
-  if (LoadShared(client->mFD) >= 0) peer->mIsGone = false;
+  if (LoadShared(client->mFD) >= 0) peer.mIsGone = false;
 }
 
 void NoteClosed(VQClientSocket* client) {

@@ -1,40 +1,45 @@
 #include "dorn/server/Peers.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
+
+#include "dorn/net/AddressText.h"
 
 namespace dorn {
 
 namespace {
 
-// Never destroyed: connections may be used until the process ends.
-Peers::Map& ThePeers() {
-  static auto* const peers = new Peers::Map;
-  return *peers;
-}
+Peer* gLast = nullptr;
+int gCount = 0;
+std::uint64_t gOrder = 0;
 
 }  // namespace
 
-void Peers::Enter(VQClientSocket* client) {
-  static std::uint64_t order = 0;
-  ThePeers()[client].mOrder = ++order;
+Peer::Peer(VQClientSocket& client) : mClient(client), mOrder(++gOrder) { Peers::Enter(*this); }
+
+Peer::~Peer() { Peers::Leave(*this); }
+
+void Peer::HostOpens() {
+  mAddress.clear();
+  mMayTell = false;
+  mIsStation = false;
 }
 
-void Peers::Leave(VQClientSocket* client) { ThePeers().erase(client); }
+int Peers::Count() { return gCount; }
 
-void Peers::HostOpens(VQClientSocket* client) {
-  Peer& peer = ThePeers()[client];
-  peer.mAddress.clear();
-  peer.mMayTell = false;
-  peer.mIsStation = false;
+Peer* Peers::Last() { return gLast; }
+
+void Peers::Enter(Peer& peer) {
+  peer.mPrevious = gLast;
+  if (gLast != nullptr) gLast->mNext = &peer;
+  gLast = &peer;
+  ++gCount;
 }
 
-Peer* Peers::Find(const VQClientSocket* client) {
-  const auto found = ThePeers().find(const_cast<VQClientSocket*>(client));
-  return found != ThePeers().end() ? &found->second : nullptr;
+void Peers::Leave(Peer& peer) {
+  if (peer.mPrevious != nullptr) peer.mPrevious->mNext = peer.mNext;
+  (peer.mNext != nullptr ? peer.mNext->mPrevious : gLast) = peer.mPrevious;
+  --gCount;
 }
-
-const Peers::Map& Peers::All() { return ThePeers(); }
 
 std::string PeerAddressOf(int fd, const sockaddr* address) {
   sockaddr_in peer{};
@@ -44,9 +49,7 @@ std::string PeerAddressOf(int fd, const sockaddr* address) {
     if (getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) != 0) return {};
   }
   if (address->sa_family != AF_INET) return {};
-  char text[INET_ADDRSTRLEN];
-  const auto* from = reinterpret_cast<const sockaddr_in*>(address);
-  return inet_ntop(AF_INET, &from->sin_addr, text, sizeof text) != nullptr ? text : "";
+  return AddressText(reinterpret_cast<const sockaddr_in*>(address)->sin_addr).Get();
 }
 
 }  // namespace dorn

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 
 #include "dorn/base/KZString.h"
 
@@ -14,32 +13,47 @@ class VQClientSocket;
 
 namespace dorn {
 
-// What is known of a connection beyond its public members. It lies here and not in the connection,
-// since hosts have the size of that class compiled in.
-struct Peer {
-  std::string mAddress;      // In dotted form; empty when there is none, as on a local socket.
-  std::uint64_t mOrder = 0;  // Later connections have higher ones.
-  bool mMayTell = false;     // A trusted proxy that has not yet told its station's address.
-  bool mIsStation = false;   // Accepted by the listener, and not opened by the host since.
-  KZString mSession;         // The last one that it was bound to; empty before.
-  bool mIsGone = false;      // Closed; nothing more is to be told about this session.
-};
-
-// One entry for each connection object, from its construction to its destruction.
-class Peers {
+// What is known of a connection beyond its public members; a part of what lies behind it.
+class Peer {
  public:
-  using Map = std::unordered_map<VQClientSocket*, Peer>;
+  explicit Peer(VQClientSocket& client);
+  ~Peer();
 
-  static void Enter(VQClientSocket* client);
-  static void Leave(VQClientSocket* client);
+  Peer(const Peer&) = delete;
+  Peer& operator=(const Peer&) = delete;
 
   // The host opens this connection itself: nothing that was known of a station holds any more.
-  static void HostOpens(VQClientSocket* client);
+  void HostOpens();
 
-  // Never null for a connection that exists.
-  static Peer* Find(const VQClientSocket* client);
+  VQClientSocket& mClient;
+  std::string mAddress;        // In dotted form; empty when there is none, as on a local socket.
+  const std::uint64_t mOrder;  // Later connections have higher ones.
+  bool mMayTell = false;       // A trusted proxy that has not yet told its station's address.
+  bool mIsStation = false;     // Accepted by the listener, and not opened by the host since.
+  bool mIsGone = false;        // Closed; nothing more is to be told about this session.
+  KZString mSession;           // The last one that it was bound to; empty before.
 
-  static const Map& All();
+ private:
+  friend class Peers;
+
+  Peer* mPrevious = nullptr;
+  Peer* mNext = nullptr;
+};
+
+// Those of all connection objects, from their construction to their destruction.
+class Peers {
+ public:
+  static int Count();
+
+  // The last one that was made, and the one that was made before another; null: there is none.
+  static Peer* Last();
+  static Peer* Before(const Peer& peer) { return peer.mPrevious; }
+
+ private:
+  friend class Peer;
+
+  static void Enter(Peer& peer);
+  static void Leave(Peer& peer);
 };
 
 // The address of the other side; asks the socket if `address` is null. Empty if it is none of IPv4.

@@ -13,8 +13,8 @@
 
 #include "dorn/base/SemaphoreLock.h"
 #include "dorn/loop/SharedInt.h"
+#include "dorn/server/Connection.h"
 #include "dorn/server/PeerAddress.h"
-#include "dorn/server/Peers.h"
 #include "dorn/server/Slots.h"
 #include "dorn/server/VQClientSocket.h"
 
@@ -71,17 +71,17 @@ bool IsTrustedProxy(const std::string& address) { return Proxies().count(address
 
 bool TakeProxyLine(VQClientSocket& client) {
   if (Proxies().empty()) return false;
-  Peer* peer = Peers::Find(&client);
-  if (peer == nullptr || !peer->mMayTell || client.mDataBuffer == nullptr) return false;
+  Peer& peer = Connection::Of(client).Station();
+  if (!peer.mMayTell || client.mDataBuffer == nullptr) return false;
   const std::string front = Front(client);
   const std::size_t end = front.find(kEnd);
   if (end == std::string::npos && MayBecomeLine(front)) return false;
-  peer->mMayTell = false;
+  peer.mMayTell = false;
   if (end == std::string::npos || front.compare(0, kStart.size(), kStart) != 0) return false;
   const std::string source = SourceOf(front.substr(0, end));
   if (!source.empty()) {
     KeepShare(client.GetFD(), source);
-    peer->mAddress = source;
+    peer.mAddress = source;
     // "The other side is"
     client.Log().LogPrintf("相手は %s\n", source.c_str());
   }
@@ -91,8 +91,7 @@ bool TakeProxyLine(VQClientSocket& client) {
 }
 
 KZString PeerAddress(const VQClientSocket& client) {
-  const Peer* peer = Peers::Find(&client);
-  return peer != nullptr ? KZString(peer->mAddress) : KZString();
+  return KZString(Connection::Of(client).Station().mAddress);
 }
 
 void SetTrustedProxies(const std::vector<KZString>& addresses) {

@@ -44,13 +44,12 @@ bool IsOpen(VQClientSocket& client) {
 // Which addresses hold slots without a log-in.
 Holders FindHolders() {
   Holders holders;
-  for (const auto& [client, peer] : Peers::All()) {
-    if (!peer.mIsStation || client->mAuth || !IsOpen(*client)) continue;
-    Holder& holder = holders[peer.mAddress];
+  for (Peer* peer = Peers::Last(); peer != nullptr; peer = Peers::Before(*peer)) {
+    if (!peer->mIsStation || peer->mClient.mAuth || !IsOpen(peer->mClient)) continue;
+    Holder& holder = holders[peer->mAddress];
     ++holder.mSlots;
-    if (holder.mOldest != nullptr && holder.mOrder < peer.mOrder) continue;
-    holder.mOldest = client;
-    holder.mOrder = peer.mOrder;
+    holder.mOldest = &peer->mClient;
+    holder.mOrder = peer->mOrder;
   }
   return holders;
 }
@@ -65,11 +64,11 @@ void GiveUp(VQClientSocket& client, const std::string& address) {
 // Descriptors are handed out lowest first: below a new one, none is free.
 int FreeSlots(int newest) {
   const int above = gLimit - 1 - newest;
-  const auto isAbove = [newest](const auto& each) {
-    return LoadShared(each.first->mFD) > newest && IsOpen(*each.first);
-  };
-  const auto used = std::count_if(Peers::All().begin(), Peers::All().end(), isAbove);
-  return above - static_cast<int>(used);
+  int used = 0;
+  for (Peer* peer = Peers::Last(); peer != nullptr; peer = Peers::Before(*peer)) {
+    if (LoadShared(peer->mClient.mFD) > newest && IsOpen(peer->mClient)) ++used;
+  }
+  return above - used;
 }
 
 }  // namespace
@@ -87,7 +86,7 @@ void CountSlotsAnew() { gHighest = -1; }
 void KeepShare(int fd, const std::string& address) {
   const int share = gLimit / kShare;
   if (share < 1) return;
-  const int others = static_cast<int>(Peers::All().size());
+  const int others = Peers::Count();
   const bool isEnoughFree = gLimit - 1 - fd - others >= share;
   if (isEnoughFree || others < share || FreeSlots(fd) >= share) return;
   const Holders holders = FindHolders();

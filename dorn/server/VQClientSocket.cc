@@ -1,6 +1,5 @@
 #include "dorn/server/VQClientSocket.h"
 
-#include <array>
 #include <charconv>
 #include <cstddef>
 #include <cstdio>
@@ -17,21 +16,24 @@
 #include "dorn/server/Counters.h"
 #include "dorn/server/FileTransfer.h"
 #include "dorn/server/Observed.h"
-#include "dorn/server/Peers.h"
 #include "dorn/server/VQApplication.h"
 
 namespace {
 
 constexpr int kLogBufferSize = 1024;
 
+void PrintLineSent(VQClientSocket& client, std::string_view sid, std::string_view text) {
+  char digits[16];
+  const char* const end = std::to_chars(digits, digits + sizeof digits, client.GetId()).ptr;
+  const std::string_view id(digits, static_cast<std::size_t>(end - digits));
+  dorn::PrintLine({" sid=", sid, " dname=", client.mDialogName, " id=", id, " out=", text});
+}
+
+// Once for each recipient of a text.
 void PrintSent(VQClientSocket& client, const KZString& text) {
+  if (dorn::ShowsSecrets()) return PrintLineSent(client, client.mSessionId, text);
   std::string storage;
-  std::array<char, 16> digits;
-  const char* const end =
-      std::to_chars(digits.data(), digits.data() + digits.size(), client.GetId()).ptr;
-  const std::string_view id(digits.data(), static_cast<std::size_t>(end - digits.data()));
-  dorn::PrintLine({" sid=", dorn::Shown(client.mSessionId), " dname=", client.mDialogName,
-                   " id=", id, " out=", dorn::ShownText(text, storage)});
+  PrintLineSent(client, dorn::Shown(client.mSessionId), dorn::ShownText(text, storage));
 }
 
 }  // namespace
@@ -42,21 +44,19 @@ VQClientSocket::VQClientSocket(KZStream* stream, KZFdDataList* list)
       mConnection(std::make_unique<dorn::Connection>(*this)) {
   SetId(static_cast<int>(dorn::App().NextSocketId()));
   dorn::NoteConnection(*this);
-  dorn::Peers::Enter(this);
 }
 
 VQClientSocket::~VQClientSocket() {
   dorn::ForgetConnection(*this);
   // While the record is still whole.
   dorn::NoteDestroyed(this);
-  dorn::Peers::Leave(this);
   mConnection.reset();
   if (dorn::IsTraced()) std::puts("socket delete");
 }
 
 int VQClientSocket::Open(const char* host, int port, int buffersize) {
   mConnection->BeginAnew();
-  dorn::Peers::HostOpens(this);
+  mConnection->Station().HostOpens();
   return KZClientSocket::Open(host, port, buffersize);
 }
 

@@ -128,10 +128,10 @@ void VQStationSocket::OnAccept(int fd, sockaddr* addr, unsigned int* addrlen) {
   if (!isProxy) dorn::KeepShare(fd, address);  // A proxy's stations are not known yet.
   KZServerSocket::OnAccept(fd, addr, addrlen);
   auto* client = new VQClientSocket(mStream, GetFdDataList());
-  dorn::Peer* peer = dorn::Peers::Find(client);
-  peer->mAddress = address;
-  peer->mMayTell = isProxy;
-  peer->mIsStation = true;
+  dorn::Peer& peer = dorn::Connection::Of(*client).Station();
+  peer.mAddress = address;
+  peer.mMayTell = isProxy;
+  peer.mIsStation = true;
   dorn::LetRecordSettle(*client);
   if (!isPrepared) {
     fcntl(fd, F_SETFL, O_NONBLOCK);
