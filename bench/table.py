@@ -29,8 +29,14 @@ def micro_rows(ns):
     def growth(small, large):
         return f"{ns[large] / ns[small]:.2f} x ({ns[small]:.0f} ns and {ns[large]:.0f} ns)"
 
+    def objects(name, kind):
+        ours, peer = ns[f"{name}/{kind}"], ns[f"JsonNlohmann/{kind}"]
+        return f"{peer / ours:.2f} x nlohmann's speed ({ours / 1000:.2f} us)"
+
     yield "document parse, to destruction", "2.0 x nlohmann's speed", "2.5 x", speed(0)
     yield "command parse", "2.9 x nlohmann's speed", "4 x", speed(1)
+    yield "document parse into objects, to their destruction", "", "", objects("ParseDialog", 0)
+    yield "command parse into objects, to their destruction", "", "", objects("ParseCommand", 1)
     yield ("re-arm a timer among 10,000, against among 100", "3 x", "1.5 x",
            growth("TimerRearm/100", "TimerRearm/10000"))
     yield ("update walk, for each object of a tree of 10,000 with 1 changed", "4 ns", "2 ns",

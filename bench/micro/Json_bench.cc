@@ -34,6 +34,29 @@ void JsonDorn(benchmark::State& state) {
   CountBytes(state);
 }
 
+// What becomes of a message of a station, to the destruction of its command objects.
+void ParseCommand(benchmark::State& state) {
+  const KZString text(CommandText().c_str());
+  for (auto _ : state) {
+    VQJsonCommands commands;
+    VQJsonParser parser;
+    benchmark::DoNotOptimize(parser.ParseCommand(&commands, text));
+    benchmark::DoNotOptimize(commands.mObjectList.data());
+  }
+  CountBytes(state);
+}
+
+// And of a resource file.
+void ParseDialog(benchmark::State& state) {
+  const KZString text(DialogDocument().c_str());
+  for (auto _ : state) {
+    VQJsonResource tree;
+    VQJsonParser parser;
+    benchmark::DoNotOptimize(parser.ParseDialog(&tree, text, false));
+  }
+  CountBytes(state);
+}
+
 void JsonNlohmann(benchmark::State& state) {
   const std::string& text = Text(state);
   for (auto _ : state) benchmark::DoNotOptimize(nlohmann::json::parse(text).size());
@@ -91,6 +114,8 @@ void JsonFloor(benchmark::State& state) {
 }
 
 BENCHMARK(JsonDorn)->Arg(0)->Arg(1);
+BENCHMARK(ParseDialog)->Arg(0);
+BENCHMARK(ParseCommand)->Arg(1);
 BENCHMARK(JsonNlohmann)->Arg(0)->Arg(1);
 BENCHMARK(JsonRapid)->Arg(0)->Arg(1);
 BENCHMARK(JsonSimd)->Arg(0)->Arg(1);
