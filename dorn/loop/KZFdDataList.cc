@@ -91,17 +91,6 @@ bool IsSignalled(int fd, const fd_set* rfds, const fd_set* wfds) {
   return FitsIntoSet(fd) && (FD_ISSET(fd, wfds) || FD_ISSET(fd, rfds));
 }
 
-// Between two passes the kernel's own walk over all sockets, inside select, has displaced the
-// records from the processor's cache.
-void FetchAhead(const std::vector<KZFdData*>& records, std::size_t i) {
-  constexpr std::size_t kAhead = 12;
-  constexpr std::size_t kCacheLine = 64;
-  if (i + kAhead >= records.size()) return;
-  const KZFdData* ahead = records[i + kAhead];
-  __builtin_prefetch(ahead);
-  __builtin_prefetch(reinterpret_cast<const char*>(ahead) + kCacheLine);
-}
-
 void DrainPipe(int fd) {
   char bytes[100];
   // That the byte was there is all that counts, and what is left over wakes the next pass.
@@ -247,7 +236,6 @@ int KZFdDataList::WatchRestless(fd_set* rfds, fd_set* wfds) {
   int result = static_cast<int>(size());
   std::size_t kept = 0;
   for (std::size_t i = 0; i < restless.size(); ++i) {
-    FetchAhead(restless, i);
     KZFdData* rec = restless[i];
     BeginPass(rec);
     if (mState->mSettled.Settle(rec)) continue;
@@ -273,7 +261,6 @@ void KZFdDataList::CollectReady(const fd_set* rfds, const fd_set* wfds, FdDataLi
   mState->mSettled.TakeReady(*rfds, *wfds, restless);
   found.clear();
   for (std::size_t i = 0; i < restless.size(); ++i) {
-    FetchAhead(restless, i);
     KZFdData* rec = restless[i];
     const int fd = LoadShared(rec->mFD);
     if (fd < 0) continue;
