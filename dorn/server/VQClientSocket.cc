@@ -26,7 +26,7 @@ void PrintLineSent(VQClientSocket& client, std::string_view sid, std::string_vie
   char digits[16];
   const char* const end = std::to_chars(digits, digits + sizeof digits, client.GetId()).ptr;
   const std::string_view id(digits, static_cast<std::size_t>(end - digits));
-  dorn::PrintLine({" sid=", sid, " dname=", client.mDialogName, " id=", id, " out=", text});
+  dorn::PrintOftenLine(" sid=", sid, " dname=", client.mDialogName, " id=", id, " out=", text);
 }
 
 // Once for each recipient of a text.

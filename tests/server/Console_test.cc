@@ -7,8 +7,10 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <string_view>
 #include <thread>
 
+#include "dorn/base/KZString.h"
 #include "tests/support/CapturedStdout.h"
 
 namespace {
@@ -88,7 +90,8 @@ TEST_P(ConsoleTest, ZeroBytesAndEmptyPartsAreKept) {
   const std::string zero("a\0b", 3);
   dorn::PrintLine({});
   dorn::PrintLine({"", zero, {}, "c"});
-  EXPECT_EQ(mCaptured.Text(), std::string("\na\0bc\n", 6));
+  dorn::PrintOftenLine("", KZString(zero), std::string_view(), "c");
+  EXPECT_EQ(mCaptured.Text(), std::string("\na\0bc\na\0bc\n", 11));
 }
 
 TEST_P(ConsoleTest, PartsOfEveryLengthAreWhole) {
@@ -97,7 +100,8 @@ TEST_P(ConsoleTest, PartsOfEveryLengthAreWhole) {
   std::string expected;
   for (int i = 0; i < 40; ++i) {
     dorn::PrintLine({"<", long1, ":", long2, ">"});
-    expected += "<" + long1 + ":" + long2 + ">\n";
+    dorn::PrintOftenLine("<", long1, ":", long2, ">");
+    for (int times = 0; times < 2; ++times) expected += "<" + long1 + ":" + long2 + ">\n";
     long1 += static_cast<char>('a' + i % 26);
     long2 += static_cast<char>('Z' - i % 26);
   }
