@@ -1,9 +1,10 @@
 // How the scenes run: Debian's Chromium without a window, two at a time. DORN_BUILD names the build
-// folder with the programs; DORN_SOAK runs what takes long instead.
+// folder with the programs; DORN_ONLY, "@soak" or "@picture", asks for what does not run every time.
 import {defineConfig} from '@playwright/test';
 
 const build = process.env.DORN_BUILD ?? '../../build/dev';
-const isSoak = process.env.DORN_SOAK === '1';
+const only = process.env.DORN_ONLY;
+const isSoak = only === '@soak';
 
 export default defineConfig({
   testDir: 'scenes',
@@ -11,8 +12,8 @@ export default defineConfig({
   workers: isSoak ? 1 : 2,
   fullyParallel: true,
   forbidOnly: true,
-  grep: isSoak ? /@soak/ : undefined,
-  grepInvert: isSoak ? undefined : /@soak/,
+  grep: only ? new RegExp(only) : undefined,
+  grepInvert: only ? undefined : /@soak|@picture/,
   timeout: isSoak ? 900_000 : 60_000,
   globalTimeout: isSoak ? 3_600_000 : 480_000,
   expect: {timeout: 10_000},

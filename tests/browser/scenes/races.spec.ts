@@ -5,10 +5,9 @@ import {Line, Random} from '../support/line';
 import {expect, object, test, type Page} from '../support/test';
 import type {Station} from '../support/station';
 
-const isSoak = process.env.DORN_SOAK === '1';
+const isSoak = process.env.DORN_ONLY === '@soak';
 const rounds = Number(process.env.DORN_ROUNDS ?? (isSoak ? 200 : 12));
 const seed = Number(process.env.DORN_SEED ?? 1);
-const tag = '@soak';
 
 type Two = {pages: [Page, Page]; station: Station; random: Random};
 
@@ -57,7 +56,7 @@ async function radios(two: Two, round: number) {
 }
 
 for (const [what, act] of [['an edit', texts], ['a radio group', radios]] as const) {
-  test(`two pages race on ${what}`, isSoak ? {tag} : {}, async ({host, open, station}) => {
+  test(`two pages race on ${what}`, isSoak ? {tag: '@soak'} : {}, async ({host, open, station}) => {
     test.slow();
     const line = await Line.start(host.port, seed);
     const gateway = await Gateway.start(line.port);
