@@ -1,7 +1,6 @@
 // BUTTON: a touch, told by name alone; or the way to another dialog.
 
-import { makeButton, setText } from "../dom";
-import type { Item } from "../screen";
+import { makeButton } from "../dom";
 import { ObjectElement } from "./object";
 
 export class ButtonElement extends ObjectElement {
@@ -14,11 +13,12 @@ export class ButtonElement extends ObjectElement {
   protected build(): void {
     this.setUpControl(this.button);
     delete this.button.dataset["part"];
+    this.button.append(this.makeCaption());
     this.append(this.button);
   }
 
-  protected patch(item: Item, old: Item | undefined): void {
-    if (old?.caption !== item.caption) setText(this.button, item.caption);
+  protected patch(): void {
+    // The caption is all.
   }
 
   private async touch(): Promise<void> {

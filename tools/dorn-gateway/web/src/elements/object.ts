@@ -118,7 +118,8 @@ export abstract class ObjectElement extends HTMLElement implements DialogElement
       this.mark = null;
       return;
     }
-    this.mark ??= make("span", "mark");
+    this.mark ??= make("span");
+    this.mark.className = `mark ${this.item.state.toLowerCase()}`;
     setText(this.mark, word);
     if (!this.mark.parentNode) this.caption?.append(this.mark);
   }

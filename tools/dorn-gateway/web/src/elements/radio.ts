@@ -1,6 +1,6 @@
 // RADIOBTN: one choice of a RADIO group. Its group moves the focus; a touch chooses.
 
-import { makeButton, setAttribute, setText } from "../dom";
+import { makeButton, setAttribute } from "../dom";
 import type { Item } from "../screen";
 import { ObjectElement } from "./object";
 
@@ -15,11 +15,11 @@ export class RadioElement extends ObjectElement {
     this.button.setAttribute("role", "radio");
     this.setUpControl(this.button);
     delete this.button.dataset["part"];
+    this.button.append(this.makeCaption());
     this.append(this.button);
   }
 
-  protected patch(item: Item, old: Item | undefined): void {
-    if (old?.caption !== item.caption) setText(this.button, item.caption);
+  protected patch(item: Item): void {
     setAttribute(this.button, "aria-checked", String(item.isOn));
   }
 

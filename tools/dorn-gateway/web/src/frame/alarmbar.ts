@@ -12,8 +12,7 @@ export class AlarmBar {
   private readonly quiet = make("span", "quiet");
   private readonly count = make("span", "count");
   private readonly unfold: HTMLButtonElement;
-  private readonly mute: HTMLInputElement = make("input");
-  private readonly muteText = make("span");
+  private readonly mute: HTMLButtonElement;
   private readonly sound: Sound;
   private isUnfolded = false;
   private shown = "";
@@ -27,15 +26,10 @@ export class AlarmBar {
     this.element.setAttribute("role", "alert");
     this.element.setAttribute("aria-atomic", "false");
     this.unfold = makeButton("unfold", "", () => this.toggle());
-    this.mute.type = "checkbox";
-    this.mute.setAttribute("role", "switch");
+    this.mute = makeButton("sound", "", () => this.turnSound());
     this.mute.dataset["part"] = "sound";
-    this.mute.checked = this.sound.isOn;
-    this.mute.addEventListener("change", () => this.sound.turn(this.mute.checked));
-    const label = make("label", "switch");
-    label.append(this.mute, this.muteText);
     const tools = make("span", "tools");
-    tools.append(this.count, this.unfold, label);
+    tools.append(this.count, this.unfold, this.mute);
     this.element.append(this.quiet, this.lines, tools);
   }
 
@@ -53,7 +47,8 @@ export class AlarmBar {
     setText(this.unfold, this.isUnfolded ? texts.hide : texts.show);
     this.unfold.hidden = open.length < 2;
     setAttribute(this.unfold, "aria-expanded", String(this.isUnfolded));
-    setText(this.muteText, texts.sound);
+    setText(this.mute, texts.sound);
+    setAttribute(this.mute, "aria-pressed", String(this.sound.isOn));
     this.showLines(open, isFresh, texts);
   }
 
@@ -80,6 +75,11 @@ export class AlarmBar {
     button.setAttribute("aria-label", `${texts.ack}: ${alarm.text || alarm.key}`);
     line.append(make("span", "text", alarm.text), button);
     return line;
+  }
+
+  private turnSound(): void {
+    this.sound.turn(!this.sound.isOn);
+    setAttribute(this.mute, "aria-pressed", String(this.sound.isOn));
   }
 
   private toggle(): void {

@@ -80,13 +80,15 @@ export class Frame {
     document.documentElement.classList.toggle("kiosk", isKiosk);
   }
 
-  /** It is there while something can be typed with it. */
   private addKeyboard(body: HTMLElement, keyboard: Keyboard): void {
     body.append(keyboard.element);
-    const follow = (): void => keyboard.follow(document.activeElement);
+    const follow = (): void => this.followFocus();
     addEventListener("focusin", follow);
     addEventListener("focusout", () => setTimeout(follow));
-    follow();
+  }
+
+  private followFocus(): void {
+    this.keyboard?.follow(document.activeElement, this.login.element.isConnected);
   }
 
   show(state: FrameState): void {
@@ -112,6 +114,7 @@ export class Frame {
     this.showMain(state, since !== null);
     this.showTools(state, isIn);
     this.keyboard?.show(texts);
+    this.followFocus();
     const title = view.title || texts.logIn;
     if (document.title !== title) document.title = title;
   }

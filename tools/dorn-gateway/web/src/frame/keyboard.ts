@@ -30,13 +30,12 @@ export class Keyboard {
     this.element.append(last);
   }
 
-  follow(focused: Element | null): void {
-    const isWanted = isField(focused) && focused.inputMode !== "none";
-    if (isWanted && this.element.hidden) {
-      this.element.hidden = false;
-      focused.scrollIntoView({ block: "center" });
-    }
-    this.element.hidden = !isWanted;
+  /** It is there while something can be typed with it, and as long as a form asks for it. */
+  follow(focused: Element | null, isAskedFor: boolean): void {
+    const isFocused = isField(focused) && focused.inputMode !== "none";
+    const comes = this.element.hidden;
+    this.element.hidden = !isFocused && !isAskedFor;
+    if (isFocused && comes) focused.scrollIntoView({ block: "center" });
   }
 
   show(texts: Texts): void {
