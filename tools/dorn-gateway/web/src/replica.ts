@@ -195,6 +195,7 @@ export class Replica {
   }
 
   private markChanged(actions: readonly Action[]): void {
+    this.changes.isAwaited = true;
     for (const action of actions) {
       for (const name of action.names) this.changes.names.add(name);
       for (const change of action.changes) this.changes.names.add(change.name);

@@ -5,10 +5,11 @@ import { isObject, Json, JsonObject, memberList, memberText, textOf } from "./js
 /** What has to be drawn anew: everything, or the objects of these names. */
 export class Changes {
   all = false;
+  isAwaited = false; // By the user, who has touched something.
   readonly names = new Set<string>();
 
   clear(): void {
-    this.all = false;
+    this.all = this.isAwaited = false;
     this.names.clear();
   }
 }

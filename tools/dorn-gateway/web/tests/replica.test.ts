@@ -117,11 +117,15 @@ test("replica: an action marks its objects from its beginning to its end", () =>
   replica.changes.clear();
   replica.act([{ name: "a", attributes: { Value: "1" } }], 1, 2);
   assert.deepEqual([...replica.changes.names], ["a"]);
+  assert.ok(replica.changes.isAwaited);
   replica.changes.clear();
   replica.receiveFence(1);
-  assert.deepEqual([...replica.changes.names], []);
+  replica.receive({ Command: "UPDATE", Objects: [{ Name: "a", Value: "2" }] });
+  assert.ok(!replica.changes.isAwaited);
+  replica.changes.clear();
   replica.receiveFence(2);
   assert.deepEqual([...replica.changes.names], ["a"]);
+  assert.ok(replica.changes.isAwaited);
   assert.ok(!replica.isPending("a"));
 });
 
