@@ -24,7 +24,8 @@ import { View } from "./view";
 import { kLanguageWords } from "./vocabulary";
 
 const kSecond = 1000;
-// Many values at a time are drawn 30 times a second: layout and paint cost the same for 10 as for 20.
+// Many values at a time are drawn 30 times a second: layout and paint cost the same for 10 as for
+// 20.
 const kMany = 8;
 const kRestAfterMany = 30;
 

@@ -10,8 +10,11 @@
 // is told of another line than that is ignored.
 
 import * as commands from "./commands";
+import { Fences } from "./fences";
+import { Files, ReceivedFile } from "./files";
 import { isObject, Json, JsonObject, memberList, memberText, textOf } from "./json";
-import { isLiveDate, Replica, SetObject } from "./replica";
+import { kNothingOpened, Opened, readOpened } from "./opened";
+import { Replica, SetObject } from "./replica";
 import * as times from "./sessiontimes";
 import { isSendable } from "./values";
 
@@ -34,21 +37,6 @@ export type Cause =
   | "hostLost"
   | "noAnswer";
 
-/** What the host said with OPEN. */
-export interface Opened {
-  readonly dialog: string;
-  readonly isFromStation: boolean; // The station may have the dialog's file itself.
-  readonly intervalSeconds: number; // 0: not told.
-  readonly language: string;
-  readonly menu: readonly string[];
-}
-
-/** A file that came, or did not. */
-export interface ReceivedFile {
-  readonly name: string;
-  readonly bytes: ArrayBuffer | null;
-}
-
 export interface SessionOptions {
   readonly station: commands.Station;
   /** 0 to 1, for the times between two attempts to come back. */
@@ -63,26 +51,6 @@ export interface Ticket {
   readonly opened: Opened;
   readonly stays: boolean;
 }
-
-interface Asked {
-  readonly file: string;
-  readonly isTree: boolean;
-}
-
-interface Sent {
-  readonly ordinal: number; // Of the text on this line.
-  readonly before: number;
-  readonly after: number;
-  readonly names: readonly string[];
-}
-
-const kNothingOpened: Opened = {
-  dialog: "",
-  isFromStation: false,
-  intervalSeconds: 0,
-  language: "",
-  menu: [],
-};
 
 const hasExtension = (name: string): boolean => /\.[^./]+$/.test(name);
 
@@ -100,8 +68,6 @@ export class Session {
   returnTo = ""; // Shown when the session ended.
   /** What the gateway offers where the host does not. */
   gatewayMenu: readonly string[] = [];
-  /** How long the host took for the last change, in milliseconds; null before the first. */
-  quality: number | null = null;
   /** Texts that nobody could read, on this line. */
   unreadable = 0;
   stays = false;
@@ -119,20 +85,13 @@ export class Session {
   private retries = 0;
   private lostAt: number | null = null;
 
-  private fences = 0;
-  private awaited: { number: number; sent: number }[] = [];
-  private fenceAt = 0;
-  private sent: Sent[] = [];
-  private readonly answeredAt = new Map<number, number>(); // The fence before, by the fence after.
+  private readonly fences = new Fences();
+  private readonly files = new Files();
+  private refused: { names: readonly string[]; why: string }[] = [];
 
-  private asked: Asked[] = [];
-  private coming: JsonObject | null = null; // The head of the file whose bytes come next.
-  private readonly cache = new Map<string, { date: string; bytes: ArrayBuffer }>();
-  private files: ReceivedFile[] = [];
   private hasLocalFiles = false; // At the gateway.
   private readonly local = new Map<string, JsonObject | null>(); // By dialog; null: there is none.
   private localFence: number | null = null; // Behind which the station's own file is the tree.
-  private refused: { names: readonly string[]; why: string }[] = [];
 
   private isLooking = true;
   private touchedAt = 0;
@@ -223,22 +182,20 @@ export class Session {
   act(actionName: string, actionType: string, objects: readonly SetObject[], now: number): boolean {
     this.now = this.touchedAt = now;
     if (!this.isShowingDialog()) return false;
-    const before = this.fences + 1;
-    const after = this.fences + 2;
+    const before = this.fences.following;
+    const after = before + 1;
     const text = commands.textOfAll([
       commands.fence(before),
       commands.condition(actionName, actionType, objects),
       commands.fence(after),
     ]);
     if (new TextEncoder().encode(text).length > commands.kMaxSentText) return false;
-    this.fences = after;
-    this.await(before);
-    this.await(after);
-    this.fenceAt = this.aliveAt = now;
+    this.nextFence();
+    this.nextFence();
     this.replica.act(objects, before, after);
     this.send(text);
     const names = objects.map((object) => object.name);
-    this.sent.push({ ordinal: this.sentTexts, before, after, names });
+    this.fences.addAction({ ordinal: this.sentTexts, before, after, names });
     this.message = "";
     return true;
   }
@@ -249,8 +206,7 @@ export class Session {
     if (!hasExtension(name) || !isSendable(name)) return false;
     if (this.state !== "entering" && this.state !== "showing") return false;
     const behind = this.nextFence();
-    this.asked.push({ file: name, isTree: false });
-    const date = this.cache.get(name)?.date ?? "";
+    const date = this.files.ask(name);
     this.send(commands.textOfAll([commands.getFile(name, date), commands.fence(behind)]));
     return true;
   }
@@ -300,9 +256,9 @@ export class Session {
   }
 
   receivedBytes(line: number, bytes: ArrayBuffer, now: number): void {
-    if (line !== this.line || !this.isConnected || !this.coming) return;
+    if (line !== this.line || !this.isConnected) return;
     this.now = now;
-    this.endFile(this.coming, bytes);
+    if (this.files.receiveBytes(bytes)) this.onTree(null, false);
   }
 
   closed(line: number, now: number): void {
@@ -332,13 +288,13 @@ export class Session {
   nextTick(): number | null {
     const next: (number | null)[] = [this.retryAt, this.lineLimit()];
     if (this.state === "showing" || this.state === "entering") {
-      const first = this.awaited[0];
-      if (first && this.getCause() !== "noAnswer") next.push(first.sent + times.kAnswerLimit);
+      const since = this.fences.awaitedSince;
+      if (since !== null && this.getCause() !== "noAnswer") next.push(since + times.kAnswerLimit);
       if (this.opened.intervalSeconds > 0) {
         const interval = this.idleAfter();
         next.push(this.stays ? this.aliveAt + interval / 3 : this.touchedAt + interval);
       }
-      if (this.isHeartbeatWanted()) next.push(this.fenceAt + times.kHeartbeat);
+      if (this.isHeartbeatWanted()) next.push(this.fences.at + times.kHeartbeat);
     }
     if (this.state === "showing") {
       next.push(this.enterAgainAt);
@@ -351,9 +307,9 @@ export class Session {
   // What it tells.
 
   getCause(): Cause {
-    const first = this.awaited[0];
-    if (this.cause !== "none" || !first) return this.cause;
-    return this.now - first.sent >= times.kAnswerLimit ? "noAnswer" : "none";
+    const since = this.fences.awaitedSince;
+    if (this.cause !== "none" || since === null) return this.cause;
+    return this.now - since >= times.kAnswerLimit ? "noAnswer" : "none";
   }
 
   /** Since when what is shown has been stale; null while it is fresh. */
@@ -361,7 +317,12 @@ export class Session {
     if (this.state === "waiting" || this.state === "entering") {
       if (this.lostAt !== null) return this.lostAt;
     }
-    return this.getCause() === "noAnswer" ? this.awaited[0]?.sent ?? null : null;
+    return this.getCause() === "noAnswer" ? this.fences.awaitedSince : null;
+  }
+
+  /** How long the host took for the last change, in milliseconds; null before the first. */
+  get quality(): number | null {
+    return this.fences.quality;
   }
 
   /** When the session ends for want of a touch; null when it does not, or nobody knows. */
@@ -376,9 +337,7 @@ export class Session {
   }
 
   takeFiles(): ReceivedFile[] {
-    const files = this.files;
-    this.files = [];
-    return files;
+    return this.files.take();
   }
 
   /** Texts that the gateway did not pass on: which objects they were about, and why. */
@@ -404,11 +363,8 @@ export class Session {
     this.opening = null;
     this.sentTexts = 0;
     this.retryAt = null;
-    this.awaited = [];
-    this.sent = [];
-    this.answeredAt.clear();
-    this.asked = [];
-    this.coming = null;
+    this.fences.forget();
+    this.files.forget();
     this.localFence = null;
     this.enterAgainAt = null;
     this.unreadable = 0;
@@ -438,7 +394,7 @@ export class Session {
     this.sessionId = "";
     this.retries = 0;
     this.lostAt = null;
-    this.quality = null;
+    this.fences.quality = null;
     this.stays = false;
   }
 
@@ -447,15 +403,9 @@ export class Session {
     ++this.sentTexts;
   }
 
-  private await(number: number): void {
-    this.awaited.push({ number, sent: this.now });
-  }
-
   private nextFence(): number {
-    const number = ++this.fences;
-    this.await(number);
-    this.fenceAt = this.aliveAt = this.now;
-    return number;
+    this.aliveAt = this.now;
+    return this.fences.next(this.now);
   }
 
   /** The fence behind it makes sure that something follows the file, even where nothing does. */
@@ -472,7 +422,7 @@ export class Session {
     const file = commands.fileOfDialog(dialog);
     this.replica.enter(dialog, fence);
     if (isLocal) this.localFence = behind;
-    else this.asked.push({ file, isTree: true });
+    else this.files.askForTree(file);
     const first =
       fence === null
         ? [commands.changeAgain(this.sessionId, dialog)]
@@ -512,7 +462,7 @@ export class Session {
 
   private isHeartbeatWanted(): boolean {
     const isTouched = this.now - this.touchedAt < this.idleAfter();
-    return this.awaited.length === 0 && this.isLooking && isTouched;
+    return !this.fences.isAnyAwaited && this.isLooking && isTouched;
   }
 
   private tickIdle(): void {
@@ -525,7 +475,7 @@ export class Session {
       this.send(commands.textOfAll([commands.keepalive()]));
       this.aliveAt = this.now;
     }
-    const isDue = this.now - this.fenceAt >= times.kHeartbeat;
+    const isDue = this.now - this.fences.at >= times.kHeartbeat;
     if (isDue && this.isHeartbeatWanted()) {
       this.send(commands.textOfAll([commands.fence(this.nextFence())]));
     }
@@ -590,14 +540,7 @@ export class Session {
     this.isHostUp = true;
     const id = memberText(command, "SessionId");
     if (id !== "") this.sessionId = id;
-    const named = memberText(command, "DialogName");
-    this.opened = {
-      dialog: "DialogName" in command ? named : commands.dialogOfFile(memberText(command, "File")),
-      isFromStation: memberText(command, "FileSource") === "STATION",
-      intervalSeconds: Math.max(0, Number.parseInt(memberText(command, "Interval"), 10) || 0),
-      language: memberText(command, "Language"),
-      menu: memberList(command, "Menu").map(textOf),
-    };
+    this.opened = readOpened(command);
     this.local.clear();
     const isReturn = this.state === "loggingIn" && this.returnTo !== "";
     const dialog = isReturn ? this.returnTo : this.opened.dialog;
@@ -631,53 +574,27 @@ export class Session {
       this.onFence(fence);
       return;
     }
-    const asked = this.asked[0];
-    if (!asked) return;
-    const cached = this.cache.get(asked.file);
-    const isLatest = memberText(command, "Status") === "LATEST" && cached !== undefined;
-    this.endFile(command, isLatest ? cached.bytes : null);
+    if (this.files.receiveAnswer(command)) this.onTree(null, false);
   }
 
   private onFence(fence: number): void {
-    while (this.awaited[0] && this.awaited[0].number <= fence) this.awaited.shift();
-    this.fenceAt = this.now;
+    this.fences.answer(fence, this.now);
     this.replica.receiveFence(fence);
-    for (const action of this.sent) {
-      if (action.before === fence) this.answeredAt.set(action.after, this.now);
-    }
-    const answered = this.answeredAt.get(fence);
-    if (answered !== undefined) this.quality = this.now - answered;
-    this.answeredAt.delete(fence);
     if (this.localFence === fence) {
       this.localFence = null;
       this.onTree(this.localTree(), false);
     }
-    this.sent = this.sent.filter((action) => action.after > fence);
   }
 
   private onFile(frame: JsonObject): void {
     const head = isObject(frame["head"]) ? frame["head"] : {};
     if (isObject(frame["tree"])) {
-      const asked = this.asked.shift();
-      if (asked?.isTree) this.onTree(frame["tree"], frame["live"] === true);
+      if (this.files.takeTree()) this.onTree(frame["tree"], frame["live"] === true);
     } else if (frame["missing"] === true) {
-      this.endFile(head, null);
+      if (this.files.receiveAnswer(head)) this.onTree(null, false);
     } else {
-      this.coming = head;
+      this.files.announce(head);
     }
-  }
-
-  private endFile(head: JsonObject, bytes: ArrayBuffer | null): void {
-    this.coming = null;
-    const asked = this.asked.shift();
-    if (!asked) return;
-    if (asked.isTree) {
-      this.onTree(null, false);
-      return;
-    }
-    const date = memberText(head, "Date");
-    if (bytes && date !== "" && !isLiveDate(date)) this.cache.set(asked.file, { date, bytes });
-    this.files.push({ name: asked.file, bytes });
   }
 
   /** Only the last of several entries ends in a tree. */
@@ -704,17 +621,11 @@ export class Session {
       this.endSession("refused", why);
       return;
     }
-    const ordinal = frame["n"];
-    const action =
-      this.sent.find((each) => each.ordinal === ordinal) ?? this.sent[this.sent.length - 1];
+    const action = this.fences.takeRefused(frame["n"]);
     if (!action) {
       this.message = why;
       return;
     }
-    this.sent = this.sent.filter((each) => each !== action);
-    this.awaited = this.awaited.filter(
-      ({ number }) => number !== action.before && number !== action.after,
-    );
     this.replica.takeBack(action.after);
     this.refused.push({ names: action.names, why });
   }

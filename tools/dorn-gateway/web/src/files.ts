@@ -1,0 +1,71 @@
+// The files that a session has asked for. They come in the order in which they were asked for, and
+// those on a host's disk are kept by their date.
+
+import { JsonObject, memberText } from "./json";
+import { isLiveDate } from "./replica";
+
+/** A file that came, or did not. */
+export interface ReceivedFile {
+  readonly name: string;
+  readonly bytes: ArrayBuffer | null;
+}
+
+export class Files {
+  private asked: { readonly file: string; readonly isTree: boolean }[] = [];
+  private coming: JsonObject | null = null; // The head of the file whose bytes come next.
+  private readonly cache = new Map<string, { date: string; bytes: ArrayBuffer }>();
+  private received: ReceivedFile[] = [];
+
+  askForTree(file: string): void {
+    this.asked.push({ file, isTree: true });
+  }
+
+  /** The date of the copy that is there; empty without one. */
+  ask(file: string): string {
+    this.asked.push({ file, isTree: false });
+    return this.cache.get(file)?.date ?? "";
+  }
+
+  /** It comes as a tree. False: nobody has asked for one. */
+  takeTree(): boolean {
+    return this.asked.shift()?.isTree === true;
+  }
+
+  announce(head: JsonObject): void {
+    this.coming = head;
+  }
+
+  /** What was announced is here. True: it should have been a tree. */
+  receiveBytes(bytes: ArrayBuffer): boolean {
+    return this.coming !== null && this.end(this.coming, bytes);
+  }
+
+  /** An answer without bytes: there is no such file, or the copy is as new. Returns likewise. */
+  receiveAnswer(head: JsonObject): boolean {
+    const cached = this.cache.get(this.asked[0]?.file ?? "");
+    const isLatest = memberText(head, "Status") === "LATEST" && cached !== undefined;
+    return this.end(head, isLatest ? cached.bytes : null);
+  }
+
+  take(): ReceivedFile[] {
+    const files = this.received;
+    this.received = [];
+    return files;
+  }
+
+  /** The line is gone: nothing that was asked for comes any more. */
+  forget(): void {
+    this.asked = [];
+    this.coming = null;
+  }
+
+  private end(head: JsonObject, bytes: ArrayBuffer | null): boolean {
+    this.coming = null;
+    const asked = this.asked.shift();
+    if (!asked || asked.isTree) return asked !== undefined;
+    const date = memberText(head, "Date");
+    if (bytes && date !== "" && !isLiveDate(date)) this.cache.set(asked.file, { date, bytes });
+    this.received.push({ name: asked.file, bytes });
+    return false;
+  }
+}
