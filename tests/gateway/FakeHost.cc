@@ -167,6 +167,12 @@ void FakeHost::CloseAll() {
   mConnections.clear();
 }
 
+void FakeHost::Forget() {
+  const std::lock_guard<std::mutex> lock(mMutex);
+  mTexts = {};
+  mSources = {};
+}
+
 std::vector<std::string> FakeHost::Texts() const {
   const std::lock_guard<std::mutex> lock(mMutex);
   return mTexts;

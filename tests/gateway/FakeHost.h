@@ -32,6 +32,8 @@ class FakeHost {
   // To all connections, as it is.
   void SendAll(const std::string& bytes);
   void CloseAll();
+  // Forgets what it has received so far, and from where.
+  void Forget();
   // Reads and answers nothing, as a stopped process.
   void Stop() { SetStopped(true); }
   void GoOn() { SetStopped(false); }
