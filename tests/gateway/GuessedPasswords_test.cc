@@ -76,6 +76,16 @@ TEST_F(GuessedPasswordsTest, GuessingOnManyPagesIsNotFaster) {
       R"({"t":"refused","why":"too many log-ins have failed here: try again in a minute","n":1})");
 }
 
+// The first attempt is given up by the second, however late the gateway notices that it is due.
+TEST_F(GuessedPasswordsTest, OnlyTheLastAttemptOfAPageIsMade) {
+  WebSocketPeer page;
+  Open(page);
+  for (int i = 0; i < 5; ++i) Timed(page, "wrong");
+  page.SendText(R"({"Command":"HELLO","Id":"u","Pass":"first"})");
+  EXPECT_THAT(page.LogIn("right"), HasSubstr("OPEN"));
+  EXPECT_FALSE(mHost.HasText("first"));
+}
+
 TEST_F(GuessedPasswordsTest, AreForgottenWhenThePageGoes) {
   WebSocketPeer page;
   Open(page);

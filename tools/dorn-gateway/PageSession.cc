@@ -93,13 +93,15 @@ void PageSession::LogIn(PageText text) {
   }
   mIsLoggingIn = true;
   if (*delay == Ms(0)) return ConnectWith(text);
+  mDelayed = mTexts;
   mDelay = std::make_unique<boost::asio::steady_timer>(mShared.mIo, *delay);
-  mDelay->async_wait(
-      [self = shared_from_this(), late = std::move(text)](const boost::system::error_code& error) {
-        if (error) return;
-        self->mDelay.reset();
-        self->ConnectWith(late);
-      });
+  mDelay->async_wait([self = shared_from_this(), attempt = mTexts,
+                      late = std::move(text)](const boost::system::error_code& error) {
+    // It may be due already when it is given up.
+    if (error || !self->mDelay || self->mDelayed != attempt) return;
+    self->mDelay.reset();
+    self->ConnectWith(late);
+  });
 }
 
 void PageSession::ConnectWith(const PageText& text) {
@@ -232,8 +234,9 @@ void PageSession::FinishFile() {
   const auto file = mShared.mConversion.File(*mFile, std::exchange(mFileBytes, {}));
   mFile.reset();
   if (!file->mIsReadable) CountUnreadable();
-  mLine->Send(file->mHead, WebSocketLine::Kind::kFile);
-  if (file->mBytes) mLine->Send(file->mBytes, WebSocketLine::Kind::kBinary);
+  if (!file->mBytes) return mLine->Send(file->mHead, WebSocketLine::Kind::kFile);
+  SendText(file->mHead);
+  mLine->Send(file->mBytes, WebSocketLine::Kind::kBinary);
 }
 
 void OpenPage(Shared& shared, TcpStream&& stream, const Request& request, const Address& browser,

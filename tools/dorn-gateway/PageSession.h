@@ -85,6 +85,7 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
   bool mIsOpen = false;
   std::size_t mTexts = 0;                             // That the page has sent.
   std::unique_ptr<boost::asio::steady_timer> mDelay;  // Of a log-in that has to wait.
+  std::size_t mDelayed = 0;                           // Which of its texts that is.
 
   std::shared_ptr<HostConnection> mHost;
   std::optional<station::Framing> mFraming;

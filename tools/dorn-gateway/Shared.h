@@ -35,7 +35,6 @@ struct Shared {
 
   const Options mOptions;
   Log& mLog;
-  boost::asio::io_context mIo{1};
   Metrics mMetrics;
   Conversion mConversion;
   LoginDelay mLoginDelay;
@@ -46,6 +45,8 @@ struct Shared {
   // Into which bytes of hosts are read, and from which they are gone before the next are: no
   // connection needs room of its own while it is silent.
   std::array<char, 65536> mHostBytes{};
+  // The last one: what is under way when it dies still counts itself out above.
+  boost::asio::io_context mIo{1};
 };
 
 }  // namespace dorn::gateway

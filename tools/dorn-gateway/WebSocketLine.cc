@@ -153,8 +153,8 @@ void Line<Stream>::Send(const Frame& frame, Kind kind) {
   if (mState != State::kOpen) return;
   const Limits& limits = mShared.mOptions.mLimits;
   std::size_t& queued = QueuedBytes(kind);
-  if (!mQueue.empty() &&
-      queued + frame->size() > (kind == Kind::kText ? limits.mQueuedTexts : limits.mQueuedFiles)) {
+  const std::size_t most = kind == Kind::kText ? limits.mQueuedTexts : limits.mQueuedFiles;
+  if (queued > 0 && queued + frame->size() > most) {
     ++mShared.mMetrics.mSlowPages;
     Close(CloseCode::kTryAgainLater, "too much waits for this page", false);
     return;

@@ -1,4 +1,5 @@
 // The gateway between browsers and a dialog server.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 
@@ -8,6 +9,8 @@
 namespace {
 
 int Main(int argc, char** argv) {
+  // Who reads the log may go before the gateway does.
+  std::signal(SIGPIPE, SIG_IGN);
   int exitCode = 0;
   const auto options = dorn::gateway::ReadOptions(argc, argv, exitCode);
   if (!options) return exitCode;
