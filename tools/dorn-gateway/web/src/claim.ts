@@ -2,7 +2,8 @@
 // out of step without anybody noticing. A duplicated tab has the first one's session storage, and
 // with it the session's name.
 
-const kWait = 700; // A page that is loaded anew lets go a moment later.
+// A page that is loaded anew lets go a moment later; on a slow machine that is a long one.
+const kWait = 2000;
 const kAnswerWithin = 250;
 
 interface Message {
