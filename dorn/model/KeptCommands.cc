@@ -90,7 +90,8 @@ void Refill(const CommandOutline& outline, const VQJsonCommands& list) {
 template <class Add>
 void AddText(const std::string& text, Add&& add) {
   const auto* const object = reinterpret_cast<const char*>(&text);
-  const bool isInside = text.data() >= object && text.data() < object + sizeof text;
+  const auto* const end = reinterpret_cast<const char*>(&text + 1);
+  const bool isInside = text.data() >= object && text.data() < end;
   if (!isInside) add(text.data(), text.capacity() + 1);
 }
 
@@ -195,7 +196,7 @@ void KeptCommands::PoisonAll(Kept& kept) {
     AddStorage(command, sizeof command, kept.poisoned);
     const auto& children = command.mObjectList;
     for (VQJsonObject* child : children) AddStorage(*child, sizeof *child, kept.poisoned);
-    kept.poisoned.push_back({children.data(), children.capacity() * sizeof children[0]});
+    kept.poisoned.push_back({children.data(), children.capacity() * sizeof(void*)});
   }
   for (const Storage& storage : kept.poisoned) Poison(storage.bytes, storage.size);
 }
