@@ -38,7 +38,8 @@ holds runtime "$lib/libdorn\.so\.1" "$lib/libdorn\.so\.1\.8\.7"
 holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|loop|net|json|model|server)/[A-Za-z]+\.h' \
   "$lib/cmake/dorn/dorn(Config|ConfigVersion|Targets|Targets-[a-z]+)\.cmake" "$lib/pkgconfig/dorn\.pc"
 holds tools 'bin/dorn-(station|gateway)'
-holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z]+\.md'
+holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z]+\.md' \
+  'share/doc/dorn/docs/images/[a-z]+\.png'
 
 # The tool finds the library beside which it was installed, also when the folder has moved.
 mkdir "$work/moved"
