@@ -275,7 +275,8 @@ void Line<Stream>::Tick(Ms now) {
 template <class Stream>
 std::shared_ptr<WebSocketLine> Open(Shared& shared, Stream&& stream, const Request& request,
                                     std::shared_ptr<void> slot, WebSocketLine::Owner& owner) {
-  auto line = std::make_shared<Line<Stream>>(shared, std::move(stream), std::move(slot), owner);
+  auto line =
+      std::make_shared<Line<Stream>>(shared, std::forward<Stream>(stream), std::move(slot), owner);
   line->Accept(request);
   return line;
 }
