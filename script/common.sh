@@ -44,18 +44,19 @@ npm_packages() {
 # quietly LOG WHAT COMMAND...: runs a command with its output in LOG, and tells on one line that it goes
 # on. When it fails, that is said and the end of LOG is shown. The result is the command's.
 quietly() {
-  local log=$1 what=$2 started=$SECONDS ticker status=0
+  local log=$1 what=$2 started=$SECONDS ends ticker status=0
   shift 2
   if ! { : >"$log"; } 2>/dev/null; then
     say_why "$(realpath -m "$log") cannot be written; remove it, or work in a copy of the tree that is yours"
     return 1
   fi
   [ -t 1 ] || echo "$what ..."
-  tell_progress "$log" "$what" &
+  # It is never killed: a shell that dies before it has put off its parent's traps carries them out.
+  exec {ends}> >(tell_progress "$log" "$what")
   ticker=$!
-  "$@" >"$log" 2>&1 || status=$?
-  kill $ticker 2>/dev/null || true
-  wait $ticker 2>/dev/null || true
+  "$@" >"$log" 2>&1 {ends}>&- || status=$?
+  exec {ends}>&-
+  wait $ticker || true
   [ ! -t 1 ] || printf '\r\e[K'
   if [ $status = 0 ]; then
     [ $((SECONDS - started)) -lt 10 ] || echo "$what: done after $((SECONDS - started)) s"
@@ -67,11 +68,10 @@ quietly() {
 }
 
 # The seconds and the last line of the log: anew each second on a terminal, each minute elsewhere. Ends
-# with the script, should that be interrupted.
+# with standard input, which the script holds open.
 tell_progress() {
   local log=$1 what=$2 started=$SECONDS last
-  while kill -0 $$ 2>/dev/null; do
-    sleep 1
+  until read -r -t 1 || [ $? -le 128 ]; do
     last=$(tail -n 1 "$log" | tr -d '\000-\037' | cut -c1-60)
     if [ -t 1 ]; then
       printf '\r%s: %d s  %s\e[K' "$what" $((SECONDS - started)) "$last"
