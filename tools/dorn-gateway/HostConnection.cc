@@ -96,25 +96,40 @@ void HostConnection::OnConnected(const Error& error) {
   mOwner->OnHostUp();
 }
 
+// Waiting for bytes and then reading them would take two more system calls for each text.
 void HostConnection::AwaitBytes() {
-  mSocket.async_wait(Tcp::socket::wait_read, [self = shared_from_this()](const Error& error) {
-    if (!error && self->mOwner != nullptr) self->ReadBytes();
-  });
+  mSocket.async_read_some(asio::buffer(mBytes),
+                          [self = shared_from_this()](const Error& error, std::size_t got) {
+                            if (self->Take(error, {self->mBytes.data(), got}) &&
+                                (got < self->mBytes.size() || self->ReadMore())) {
+                              self->AwaitBytes();
+                            }
+                          });
 }
 
-void HostConnection::ReadBytes() {
-  const auto self = shared_from_this();
+// A long text, in larger pieces.
+bool HostConnection::ReadMore() {
   for (int reads = 0; reads < kReadsInARow; ++reads) {
     Error error;
     const std::size_t got = mSocket.read_some(asio::buffer(mShared.mHostBytes), error);
-    if (error == asio::error::would_block) break;
-    if (error == asio::error::eof) return Fail(Named() + " has closed the connection");
-    if (error) return Fail("the connection to " + Named() + " is broken: " + error.message());
-    mOwner->OnHostBytes({mShared.mHostBytes.data(), got});
-    if (mOwner == nullptr) return;
-    if (got < mShared.mHostBytes.size()) break;
+    if (error == asio::error::would_block) return true;
+    if (!Take(error, {mShared.mHostBytes.data(), got})) return false;
+    if (got < mShared.mHostBytes.size()) return true;
   }
-  AwaitBytes();
+  return true;
+}
+
+// False when nothing more is to be read.
+bool HostConnection::Take(const Error& error, std::string_view bytes) {
+  if (mOwner == nullptr) return false;
+  if (error) {
+    Fail(error == asio::error::eof
+             ? Named() + " has closed the connection"
+             : "the connection to " + Named() + " is broken: " + error.message());
+    return false;
+  }
+  mOwner->OnHostBytes(bytes);
+  return mOwner != nullptr;
 }
 
 // Most texts go at once and whole.

@@ -2,6 +2,7 @@
 #ifndef TOOLS_DORN_GATEWAY_HOSTCONNECTION_H_
 #define TOOLS_DORN_GATEWAY_HOSTCONNECTION_H_
 
+#include <array>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <memory>
@@ -48,7 +49,8 @@ class HostConnection : public std::enable_shared_from_this<HostConnection> {
   void BindFor(const Tcp::endpoint& host);
   void OnConnected(const Error& error);
   void AwaitBytes();
-  void ReadBytes();
+  bool ReadMore();
+  bool Take(const Error& error, std::string_view bytes);
   void Write();
   void Fail(const std::string& why);
   std::string Named() const;
@@ -60,6 +62,7 @@ class HostConnection : public std::enable_shared_from_this<HostConnection> {
   std::unique_ptr<Tcp::resolver> mResolver;
   Address mBrowser;
   bool mIsUp = false;
+  std::array<char, 2048> mBytes{};
   std::string mWaiting;  // Behind what is being written.
   std::string mWriting;
 };

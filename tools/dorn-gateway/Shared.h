@@ -42,8 +42,8 @@ struct Shared {
   const std::vector<Network> mMetricsFrom;
   std::unordered_set<std::shared_ptr<PageSession>> mPages;
   bool mIsStopping = false;
-  // Into which bytes of hosts are read, and from which they are gone before the next are: no
-  // connection needs room of its own while it is silent.
+  // Into which long texts of hosts are read, and from which they are gone before the next are: a
+  // connection's own room is small.
   std::array<char, 65536> mHostBytes{};
   // The last one: what is under way when it dies still counts itself out above.
   boost::asio::io_context mIo{1};
