@@ -194,9 +194,11 @@ const char* StateName(Condition state) {
   return names[static_cast<int>(state)];
 }
 
-template <std::size_t N, typename Kind>
-Json Word(const char* const (&names)[N], Kind kind) {
-  return Json::String(names[static_cast<std::size_t>(kind)]);
+using Names = std::vector<const char*>;
+
+template <typename Kind>
+Json Word(const Names& names, Kind kind) {
+  return Json::String(names.at(static_cast<std::size_t>(kind)));
 }
 
 Json PlaceOf(const Item& item) {
@@ -223,13 +225,13 @@ void DescribeTable(const Table& table, Json::Object& out) {
 }
 
 Json::Object Described(const Item& item) {
-  static const char* const widgets[] = {"label", "button", "edit",  "check", "slider", "list",
-                                        "combo", "image",  "radio", "group", "grid"};
-  static const char* const colors[] = {"none", "ink", "accent", "ok", "warn", "alarm"};
-  static const char* const formats[] = {"text", "number", "time",     "datetime",
-                                        "bar",  "spark",  "password", "lines"};
-  static const char* const keyboards[] = {"text", "number", "none"};
-  static const char* const groupings[] = {"plain", "radio", "tabs"};
+  static const Names widgets = {"label", "button", "edit",  "check", "slider", "list",
+                                "combo", "image",  "radio", "group", "grid"};
+  static const Names colors = {"none", "ink", "accent", "ok", "warn", "alarm"};
+  static const Names formats = {"text", "number", "time",     "datetime",
+                                "bar",  "spark",  "password", "lines"};
+  static const Names keyboards = {"text", "number", "none"};
+  static const Names groupings = {"plain", "radio", "tabs"};
   Json::Object out{
       {"type", Json::String(item.mType)},
       {"widget", Word(widgets, item.mWidget)},
