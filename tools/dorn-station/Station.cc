@@ -1,9 +1,6 @@
 #include "tools/dorn-station/Station.h"
 
-#include <netdb.h>
 #include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -12,6 +9,9 @@
 
 #include "station/Commands.h"
 #include "station/Reader.h"
+
+using dorn::tools::Line;
+using dorn::tools::SteadyMs;
 
 namespace {
 
@@ -32,46 +32,20 @@ std::string Member(const std::string& text, const char* key) {
 
 Station::Station(Options options) : mOptions(std::move(options)), mFraming(*this) {}
 
-Station::~Station() { Close(); }
-
 bool Station::Connect(const std::string& host, int port) {
-  addrinfo hints{};
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* found = nullptr;
-  const int failure = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found);
-  if (failure != 0) {
-    std::fprintf(stderr, "dorn-station: cannot find host %s: %s\n", host.c_str(),
-                 gai_strerror(failure));
-    return false;
-  }
-  int reason = 0;
-  for (const addrinfo* each = found; each != nullptr && mFd < 0; each = each->ai_next) {
-    mFd = socket(each->ai_family, each->ai_socktype | SOCK_CLOEXEC, each->ai_protocol);
-    if (mFd >= 0 && connect(mFd, each->ai_addr, each->ai_addrlen) == 0) break;
-    reason = errno;
-    Close();
-  }
-  freeaddrinfo(found);
-  if (mFd >= 0) return true;
-  std::fprintf(stderr,
-               "dorn-station: cannot connect to %s port %d: %s. Is the server running there?\n",
-               host.c_str(), port, std::strerror(reason));
-  return false;
+  // As long as the system itself tries.
+  constexpr Line::Ms kLimitMs = 130'000;
+  mLine.Open(host, port, kLimitMs, SteadyMs());
+  while (mLine.GetState() == Line::State::kConnecting) static_cast<void>(Poll(-1));
+  return IsOpen();
 }
 
+// Waits until everything is on its way, receiving meanwhile: a host may stop reading while nobody
+// reads what it sends.
 bool Station::Send(const std::string& text) {
   Print("->", text);
-  const std::string frame = dorn::station::Framed(text);
-  std::string_view left = frame;
-  while (!left.empty() && IsOpen()) {
-    const ssize_t sent = send(mFd, left.data(), left.size(), MSG_NOSIGNAL);
-    if (sent < 0 && errno == EINTR) continue;
-    if (sent < 0) {
-      Close();
-      break;
-    }
-    left.remove_prefix(static_cast<size_t>(sent));
-  }
+  mLine.Send(dorn::station::Framed(text));
+  while (!mIsInHook && IsOpen() && mLine.Unsent() > 0) static_cast<void>(Poll(-1));
   return IsOpen();
 }
 
@@ -112,9 +86,9 @@ void Station::Listen(double seconds) {
 }
 
 bool Station::WaitForEither(int otherFd) {
-  pollfd watched[2] = {{mFd, POLLIN, 0}, {otherFd, POLLIN, 0}};
-  if (poll(watched, 2, -1) < 0) return false;
-  if (watched[0].revents != 0) Receive();
+  pollfd watched[2] = {{mLine.Descriptor(), mLine.Events(), 0}, {otherFd, POLLIN, 0}};
+  if (poll(watched, 2, mLine.PollTimeout(SteadyMs())) < 0) return false;
+  mLine.Ready(watched[0].revents, SteadyMs());
   return watched[1].revents != 0;
 }
 
@@ -169,26 +143,36 @@ bool Station::ReceiveUntil(Clock::time_point deadline) {
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
     timeoutMs = static_cast<int>(std::clamp<decltype(left)>(left, 0, 1'000'000));
   }
-  pollfd watched{mFd, POLLIN, 0};
-  const int ready = poll(&watched, 1, timeoutMs);
-  if (ready > 0) Receive();
+  const int ready = Poll(timeoutMs);
   return ready > 0 || (ready < 0 && errno == EINTR);
 }
 
-void Station::Receive() {
-  char bytes[65536];
-  const ssize_t got = recv(mFd, bytes, sizeof bytes, 0);
-  if (got > 0) {
-    if (mFraming.Feed({bytes, static_cast<size_t>(got)})) return;
-    std::fputs("dorn-station: the server announced a file that is too long\n", stderr);
-    Close();
+int Station::Poll(int timeoutMs) {
+  const int wanted = mLine.PollTimeout(SteadyMs());
+  pollfd watched{mLine.Descriptor(), mLine.Events(), 0};
+  const int ready = poll(&watched, 1, wanted < 0 || timeoutMs >= 0 ? timeoutMs : wanted);
+  mLine.Ready(ready > 0 ? watched.revents : short{0}, SteadyMs());
+  return ready;
+}
+
+void Station::OnReceive(std::string_view bytes) {
+  mIsInHook = true;
+  const bool isSound = mFraming.Feed(bytes);
+  mIsInHook = false;
+  if (isSound) return;
+  std::fputs("dorn-station: the server announced a file that is too long\n", stderr);
+  mLine.Close();
+}
+
+void Station::OnEnd(Line::End end, const std::string& why) {
+  if (end == Line::End::kNoSuchHost || end == Line::End::kCannotConnect) {
+    const char* hint = end == Line::End::kCannotConnect ? ". Is the server running there?" : "";
+    std::fprintf(stderr, "dorn-station: %s%s\n", why.c_str(), hint);
     return;
   }
-  if (got < 0 && errno == EINTR) return;
   if (!mFraming.IsAtRest()) std::fputs("dorn-station: closed in the middle of a message\n", stderr);
   Print("<-", "[closed by the server]");
   mWaiting.emplace_back("[closed by the server]");
-  Close();
 }
 
 void Station::Print(const char* direction, const std::string& text) const {
@@ -197,9 +181,4 @@ void Station::Print(const char* direction, const std::string& text) const {
   std::fwrite(text.data(), 1, text.size(), stdout);
   if (text.empty() || text.back() != '\n') std::putchar('\n');
   std::fflush(stdout);
-}
-
-void Station::Close() {
-  if (mFd >= 0) close(mFd);
-  mFd = -1;
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "station/Framing.h"
+#include "tools/line/Line.h"
 
 // Exit codes of the program.
 enum class Outcome {
@@ -20,7 +21,7 @@ enum class Outcome {
   kClosedByServer = 4,
 };
 
-class Station : private dorn::station::Framing::Sink {
+class Station : private dorn::station::Framing::Sink, private dorn::tools::Line::Hooks {
  public:
   struct Options {
     bool quiet = false;           // Prints nothing but errors.
@@ -29,7 +30,6 @@ class Station : private dorn::station::Framing::Sink {
   };
 
   explicit Station(Options options);
-  ~Station() override;
   Station(const Station&) = delete;
   Station& operator=(const Station&) = delete;
 
@@ -54,7 +54,7 @@ class Station : private dorn::station::Framing::Sink {
   // whether `otherFd` is.
   bool WaitForEither(int otherFd);
 
-  bool IsOpen() const { return mFd >= 0; }
+  bool IsOpen() const { return mLine.GetState() == dorn::tools::Line::State::kOpen; }
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -66,15 +66,17 @@ class Station : private dorn::station::Framing::Sink {
   void OnPayload(std::string_view piece, bool last) override;
   void OnNoPayload() override;
   void OnTooLong() override;
+  void OnReceive(std::string_view bytes) override;
+  void OnEnd(dorn::tools::Line::End end, const std::string& why) override;
   void EndFile(const std::string& what);
   void OpenFileFor(const std::string& text);
   bool ReceiveUntil(Clock::time_point deadline);
-  void Receive();
+  int Poll(int timeoutMs);
   void Print(const char* direction, const std::string& text) const;
-  void Close();
 
   Options mOptions;
-  int mFd = -1;
+  dorn::tools::Line mLine{*this};
+  bool mIsInHook = false;  // The line is already being looked after.
   dorn::station::Framing mFraming;
   std::vector<std::string> mPassed;   // What the last Expect passed over or matched.
   std::vector<std::string> mWaiting;  // What came after it.
