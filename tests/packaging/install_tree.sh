@@ -17,10 +17,10 @@ mkdir -p "$work"
 files() { (cd "$1" && find . ! -type d | sed 's,^\./,,' | LC_ALL=C sort); }
 
 cmake --install "$build" --prefix "$work/all" >/dev/null
-for component in runtime development tools documentation; do
+for component in runtime development tools gateway documentation; do
   cmake --install "$build" --prefix "$work/$component" --component "$component" >/dev/null
 done
-diff <(for component in runtime development tools documentation; do files "$work/$component"; done | LC_ALL=C sort) \
+diff <(for component in runtime development tools gateway documentation; do files "$work/$component"; done | LC_ALL=C sort) \
   <(files "$work/all") || fail "a file belongs to no component or to two"
 
 lib=$(dirname "$(files "$work/runtime" | head -n 1)")
@@ -36,10 +36,17 @@ holds() { # COMPONENT PATTERN... : every file of it matches one of the patterns,
 }
 holds runtime "$lib/libdorn\.so\.1" "$lib/libdorn\.so\.1\.8\.7"
 holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|loop|net|json|model|server)/[A-Za-z]+\.h' \
+  'share/man/man7/libdorn\.7' \
   "$lib/cmake/dorn/dorn(Config|ConfigVersion|Targets|Targets-[a-z]+)\.cmake" "$lib/pkgconfig/dorn\.pc"
-holds tools 'bin/dorn-(station|gateway)'
+holds tools 'bin/dorn-station' 'share/man/man1/dorn-station\.1'
+holds gateway 'bin/dorn-gateway' 'share/man/man1/dorn-gateway\.1'
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z]+\.md' \
   'share/doc/dorn/docs/images/[a-z]+\.png'
+
+for program in "$work"/all/bin/*; do
+  page=$work/all/share/man/man1/$(basename "$program").1
+  [ -f "$page" ] || fail "$(basename "$program") has no man page in docs/man"
+done
 
 # The tool finds the library beside which it was installed, also when the folder has moved.
 mkdir "$work/moved"
