@@ -3,15 +3,17 @@
 # instantiations (weak symbols) come and go with the optimiser and are left out; virtual tables and
 # type information are not.
 #   exported_symbols.sh LIBRARY LIST            compares
-#   exported_symbols.sh LIBRARY LIST --update   writes the list anew
+#   exported_symbols.sh LIBRARY LIST --update   writes the list anew, and the symbols file of the package after it
 set -euo pipefail
 library=$1
 list=$2
 exported() {
-  nm -D --defined-only "$library" | awk '$2 ~ /^[TDBR]$/ || $3 ~ /^_ZT[VIS][0-9]/ { print $3 }' | c++filt | LC_ALL=C sort -u
+  nm -D --defined-only "$library" | awk '$2 ~ /^[TDBR]$/ || $3 ~ /^_ZT[VIS](N4dorn)?[0-9]/ { print $3 }' | c++filt | LC_ALL=C sort -u
 }
 if [ "${3:-}" = --update ]; then
   exported > "$list"
+  here=$(dirname "$0")
+  "$here/debian_symbols.sh" "$list" "$here/../../debian/libdorn1.symbols" --update
   exit
 fi
 if ! diff -u "$list" <(exported); then

@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# debian_files.sh SOURCE WORK
+# What debian/ says again is what is said elsewhere, and its services are locked in.
+set -uo pipefail
+cd "$1" || exit 1
+work=$2
+failed=0
+fail() {
+  echo "$1" >&2
+  failed=1
+}
+
+version=$(sed -nE 's/^#define DORN_VERSION "(.*)"/\1/p' dorn/base/Version.h)
+packaged=$(sed -nE '1s/^dorn \(([^)]*)\).*/\1/p' debian/changelog)
+[[ "$packaged" = "$version" || "$packaged" = "$version"[+-]* ]] || fail "debian/changelog is about $packaged, not $version"
+
+tests/packaging/debian_symbols.sh tests/packaging/exported-symbols.txt debian/libdorn1.symbols || fail "see above"
+
+# What builds the tree builds the packages; the compiler is at hand wherever packages are built.
+installed=$(. <(sed -nE '/^demo=\(/,/\)$/p; /^gateway=\(/,/\)$/p' script/setup) && printf '%s\n' "${gateway[@]}" | grep -vx 'g++' | sort)
+declared=$(sed -n '/^Build-Depends:/,/^[A-Z]/p' debian/control | sed -nE 's/^ ([a-z0-9.+-]+)( \(.*\))?,$/\1/p' | grep -v '^debhelper' | sort)
+diff <(echo "$installed") <(echo "$declared") || fail "debian/control builds with other packages than script/setup gateway installs"
+
+rm -rf "$work"
+mkdir -p "$work"
+shopt -s nullglob
+units=(debian/*.service)
+[ ${#units[@]} -ge 2 ] || fail "services are missing"
+for file in "${units[@]}"; do
+  # A template is judged by its name after installation.
+  unit=$(basename "$file" | sed -E 's/^dorn-tools\.//')
+  cp "$file" "$work/$unit"
+  said=$(cd "$work" && LC_ALL=C.UTF-8 systemd-analyze security --offline=true "./$unit" 2>&1)
+  level=$(sed -nE 's/.*exposure level for .*: ([0-9.]+) .*/\1/p' <<<"$said")
+  echo "$unit: exposure ${level:-unknown}"
+  [ -n "$level" ] && awk -v level="$level" 'BEGIN { exit level > 2.5 }' || fail "$unit: exposure ${level:-unknown}, 2.5 is allowed: $said"
+  # Programs and manual pages that are not installed here are no fault of the unit.
+  faults=$(cd "$work" && systemd-analyze verify "./${unit/@/@name}" 2>&1 | grep -F "${unit%%[@.]*}" | grep -vE 'is not executable|Command .man')
+  [ -z "$faults" ] || fail "$faults"
+done
+exit $failed
