@@ -11,6 +11,19 @@ bool HasRecords(const VQJsonObject& object) {
   return object.IsDirty() || object.IsDirtyAdd() || object.IsDirtyDel();
 }
 
+// The first place from `i` on whose child is something else than a plain object without change
+// records; most are that, and this loop is all that they cost.
+std::size_t SkipQuiet(const std::vector<VQJsonObject*>& children, std::size_t i) {
+  const void* const plain = kPlainObjectTable;
+  const std::size_t size = children.size();
+  for (; i < size; ++i) {
+    FetchAhead(children, i);
+    const VQJsonObject* const child = children[i];
+    if (child == nullptr || TableOf(*child) != plain || HasRecords(*child)) break;
+  }
+  return i;
+}
+
 }  // namespace
 
 bool TreeSurvey::Take(VQJsonResource& tree, bool allflag) {
@@ -26,7 +39,12 @@ bool TreeSurvey::Take(VQJsonResource& tree, bool allflag) {
 bool TreeSurvey::Walk(const VQJsonObjectHasList& group) {
   const std::vector<VQJsonObject*>& children = group.mObjectList;
   for (std::size_t i = 0; i < children.size(); ++i) {
-    FetchAhead(children, i);
+    if (mAllflag) {
+      FetchAhead(children, i);
+    } else {
+      i = SkipQuiet(children, i);
+      if (i == children.size()) break;
+    }
     VQJsonObject* const child = children[i];
     if (child == nullptr) continue;
     if (mAllflag || HasRecords(*child)) Note(*child);
