@@ -30,7 +30,7 @@ class MessageBatch {
   static bool HasMore();
 
   // Remembers a connection for whose station the kernel keeps something back. Once for each; until
-  // the connection is pushed or forgotten.
+  // the batch pushes it or it is forgotten.
   static void Remember(Outgoing* outgoing);
   static void Forget(const Outgoing* outgoing);
 

@@ -127,22 +127,31 @@ int Outgoing::WriteOrQueue(const char* bytes, std::size_t length) {
   return Enqueue(bytes + sent, length - sent) ? total : -1;
 }
 
-// For what is no socket too. A plain write also sends what the kernel kept back.
+// For what is no socket too. A plain write also sends what the kernel kept back, if nothing delays
+// it: a batch usually ends so.
 long Outgoing::WriteOnce(const char* bytes, std::size_t length) {
   const int fd = LoadShared(mSocket.mFD);
-  if (!MessageBatch::HasMore()) return write(fd, bytes, length);
+  if (!MessageBatch::HasMore()) {
+    const ssize_t written = write(fd, bytes, length);
+    if (fd == mUndelayedFd && written == static_cast<ssize_t>(length)) mIsUnpushed = false;
+    return written;
+  }
   const ssize_t written = send(fd, bytes, length, MSG_MORE);
   if (written < 0) return errno == ENOTSOCK ? write(fd, bytes, length) : written;
-  if (!std::exchange(mIsUnpushed, true)) MessageBatch::Remember(this);
+  mIsUnpushed = true;
+  if (!std::exchange(mIsRemembered, true)) MessageBatch::Remember(this);
   return written;
 }
 
-// The socket has this option already; setting it anew is what sends. Fails, rightly, on what is no
-// TCP socket: nothing is kept back there.
+// The sockets of stations have this option already; setting it anew is what sends. Fails, rightly,
+// on what is no TCP socket: nothing is kept back there.
 void Outgoing::Push() {
+  mIsRemembered = false;
   if (!std::exchange(mIsUnpushed, false) || HasNoDescriptor(mSocket)) return;
+  const int fd = LoadShared(mSocket.mFD);
   const int on = 1;
-  static_cast<void>(setsockopt(LoadShared(mSocket.mFD), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));
+  const int result = setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  mUndelayedFd = result == 0 ? fd : -1;
 }
 
 // A queue that holds something is being watched already.
@@ -244,7 +253,9 @@ void Outgoing::WriteLast() {
 // The end of the stream has taken along what the kernel kept back.
 void Outgoing::Drop() {
   mClosesWhenDrained = false;
-  if (std::exchange(mIsUnpushed, false)) MessageBatch::Forget(this);
+  mIsUnpushed = false;
+  mUndelayedFd = -1;
+  if (std::exchange(mIsRemembered, false)) MessageBatch::Forget(this);
   if (mQueue == nullptr) return;
   mQueue->Clear();
   static_cast<void>(mQueue->TakeProgress());

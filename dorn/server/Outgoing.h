@@ -46,7 +46,8 @@ class Outgoing final : public Drainable {
   // socket does not take is queued. False when Send() failed: the rest of the block is given up.
   bool SendBlock(const char* bytes, std::size_t length);
 
-  // Sends what the kernel keeps back for a moment; see MessageBatch.
+  // Sends what the kernel keeps back for a moment; the batch that calls this forgets it. See
+  // MessageBatch.
   void Push();
 
   // From now on the connection is closed as soon as there is no backlog any more.
@@ -75,7 +76,9 @@ class Outgoing final : public Drainable {
 
   VQClientSocket& mSocket;
   std::unique_ptr<OutgoingQueue> mQueue;  // Made at the first backlog.
+  int mUndelayedFd = -1;                  // The descriptor that a push has set TCP_NODELAY for.
   bool mIsUnpushed = false;               // The kernel may be keeping something back.
+  bool mIsRemembered = false;             // By the batch.
   bool mClosesWhenDrained = false;
 };
 

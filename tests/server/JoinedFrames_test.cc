@@ -1,5 +1,8 @@
 // What back-to-back commands send: the same bytes and lines as one command after the other.
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +14,19 @@
 #include <vector>
 
 #include "tests/server/ServerTest.h"
+
+namespace {
+
+int gPushes = 0;
+
+}  // namespace
+
+// In place of the C library's, to count how often kept frames are pushed.
+extern "C" int setsockopt(int fd, int level, int name, const void* option,
+                          socklen_t length) noexcept {
+  if (level == IPPROTO_TCP && name == TCP_NODELAY) ++gPushes;
+  return static_cast<int>(syscall(SYS_setsockopt, fd, level, name, option, length));
+}
 
 namespace {
 
@@ -242,6 +258,35 @@ TEST_F(JoinedFramesTest, AnAnswerWaitsForHooksThatFollowQuickly) {
 TEST_F(JoinedFramesTest, WhatTheLastMessageDoesNotAnswerLeavesAtOnce) {
   FeedOnce(mAsking, Ask("a") + Ask("look"));
   EXPECT_LT(WaitMs(mOther, 3), 100);
+}
+
+// The frame of the last message took the others along.
+TEST_F(JoinedFramesTest, WhatTheLastMessageAnswersIsNotPushedAgain) {
+  Feed(mAsking, Ask("a") + Ask("b"));
+  gPushes = 0;
+  Feed(mAsking, Ask("c") + Ask("d"));
+  EXPECT_EQ(0, gPushes);
+  EXPECT_THAT(mOther.station.Messages(), ElementsAre("a", "b", "c", "d"));
+}
+
+TEST_F(JoinedFramesTest, WhatTheLastMessageDoesNotAnswerIsPushedEachTime) {
+  Feed(mAsking, Ask("a") + Ask("b"));
+  gPushes = 0;
+  Feed(mAsking, Ask("c") + Ask("d") + Ask("quick"));
+  FeedOnce(mAsking, Ask("e") + Ask("f") + Ask("quick"));
+  EXPECT_EQ(4, gPushes);
+  EXPECT_GT(100, WaitMs(mOther, 6 * Frame("a").size()));
+}
+
+// Another socket in the place of the one that was pushed may delay what it gets.
+TEST_F(JoinedFramesTest, ADescriptorThatWasNotPushedYetIsPushed) {
+  Feed(mAsking, Ask("a") + Ask("b"));
+  const int copy = dup(mOtherFd);
+  close(Find(mOther)->SetFD(copy));
+  gPushes = 0;
+  Feed(mAsking, Ask("c") + Ask("d"));
+  EXPECT_EQ(1, gPushes);
+  EXPECT_THAT(mOther.station.Messages(), ElementsAre("a", "b", "c", "d"));
 }
 
 TEST_F(JoinedFramesTest, WhatWasSentLeavesAtOnceWhenAHookThrows) {
