@@ -37,6 +37,13 @@ inline char* Put(char* to, std::string_view text) {
   return to + size;
 }
 
+// The same for a literal, whose length is known when this is compiled.
+template <std::size_t N>
+char* Put(char* to, const char (&literal)[N]) {
+  std::memcpy(to, literal, N - 1);
+  return to + N - 1;
+}
+
 // Of two texts of one length, that is not shorter than the word.
 template <class Word>
 bool HaveSameEnds(std::string_view left, std::string_view right) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "dorn/base/ShortCopy.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/UpdateText.h"
 #include "dorn/model/WireWords.h"
@@ -65,7 +66,7 @@ UpdateComposer::Update& UpdateComposer::SlotOf(const KZString& sessionid) {
   // Usually the one session that has made the change.
   if (mBySession.size() == 1) {
     auto& [session, update] = *mBySession.begin();
-    return session == sessionid ? update : mShared;
+    return IsSame(session, sessionid) ? update : mShared;
   }
   const auto tagged = mBySession.find(sessionid);
   return tagged != mBySession.end() ? tagged->second : mShared;

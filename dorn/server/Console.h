@@ -35,6 +35,11 @@ class LinePlace {
 
 inline std::size_t LengthOf(std::string_view part) { return part.size(); }
 
+template <std::size_t N>
+constexpr std::size_t LengthOf(const char (&)[N]) {
+  return N - 1;
+}
+
 // The same as PrintLine() for lines that are printed for each recipient of a text: what is known of
 // the parts when this is compiled costs nothing.
 template <class... Parts>

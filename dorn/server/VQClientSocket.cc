@@ -23,7 +23,7 @@ namespace {
 constexpr int kLogBufferSize = 1024;
 
 void PrintLineSent(VQClientSocket& client, std::string_view sid, std::string_view text) {
-  char digits[16];
+  char digits[24];
   const char* const end = std::to_chars(digits, digits + sizeof digits, client.GetId()).ptr;
   const std::string_view id(digits, static_cast<std::size_t>(end - digits));
   dorn::PrintOftenLine(" sid=", sid, " dname=", client.mDialogName, " id=", id, " out=", text);
