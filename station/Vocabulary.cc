@@ -53,16 +53,17 @@ const std::vector<AttributeWord>& Attributes() {
        "a grid's table, in full output alone"},
       {A::kCommand, "Command", On(W::kGroup), Values::kText, "", "", false, true,
        "DIALOG on the root of a resource"},
-      {A::kLabel, "Label", kAll, Values::kText, "", "", true, false, "the caption"},
+      {A::kLabel, "Label", kAll, Values::kText, "", "", true, false, "the caption",
+       "Title, then Text, then Name with \"_\" as blank"},
       {A::kText, "Text", kAll, Values::kText, "", "", true, false, "the caption, third choice"},
       {A::kTitle, "Title", kAll, Values::kText, "", "", true, false, "the caption, second choice"},
       {A::kHint, "Hint", kAll, Values::kText, "", "", true, false, "a word of help"},
-      {A::kX, "X", kAll, Values::kInteger, "", "", false, false, "column of 12, from 0"},
-      {A::kY, "Y", kAll, Values::kInteger, "", "", false, false, "row, from 0"},
-      {A::kW, "W", kAll, Values::kInteger, "", "", false, false, "columns that it takes"},
-      {A::kH, "H", kAll, Values::kInteger, "", "", false, false, "rows that it takes"},
+      {A::kX, "X", kAll, Values::kInteger, "", "", false, false, "column of 12, from 0", "flow"},
+      {A::kY, "Y", kAll, Values::kInteger, "", "", false, false, "row, from 0", "flow"},
+      {A::kW, "W", kAll, Values::kInteger, "", "", false, false, "columns that it takes", "flow"},
+      {A::kH, "H", kAll, Values::kInteger, "", "", false, false, "rows that it takes", "flow"},
       {A::kOrder, "Order", kAll, Values::kInteger, "", "0", false, false,
-       "its place among its siblings; equal ones stay in file order"},
+       "its place among its siblings; equal ones stay in file order", "file order"},
       {A::kWide, "Wide", kAll, Values::kOnOff, "", "OFF", false, false, "takes the whole width"},
       {A::kBreak, "Break", kAll, Values::kOnOff, "", "OFF", false, false, "begins a new row"},
       {A::kUnit, "Unit", kNumbers, Values::kText, "", "", true, false, "behind the value"},
@@ -79,7 +80,7 @@ const std::vector<AttributeWord>& Attributes() {
       {A::kLowLow, "LowLow", kNumbers, Values::kInteger, "", "", false, false, "below: ALARM"},
       {A::kHighHigh, "HighHigh", kNumbers, Values::kInteger, "", "", false, false, "above: ALARM"},
       {A::kState, "State", kAll, Values::kWord, "NORMAL INFO WARN ALARM BAD OFF", "NORMAL", false,
-       false, "how it stands; without it the limits tell"},
+       false, "how it stands", "by the limits, else NORMAL"},
       {A::kColor, "Color", On(W::kLabel, W::kGroup), Values::kWord, "ink accent ok warn alarm", "",
        false, false, "a token of the theme"},
       {A::kEnabled, "Enabled", kAll, Values::kOnOff, "", "ON", false, false, "may be touched"},
@@ -89,21 +90,21 @@ const std::vector<AttributeWord>& Attributes() {
       {A::kConfirm, "Confirm", On(W::kButton), Values::kText, "", "", true, false,
        "the question before it is sent"},
       {A::kOptions, "Options", kChoices, Values::kTexts, "", "", true, false,
-       "the choices; Value is one of them"},
+       "the choices; Value is one of them", "[]"},
       {A::kRows, "Rows", On(W::kGrid), Values::kTable, "", "", false, false,
        "the table, wherever it is present"},
       {A::kColumns, "Columns", On(W::kGrid), Values::kTexts, "", "", true, false,
-       "the titles of the columns"},
+       "the titles of the columns", "A, B, C"},
       {A::kWidths, "Widths", On(W::kGrid), Values::kTexts, "", "", false, false,
        "the widths of the columns"},
       {A::kRowKey, "RowKey", On(W::kGrid), Values::kText, "", "", false, false,
-       "the title of the column that names a row"},
+       "the title of the column that names a row", "the first column"},
       {A::kRole, "Role", On(W::kGrid), Values::kWord, "ALARMS", "", false, false,
-       "ALARMS: the list of alarms"},
+       "ALARMS: the list of alarms", "a table"},
       {A::kMaxLength, "MaxLength", On(W::kEdit), Values::kInteger, "", "1000", false, false,
        "characters that may be typed"},
       {A::kKeyboard, "Keyboard", On(W::kEdit), Values::kWord, "TEXT NUMBER NONE", "", false, false,
-       "what is shown to type with; by Format without it"},
+       "what is shown to type with", "by Format"},
       {A::kError, "Error", kAll, Values::kText, "", "", true, false,
        "why the host refused, beside the object"},
       {A::kGoto, "Goto", On(W::kButton), Values::kText, "", "", false, false,
@@ -112,6 +113,16 @@ const std::vector<AttributeWord>& Attributes() {
        "the file with the picture"},
   };
   return attributes;
+}
+
+const std::vector<ChildrenWord>& ChildrenWords() {
+  static const std::vector<ChildrenWord> words{
+      {"Objects", true, "the objects of a GROUP or of the dialog"},
+      {"Commands", true, "the same, when there is no Objects; in a file, what holds the dialog"},
+      {"Object", false, "one object, when there is neither of these"},
+      {"Dialog", false, "one object, when there is none of these"},
+  };
+  return words;
 }
 
 const TypeWord* FindType(std::string_view name) {
@@ -127,6 +138,13 @@ const AttributeWord* FindAttribute(std::string_view key) {
     if (word.mName == name) return name == key || word.mHasLanguages ? &word : nullptr;
   }
   return nullptr;
+}
+
+const ChildrenWord* FindChildrenWord(std::string_view key) {
+  const auto& words = ChildrenWords();
+  const auto found = std::find_if(words.begin(), words.end(),
+                                  [key](const ChildrenWord& word) { return word.mName == key; });
+  return found == words.end() ? nullptr : &*found;
 }
 
 const AttributeWord& WordOf(Attribute attribute) {

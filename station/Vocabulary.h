@@ -102,18 +102,29 @@ struct AttributeWord {
   bool mHasLanguages;         // "Label:ja" may stand beside "Label".
   bool mIsLibrarys;           // The library itself reads it.
   std::string_view mMeaning;
+  std::string_view mWithout = {};  // What holds without it, where mDefault does not say.
 
   bool IsOn(Widget widget) const { return (mWidgets >> static_cast<unsigned>(widget) & 1) != 0; }
+};
+
+// A member that holds objects and is no attribute. The library takes the first that is there, in
+// this order.
+struct ChildrenWord {
+  std::string_view mName;
+  bool mIsList;  // An array of objects; otherwise one object.
+  std::string_view mMeaning;
 };
 
 // All words, each once. Those of the attributes are in the order of the enumeration.
 const std::vector<TypeWord>& Types();
 const std::vector<AttributeWord>& Attributes();
+const std::vector<ChildrenWord>& ChildrenWords();
 
 // Null for words that nobody knows.
 const TypeWord* FindType(std::string_view name);
 // With the language cut off, where the attribute may have one.
 const AttributeWord* FindAttribute(std::string_view key);
+const ChildrenWord* FindChildrenWord(std::string_view key);
 
 const AttributeWord& WordOf(Attribute attribute);
 inline std::string_view NameOf(Attribute attribute) { return WordOf(attribute).mName; }

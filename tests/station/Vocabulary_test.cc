@@ -80,6 +80,23 @@ TEST(VocabularyTest, SaysWhatTheLibraryKnows) {
                                                "Data", "Command"}));
 }
 
+TEST(VocabularyTest, KnowsTheMembersThatHoldObjects) {
+  std::string words;
+  for (const ChildrenWord& word : ChildrenWords()) {
+    words += std::string(word.mName) + (word.mIsList ? "[] " : "{} ");
+  }
+  EXPECT_EQ(words, "Objects[] Commands[] Object{} Dialog{} ");
+  EXPECT_EQ(FindChildrenWord("Object")->mName, "Object");
+  EXPECT_EQ(FindChildrenWord("Label"), nullptr);
+}
+
+TEST(VocabularyTest, SaysWhatHoldsWithoutWhereADefaultDoesNot) {
+  EXPECT_EQ(WordOf(Attribute::kState).mDefault, "NORMAL");
+  EXPECT_EQ(WordOf(Attribute::kState).mWithout, "by the limits, else NORMAL");
+  EXPECT_EQ(WordOf(Attribute::kMaxLength).mDefault, "1000");
+  EXPECT_EQ(WordOf(Attribute::kMaxLength).mWithout, "");
+}
+
 TEST(NumbersTest, ReadsDecimals) {
   const auto digits = [](const char* text) {
     const auto read = ReadDecimal(text);
