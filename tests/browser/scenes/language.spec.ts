@@ -37,8 +37,8 @@ test('questions and reasons are in Japanese', async ({open}) => {
   await object(page, 'careful').getByRole('button').or(page.locator('button[data-name="careful"]')).first().click();
   await expect(page.getByRole('alertdialog', {name: '本当に押しますか？'})).toBeVisible();
   await page.keyboard.press('Escape');
-  await page.getByRole('textbox', {name: 'Code'}).fill('no');
-  await page.getByRole('textbox', {name: 'Code'}).press('Enter');
+  await page.getByRole('textbox', {name: 'コード'}).fill('no');
+  await page.getByRole('textbox', {name: 'コード'}).press('Enter');
   await expect(part(object(page, 'code'), 'error')).toHaveText('数字四つです');
 });
 
