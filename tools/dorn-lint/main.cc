@@ -1,0 +1,108 @@
+// Checks resource files before a host loads them.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/dorn-lint/Exceptions.h"
+#include "tools/dorn-lint/Lint.h"
+#include "tools/dorn-lint/Output.h"
+#include "tools/dorn-lint/Schema.h"
+#include "tools/dorn-lint/Sources.h"
+#include "tools/dorn-lint/VocabularyPage.h"
+
+namespace {
+
+using namespace dorn::lint;
+
+enum Exit { kClean = 0, kFindings = 1, kCannotRead = 2 };
+
+struct Arguments {
+  std::vector<std::string> mPaths;
+  std::string mExceptions;
+  bool mIsJson = false;
+  bool mWantsRules = false;
+  bool mWantsSchema = false;
+  bool mWantsVocabulary = false;
+};
+
+void Describe(CLI::App& cli, Arguments& arguments) {
+  cli.footer(
+      "\nPrints file:line:column: severity: text [rule]. docs/lint.md explains each rule.\n"
+      "\nExit codes: 0 nothing found; 1 findings; 2 a file could not be read, or wrong usage.\n"
+      "\nExample:\n"
+      "  dorn-lint resources/*.json\n");
+  cli.add_option("files", arguments.mPaths, "Resource files, or folders of them");
+  cli.add_flag("--json", arguments.mIsJson, "Print the findings as a JSON array");
+  cli.add_option("--exceptions", arguments.mExceptions,
+                 "Findings that are meant to be: lines of FILE RULE NAME, with # for comments");
+  cli.add_flag("--rules", arguments.mWantsRules, "List the rules");
+  cli.add_flag("--schema", arguments.mWantsSchema,
+               "Print the JSON Schema of resource files, for editors");
+  cli.add_flag("--vocabulary", arguments.mWantsVocabulary,
+               "Print all types and attributes as Markdown");
+}
+
+void Print(const std::string& text) {
+  // A reader that has gone away is nobody's loss.
+  static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout));
+}
+
+int Complain(const std::string& text) {
+  std::fprintf(stderr, "dorn-lint: %s\n", text.c_str());
+  return kCannotRead;
+}
+
+int Check(const Arguments& arguments) {
+  Sources sources = ReadSources(arguments.mPaths);
+  std::vector<Finding> findings = Lint(std::move(sources.mRead), HasFile);
+  if (!arguments.mExceptions.empty()) {
+    std::string text;
+    std::string reason;
+    if (!ReadText(arguments.mExceptions, text, reason)) {
+      return Complain(arguments.mExceptions + ": " + reason);
+    }
+    std::vector<Finding> wrong;
+    const auto exceptions = ParseExceptions(arguments.mExceptions, text, wrong);
+    Apply(arguments.mExceptions, exceptions, findings);
+    findings.insert(findings.end(), wrong.begin(), wrong.end());
+  }
+  Print(arguments.mIsJson ? AsJson(findings) : AsLines(findings));
+  for (const std::string& failure : sources.mFailures) static_cast<void>(Complain(failure));
+  if (!sources.mFailures.empty()) return kCannotRead;
+  return findings.empty() ? kClean : kFindings;
+}
+
+int Run(const Arguments& arguments) {
+  if (arguments.mWantsRules) Print(RuleLines());
+  if (arguments.mWantsSchema) Print(Schema());
+  if (arguments.mWantsVocabulary) Print(VocabularyPage());
+  if (!arguments.mPaths.empty()) return Check(arguments);
+  const bool isDone = arguments.mWantsRules || arguments.mWantsSchema || arguments.mWantsVocabulary;
+  return isDone ? kClean : Complain("no files to check; --help tells more");
+}
+
+int Main(int argc, char** argv) {
+  CLI::App cli{"Checks resource files: what would be lost, misread or never found."};
+  Arguments arguments;
+  Describe(cli, arguments);
+  try {
+    cli.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return cli.exit(error) == 0 ? kClean : kCannotRead;
+  }
+  return Run(arguments);
+}
+
+}  // namespace
+
+// The library for the arguments reports its own misuse by exceptions.
+int main(int argc, char** argv) {
+  try {
+    return Main(argc, argv);
+  } catch (const std::exception& error) {
+    return Complain(error.what());
+  }
+}
