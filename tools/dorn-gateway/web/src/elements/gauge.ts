@@ -12,16 +12,12 @@ export class Gauge {
   constructor(private readonly parent: HTMLElement) {}
 
   show(item: Item, old: Item | undefined, page: Page): void {
-    const isNumber = item.raw !== "" && Number.isFinite(Number(item.raw));
-    if (isNumber && old?.raw !== item.raw) {
-      page.trends.add(item.name, Number(item.raw), performance.now());
-    }
     if (item.format !== "bar" && item.format !== "spark") {
       this.clear();
     } else if (item.format === "bar") {
       this.showBar(item);
     } else {
-      this.showSpark(item, page);
+      this.showSpark(item, old, page);
     }
   }
 
@@ -40,7 +36,11 @@ export class Gauge {
     showBar(this.bar, item);
   }
 
-  private showSpark(item: Item, page: Page): void {
+  // Only what is drawn is remembered: ten minutes of each of a thousand numbers are 10 MB.
+  private showSpark(item: Item, old: Item | undefined, page: Page): void {
+    const isNumber = item.raw !== "" && Number.isFinite(Number(item.raw));
+    const isNew = old?.raw !== item.raw || old.format !== item.format;
+    if (isNumber && isNew) page.trends.add(item.name, Number(item.raw), performance.now());
     if (!this.spark) {
       this.clear();
       this.parent.append((this.spark = new Spark()).element);
