@@ -106,13 +106,13 @@ VQValue& VQValue::operator=(const VQValue& other) { return *this = VQValue(other
 VQValue& VQValue::operator=(VQValue&& other) noexcept {
   if (this == &other) return *this;
   // Both taken before the old containers go, to which the source may belong.
-  std::shared_ptr<VQJObject> object = std::move(other.mObject);
-  std::shared_ptr<VQJArray> array = std::move(other.mArray);
+  std::shared_ptr<VQJObject> members = std::move(other.mObject);
+  std::shared_ptr<VQJArray> elements = std::move(other.mArray);
   mType = other.mType;
   mInt = other.mInt;
   mString = std::move(other.mString);
-  mObject.swap(object);
-  mArray.swap(array);
+  mObject.swap(members);
+  mArray.swap(elements);
   return *this;
 }
 

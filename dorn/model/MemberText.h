@@ -6,6 +6,7 @@
 #define DORN_MODEL_MEMBERTEXT_H_
 
 #include <cstddef>
+#include <ostream>
 #include <string>
 #include <utility>
 
@@ -15,6 +16,11 @@
 #include "dorn/model/VQJsonObjectHasList.h"
 
 namespace dorn {
+
+// A whole text, whatever the stream's width and flags are.
+inline void WriteWhole(std::ostream& out, const std::string& text) {
+  out.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
 
 // Counts one more item and puts a comma before it unless it is the first.
 inline void AppendComma(std::string& out, int& b) {

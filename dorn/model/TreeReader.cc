@@ -58,7 +58,7 @@ Attributes::iterator Store(Attributes& list, Attributes::iterator place, KZStrin
 
 // The member of the current value, which is an object, if it is of type T; otherwise null.
 template <class T>
-const T* Member(const JsonParser& jp, std::string_view key) {
+const T* MemberOf(const JsonParser& jp, std::string_view key) {
   const value* member = FindMember(jp.mValueCurrent->get<value::object>(), key);
   return member != nullptr && member->is<T>() ? &member->get<T>() : nullptr;
 }
@@ -120,11 +120,11 @@ bool TreeReader::MayBring(const value& member) {
 __attribute__((noinline)) VQJsonObject* TreeReader::Create(VQJsonObject* parent) const {
   if (!mReader.IsObject()) return new VQJsonObject(parent);
   VQJsonParser parser;
-  const auto* command = Member<std::string>(mReader, kKeyCommand);
+  const auto* command = MemberOf<std::string>(mReader, kKeyCommand);
   if (command != nullptr) return parser.CreateCommand(*command);
-  const auto* type = Member<std::string>(mReader, kKeyType);
+  const auto* type = MemberOf<std::string>(mReader, kKeyType);
   if (type == nullptr) return new VQJsonObject(parent);
-  const auto* layout = Member<std::string>(mReader, kKeyLayout);
+  const auto* layout = MemberOf<std::string>(mReader, kKeyLayout);
   return parser.CreateObject(*type, layout != nullptr ? *layout : "", parent);
 }
 
@@ -141,7 +141,7 @@ int TreeReader::ReadList(VQJsonObjectHasList& jo, const VQJObject* known, bool i
   const bool hasDialogs = !mIsLimited || level <= kDeepestLevelOfDialogs;
   for (const char* key : {kKeyObjects, kKeyCommands}) {
     if (key == kKeyCommands && !hasDialogs) continue;
-    const auto* list = Member<value::array>(mReader, key);
+    const auto* list = MemberOf<value::array>(mReader, key);
     if (list == nullptr) continue;
     const VQValue* same = FindKnown(jo, known, isFresh, key);
     // Held, because AddObject() of a host's class may change the attributes.

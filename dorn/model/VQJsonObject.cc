@@ -28,10 +28,6 @@ void* MarkFresh(void* storage, std::size_t size) noexcept {
   return storage;
 }
 
-void Write(std::ostream& out, const std::string& text) {
-  out.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
 // The entry of mDirty for a change that a session has made, or the host itself.
 KZString Tagged(const KZString& key, const KZString& sessionid) {
   if (sessionid.empty()) return key;
@@ -104,13 +100,13 @@ void VQJsonObject::OutJson(std::ostream& out, int& b) {
 void VQJsonObject::OutJsonMember(std::ostream& out, int& b) {
   std::string text;
   dorn::AppendAttributes(text, *this, b);
-  Write(out, text);
+  dorn::WriteWhole(out, text);
 }
 
 void VQJsonObject::OutJsonDirtyMember(std::ostream& out, int& b, const KZString& sessionid) {
   std::string text;
   dorn::AppendDirtyAttributes(text, *this, b, sessionid);
-  Write(out, text);
+  dorn::WriteWhole(out, text);
 }
 
 void VQJsonObject::OutJsonList(std::ostream& /*out*/, int& /*b*/) {}

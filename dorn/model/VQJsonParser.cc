@@ -6,6 +6,7 @@
 #include "dorn/base/TraceFilter.h"
 #include "dorn/json/JsonParser.h"
 #include "dorn/model/CommandReader.h"
+#include "dorn/model/MemberText.h"
 #include "dorn/model/TreeReader.h"
 #include "dorn/model/TreeWalk.h"
 #include "dorn/model/UpdateComposer.h"
@@ -31,10 +32,6 @@ bool FindDialog(JsonParser& jp) {
     if (IsDialog(jp)) return true;
   }
   return false;
-}
-
-void Write(std::ostream& out, const std::string& text) {
-  out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 }  // namespace
@@ -98,18 +95,18 @@ void VQJsonParser::OutUpdateCommandRaw(std::ostream& out, VQJsonObject* jo, int&
                                        bool allflag, const KZString& sessionid) {
   std::string text;
   dorn::AppendUpdateCommandRaw(text, *jo, comma, allflag, sessionid);
-  Write(out, text);
+  dorn::WriteWhole(out, text);
 }
 
 void VQJsonParser::OutDeleteCommandRaw(std::ostream& out, VQJsonObject* jo, int& comma) {
   std::string text;
   dorn::AppendDeleteCommandRaw(text, *jo, comma);
-  Write(out, text);
+  dorn::WriteWhole(out, text);
 }
 
 void VQJsonParser::OutAddCommandRaw(std::ostream& out, VQJsonObject* jo, int& comma, int& indent,
                                     int /*create*/) {
   std::string text;
   dorn::AppendAddCommandRaw(text, *jo, comma, indent);
-  Write(out, text);
+  dorn::WriteWhole(out, text);
 }

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 namespace {
-constexpr int kSmallestBuffer = 3000;
+constexpr int kSmallestDatagramBuffer = 3000;
 }
 
 KZSocketUdp::KZSocketUdp(int size, KZStream* stream, KZFdDataList* list)
@@ -15,7 +15,7 @@ KZSocketUdp::~KZSocketUdp() = default;
 
 int KZSocketUdp::Open(const char* host, int port, int buffersize) {
   // Without memory for a buffer what arrives is dropped.
-  static_cast<void>(CreateBuffer(std::max(buffersize, kSmallestBuffer)));
+  static_cast<void>(CreateBuffer(std::max(buffersize, kSmallestDatagramBuffer)));
   addrinfo* ai = nullptr;
   if (GetAddrInfo(AI_PASSIVE | AI_ADDRCONFIG, AF_INET, SOCK_DGRAM, host, port, &ai) != 0) {
     return -1;

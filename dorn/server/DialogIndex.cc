@@ -11,12 +11,12 @@ namespace dorn {
 namespace {
 
 // Up to so many dialogs are looked at: that is as cheap, and exact whatever was written by hand.
-constexpr std::size_t kFew = 16;
+constexpr std::size_t kFewDialogs = 16;
 
-std::uint64_t gSteps = 0;
+std::uint64_t gDialogSteps = 0;
 
 // Never destroyed: dialogs may be used until the process ends.
-DialogIndex& TheIndex() {
+DialogIndex& TheDialogIndex() {
   static auto* const index = new DialogIndex;
   return *index;
 }
@@ -24,7 +24,7 @@ DialogIndex& TheIndex() {
 }  // namespace
 
 DialogIndex& DialogIndex::Of(const VQDialogList& list) {
-  DialogIndex& index = TheIndex();
+  DialogIndex& index = TheDialogIndex();
   if (index.mList != &list) {
     const std::uint64_t version = index.mVersion + 1;
     index = DialogIndex();
@@ -39,7 +39,7 @@ std::set<KZString> DialogIndex::NamesFor(const KZString& session, const KZString
   std::set<KZString> names;
   if (IsFew()) {
     auto it = behind != nullptr ? dialogs.upper_bound(*behind) : dialogs.begin();
-    for (; it != dialogs.end(); ++it, ++gSteps) names.insert(it->first);
+    for (; it != dialogs.end(); ++it, ++gDialogSteps) names.insert(it->first);
     return names;
   }
   Synchronise();
@@ -68,7 +68,7 @@ std::vector<KZString> DialogIndex::NamesOf(const VQDialog* dialog, const KZStrin
   std::vector<KZString> names;
   if (IsFew()) {
     for (const auto& [name, other] : mList->mDialogList) {
-      ++gSteps;
+      ++gDialogSteps;
       if (other == dialog) names.push_back(name);
     }
     return names;
@@ -106,14 +106,14 @@ void DialogIndex::Erased(std::size_t size, const KZString& name, const VQDialog*
 }
 
 void DialogIndex::DialogMade(const VQDialog& dialog) {
-  DialogIndex& index = TheIndex();
+  DialogIndex& index = TheDialogIndex();
   if (index.mIsBuilt) index.mStrangers.insert(&dialog);
 }
 
-void DialogIndex::DialogGone(const VQDialog& dialog) { TheIndex().mStrangers.erase(&dialog); }
+void DialogIndex::DialogGone(const VQDialog& dialog) { TheDialogIndex().mStrangers.erase(&dialog); }
 
 void DialogIndex::TreeAdded(const VQDialog& dialog, const KZString& session) {
-  DialogIndex& index = TheIndex();
+  DialogIndex& index = TheDialogIndex();
   if (!index.Expects(1)) return;
   ++index.mTreeCount;
   if (index.mNames.count(&dialog) == 0) {
@@ -126,7 +126,7 @@ void DialogIndex::TreeAdded(const VQDialog& dialog, const KZString& session) {
 }
 
 void DialogIndex::TreeRemoved(const VQDialog& dialog, const KZString& session) {
-  DialogIndex& index = TheIndex();
+  DialogIndex& index = TheDialogIndex();
   if (index.Expects(1)) {
     ++index.mTreeCount;
   } else if (!index.Expects(0)) {
@@ -142,17 +142,17 @@ void DialogIndex::TreeRemoved(const VQDialog& dialog, const KZString& session) {
 }
 
 void DialogIndex::TreeDestroyed() {
-  DialogIndex& index = TheIndex();
+  DialogIndex& index = TheDialogIndex();
   if (index.Expects(1)) ++index.mTreeCount;
 }
 
 void DialogIndex::Forget(const VQDialogList& list) {
-  if (TheIndex().mList == &list) TheIndex() = DialogIndex();
+  if (TheDialogIndex().mList == &list) TheDialogIndex() = DialogIndex();
 }
 
-std::uint64_t DialogIndex::Steps() { return gSteps; }
+std::uint64_t DialogIndex::Steps() { return gDialogSteps; }
 
-bool DialogIndex::IsFew() const { return mList->mDialogList.size() <= kFew; }
+bool DialogIndex::IsFew() const { return mList->mDialogList.size() <= kFewDialogs; }
 
 // Whether so many trees have come or gone since the index was right.
 bool DialogIndex::Expects(std::uint64_t more) const {
@@ -179,13 +179,13 @@ void DialogIndex::Rebuild() {
 }
 
 void DialogIndex::Enter(const KZString& name, const VQDialog* dialog) {
-  ++gSteps;
+  ++gDialogSteps;
   const bool isKnown = mNames.count(dialog) != 0;
   mNames[dialog].insert(name);
   if (isKnown) return;
   if (dialog->mSessionResourceList.empty()) mBare.insert(dialog);
   for (const auto& [session, tree] : dialog->mSessionResourceList) {
-    ++gSteps;
+    ++gDialogSteps;
     mBySession[session].insert(dialog);
   }
 }

@@ -84,9 +84,9 @@ class Place {
 };
 
 // Follows a name from folder to folder as the system does, and remembers where links have led.
-class Walk {
+class FolderWalk {
  public:
-  explicit Walk(const std::string& start) : mPlace(start) { AddRoot(mPlace); }
+  explicit FolderWalk(const std::string& start) : mPlace(start) { AddRoot(mPlace); }
 
   // False if there is no such folder.
   bool HasBegun() const { return mPlace.Exists(); }
@@ -180,7 +180,7 @@ ResourceFile FindResource(std::string_view name) {
   }
   // The system takes no longer path either.
   if (result.mPath.size() >= PATH_MAX) return result;
-  Walk walk(folder);
+  FolderWalk walk(folder);
   if (!walk.HasBegun()) return result;
   ForEachPart(name, [&walk](std::string_view part, bool isFolder) {
     return walk.Enter(std::string(part), isFolder);

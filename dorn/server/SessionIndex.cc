@@ -9,14 +9,14 @@ namespace dorn {
 namespace {
 
 // Up to so many sessions are walked: that is as cheap, and exact whatever was written by hand.
-constexpr std::size_t kFew = 32;
+constexpr std::size_t kFewSessions = 32;
 
 constexpr std::size_t kMinOrphanLimit = 1024;
 
-std::uint64_t gSteps = 0;
+std::uint64_t gSessionSteps = 0;
 
 // Never destroyed: sessions may be used until the process ends.
-SessionIndex& TheIndex() {
+SessionIndex& TheSessionIndex() {
   static auto* const index = new SessionIndex;
   return *index;
 }
@@ -28,7 +28,7 @@ bool HasTimerId(const VQSession* session, unsigned int timerId) {
 }  // namespace
 
 SessionIndex& SessionIndex::Of(const VQSessionList& list) {
-  SessionIndex& index = TheIndex();
+  SessionIndex& index = TheSessionIndex();
   if (index.mList != &list) {
     index.Clear();
     index.mList = &list;
@@ -38,7 +38,7 @@ SessionIndex& SessionIndex::Of(const VQSessionList& list) {
 
 SessionIndex::Map::const_iterator SessionIndex::Find(unsigned int timerId) {
   const Map& sessions = mList->mSessionList;
-  if (sessions.size() <= kFew) {
+  if (sessions.size() <= kFewSessions) {
     mOrphans.erase(timerId);
     return Walk(timerId);
   }
@@ -69,7 +69,7 @@ void SessionIndex::Rebuild() {
   const Map& sessions = mList->mSessionList;
   mKeys.clear();
   for (const auto& [key, session] : sessions) {
-    ++gSteps;
+    ++gSessionSteps;
     if (session != nullptr) mKeys.emplace(session->mTimerId, key);
   }
   mSize = sessions.size();
@@ -105,9 +105,9 @@ void SessionIndex::DropCancelled() {
 void SessionIndex::Clear() { *this = SessionIndex(); }
 
 void SessionIndex::Forget(const VQSessionList& list) {
-  if (TheIndex().mList == &list) TheIndex().Clear();
+  if (TheSessionIndex().mList == &list) TheSessionIndex().Clear();
 }
 
-std::uint64_t SessionIndex::Steps() { return gSteps; }
+std::uint64_t SessionIndex::Steps() { return gSessionSteps; }
 
 }  // namespace dorn

@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int kLogBufferSize = 1024;
+constexpr int kListenerLogSize = 1024;
 constexpr int kReceiveBufferSize = 0x80000;
 
 constexpr int kMaxAttempts = 16;
@@ -68,7 +68,7 @@ int MoveToLowest(int fd) {
 }  // namespace
 
 VQStationSocket::VQStationSocket(KZStream* stream, KZFdDataList* list)
-    : KZServerSocket(kLogBufferSize, stream, list), mStream(stream) {}
+    : KZServerSocket(kListenerLogSize, stream, list), mStream(stream) {}
 
 VQStationSocket::~VQStationSocket() {
   if (mSpare >= 0) close(mSpare);

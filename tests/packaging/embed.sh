@@ -12,7 +12,7 @@ fail() {
 
 rm -rf "$work"
 mkdir -p "$work"
-cmake -S "$source/tests/packaging/embedding" -B "$work/build" -G Ninja -DDORN_SOURCE="$source" \
+cmake -S "$source/tests/packaging/embedding" -B "$work/build" -G Ninja -DDORN_SOURCE="$source" -DDORN_UNITY=ON \
   -DCMAKE_INSTALL_PREFIX="$work/prefix" >"$work/configure.log" 2>&1 || { cat "$work/configure.log"; fail "it cannot be configured"; }
 cmake --build "$work/build" >"$work/build.log" || { cat "$work/build.log"; fail "it does not build"; }
 "$work/build/host" || fail "the host of the embedding project failed"

@@ -26,7 +26,7 @@ fail() {
 rm -rf "$work"
 mkdir -p "$work"
 cmake -S "$source" -B "$work/library" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE="$type" \
-  -DBUILD_TESTING=OFF -DDORN_WERROR=ON -DCMAKE_INSTALL_PREFIX="$installed" -DCMAKE_INSTALL_LIBDIR=$lib >/dev/null
+  -DBUILD_TESTING=OFF -DDORN_UNITY=ON -DDORN_WERROR=ON -DCMAKE_INSTALL_PREFIX="$installed" -DCMAKE_INSTALL_LIBDIR=$lib >/dev/null
 cmake --build "$work/library" >"$work/build.log" || { cat "$work/build.log"; fail "the library does not build"; }
 cmake --install "$work/library" >/dev/null
 unset DESTDIR
