@@ -38,7 +38,7 @@ holds runtime "$lib/libdorn\.so\.1" "$lib/libdorn\.so\.1\.8\.7"
 holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|loop|net|json|model|server)/[A-Za-z]+\.h' \
   'share/man/man7/libdorn\.7' \
   "$lib/cmake/dorn/dorn(Config|ConfigVersion|Targets|Targets-[a-z]+)\.cmake" "$lib/pkgconfig/dorn\.pc"
-holds tools 'bin/dorn-(station|lint)' 'share/man/man1/dorn-(station|lint)\.1' 'share/dorn/resource\.schema\.json'
+holds tools 'bin/dorn-(station|lint|terminal)' 'share/man/man1/dorn-(station|lint|terminal)\.1' 'share/dorn/resource\.schema\.json'
 holds gateway 'bin/dorn-gateway' 'share/man/man1/dorn-gateway\.1'
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z]+\.md' \
   'share/doc/dorn/docs/images/[a-z]+\.png'
@@ -52,6 +52,7 @@ done
 mkdir "$work/moved"
 cp -a "$work/runtime/." "$work/tools/." "$work/moved"
 env -u LD_LIBRARY_PATH "$work/moved/bin/dorn-station" --help >/dev/null || fail "the installed dorn-station does not start"
+env -u LD_LIBRARY_PATH "$work/moved/bin/dorn-terminal" --help >/dev/null || fail "the installed dorn-terminal does not start"
 
 for line in 'cmake -S examples/smallest -B build/smallest -G Ninja && cmake --build build/smallest' \
   'g++ -std=c++17 main.cc -o smallest $(pkg-config --cflags --libs dorn)'; do

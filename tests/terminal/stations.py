@@ -1,0 +1,227 @@
+"""What the tests of dorn-terminal as a program need: hosts, terminals, time-outs."""
+import fcntl, os, pty, re, select, signal, socket, struct, subprocess, sys, tempfile, termios, threading, time
+
+PATIENCE = 30 * float(os.environ.get("DORN_TEST_TIMEOUT_SCALE", "1"))
+
+
+def fail(why):
+    raise AssertionError(why)
+
+
+def until(condition, what, seconds=PATIENCE):
+    """Waits until `condition()` gives something true, and returns it."""
+    end = time.monotonic() + seconds
+    while True:
+        got = condition()
+        if got:
+            return got
+        if time.monotonic() > end:
+            fail("waited in vain for " + (what() if callable(what) else what))
+        time.sleep(0.02)
+
+
+class Host:
+    """A host program at a port that the system chooses, or at a given one."""
+
+    def __init__(self, program, port=0):
+        self.program = program
+        self.start(port)
+
+    def start(self, port=0):
+        told = tempfile.mktemp()
+        environment = dict(os.environ, DORN_STATION="127.0.0.1:%d" % port, DORN_STATION_FILE=told)
+        self.process = subprocess.Popen([self.program], env=environment, cwd=os.path.dirname(self.program),
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        until(lambda: os.path.exists(told) and ":" in open(told).read(), "the host to listen")
+        self.port = int(open(told).read().rsplit(":", 1)[1])
+        os.unlink(told)
+
+    def stop(self, how=signal.SIGTERM):
+        self.process.send_signal(how)
+        self.process.wait()
+
+
+class Terminal:
+    """dorn-terminal inside a tmux of its own."""
+
+    def __init__(self, program, arguments, width=80, height=24, locale="C.UTF-8"):
+        self.folder = tempfile.mkdtemp()
+        self.height = height
+        self.ended = os.path.join(self.folder, "ended")
+        command = "LC_ALL=%s '%s' %s; echo $? >'%s'; sleep 1000" % (locale, program, arguments, self.ended)
+        self.tmux("new-session", "-d", "-x", str(width), "-y", str(height), command)
+
+    def tmux(self, *words):
+        socket_path = os.path.join(self.folder, "tmux")
+        done = subprocess.run(["tmux", "-u", "-S", socket_path, "-f", "/dev/null", *words], capture_output=True,
+                              env=dict(os.environ, LC_ALL="C.UTF-8", TERM="screen"))
+        return done.stdout.decode("utf-8", "replace")
+
+    def keys(self, *keys):
+        self.tmux("send-keys", *keys)
+
+    def type(self, text):
+        self.tmux("send-keys", "-l", text)
+
+    def screen(self):
+        return self.tmux("capture-pane", "-p")
+
+    def see(self, text):
+        return until(lambda: text in (shown := self.screen()) and shown, lambda: "%r in\n%s" % (text, self.screen()))
+
+    def see_no(self, text):
+        until(lambda: text not in self.screen(), lambda: "no %r in\n%s" % (text, self.screen()))
+
+    def exit_code(self):
+        def code():
+            return os.path.exists(self.ended) and open(self.ended).read().strip()
+        return int(until(code, lambda: "the end of\n" + self.screen()))
+
+    def close(self):
+        self.tmux("kill-server")
+
+
+class RawTerminal:
+    """dorn-terminal on a pseudo terminal of which every byte is seen."""
+
+    def __init__(self, program, arguments, width=80, height=24, locale="C.UTF-8", term="xterm-256color"):
+        self.bytes = b""
+        self.code = None
+        self.master, self.slave = pty.openpty()
+        fcntl.ioctl(self.master, termios.TIOCSWINSZ, struct.pack("HHHH", height, width, 0, 0))
+        self.before = termios.tcgetattr(self.slave)
+        environment = dict(os.environ, LC_ALL=locale, TERM=term)
+
+        def lead():
+            os.setsid()
+            fcntl.ioctl(0, termios.TIOCSCTTY, 0)
+        self.process = subprocess.Popen([program, *arguments], stdin=self.slave, stdout=self.slave,
+                                        stderr=self.slave, env=environment, preexec_fn=lead)
+
+    def read(self):
+        """What has come so far."""
+        while self.master is not None and select.select([self.master], [], [], 0)[0]:
+            try:
+                self.bytes += os.read(self.master, 65536)
+            except OSError:
+                break
+        return self.bytes
+
+    def see(self, text):
+        until(lambda: text in self.read(), lambda: "%r in %r" % (text, self.bytes[-2000:]))
+
+    def type(self, data):
+        os.write(self.master, data)
+
+    def attributes(self):
+        return termios.tcgetattr(self.slave)
+
+    def exit_code(self, reads=True):
+        def code():
+            if reads:
+                self.read()
+            return self.process.poll() is not None
+        until(code, lambda: "the end of the terminal")
+        return self.process.returncode
+
+    def hang_up(self):
+        os.close(self.slave)
+        os.close(self.master)
+        self.master = None
+
+
+class Proxy:
+    """Between a terminal and a host; its connections can be cut."""
+
+    def __init__(self, port):
+        self.to = port
+        self.pairs = []
+        self.is_open = True
+        self.server = socket.create_server(("127.0.0.1", 0))
+        self.port = self.server.getsockname()[1]
+        threading.Thread(target=self.accept, daemon=True).start()
+
+    def accept(self):
+        while True:
+            near, _ = self.server.accept()
+            if not self.is_open:
+                near.close()
+                continue
+            far = socket.create_connection(("127.0.0.1", self.to))
+            self.pairs.append((near, far))
+            for source, target in ((near, far), (far, near)):
+                threading.Thread(target=self.carry, args=(source, target), daemon=True).start()
+
+    @staticmethod
+    def carry(source, target):
+        try:
+            while data := source.recv(65536):
+                target.sendall(data)
+        except OSError:
+            pass
+
+    def cut(self):
+        self.is_open = False
+        for pair in self.pairs:
+            for end in pair:
+                try:
+                    end.shutdown(socket.SHUT_RDWR)
+                except OSError:
+                    pass
+        self.pairs = []
+
+    def mend(self):
+        self.is_open = True
+
+
+class WildHost:
+    """Logs everybody in and shows what it was given, readable or not."""
+
+    def __init__(self, tree, after=b""):
+        self.tree = tree
+        self.after = after
+        self.connections = []
+        self.server = socket.create_server(("127.0.0.1", 0))
+        self.port = self.server.getsockname()[1]
+        threading.Thread(target=self.accept, daemon=True).start()
+
+    def accept(self):
+        while True:
+            connection, _ = self.server.accept()
+            self.connections.append(connection)
+            threading.Thread(target=self.serve, args=(connection,), daemon=True).start()
+
+    def serve(self, connection):
+        held = b""
+        is_after = False
+        try:
+            while data := connection.recv(65536):
+                held += data
+                while b"\x03" in held:
+                    text, held = held.split(b"\x03", 1)
+                    is_tree = self.answer(connection, text)
+                    if is_tree and not is_after:
+                        is_after = True
+                        connection.sendall(self.after)
+        except OSError:
+            pass
+
+    def answer(self, connection, text):
+        if b'"HELLO"' in text:
+            connection.sendall(b'\x02{"Command":"OPEN","DialogName":"wild","SessionId":"s"}\x03')
+        is_tree = False
+        for name in re.findall(rb'"GETFILE","File":"([^"]*)"', text):
+            if name.startswith(b"?"):
+                connection.sendall(b'\x02{"Command":"PUTFILE","File":"%s","Status":"ERROR"}\x03' % name)
+            else:
+                is_tree = True
+                connection.sendall(b'\x02{"Command":"PUTFILE","Date":"24-01-02 03:04:05","File":"%s","Length":%d}\x03'
+                                   % (name, len(self.tree)) + self.tree)
+        return is_tree
+
+
+def run(tests):
+    """Runs the test that the command line names, with the arguments behind it."""
+    name = sys.argv[1]
+    tests[name](*sys.argv[2:])
+    print(name + ": passed")
