@@ -12,15 +12,6 @@
 #include "station/Framing.h"
 #include "tools/line/Line.h"
 
-// Exit codes of the program.
-enum class Outcome {
-  kDone = 0,
-  kFailedExpectation = 1,
-  kUsage = 2,
-  kCannotConnect = 3,
-  kClosedByServer = 4,
-};
-
 class Station : private dorn::station::Framing::Sink, private dorn::tools::Line::Hooks {
  public:
   struct Options {

@@ -6,8 +6,11 @@
 #include <exception>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "tools/dorn-station/Outcome.h"
+#include "tools/dorn-station/RunScenes.h"
 #include "tools/dorn-station/Station.h"
 #include "tools/dorn-station/Steps.h"
 
@@ -29,6 +32,7 @@ struct Arguments {
 
 void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
   cli.footer(std::string(kStepHelp) +
+             "\nScenes of several stations, for tests of hosts: dorn-station run --help\n"
              "\nWithout lines as arguments they are read from standard input.\n"
              "\nExit codes: 0 done; 1 an expectation failed; 2 wrong usage; 3 cannot connect;\n"
              "4 the server closed the connection before the work was done.\n"
@@ -186,7 +190,8 @@ int Main(int argc, char** argv) {
 // The library for the arguments reports its own misuse by exceptions.
 int main(int argc, char** argv) {
   try {
-    return Main(argc, argv);
+    const bool runsScenes = argc > 1 && std::string_view(argv[1]) == "run";
+    return runsScenes ? RunScenes(argc - 1, argv + 1) : Main(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "dorn-station: %s\n", error.what());
     return static_cast<int>(Outcome::kUsage);
