@@ -37,7 +37,7 @@ holds() { # COMPONENT PATTERN... : every file of it matches one of the patterns,
 holds runtime "$lib/libdorn\.so\.1" "$lib/libdorn\.so\.1\.8\.7"
 holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|loop|net|json|model|server)/[A-Za-z]+\.h' \
   'share/man/man7/libdorn\.7' \
-  "$lib/cmake/dorn/dorn(Config|ConfigVersion|Targets|Targets-[a-z]+)\.cmake" "$lib/pkgconfig/dorn\.pc"
+  "$lib/cmake/dorn/(dorn(Config|ConfigVersion|Targets|Targets-[a-z]+)|Dorn(Run)?HostTest)\.cmake" "$lib/pkgconfig/dorn\.pc"
 holds tools 'bin/dorn-(station|lint|terminal)' 'share/man/man1/dorn-(station|lint|terminal)\.1' 'share/dorn/resource\.schema\.json'
 holds gateway 'bin/dorn-gateway' 'share/man/man1/dorn-gateway\.1'
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z]+\.md' \
@@ -62,6 +62,16 @@ export PKG_CONFIG_PATH=$work/all/$lib/pkgconfig
 cd "$source/examples/smallest"
 cmake -S . -B "$work/smallest" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$work/all" >/dev/null
 cmake --build "$work/smallest" >"$work/smallest.log" || { cat "$work/smallest.log"; fail "the smallest example does not build by itself"; }
+# Its scenes, played by the installed dorn-station; without that, a word on what is missing.
+cmake -S . -B "$work/smallest" -DBUILD_TESTING=ON >/dev/null
+ctest --test-dir "$work/smallest" >"$work/scenes.log" || { cat "$work/scenes.log"; fail "the scenes do not hold"; }
+grep -q '100% tests passed, 0 tests failed out of 1' "$work/scenes.log" || fail "no scenes are played: $(cat "$work/scenes.log")"
+rm -rf "$work/without"
+cmake --install "$build" --prefix "$work/without" --component development >/dev/null
+cmake --install "$build" --prefix "$work/without" --component runtime >/dev/null
+if said=$(cmake -S . -B "$work/no-tools" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$work/without" \
+  -DBUILD_TESTING=ON 2>&1); then fail "scenes without dorn-station"; fi
+grep -q 'needs dorn-station' <<<"$said" || fail "no word on the missing dorn-station: $said"
 # shellcheck disable=SC2046
 "$compiler" -std=c++17 main.cc -o "$work/one-line" $(pkg-config --cflags --libs dorn)
 cp -r resources "$work/resources"
