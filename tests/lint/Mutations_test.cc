@@ -1,4 +1,5 @@
-// Whatever somebody does to a resource file, each finding stands inside it.
+// Whatever somebody does to a resource file, each finding stands inside it, and what can be read of
+// it can be shown.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 
 #include "station/Utf8.h"
 #include "tools/dorn-lint/Lint.h"
+#include "tools/dorn-lint/Preview.h"
 
 namespace dorn::lint {
 namespace {
@@ -83,6 +85,7 @@ TEST(LintMutationsTest, FindingsStandInsideTheFile) {
     const auto found = Lint({{"resources/gallery.json", "resources/gallery.json", text}},
                             [](const std::string&) { return true; });
     bool isRead = true;
+    bool isDialog = true;
     for (const Finding& each : found) {
       ASSERT_GE(each.mLine, 1U);
       ASSERT_LE(each.mLine, widths.size()) << each.mText;
@@ -91,12 +94,32 @@ TEST(LintMutationsTest, FindingsStandInsideTheFile) {
       ASSERT_TRUE(station::IsValidUtf8(each.mText));
       ASSERT_EQ(each.mText.find('\n'), std::string::npos);
       isRead = isRead && each.mRule != "syntax";
+      const bool isAboutAll = each.mText.compare(0, 9, "no dialog") == 0;
+      isDialog = isDialog && isRead && !isAboutAll;
+    }
+    if (round % 10 == 0) {
+      const auto picture = Preview(ReadDocument(text), {80, 24}, "ja");
+      ASSERT_EQ(picture.has_value(), isDialog);
+      ASSERT_TRUE(!picture || station::IsValidUtf8(*picture));
     }
     findings += found.size();
     readable += isRead ? 1 : 0;
   }
   EXPECT_GT(findings, 1000U);
   EXPECT_GT(readable, 200);
+}
+
+TEST(LintMutationsTest, ShowsWhatIsAsDeepAsMayBe) {
+  std::string text = "{\"Command\":\"DIALOG\",\"Name\":\"d\"";
+  std::string end = "}";
+  for (int depth = 3; depth <= kMaxDepth; depth += 2) {
+    text += ",\"Objects\":[{\"Name\":\"g\",\"Type\":\"GROUP\"";
+    end += "]}";
+  }
+  const Document read = ReadDocument(text + end);
+  ASSERT_TRUE(read.IsRead()) << read.mReason;
+  EXPECT_EQ(read.mDepth, kMaxDepth - 1);
+  EXPECT_TRUE(Preview(read, {80, 0}, "").has_value());
 }
 
 }  // namespace

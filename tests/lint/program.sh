@@ -97,6 +97,43 @@ exceptions.txt:3:1: error: no exception: write FILE RULE NAME [exceptions]
 exceptions.txt:4:1: error: there is no rule of this name: see --rules [exceptions]" ] || fail "wrong exceptions: $out"
 ends_with 2 --exceptions none.txt resources
 
+# --preview is what a terminal shows.
+cat >resources/panel.json <<'JSON'
+{"Command": "DIALOG", "Name": "panel", "Title": "Panel", "Title:ja": "操作盤", "Objects": [
+  {"Name": "g", "Type": "GROUP", "Title": "Basin", "Title:ja": "水槽", "Objects": [
+    {"Name": "level", "Type": "LABEL", "Label": "Level", "Label:ja": "水位", "Value": 120, "Unit": "cm"},
+    {"Name": "lost", "Type": "LABEL", "Label": "Lost", "Label:ja": "なし", "Value": 1.5},
+    {"Name": "no_group", "Type": "LABEL", "Objects": [{"Name": "gone", "Type": "LABEL", "Value": "gone"}]}]},
+  {"Name": "b", "Type": "BUTTON", "Label": "Start", "Label:ja": "運転"}
+]}
+JSON
+ends_with 0 --preview resources/panel.json
+plain=$out
+ends_with 0 --preview 80 resources/panel.json
+[ "$out" = "$plain" ] || fail "80 is not the width of a preview"
+ends_with 0 --preview 60x4 --language ja resources/panel.json
+python3 - "$plain" "$out" <<'PYTHON' || fail "--preview prints $plain $out"
+import sys, unicodedata
+def width(line): return sum(2 if unicodedata.east_asian_width(c) in 'WF' else 1 for c in line)
+english, japanese = (each.split('\n') for each in sys.argv[1:])
+assert english[0] == 'Panel' and japanese[0] == '操作盤', (english, japanese)
+assert len(japanese) == 4, japanese
+for wanted in ('Basin', 'Level', '120 cm', 'Lost', 'Start', '┌', '┘'): assert wanted in sys.argv[1], wanted
+for lost in ('1.5', 'gone'): assert lost not in sys.argv[1], lost
+for picture, most in ((english, 80), (japanese, 60)):
+    assert all(width(line) <= most for line in picture)
+frame = [line for line in japanese[1:] if line[0] in '┌│└']
+assert len(frame) == 3 and '水槽' in frame[0] and '水位' in frame[1] and '120 cm' in frame[1], japanese
+assert len({width(line[:line.rindex(line[-1]) + 1]) for line in frame}) == 1, frame
+PYTHON
+ends_with 2 --preview nothing.json
+[ "$err" = "dorn-lint: nothing.json: is no dialog; dorn-lint without --preview tells why" ] || fail "of no dialog: $err"
+ends_with 2 --preview 5x5 resources/panel.json
+ends_with 2 --preview
+printf '{"Command": "DIALOG", "Name": "deep", "Objects": [%s%s]}' \
+  "$(printf '{"Name":"a","Type":"GROUP","Objects":[%.0s' $(seq 500))" "$(printf ']}%.0s' $(seq 500))" >deep.json
+ends_with 0 --preview 100x30 deep.json
+
 ends_with 0 --help
 grep -q 'Exit codes' <<<"$out" || fail "--help does not tell the exit codes"
 ends_with 0 --rules

@@ -36,7 +36,7 @@ std::string OneOf(const station::AttributeWord& word) {
 
 // What IsRight() accepts, in the words of the schema.
 std::string Restriction(const station::AttributeWord& word) {
-  const std::string plain(kPlain);
+  std::string plain(kPlain);
   switch (word.mValues) {
     case Values::kText:
     case Values::kAny:

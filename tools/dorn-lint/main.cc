@@ -9,13 +9,17 @@
 #include "tools/dorn-lint/Exceptions.h"
 #include "tools/dorn-lint/Lint.h"
 #include "tools/dorn-lint/Output.h"
+#include "tools/dorn-lint/Preview.h"
 #include "tools/dorn-lint/Schema.h"
 #include "tools/dorn-lint/Sources.h"
 #include "tools/dorn-lint/VocabularyPage.h"
 
 namespace {
 
-using namespace dorn::lint;
+using dorn::lint::Finding;
+using dorn::lint::PictureSize;
+using dorn::lint::Source;
+using dorn::lint::Sources;
 
 enum Exit { kClean = 0, kFindings = 1, kCannotRead = 2 };
 
@@ -23,12 +27,15 @@ struct Arguments {
   std::vector<std::string> mPaths;
   std::string mExceptions;
   bool mIsJson = false;
+  bool mWantsPreview = false;
+  PictureSize mSize;
+  std::string mLanguage;
   bool mWantsRules = false;
   bool mWantsSchema = false;
   bool mWantsVocabulary = false;
 };
 
-void Describe(CLI::App& cli, Arguments& arguments) {
+void Describe(CLI::App& cli, Arguments& arguments, std::string& preview) {
   cli.footer(
       "\nPrints file:line:column: severity: text [rule]. docs/lint.md explains each rule.\n"
       "\nExit codes: 0 nothing found; 1 findings; 2 a file could not be read, or wrong usage.\n"
@@ -38,6 +45,11 @@ void Describe(CLI::App& cli, Arguments& arguments) {
   cli.add_flag("--json", arguments.mIsJson, "Print the findings as a JSON array");
   cli.add_option("--exceptions", arguments.mExceptions,
                  "Findings that are meant to be: lines of FILE RULE NAME, with # for comments");
+  cli.add_option("--preview", preview,
+                 "Print how a terminal shows each file instead, such as 80 or 132x43 cells large")
+      ->type_name("[WxH]")
+      ->expected(0, 1);
+  cli.add_option("--language", arguments.mLanguage, "The language of the preview, such as ja");
   cli.add_flag("--rules", arguments.mWantsRules, "List the rules");
   cli.add_flag("--schema", arguments.mWantsSchema,
                "Print the JSON Schema of resource files, for editors");
@@ -56,43 +68,75 @@ int Complain(const std::string& text) {
 }
 
 int Check(const Arguments& arguments) {
-  Sources sources = ReadSources(arguments.mPaths);
-  std::vector<Finding> findings = Lint(std::move(sources.mRead), HasFile);
+  Sources sources = dorn::lint::ReadSources(arguments.mPaths);
+  std::vector<Finding> findings = dorn::lint::Lint(std::move(sources.mRead), dorn::lint::HasFile);
   if (!arguments.mExceptions.empty()) {
     std::string text;
     std::string reason;
-    if (!ReadText(arguments.mExceptions, text, reason)) {
+    if (!dorn::lint::ReadText(arguments.mExceptions, text, reason)) {
       return Complain(arguments.mExceptions + ": " + reason);
     }
     std::vector<Finding> wrong;
-    const auto exceptions = ParseExceptions(arguments.mExceptions, text, wrong);
-    Apply(arguments.mExceptions, exceptions, findings);
+    const auto exceptions = dorn::lint::ParseExceptions(arguments.mExceptions, text, wrong);
+    dorn::lint::Apply(arguments.mExceptions, exceptions, findings);
     findings.insert(findings.end(), wrong.begin(), wrong.end());
   }
-  Print(arguments.mIsJson ? AsJson(findings) : AsLines(findings));
+  Print(arguments.mIsJson ? dorn::lint::AsJson(findings) : dorn::lint::AsLines(findings));
   for (const std::string& failure : sources.mFailures) static_cast<void>(Complain(failure));
   if (!sources.mFailures.empty()) return kCannotRead;
   return findings.empty() ? kClean : kFindings;
 }
 
+// Of all files; what cannot be shown is told.
+int ShowPreviews(const Arguments& arguments) {
+  const Sources sources = dorn::lint::ReadSources(arguments.mPaths);
+  int code = kClean;
+  for (const Source& source : sources.mRead) {
+    const auto picture = dorn::lint::Preview(dorn::lint::ReadDocument(source.mText),
+                                             arguments.mSize, arguments.mLanguage);
+    if (picture) {
+      Print(*picture);
+    } else {
+      code = Complain(source.mPath + ": is no dialog; dorn-lint without --preview tells why");
+    }
+  }
+  for (const std::string& failure : sources.mFailures) code = Complain(failure);
+  return code;
+}
+
 int Run(const Arguments& arguments) {
-  if (arguments.mWantsRules) Print(RuleLines());
-  if (arguments.mWantsSchema) Print(Schema());
-  if (arguments.mWantsVocabulary) Print(VocabularyPage());
-  if (!arguments.mPaths.empty()) return Check(arguments);
+  if (arguments.mWantsRules) Print(dorn::lint::RuleLines());
+  if (arguments.mWantsSchema) Print(dorn::lint::Schema());
+  if (arguments.mWantsVocabulary) Print(dorn::lint::VocabularyPage());
+  if (!arguments.mPaths.empty()) {
+    return arguments.mWantsPreview ? ShowPreviews(arguments) : Check(arguments);
+  }
   const bool isDone = arguments.mWantsRules || arguments.mWantsSchema || arguments.mWantsVocabulary;
   return isDone ? kClean : Complain("no files to check; --help tells more");
+}
+
+// The word behind --preview is a size, or else the first of the files.
+void TakePreview(const CLI::App& cli, const std::string& word, Arguments& arguments) {
+  arguments.mWantsPreview = cli.count("--preview") > 0;
+  if (word.empty()) return;
+  if (const auto size = dorn::lint::ParseSize(word)) {
+    arguments.mSize = *size;
+  } else {
+    arguments.mPaths.insert(arguments.mPaths.begin(), word);
+  }
 }
 
 int Main(int argc, char** argv) {
   CLI::App cli{"Checks resource files: what would be lost, misread or never found."};
   Arguments arguments;
-  Describe(cli, arguments);
+  std::string preview;
+  Describe(cli, arguments, preview);
   try {
     cli.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return cli.exit(error) == 0 ? kClean : kCannotRead;
   }
+  TakePreview(cli, preview, arguments);
   return Run(arguments);
 }
 
