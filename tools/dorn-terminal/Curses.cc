@@ -264,6 +264,38 @@ std::optional<Key> ControlKey(wint_t code) {
   }
 }
 
+// What follows an escape sequence's beginning that the terminal's description does not know: none
+// of it is text.
+std::optional<Key> RestOfSequence(wint_t introducer) {
+  wint_t code = 0;
+  bool isPlain = true;  // Without numbers, which tell of Shift and the like.
+  for (int length = 0; length < 40 && get_wch(&code) == OK; ++length) {
+    const bool isFinal = introducer == 'O' || (code >= '@' && code <= '~');
+    if (!isFinal) {
+      isPlain = false;
+      continue;
+    }
+    if (!isPlain) return std::nullopt;
+    switch (code) {
+      case 'A':
+        return Key::Of(KeyCode::kUp);
+      case 'B':
+        return Key::Of(KeyCode::kDown);
+      case 'C':
+        return Key::Of(KeyCode::kRight);
+      case 'D':
+        return Key::Of(KeyCode::kLeft);
+      case 'H':
+        return Key::Of(KeyCode::kHome);
+      case 'F':
+        return Key::Of(KeyCode::kEnd);
+      default:
+        return std::nullopt;
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::vector<Key> Curses::ReadKeys() {
@@ -282,9 +314,11 @@ std::vector<Key> Curses::ReadKeys() {
     // Alt with a letter means nothing here; with all else it was Escape itself.
     const bool isText = kind == OK && code >= ' ' && code != 127;
     if (isAlt && !isText) keys.push_back(Key::Of(KeyCode::kEscape));
-    if (wasEscape || (isAlt && isText)) continue;
+    if (wasEscape) continue;
     std::optional<Key> key;
-    if (kind == KEY_CODE_YES) {
+    if (isAlt && isText) {
+      if (code == '[' || code == 'O') key = RestOfSequence(code);
+    } else if (kind == KEY_CODE_YES) {
       key = KeyOf(static_cast<int>(code));
     } else if (!isText) {
       key = ControlKey(code);

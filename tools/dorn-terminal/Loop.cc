@@ -14,6 +14,7 @@ namespace {
 constexpr Loop::Ms kFrame = 50;
 constexpr double kRestPerCost = 10;
 constexpr Loop::Ms kSlowestFrame = 1000;
+constexpr Loop::Ms kMostPassedOver = 500;
 constexpr Loop::Ms kConnectLimit = 10'000;
 
 double ExactMs() {
@@ -119,7 +120,9 @@ void Loop::TakeKeys() {
 
 void Loop::DrawIfDue(Ms now) {
   const auto rest = std::min<Ms>(kSlowestFrame, static_cast<Ms>(mCostMs * kRestPerCost));
-  const bool isHostDue = mView.HasHostChange() && now >= mDrawnAt + std::max(kFrame, rest);
+  // A key does not wait for what the host has changed, unless keys come all the time.
+  const Ms due = mDrawnAt + std::max(kFrame, rest);
+  const bool isHostDue = mView.HasHostChange() && now >= (mMustDraw ? due + kMostPassedOver : due);
   const auto next = mView.NextDraw(mDrawnAt);
   const bool isTimeDue = next && now >= *next && *next > mDrawnAt;
   if (!mMustDraw && !isHostDue && !isTimeDue) return;
