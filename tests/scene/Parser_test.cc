@@ -162,6 +162,13 @@ TEST(SceneParserTest, RefusesEachMistakeAndTellsWhatIsRight) {
               {"a: expect no update", "write: a: expect no update [of NAME] for T"},
               {"a: expect no update for 200", "write: a: expect no update [of NAME] for T"},
               {"a: expect no x for 1s", "write: a: expect no update [of NAME] for T"},
+              {"a: expect x = 1", "write: a: expect NAME KEY"},
+              {"a: expect x is 1", "write: a: expect NAME KEY"},
+              {"a: press x", "unknown word \"press\"; do you mean click?"},
+              {"a: type x y", "do you mean set?"},
+              {"a: logout", "do you mean leave?"},
+              {"a: wait 1s", "write: wait T, without who before it"},
+              {"host: sleep 1s", "write: wait T, without who before it"},
               {"b: click x", "there is no station b yet; write before: b: login USER PASSWORD"},
               {"aa: click x", "do you mean a?"},
               {"host: reboot", "unknown word \"reboot\""},
@@ -194,6 +201,15 @@ TEST(SceneParserTest, AStationWithoutALogInHasFewWords) {
   ASSERT_EQ(read.mMistakes.size(), 2u);
   EXPECT_EQ(read.mMistakes.front().mLine, 4u);
   EXPECT_THAT(read.mMistakes.front().mWhat, HasSubstr("p has only connected"));
+}
+
+TEST(SceneParserTest, PassesOverAByteOrderMark) {
+  const auto read = ParseScene(
+      "\xEF\xBB\xBF"
+      "a: login u p\n",
+      "s", true);
+  EXPECT_TRUE(read.mMistakes.empty());
+  EXPECT_EQ(read.mScene.mSteps.size(), 1u);
 }
 
 TEST(SceneParserTest, TellsAllMistakesOfAFile) {

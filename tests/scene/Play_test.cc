@@ -38,8 +38,13 @@ TEST_F(PlayTest, WhatAnOperatorCannotTouchIsRefused) {
   Fails("a: click inside", "inside can be clicked", "its group locked has Enabled OFF");
   Fails("a: set fixed 1", "fixed can be changed", "fixed has ReadOnly ON");
   Fails("a: click tuoch", "an object tuoch", "no object tuoch in page; do you mean touch?");
+  Fails("a: click count", "count can be clicked", "count is of type LABEL");
+  Fails("a: click locked", "locked can be clicked", "locked is of type GROUP");
+  Fails("a: set count 5", "count can be changed", "count is of type LABEL");
+  Fails("a: set touch 5", "touch can be changed", "touch is of type BUTTON");
+  Holds("a: click count anyway\na: set count 5 anyway\na: expect count Value 5");
   Fails("a: set left 1", "a Value to set", "write: click left");
-  Fails("a: ack text 1", "a grid text", "text is a EDIT");
+  Fails("a: ack text 1", "a grid text", "text is of type EDIT");
   Holds("a: click inside anyway\na: set fixed 1 anyway\na: expect fixed Value 1");
 }
 
@@ -47,7 +52,7 @@ TEST_F(PlayTest, SetsAndComparesValues) {
   Holds(
       "b: login user right\na: set text \"two words\"\nb: expect text Value \"two words\"\n"
       "b: expect text Value contains words\nb: expect text Value not first\n"
-      "a: set count 12\nb: expect count Value above 11.5\nb: expect count Value below 13\n"
+      "a: set count Value 12\nb: expect count Value above 11.5\nb: expect count Value below 13\n"
       "b: expect text no Error\nb: expect text Enabled ON\na: set text Error wrong\n"
       "b: expect text Error wrong");
   Fails("a: expect text Value second within 50ms", "text Value is second within 50ms", "first");

@@ -178,7 +178,9 @@ bool ReadCompared(Words& words, Step& step) {
     step.mCompare = Compare::kMissing;
     return ReadOne(words, step.mKey);
   }
+  const bool isNoKey = words.Is("=") || words.Is("==") || words.Is("is");
   step.mKey = words.Next();
+  if (isNoKey) return false;
   for (const auto& [word, compare] : kWords) {
     if (words.Left() == 2 && words.Take(word)) step.mCompare = compare;
   }
@@ -289,6 +291,29 @@ bool ReadSend(std::string_view rest, Step& step, std::string& error) {
   return false;
 }
 
+// Words that people try first; empty: none of these.
+std::string_view UsualWordFor(std::string_view tried) {
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kTried{
+      {{"press", "click"},
+       {"push", "click"},
+       {"touch", "click"},
+       {"tap", "click"},
+       {"choose", "click"},
+       {"type", "set"},
+       {"change", "set"},
+       {"acknowledge", "ack"},
+       {"logout", "leave"},
+       {"quit", "leave"},
+       {"disconnect", "close"},
+       {"reconnect", "return"},
+       {"assert", "expect"},
+       {"check", "expect"}}};
+  for (const auto& [word, usual] : kTried) {
+    if (word == tried) return usual;
+  }
+  return "";
+}
+
 template <std::size_t kCount>
 bool ReadVerb(const std::array<VerbForm, kCount>& forms, const std::string& verb, Words& words,
               Step& step, std::string& error) {
@@ -298,7 +323,12 @@ bool ReadVerb(const std::array<VerbForm, kCount>& forms, const std::string& verb
       return form.mForm(words, step) || Mistaken(step.mWho, form.mUsage, error);
     known.emplace_back(form.mWord);
   }
-  const std::string meant = Nearest(verb, known);
+  if (verb == "wait" || verb == "sleep") {
+    error = "waiting is nobody's; write: wait T, without who before it";
+    return false;
+  }
+  std::string meant(step.mWho == "host" ? "" : UsualWordFor(verb));
+  if (meant.empty()) meant = Nearest(verb, known);
   error = "unknown word \"" + verb + "\"; ";
   if (!meant.empty()) {
     error += "do you mean " + meant + "?";

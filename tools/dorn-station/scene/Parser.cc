@@ -144,6 +144,11 @@ class SceneReader {
 
 ReadScene ParseScene(std::string_view text, const std::string& file, bool hasHost) {
   SceneReader reader(file, hasHost);
+  // Some editors begin a file with this mark.
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+    text.remove_prefix(kByteOrderMark.size());
+  }
   std::istringstream lines{std::string(text)};
   std::string line;
   for (std::size_t number = 1; std::getline(lines, line); ++number) {

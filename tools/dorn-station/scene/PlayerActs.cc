@@ -39,6 +39,16 @@ std::string Hindrance(const Actor& actor, const Object& object, bool isEdit) {
   return "";
 }
 
+bool IsInput(Widget widget) {
+  return widget == Widget::kEdit || widget == Widget::kSlider || widget == Widget::kList ||
+         widget == Widget::kCombo || widget == Widget::kCheck;
+}
+
+std::string KindOf(const Object& object) {
+  const std::string_view type = object.TextOf("Type");
+  return type.empty() ? "of no type" : "of type " + std::string(type);
+}
+
 bool IsOut(const Actor& actor) {
   const State state = actor.Session().GetState();
   return state == State::kShowing || state == State::kLoggedOut;
@@ -171,7 +181,10 @@ Player::Verdict Player::Click(const Step& step, Actor& actor) {
   const Object* object = nullptr;
   if (auto failure = Find(step, actor, object); failure) return failure;
   const Widget widget = WidgetOf(*object);
-  const std::string hindrance = Hindrance(actor, *object, widget == Widget::kCheck);
+  const bool isClickable =
+      widget == Widget::kButton || widget == Widget::kCheck || widget == Widget::kRadio;
+  const std::string hindrance = isClickable ? Hindrance(actor, *object, widget == Widget::kCheck)
+                                            : step.mName + " is " + KindOf(*object);
   if (!hindrance.empty() && !step.mAnyway) {
     return Failure{step.mName + " can be clicked", hindrance + "; to send it, write: anyway"};
   }
@@ -195,7 +208,10 @@ Player::Verdict Player::Set(const Step& step, Actor& actor) {
   const Object* object = nullptr;
   if (auto failure = Find(step, actor, object); failure) return failure;
   const Widget widget = WidgetOf(*object);
-  const std::string hindrance = Hindrance(actor, *object, true);
+  // Whoever names the attribute knows what the host makes of it.
+  const bool isInput = !step.mKey.empty() || widget == Widget::kRadio || IsInput(widget);
+  const std::string hindrance =
+      isInput ? Hindrance(actor, *object, true) : step.mName + " is " + KindOf(*object);
   if (!hindrance.empty() && !step.mAnyway) {
     return Failure{step.mName + " can be changed", hindrance + "; to send it, write: anyway"};
   }
@@ -211,8 +227,7 @@ Player::Verdict Player::Acknowledge(const Step& step, Actor& actor) {
   const Object* object = nullptr;
   if (auto failure = Find(step, actor, object); failure) return failure;
   if (WidgetOf(*object) != Widget::kGrid) {
-    return Failure{"a grid " + step.mName,
-                   step.mName + " is a " + std::string(object->TextOf("Type"))};
+    return Failure{"a grid " + step.mName, step.mName + " is " + KindOf(*object)};
   }
   return Act(step, actor, "ACK", {step.mName, {{"Row", Json::String(step.mValue)}}});
 }
