@@ -105,6 +105,8 @@ TEST(TerminalAsciiTest, KeepsTheCellsOfACharacter) {
   EXPECT_EQ(AsciiOf("水", 2), "??");
   EXPECT_EQ(AsciiOf("é", 1), "?");
   EXPECT_EQ(AsciiOf("e\u0301", 1), "e");
+  EXPECT_EQ(AsciiOf("\x1B", 1), "?");
+  EXPECT_EQ(AsciiOf("\x7F", 1), "?");
 }
 
 }  // namespace

@@ -20,7 +20,8 @@ constexpr Likeness kLikenesses[] = {
 }  // namespace
 
 std::string AsciiOf(std::string_view character, int width) {
-  if (!character.empty() && static_cast<unsigned char>(character[0]) < 0x80) {
+  const bool isAscii = !character.empty() && character[0] >= ' ' && character[0] < 0x7F;
+  if (isAscii) {
     return std::string(character.substr(0, 1));
   }
   for (const Likeness& likeness : kLikenesses) {
