@@ -98,7 +98,6 @@ class View {
   void MoveFocus(const Key& key, Ms now);
   void SetFocus(const std::string& focus, Ms now);
   void StepFocus(int by, Ms now);
-  bool IsTyping() const;
 
   // ViewActs.cc
   void Touch(const Spot& spot, Ms now);
