@@ -68,6 +68,22 @@ TEST_F(MalformedTest, TakesSeveralMessagesInOnePacket) {
     EXPECT_THAT(page.NextText(), HasSubstr("?f" + std::to_string(i) + "\""));
 }
 
+TEST_F(MalformedTest, AMessageThatIsBegunBehindWhatClosesHarmsNobody) {
+  const std::string closing = WebSocketFrame(kBinary, "zz");
+  for (const unsigned char opcode : {kText, kBinary}) {
+    for (const unsigned char next : {kContinuation, kBinary}) {
+      const std::string begun = WebSocketFrame(opcode, "qq", false);
+      for (const std::string& rest : {WebSocketFrame(next, ""), WebSocketFrame(next, "q")}) {
+        WebSocketPeer page;
+        ASSERT_TRUE(page.Open(mGateway.Port()));
+        ASSERT_TRUE(page.SendBytes(closing + begun + rest));
+        EXPECT_EQ(page.WaitForClose(), 1003);
+        ASSERT_EQ(ClosedFor(""), 0) << "the gateway has ended";
+      }
+    }
+  }
+}
+
 TEST_F(MalformedTest, TakesEmptyMessagesAndPongsThatNobodyAskedFor) {
   EXPECT_EQ(ClosedFor(WebSocketFrame(kText, "")), 0);
   EXPECT_EQ(ClosedFor(WebSocketFrame(kPong, "")), 0);

@@ -1,5 +1,6 @@
 #include "tools/dorn-gateway/WebSocketLine.h"
 
+#include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/ssl.hpp>
@@ -17,6 +18,7 @@ namespace {
 
 // Longer messages are sent in pieces of this size, between which pings find room.
 constexpr std::size_t kPiece = 65536;
+constexpr std::size_t kLeastRead = 1536;
 // A buffer that grew beyond this for one message is given back.
 constexpr std::size_t kKeptBuffer = 16384;
 constexpr int kUnansweredPings = 2;
@@ -50,7 +52,8 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
 
   void OnAccepted(const beast::error_code& error);
   void Read();
-  void OnRead(const beast::error_code& error);
+  void OnRead(const beast::error_code& error, std::size_t bytes);
+  void TakeMessage();
   void Write();
   void OnWritten(const beast::error_code& error);
   void StartClose();
@@ -121,31 +124,43 @@ void Line<Stream>::OnAccepted(const beast::error_code& error) {
   if (mState != State::kGone) Read();
 }
 
+// Piece by piece: Beast's reading of whole messages trips over a close that begins between two
+// fragments of one.
 template <class Stream>
 void Line<Stream>::Read() {
-  mSocket.async_read(mBuffer, [self = shared_from_this()](const beast::error_code& error,
-                                                          std::size_t) { self->OnRead(error); });
+  const std::size_t room = std::clamp(mBuffer.size(), kLeastRead, kPiece);
+  mSocket.async_read_some(
+      mBuffer.prepare(room),
+      [self = shared_from_this()](const beast::error_code& error, std::size_t bytes) {
+        self->OnRead(error, bytes);
+      });
 }
 
 template <class Stream>
-void Line<Stream>::OnRead(const beast::error_code& error) {
+void Line<Stream>::OnRead(const beast::error_code& error, std::size_t bytes) {
   if (mState == State::kGone) return;
   if (error) return Gone();
   mUnanswered = 0;
-  if (mState == State::kOpen) {
-    ++mShared.mMetrics.mMessagesIn;
-    mShared.mMetrics.mBytesIn += mBuffer.size();
-    if (mSocket.got_text()) {
-      const auto bytes = mBuffer.cdata();
-      mOwner->OnPageText({static_cast<const char*>(bytes.data()), bytes.size()});
-    } else {
-      Close(CloseCode::kUnsupported, "pages send texts", false);
-    }
+  mBuffer.commit(bytes);
+  if (mState == State::kOpen && mSocket.is_message_done()) TakeMessage();
+  // What comes after the close has begun is read by the close.
+  if (mState == State::kGone || mState == State::kClosing) return;
+  if (mState == State::kDraining) mBuffer.clear();
+  Read();
+}
+
+template <class Stream>
+void Line<Stream>::TakeMessage() {
+  ++mShared.mMetrics.mMessagesIn;
+  mShared.mMetrics.mBytesIn += mBuffer.size();
+  if (mSocket.got_text()) {
+    const auto bytes = mBuffer.cdata();
+    mOwner->OnPageText({static_cast<const char*>(bytes.data()), bytes.size()});
+  } else {
+    Close(CloseCode::kUnsupported, "pages send texts", false);
   }
-  if (mState == State::kGone) return;
   mBuffer.clear();
   if (mBuffer.capacity() > kKeptBuffer) mBuffer.shrink_to_fit();
-  Read();
 }
 
 template <class Stream>
