@@ -19,8 +19,8 @@ done
 [ $# -gt 1 ] || exit 0
 
 options() { grep -oE '(^|[ ,[])--[a-z][a-z-]*' | grep -oE -- '--[a-z-]+' | sort -u; }
-# What begins a line describes an option, at most with another one before it.
-described=$(sed -n '/^OPTIONS$/,$p' <<<"$text" | grep -E '^ {7}-' | options)
+# What begins a line of that section describes an option, at most with another one before it.
+described=$(sed -n '/^OPTIONS$/,/^[A-Z]/p' <<<"$text" | grep -E '^ {7}-' | options)
 known=$("$2" --help | sed -n '/^Options:/,/^$/p' | grep -E '^  -' | options)
 [ -n "$known" ] || fail "$(basename "$2") --help names no options"
 diff <(echo "$known") <(echo "$described") || fail "$(basename "$page") does not describe what $(basename "$2") --help names (left: --help)"
