@@ -1,8 +1,6 @@
 // The least that a relay between WebSockets and TCP can do: what one side has sent goes to the
 // other side in one piece. Nothing is read, checked, limited or told. Usage: dorn_bench_bare_relay
 // PORT HOST-PORT
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/evp.h>
 #include <openssl/sha.h>
@@ -16,15 +14,9 @@
 #include <string_view>
 #include <unordered_map>
 
-namespace {
+#include "bench/gateway/Loopback.h"
 
-sockaddr_in Loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
+namespace {
 
 std::string Accepted(std::string_view request) {
   const std::size_t at = request.find("Sec-WebSocket-Key: ") + 19;

@@ -1,7 +1,5 @@
 #include "bench/gateway/Host.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -10,6 +8,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "bench/gateway/Loopback.h"
 #include "station/Framing.h"
 
 namespace {
@@ -39,9 +38,7 @@ int RoundOf(const std::string& message) {
 
 Host::Host() {
   mListener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr_in address = Loopback(0);
   bind(mListener, reinterpret_cast<const sockaddr*>(&address), sizeof address);
   listen(mListener, 1024);
   socklen_t length = sizeof address;

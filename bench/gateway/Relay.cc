@@ -1,8 +1,6 @@
 #include "bench/gateway/Relay.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,15 +12,9 @@
 #include <fstream>
 #include <iterator>
 
-namespace {
+#include "bench/gateway/Loopback.h"
 
-sockaddr_in Loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
+namespace {
 
 int FreePort() {
   const int fd = socket(AF_INET, SOCK_STREAM, 0);

@@ -34,27 +34,33 @@ void JsonDorn(benchmark::State& state) {
   CountBytes(state);
 }
 
-// What becomes of a message of a station, to the destruction of its command objects.
-void ParseCommand(benchmark::State& state) {
-  const KZString text(CommandText().c_str());
+template <class Tree, class Parse>
+void ParseInto(benchmark::State& state, const std::string& document, Parse parse) {
+  const KZString text(document.c_str());
   for (auto _ : state) {
-    VQJsonCommands commands;
+    Tree tree;
     VQJsonParser parser;
-    benchmark::DoNotOptimize(parser.ParseCommand(&commands, text));
-    benchmark::DoNotOptimize(commands.mObjectList.data());
+    benchmark::DoNotOptimize(parse(parser, tree, text));
+    benchmark::DoNotOptimize(tree.mObjectList.data());
   }
   CountBytes(state);
 }
 
+// What becomes of a message of a station, to the destruction of its command objects.
+void ParseCommand(benchmark::State& state) {
+  ParseInto<VQJsonCommands>(
+      state, CommandText(),
+      [](VQJsonParser& parser, VQJsonCommands& commands, const KZString& text) {
+        return parser.ParseCommand(&commands, text);
+      });
+}
+
 // And of a resource file.
 void ParseDialog(benchmark::State& state) {
-  const KZString text(DialogDocument().c_str());
-  for (auto _ : state) {
-    VQJsonResource tree;
-    VQJsonParser parser;
-    benchmark::DoNotOptimize(parser.ParseDialog(&tree, text, false));
-  }
-  CountBytes(state);
+  ParseInto<VQJsonResource>(state, DialogDocument(),
+                            [](VQJsonParser& parser, VQJsonResource& tree, const KZString& text) {
+                              return parser.ParseDialog(&tree, text, false);
+                            });
 }
 
 void JsonNlohmann(benchmark::State& state) {
