@@ -15,6 +15,7 @@
 
 #include "station/Utf8.h"
 #include "tools/dorn-terminal/Ascii.h"
+#include "tools/dorn-terminal/KnownTerminal.h"
 #include "tools/dorn-terminal/Width.h"
 
 namespace dorn::terminal {
@@ -81,9 +82,13 @@ std::unique_ptr<Curses> Curses::Open(const Options& options, std::string& why) {
     why = "standard input and output must be a terminal";
     return nullptr;
   }
+  if (!IsKnownTerminal()) {
+    why = "the terminal is not known: see TERM";
+    return nullptr;
+  }
   std::unique_ptr<Curses> curses(new Curses(options));
   if (curses->mScreen->mScreen == nullptr) {
-    why = "the terminal is not known: see TERM";
+    why = "the terminal cannot be used: see TERM";
     return nullptr;
   }
   return curses;
