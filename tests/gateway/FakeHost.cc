@@ -134,7 +134,7 @@ std::string FakeHost::AnswerTo(const std::string& text) {
   for (const auto& [part, bytes] : mAnswers) {
     if (text.find(part) != std::string::npos) answer += bytes;
   }
-  if (text.find("HELLO") != std::string::npos) {
+  if (text.find("HELLO") != std::string::npos || text.find("\"Pass\"") != std::string::npos) {
     const bool isRight = text.find(R"("Id":"u","Pass":"right")") != std::string::npos;
     answer += isRight ? Framed(R"({"Command":"OPEN","File":"d.json","SessionId":"s1"})")
                       : Framed(R"({"Command":"ERROR","Message":"no","Status":"Authentication"})");

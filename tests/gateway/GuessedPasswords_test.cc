@@ -54,6 +54,46 @@ TEST_F(GuessedPasswordsTest, AreAnsweredEverLater) {
   EXPECT_THAT(mGateway.Logged(), testing::Not(HasSubstr("right")));
 }
 
+// CHANGE asks for the password as well.
+TEST_F(GuessedPasswordsTest, AreCountedWhateverWordCarriesThem) {
+  WebSocketPeer page;
+  Open(page);
+  for (unsigned i = 0; i < 5; ++i) {
+    page.SendText(R"({"Command":"CHANGE","Id":"u","Pass":"wrong"})");
+    EXPECT_FALSE(page.WaitForText("Authentication").empty());
+    EXPECT_EQ(mGateway.Metrics().mLogInFailures, i + 1);
+  }
+  page.SendText(R"({"Command":"CHANGE","Id":"u","Pass":"late"})");
+  EXPECT_GE(Timed(page, "wrong"), kDelay);
+}
+
+TEST_F(GuessedPasswordsTest, AreSentOneByOne) {
+  WebSocketPeer page;
+  Open(page);
+  const std::string guess = R"({"Command":"HELLO","Id":"u","Pass":"guess"})";
+  for (const std::string& other :
+       {guess, std::string(R"({"Command":"KEEPALIVE","SessionId":"z"})")}) {
+    page.SendText("{\"Commands\":[" + guess + "," + other + "]}");
+    EXPECT_THAT(page.WaitForText("refused"), HasSubstr("a log-in is sent by itself"));
+  }
+  EXPECT_FALSE(mHost.HasText("guess"));
+}
+
+// A second connection to the host would be left behind without an owner.
+TEST_F(GuessedPasswordsTest, ASessionIsNotTakenUpBesideADelayedLogIn) {
+  {
+    WebSocketPeer page;
+    Open(page);
+    for (int i = 0; i < 5; ++i) Timed(page, "wrong");
+    page.SendText(R"({"Command":"HELLO","Id":"u","Pass":"right"})");
+    page.SendText(R"({"Command":"KEEPALIVE","SessionId":"z"})");
+    EXPECT_FALSE(page.WaitForText("a log-in has not been sent yet").empty());
+    EXPECT_FALSE(page.WaitForText("OPEN").empty());
+    EXPECT_EQ(mGateway.Metrics().mHostConnections, 1u);
+  }
+  EXPECT_TRUE(mHost.WaitForConnections(0));
+}
+
 TEST_F(GuessedPasswordsTest, OfOneAddressDoNotDelayAnother) {
   WebSocketPeer guesser, page;
   Open(guesser);

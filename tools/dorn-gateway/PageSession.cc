@@ -72,6 +72,7 @@ void PageSession::OnPageText(std::string_view text) {
   if (read.mText.empty()) return Refuse(read.mReason);
   if (read.mLogsIn) return LogIn(std::move(read));
   if (mHost) return PassOn(read);
+  if (mDelay) return Refuse("a log-in has not been sent yet");
   if (!read.mAttaches) return Refuse("there is no connection to the host");
   ++mShared.mMetrics.mReconnects;
   ConnectWith(read);

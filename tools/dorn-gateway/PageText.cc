@@ -8,9 +8,15 @@ namespace {
 
 using station::Json;
 
+// Both words make a host ask for the password.
+bool IsLogIn(const Json& command) {
+  const std::string_view word = command.TextOf("Command");
+  return (word == "HELLO" || word == "CHANGE") && command.Find("Id") != nullptr;
+}
+
 void Note(const Json& command, PageText& text) {
   const std::string_view word = command.TextOf("Command");
-  text.mLogsIn |= word == "HELLO" && command.Find("Id") != nullptr;
+  text.mLogsIn |= IsLogIn(command);
   text.mAttaches |= !command.TextOf("SessionId").empty();
   const std::string_view file = command.TextOf("File");
   if (word == "GETFILE" && station::FenceOf(file)) text.mFences.emplace_back(file);
@@ -31,6 +37,10 @@ PageText ReadPageText(std::string_view bytes, station::Quotes quotes) {
   if (text.mText.empty()) return text;
   if (const Json* commands = read.mJson.Find("Commands"); commands != nullptr) {
     for (const Json& command : commands->mElements) Note(command, text);
+    if (text.mLogsIn && commands->mElements.size() > 1) {
+      text.mText.clear();
+      text.mReason = "a log-in is sent by itself";
+    }
   } else {
     Note(read.mJson, text);
   }

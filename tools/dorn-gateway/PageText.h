@@ -13,7 +13,7 @@ namespace dorn::gateway {
 struct PageText {
   std::string mText;       // For the host, without the framing bytes; empty when it is refused.
   std::string mReason;     // Why it is refused.
-  bool mLogsIn = false;    // HELLO with a user and a password.
+  bool mLogsIn = false;    // A user and a password: by itself, so that it is counted.
   bool mAttaches = false;  // Names a session to go on with.
   std::vector<std::string> mFences;  // The fences that it asks for.
 };
