@@ -27,12 +27,12 @@ std::size_t FirstShown(std::string_view text, int width) {
 
 }  // namespace
 
-Editor::Editor(std::string text, bool hasLines, int maxLength)
+Editor::Editor(const std::string& text, bool hasLines, int maxLength)
     : mHasLines(hasLines), mMaxLength(maxLength) {
-  SetText(std::move(text));
+  SetText(text);
 }
 
-void Editor::SetText(std::string text) {
+void Editor::SetText(const std::string& text) {
   mText = station::ValidUtf8(text);
   mCaret = mText.size();
 }

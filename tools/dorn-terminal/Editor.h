@@ -14,11 +14,11 @@ class Editor {
  public:
   Editor() = default;
   // The caret stands behind the text.
-  Editor(std::string text, bool hasLines, int maxLength);
+  Editor(const std::string& text, bool hasLines, int maxLength);
 
   const std::string& Text() const { return mText; }
   std::size_t Caret() const { return mCaret; }
-  void SetText(std::string text);
+  void SetText(const std::string& text);
 
   // False for keys that mean nothing here: those that leave or send the text, and up or down where
   // there is no further line.

@@ -25,7 +25,7 @@ Item MakeField(const char* name, const char* caption, const std::string& value, 
 
 // Why the user is not logged in, with the host's own words.
 std::string ReasonOf(const station::Session& session, const Texts& texts) {
-  const std::string cause = CauseText(session.GetCause(), texts);
+  std::string cause = CauseText(session.GetCause(), texts);
   const std::string& message = session.Message();
   if (cause.empty() || message.empty() || message == cause) return cause;
   return cause + " (" + message + ")";

@@ -1,6 +1,7 @@
 #include "tools/dorn-terminal/Objects.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdlib>
 
@@ -56,7 +57,7 @@ int PositionOf(const Item& item, double value, int most) {
   const auto high = static_cast<double>(item.mMax.value_or(100));
   if (high <= low) return 0;
   const double part = std::clamp((value - low) / (high - low), 0.0, 1.0);
-  return static_cast<int>(part * most + 0.5);
+  return static_cast<int>(std::lround(part * most));
 }
 
 }  // namespace

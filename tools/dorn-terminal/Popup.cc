@@ -157,7 +157,7 @@ void Popup::Draw(Grid& grid) {
   const int cursor = static_cast<int>(mCursor);
   mFirst = std::max(0, ScrolledTo(mFirst, std::max(1, mList.mHeight), cursor, cursor + 1));
   for (int i = 0; i < mList.mHeight; ++i) {
-    const auto at = static_cast<std::size_t>(mFirst + i);
+    const auto at = static_cast<std::size_t>(mFirst) + static_cast<std::size_t>(i);
     if (at >= mEntries.size()) break;
     const Style style{mEntries[at].mTone, false, at == mCursor, false};
     painter.Fill({mList.mX, mList.mY + i, mList.mWidth, 1}, style);

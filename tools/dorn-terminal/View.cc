@@ -12,7 +12,6 @@ namespace {
 
 using station::Item;
 using station::Session;
-using station::Widget;
 
 constexpr std::size_t kMostHeldKeys = 200;
 
@@ -47,11 +46,12 @@ View::View(Session& session, Setup setup, int width, int height)
 
 void View::LogIn(std::string id, std::string pass, Ms now) {
   if (id != mUser) mKept.clear();
-  mUser = mId = id;
+  mUser = mId = std::move(id);
+  const std::string password = std::move(pass);
   mPass.clear();  // Kept no longer than it takes.
   mStates.mDrafts.clear();
   mTouchedAt = now;
-  mSession.LogIn(id, pass, now);
+  mSession.LogIn(mId, password, now);
   mHasActed = true;
 }
 

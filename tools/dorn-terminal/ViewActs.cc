@@ -84,11 +84,10 @@ void View::TouchButton(const Item& item, bool isConfirmed, Ms now) {
     mPopup->SetCursor(1);
     return;
   }
-  if (!IsOperable()) {
-    mNote = Words().notSent;
-  } else if (!item.mGoto.empty()) {
+  const bool isOperable = IsOperable();
+  if (isOperable && !item.mGoto.empty()) {
     EnterDialog(item.mGoto, now);
-  } else if (!mSession.Act(item.mName, item.mActionType, {{item.mName, {}}}, now)) {
+  } else if (!isOperable || !mSession.Act(item.mName, item.mActionType, {{item.mName, {}}}, now)) {
     mNote = Words().notSent;
   }
   mHasActed = true;
