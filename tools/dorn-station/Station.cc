@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 #include "station/Commands.h"
@@ -96,31 +95,30 @@ void Station::OnText(std::string_view received) {
   const std::string text(received);
   Print("<-", text);
   mWaiting.push_back(text);
-  if (Contains(text, "PUTFILE")) OpenFileFor(text);
+  if (Contains(text, "PUTFILE")) NameFile(text);
   if (mOptions.answerKeepalive && Contains(text, "KEEPALIVE") &&
       Member(text, "Command") == "KEEPALIVE") {
     Send(dorn::station::KeepaliveText());
   }
 }
 
-// The server names the file; only its last part is used, so that it cannot choose the folder.
-void Station::OpenFileFor(const std::string& text) {
+// Whether its bytes come is known with the first of them alone.
+void Station::NameFile(const std::string& text) {
+  if (Member(text, "Command") != "PUTFILE") return;
   mFileName = Member(text, "File");
   mFileBytes = 0;
-  mFile.reset();
-  if (mOptions.saveDirectory.empty()) return;
-  const std::string path =
-      mOptions.saveDirectory + "/" + mFileName.substr(mFileName.rfind('/') + 1);
-  mFile.reset(std::fopen(path.c_str(), "wb"));
-  if (!mFile) {
-    std::fprintf(stderr, "dorn-station: cannot write %s: %s\n", path.c_str(), std::strerror(errno));
-  }
+  mSaved.reset();
 }
 
 void Station::OnPayload(std::string_view piece, bool last) {
+  if (!mSaved && !mOptions.saveDirectory.empty()) {
+    mSaved = std::make_unique<SavedFile>(mOptions.saveDirectory, mFileName);
+  }
   mFileBytes += piece.size();
-  if (mFile) std::fwrite(piece.data(), 1, piece.size(), mFile.get());
-  if (last) EndFile(std::to_string(mFileBytes) + " bytes");
+  if (mSaved) mSaved->Write(piece);
+  if (!last) return;
+  if (mSaved) mSaved->Finish();
+  EndFile(std::to_string(mFileBytes) + " bytes");
 }
 
 void Station::OnNoPayload() { EndFile("nothing came"); }
@@ -130,7 +128,7 @@ void Station::OnTooLong() {
 }
 
 void Station::EndFile(const std::string& what) {
-  mFile.reset();
+  mSaved.reset();
   const std::string line = "[file " + mFileName + ": " + what + "]";
   Print("<-", line);
   mWaiting.push_back(line);

@@ -3,13 +3,13 @@
 #define TOOLS_DORN_STATION_STATION_H_
 
 #include <chrono>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "station/Framing.h"
+#include "tools/dorn-station/SavedFile.h"
 #include "tools/line/Line.h"
 
 class Station : private dorn::station::Framing::Sink, private dorn::tools::Line::Hooks {
@@ -49,9 +49,6 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
 
  private:
   using Clock = std::chrono::steady_clock;
-  struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
 
   void OnText(std::string_view text) override;
   void OnPayload(std::string_view piece, bool last) override;
@@ -60,7 +57,7 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   void OnReceive(std::string_view bytes) override;
   void OnEnd(dorn::tools::Line::End end, const std::string& why) override;
   void EndFile(const std::string& what);
-  void OpenFileFor(const std::string& text);
+  void NameFile(const std::string& text);
   bool ReceiveUntil(Clock::time_point deadline);
   int Poll(int timeoutMs);
   void Print(const char* direction, const std::string& text) const;
@@ -73,7 +70,7 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   std::vector<std::string> mWaiting;  // What came after it.
   std::string mFileName;
   size_t mFileBytes = 0;
-  std::unique_ptr<std::FILE, CloseFile> mFile;
+  std::unique_ptr<SavedFile> mSaved;  // The file whose bytes come now.
 };
 
 #endif  // TOOLS_DORN_STATION_STATION_H_
