@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <utility>
 
 #include "station/Commands.h"
@@ -44,30 +45,47 @@ bool Station::Connect(const std::string& host, int port) {
 bool Station::Send(const std::string& text) {
   Print("->", text);
   mLine.Send(dorn::station::Framed(text));
-  while (!mIsInHook && IsOpen() && mLine.Unsent() > 0) static_cast<void>(Poll(-1));
+  const auto deadline = After(mOptions.timeout);
+  bool isInTime = true;
+  while (!mIsInHook && IsOpen() && mLine.Unsent() > 0 && isInTime) {
+    isInTime = ReceiveUntil(deadline);
+  }
+  if (!isInTime && IsOpen() && mLine.Unsent() > 0) {
+    std::fprintf(stderr, "dorn-station: the server did not take everything within %g s\n",
+                 mOptions.timeout);
+    mLine.Close();
+  }
   return IsOpen();
 }
 
 bool Station::Expect(const std::string& text, double seconds) {
-  const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                           std::chrono::duration<double>(seconds));
+  const auto deadline = After(seconds);
   mPassed.clear();
-  for (;;) {
-    while (!mWaiting.empty()) {
-      mPassed.push_back(std::move(mWaiting.front()));
-      mWaiting.erase(mWaiting.begin());
-      if (Contains(mPassed.back(), text)) return true;
-    }
+  for (bool isInTime = true;; isInTime = ReceiveUntil(deadline)) {
+    if (PassUntil(text)) return true;
     if (!IsOpen()) {
       std::fprintf(stderr, "dorn-station: the server closed before it sent: %s\n", text.c_str());
       return false;
     }
-    if (!ReceiveUntil(deadline)) {
+    if (!isInTime) {
       std::fprintf(stderr, "dorn-station: nothing within %g s contained: %s\n", seconds,
                    text.c_str());
       return false;
     }
   }
+}
+
+// Passes over what has come, up to the first message that contains `text`.
+bool Station::PassUntil(const std::string& text) {
+  const auto found =
+      std::find_if(mWaiting.begin(), mWaiting.end(),
+                   [&](const std::string& message) { return Contains(message, text); });
+  const bool isFound = found != mWaiting.end();
+  const auto end = isFound ? found + 1 : found;
+  mPassed.insert(mPassed.end(), std::make_move_iterator(mWaiting.begin()),
+                 std::make_move_iterator(end));
+  mWaiting.erase(mWaiting.begin(), end);
+  return isFound;
 }
 
 bool Station::Absent(const std::string& text) {
@@ -77,9 +95,7 @@ bool Station::Absent(const std::string& text) {
 }
 
 void Station::Listen(double seconds) {
-  const auto deadline = seconds < 0 ? Clock::time_point::max()
-                                    : Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                                         std::chrono::duration<double>(seconds));
+  const auto deadline = seconds < 0 ? Clock::time_point::max() : After(seconds);
   while (IsOpen() && ReceiveUntil(deadline)) {
   }
 }
@@ -134,15 +150,20 @@ void Station::EndFile(const std::string& what) {
   mWaiting.push_back(line);
 }
 
+Station::Clock::time_point Station::After(double seconds) {
+  return Clock::now() +
+         std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+// Receives once even when it is late, and is late however much a server sends.
 bool Station::ReceiveUntil(Clock::time_point deadline) {
   int timeoutMs = -1;
   if (deadline != Clock::time_point::max()) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
     timeoutMs = static_cast<int>(std::clamp<decltype(left)>(left, 0, 1'000'000));
   }
-  const int ready = Poll(timeoutMs);
-  return ready > 0 || (ready < 0 && errno == EINTR);
+  const bool isSound = Poll(timeoutMs) >= 0 || errno == EINTR;
+  return isSound && Clock::now() < deadline;
 }
 
 int Station::Poll(int timeoutMs) {

@@ -17,6 +17,7 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   struct Options {
     bool quiet = false;           // Prints nothing but errors.
     bool answerKeepalive = true;  // Sends KEEPALIVE when the server asks.
+    double timeout = 5;           // Seconds that the server may take to receive what is sent.
     std::string saveDirectory;    // Files received are written here; empty: only counted.
   };
 
@@ -27,7 +28,8 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   // Connects; on failure prints the reason on standard error and returns false.
   bool Connect(const std::string& host, int port);
 
-  // Sends one command; false when the connection is gone.
+  // Sends one command; false when the connection is gone. A server that does not take it in time
+  // is left, with a line on standard error.
   bool Send(const std::string& text);
 
   // Waits until a message contains `text`. Earlier messages are passed over. On time-out or when
@@ -58,6 +60,9 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   void OnEnd(dorn::tools::Line::End end, const std::string& why) override;
   void EndFile(const std::string& what);
   void NameFile(const std::string& text);
+  bool PassUntil(const std::string& text);
+  static Clock::time_point After(double seconds);
+  // False when the deadline has passed.
   bool ReceiveUntil(Clock::time_point deadline);
   int Poll(int timeoutMs);
   void Print(const char* direction, const std::string& text) const;

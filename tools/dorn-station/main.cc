@@ -54,7 +54,8 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
                  "After the last line wait for a message that contains this; may be repeated")
       ->take_all()
       ->expected(1);
-  cli.add_option("--timeout", arguments.timeout, "Seconds that an expectation may take")
+  cli.add_option("--timeout", arguments.timeout,
+                 "Seconds that an expectation, or sending a command, may take")
       ->capture_default_str();
   cli.add_option("--linger", arguments.linger,
                  "Seconds to print what arrives after the last line; -1: until the server closes")
@@ -182,6 +183,7 @@ int Main(int argc, char** argv) {
     return cli.exit(error) == 0 ? 0 : static_cast<int>(Outcome::kUsage);
   }
   arguments.station.answerKeepalive = !noKeepalive;
+  arguments.station.timeout = arguments.timeout;
   return static_cast<int>(Run(arguments).All());
 }
 
