@@ -1,6 +1,7 @@
 #include "station/Utf8.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace dorn::station {
 
@@ -42,6 +43,12 @@ std::size_t LongestBeginning(std::string_view text, std::size_t at) {
   return length;
 }
 
+void AppendEscaped(std::string& out, unsigned code) {
+  char escape[8];
+  static_cast<void>(std::snprintf(escape, sizeof escape, "\\u%04x", code & 0xFF));
+  out += escape;
+}
+
 }  // namespace
 
 std::size_t SequenceAt(std::string_view text, std::size_t at) {
@@ -72,6 +79,32 @@ std::string ValidUtf8(std::string_view text) {
     }
   }
   return out;
+}
+
+std::string Printable(std::string_view text) {
+  const std::string valid = ValidUtf8(text);
+  std::string out;
+  out.reserve(valid.size());
+  for (std::size_t at = 0; at < valid.size(); ++at) {
+    const unsigned byte = ByteAt(valid, at);
+    if (byte < 0x20 || byte == 0x7F) {
+      AppendEscaped(out, byte);
+    } else if (byte == 0xC2 && ByteAt(valid, at + 1) < 0xA0) {  // U+0080 to U+009F.
+      AppendEscaped(out, ByteAt(valid, ++at));
+    } else {
+      out += valid[at];
+    }
+  }
+  return out;
+}
+
+std::string PrintableLines(std::string_view text) {
+  std::string out;
+  for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+    out += Printable(text.substr(0, end)) + '\n';
+    text.remove_prefix(end + 1);
+  }
+  return out + Printable(text);
 }
 
 std::size_t CharactersOf(std::string_view text) {

@@ -18,6 +18,12 @@ bool IsValidUtf8(std::string_view text);
 // character, as browsers count them.
 std::string ValidUtf8(std::string_view text);
 
+// What may go to a terminal, which obeys control characters: each of them, line ends included, is
+// written like \u001b, and invalid bytes are U+FFFD.
+std::string Printable(std::string_view text);
+// That of several lines: line ends stay.
+std::string PrintableLines(std::string_view text);
+
 // The number of characters of a valid text.
 std::size_t CharactersOf(std::string_view text);
 

@@ -26,6 +26,12 @@ TEST(MessageLogTest, KeepsOneCommandALineWithItsTime) {
             "      2.000    [gone]\n");
 }
 
+TEST(MessageLogTest, ShowsNothingThatATerminalObeys) {
+  MessageLog log;
+  log.AddReceived(Framed("{\n\t\"Message\":\"\x1b[2J \x7f \xc2\x9b\"}"), 0);
+  EXPECT_EQ(log.Last(1), "      0.000 <- {  \"Message\":\"\\u001b[2J \\u007f \\u009b\"}\n");
+}
+
 TEST(MessageLogTest, LeavesOutFences) {
   MessageLog log;
   log.AddSent(Framed(R"({"Commands":[{"Command":"GETFILE","File":"?f1"},{"Command":"X"}]})"), 0);

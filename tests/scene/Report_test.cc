@@ -58,8 +58,18 @@ TEST(SceneReportTest, JUnitHasACaseForEachScene) {
   EXPECT_THAT(text, HasSubstr("<error message=\"the scene cannot be read\">m.scene:3: write: x"));
 }
 
+TEST(SceneReportTest, ShowsNothingThatATerminalObeys) {
+  Played played = Failed();
+  played.mResult.mHostOutput = "one\x1b[2J\ntwo\n";
+  played.mResult.mFailure->mGot = "\xc2\x9bm";
+  EXPECT_THAT(FailureText(played), HasSubstr("    one\\u001b[2J\n    two\n"));
+  EXPECT_THAT(FailureText(played), HasSubstr("got       \\u009bm\n"));
+}
+
 TEST(SceneReportTest, JUnitIsXmlWhateverAHostSays) {
   Played played = Failed();
   played.mResult.mHostOutput = "bell \x07, bad \xff, <tag>";
-  EXPECT_THAT(JUnitText({played}), HasSubstr("bell ?, bad \xEF\xBF\xBD, &lt;tag&gt;"));
+  played.mResult.mFailure->mGot = "bell \x07";
+  EXPECT_THAT(JUnitText({played}), HasSubstr("bell \\u0007, bad \xEF\xBF\xBD, &lt;tag&gt;"));
+  EXPECT_THAT(JUnitText({played}), HasSubstr("got bell ?\""));
 }

@@ -13,6 +13,16 @@ TEST(Utf8Test, KeepsWhatIsValid) {
   }
 }
 
+TEST(Utf8Test, WritesOutWhatATerminalWouldObey) {
+  EXPECT_EQ(Printable("a\x1b[2J\x07\r\n\x7f\xc2\x9b\xc2\x80\x9b z"),
+            "a\\u001b[2J\\u0007\\u000d\\u000a\\u007f\\u009b\\u0080\uFFFD z");
+  EXPECT_EQ(Printable(std::string_view("\0", 1)), "\\u0000");
+  EXPECT_EQ(Printable("\u00A0é日本語\\"), "\u00A0é日本語\\");
+  EXPECT_EQ(Printable(""), "");
+  EXPECT_EQ(PrintableLines("\n\x1b[A\n\nend\t"), "\n\\u001b[A\n\nend\\u0009");
+  EXPECT_EQ(PrintableLines("end\n"), "end\n");
+}
+
 TEST(Utf8Test, ReplacesEachLongestBeginningOnce) {
   const struct {
     std::string bytes, text;

@@ -1,7 +1,6 @@
 #include "tools/dorn-lint/Lint.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 #include "station/Utf8.h"
@@ -37,22 +36,6 @@ class Places {
   std::size_t mColumn = 1;
 };
 
-// What a terminal and JSON take: control characters as \u001b.
-std::string Printable(std::string_view text) {
-  std::string out;
-  for (const char c : station::ValidUtf8(text)) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= ' ' && byte != 0x7F) {
-      out += c;
-      continue;
-    }
-    char escape[8];
-    static_cast<void>(std::snprintf(escape, sizeof escape, "\\u%04x", byte));
-    out += escape;
-  }
-  return out;
-}
-
 // In its place: the dialog refers to the document.
 void ReadFile(Source& source, File& file) {
   file.mPath = std::move(source.mPath);
@@ -78,7 +61,7 @@ void Check(const File& file, const Site& site, std::vector<Finding>& findings) {
     places.MoveTo(each.mAt);
     const std::string subject = each.mObject.empty() ? std::string() : Cut(each.mObject) + ": ";
     findings.push_back({file.mPath, places.Line(), places.Column(), each.mRule->mSeverity,
-                        Printable(subject + each.mText), std::move(each.mObject),
+                        station::Printable(subject + each.mText), std::move(each.mObject),
                         each.mRule->mName});
   }
 }

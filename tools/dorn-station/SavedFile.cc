@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "station/Utf8.h"
+
 SavedFile::SavedFile(const std::string& folder, const std::string& name)
     : mPath(folder + "/" + name.substr(name.rfind('/') + 1)) {
   const std::string start = folder + "/.dorn-station-" + std::to_string(getpid()) + "-";
@@ -34,7 +36,9 @@ void SavedFile::Finish() {
 }
 
 void SavedFile::Fail() {
-  std::fprintf(stderr, "dorn-station: cannot write %s: %s\n", mPath.c_str(), std::strerror(errno));
+  const char* const why = std::strerror(errno);
+  std::fprintf(stderr, "dorn-station: cannot write %s: %s\n",
+               dorn::station::Printable(mPath).c_str(), why);
   if (mFile) std::remove(mPartPath.c_str());
   mFile.reset();
 }

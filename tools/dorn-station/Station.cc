@@ -1,6 +1,7 @@
 #include "tools/dorn-station/Station.h"
 
 #include <poll.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +10,7 @@
 
 #include "station/Commands.h"
 #include "station/Reader.h"
+#include "station/Utf8.h"
 
 using dorn::tools::Line;
 using dorn::tools::SteadyMs;
@@ -196,8 +198,10 @@ void Station::OnEnd(Line::End end, const std::string& why) {
 
 void Station::Print(const char* direction, const std::string& text) const {
   if (mOptions.quiet) return;
+  // A program that reads it gets the bytes as they are.
+  const std::string shown = isatty(STDOUT_FILENO) != 0 ? dorn::station::PrintableLines(text) : text;
   std::printf("%s ", direction);
-  std::fwrite(text.data(), 1, text.size(), stdout);
-  if (text.empty() || text.back() != '\n') std::putchar('\n');
+  std::fwrite(shown.data(), 1, shown.size(), stdout);
+  if (shown.empty() || shown.back() != '\n') std::putchar('\n');
   std::fflush(stdout);
 }

@@ -35,10 +35,11 @@ std::string Shown(const Message& message) {
     while ((text[end] & 0xC0) == 0x80) --end;  // Not in the middle of a character.
     text = text.substr(0, end) + "... (" + length + " bytes)";
   }
+  // Line ends and tabs between the members of a message mean nothing.
   for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20) c = ' ';
+    if (c == '\n' || c == '\r' || c == '\t') c = ' ';
   }
-  return text;
+  return dorn::station::Printable(text);
 }
 
 }  // namespace

@@ -10,6 +10,8 @@ namespace dorn::scene {
 
 namespace {
 
+using dorn::station::PrintableLines;
+
 std::string Indented(const std::string& text) {
   std::string lines;
   bool isStart = true;
@@ -93,12 +95,12 @@ std::string FailureText(const Played& played) {
   std::string text = Place(played) + ": failed\n";
   if (!result.mSource.empty()) text += "    " + result.mSource + "\n";
   text += "  expected  " + result.mFailure->mExpected + "\n";
-  text += "  got       " + result.mFailure->mGot + "\n";
+  text += "  got       " + PrintableLines(result.mFailure->mGot) + "\n";
   if (!result.mWho.empty()) {
     text += "  the last messages of " + result.mWho + ":\n" + result.mMessages;
   }
   if (!result.mHostOutput.empty()) {
-    text += "  what the host printed last:\n" + Indented(result.mHostOutput);
+    text += "  what the host printed last:\n" + Indented(PrintableLines(result.mHostOutput));
   }
   return text;
 }

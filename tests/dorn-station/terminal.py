@@ -1,0 +1,34 @@
+#!/usr/bin/env python3
+"""terminal.py DORN-STATION: a terminal gets nothing of a host that it would obey; a pipe gets all."""
+import os, pty, subprocess, sys
+from scripted import PATIENCE, fail, host, run, text
+
+station = sys.argv[1]
+said = b'{"Command":"ERROR","Message":"\x1b]0;owned\x07\x1b[2J\xc2\x9b\x9b\x7f \xe6\xb0\xb4"}'
+shown = b'\\u001b]0;owned\\u0007\\u001b[2J\\u009b\xef\xbf\xbd\\u007f \xe6\xb0\xb4"}'
+
+
+def tells(line):
+    line.sendall(text(said))
+
+
+done = run(station, host(tells), "--linger", "-1", "say hello")
+if said not in done.stdout:
+    fail("through a pipe: %r" % done.stdout)
+
+ours, its = pty.openpty()
+process = subprocess.Popen([station, "--port", str(host(tells)), "--linger", "-1", "say hello"],
+                           stdin=subprocess.DEVNULL, stdout=its)
+os.close(its)
+got = b""
+while True:
+    try:
+        piece = os.read(ours, 4096)
+    except OSError:  # The program has ended.
+        break
+    if not piece:
+        break
+    got += piece
+process.wait(PATIENCE)
+if shown not in got or b"\x1b" in got:
+    fail("on a terminal: %r" % got)
