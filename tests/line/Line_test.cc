@@ -168,6 +168,20 @@ TEST_F(LineTest, QueuesWhatTheHostDoesNotTakeYet) {
   EXPECT_EQ(mLoop.mLine.Events(), POLLIN);
 }
 
+TEST_F(LineTest, EndsWhenTheHostTakesTooLittle) {
+  Open();
+  mLoop.mLine.Send(std::string(32 << 20, 'x'));
+  ASSERT_GT(mLoop.mLine.Unsent(), Line::kMaxUnsent);
+  EXPECT_EQ(mLoop.mEnded, 0);
+  mLoop.mLine.Send("one more");
+  EXPECT_EQ(mLoop.mEnded, 0);
+  ASSERT_TRUE(mLoop.RunUntilEnd());
+  EXPECT_EQ(mLoop.mEnd, Line::End::kNotTaken);
+  EXPECT_THAT(mLoop.mWhy, HasSubstr("does not take what it is sent"));
+  EXPECT_EQ(mLoop.mLine.GetState(), Line::State::kClosed);
+  EXPECT_EQ(mLoop.mLine.Unsent(), 0u);
+}
+
 TEST_F(LineTest, SaysThatNobodyListens) {
   const int port = UnusedPort();
   mLoop.mLine.Open("127.0.0.1", port, 5'000, SteadyMs());

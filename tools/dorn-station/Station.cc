@@ -170,8 +170,9 @@ bool Station::ReceiveUntil(Clock::time_point deadline) {
 
 int Station::Poll(int timeoutMs) {
   const int wanted = mLine.PollTimeout(SteadyMs());
+  const bool isWantedFirst = wanted >= 0 && (timeoutMs < 0 || wanted < timeoutMs);
   pollfd watched{mLine.Descriptor(), mLine.Events(), 0};
-  const int ready = poll(&watched, 1, wanted < 0 || timeoutMs >= 0 ? timeoutMs : wanted);
+  const int ready = poll(&watched, 1, isWantedFirst ? wanted : timeoutMs);
   mLine.Ready(ready > 0 ? watched.revents : short{0}, SteadyMs());
   return ready;
 }
@@ -189,6 +190,10 @@ void Station::OnEnd(Line::End end, const std::string& why) {
   if (end == Line::End::kNoSuchHost || end == Line::End::kCannotConnect) {
     const char* hint = end == Line::End::kCannotConnect ? ". Is the server running there?" : "";
     std::fprintf(stderr, "dorn-station: %s%s\n", why.c_str(), hint);
+    return;
+  }
+  if (end == Line::End::kNotTaken) {
+    std::fprintf(stderr, "dorn-station: %s\n", why.c_str());
     return;
   }
   if (!mFraming.IsAtRest()) std::fputs("dorn-station: closed in the middle of a message\n", stderr);

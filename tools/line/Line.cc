@@ -69,7 +69,13 @@ void Line::Close() {
 }
 
 void Line::Send(std::string_view bytes) {
-  if (mState == State::kClosed || mIsDeaf) return;
+  if (mState == State::kClosed || mIsDeaf || mFailure) return;
+  if (Unsent() > kMaxUnsent) {
+    mFailure = End::kNotTaken;
+    mWhy = Place() + " does not take what it is sent: " + std::to_string(Unsent()) +
+           " bytes wait to be sent";
+    return;
+  }
   mUnsent += bytes;
   if (mState == State::kOpen) SendQueued();
 }

@@ -35,7 +35,8 @@ class Line {
     kNoSuchHost,     // The name could not be resolved.
     kCannotConnect,  // Nobody listens there, or nobody answered in time.
     kClosedByHost,   // After everything that it sent was received.
-    kBroken          // Reset, or lost on the way.
+    kBroken,         // Reset, or lost on the way.
+    kNotTaken        // The host receives too little of what it is sent.
   };
 
   // Told of what happens from within Ready() alone, so that none comes while a caller is still in
@@ -64,7 +65,8 @@ class Line {
   void Close();
 
   // Queues bytes, while it connects as well; dropped while it is closed, or when the host does not
-  // receive any more.
+  // receive any more. With more than kMaxUnsent bytes queued before, the line ends instead.
+  static constexpr std::size_t kMaxUnsent = std::size_t{1} << 20;
   void Send(std::string_view bytes);
   std::size_t Unsent() const { return mUnsent.size() - mSent; }
 
