@@ -90,7 +90,9 @@ const isDialog = (json: Json): json is JsonObject => memberText(json, "Command")
 
 export class Tree {
   readonly root = new TreeObject(null);
-  private byName: Map<string, TreeObject> | null = null;
+  // New objects are entered; after objects were taken out or moved, the next one who asks rebuilds
+  // it. Null in it: it must be rebuilt to tell which of several is the first.
+  private byName: Map<string, TreeObject | null> | null = null;
 
   /** The tree that a host sends of a dialog it runs. */
   static fromLive(json: JsonObject): Tree {
@@ -116,26 +118,39 @@ export class Tree {
     for (const json of updates.flatMap((update) => memberList(update, "Objects"))) {
       const child = memberText(json, "Name");
       if (!isObject(json) || child === "") continue;
-      let object = tree.find(child);
-      if (!object || object === tree.root) object = tree.root.append();
-      object.setAttributes(json);
-      tree.byName = null;
+      const object = tree.find(child);
+      if (!object || object === tree.root) tree.appendTo(tree.root, json);
+      else object.setAttributes(json);
     }
     return tree;
   }
 
   /** The first of this name, depth first. The root answers to the name of the resource. */
   find(name: string): TreeObject | undefined {
-    if (!this.byName) {
-      this.byName = new Map();
-      this.index(this.root, this.byName);
-    }
-    return this.byName.get(name);
+    const known = this.byName?.get(name);
+    if (this.byName && known !== null) return known;
+    const byName = new Map<string, TreeObject>();
+    this.index(this.root, byName);
+    this.byName = byName;
+    return byName.get(name);
   }
 
   private index(object: TreeObject, byName: Map<string, TreeObject>): void {
     if (!byName.has(object.name)) byName.set(object.name, object);
     for (const child of object.children) this.index(child, byName);
+  }
+
+  /**
+   * A host adds thousands of objects at once, and each is looked for. Those without a name are not:
+   * which of them comes first stays open until somebody asks. Nothing comes before the root.
+   */
+  private appendTo(parent: TreeObject, json: JsonObject): TreeObject {
+    const object = parent.append();
+    object.setAttributes(json);
+    const known = this.byName?.get(object.name);
+    if (known === undefined) this.byName?.set(object.name, object);
+    else if (known !== this.root) this.byName?.set(object.name, null);
+    return object;
   }
 
   /**
@@ -198,14 +213,16 @@ export class Tree {
     let object = name === "" ? undefined : this.find(name);
     const isNew = !object || object === this.root;
     if (!object || isNew) {
-      object = parent.append();
-    } else if (object.parent !== parent && !parent.isWithin(object)) {
-      this.takeFromParent(object);
-      parent.children.push(object);
-      object.parent = parent;
+      object = this.appendTo(parent, json);
+    } else {
+      if (object.parent !== parent && !parent.isWithin(object)) {
+        this.takeFromParent(object);
+        parent.children.push(object);
+        object.parent = parent;
+        this.byName = null;
+      }
+      object.setAttributes(json); // The name stays: the object was found by it.
     }
-    object.setAttributes(json);
-    this.byName = null;
     const children = memberList(json, "Objects");
     const mayLackChildren = isNew && object.isGroup && children.length === 0;
     return this.mergeAll(children, object) || mayLackChildren;

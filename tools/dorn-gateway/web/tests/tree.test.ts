@@ -1,0 +1,104 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+
+import type { JsonObject } from "../src/json";
+import { Tree, TreeObject } from "../src/tree";
+
+const names = ["", "d", "a", "b", "c", "e", "f", "g", "h", "i", "j", "k", "l", "m"];
+
+function firstOf(object: TreeObject, name: string): TreeObject | undefined {
+  if (object.name === name) return object;
+  for (const child of object.children) {
+    const found = firstOf(child, name);
+    if (found) return found;
+  }
+  return undefined;
+}
+
+/** Commands as they come, with names that are there twice, that are the root's or missing. */
+class Chance {
+  constructor(private state: number) {}
+
+  below(count: number): number {
+    this.state = (Math.imul(this.state, 1103515245) + 12345) >>> 0;
+    return (this.state >>> 8) % count;
+  }
+  named(members: JsonObject): JsonObject {
+    const name = names[this.below(names.length)]!;
+    return name === "" ? members : { Name: name, ...members };
+  }
+  objects(depth: number): JsonObject[] {
+    return Array.from({ length: this.below(4) }, () => {
+      const group = this.named({ Type: "GROUP" });
+      return depth < 3 ? { ...group, Objects: this.objects(depth + 1) } : group;
+    });
+  }
+}
+
+test("tree: the first of a name is found whatever came before", () => {
+  for (let seed = 0; seed < 300; ++seed) {
+    const chance = new Chance(seed);
+    const tree = Tree.fromLive({ Name: "d", Objects: chance.objects(0) });
+    for (let step = 0; step < 12; ++step) {
+      if (chance.below(4) === 0) {
+        tree.delete(chance.named({ Delete: chance.below(3) === 0 ? "CHILD" : "THIS" }));
+      } else {
+        tree.add(chance.named({ Objects: chance.objects(1) }));
+      }
+      if (chance.below(3) === 0) continue; // Nobody has looked in between.
+      for (const name of names) {
+        const isFirst = tree.find(name) === firstOf(tree.root, name);
+        assert.ok(isFirst, `seed ${seed} step ${step} name '${name}'`);
+      }
+    }
+  }
+});
+
+/** The best of a few. */
+function secondsOf(act: () => void): number {
+  const times = Array.from({ length: 5 }, () => {
+    const before = process.cpuUsage();
+    act();
+    const { user, system } = process.cpuUsage(before);
+    return (user + system) / 1e6;
+  });
+  return Math.min(...times);
+}
+
+/** Every second one without a name if they are mixed. */
+function objects(count: number, isMixed: boolean): JsonObject[] {
+  return Array.from({ length: count }, (_, i): JsonObject => {
+    return isMixed && i % 2 === 1 ? {} : { Name: `n${i}` };
+  });
+}
+
+// Eight times as many objects take eight times as long, and 64 times if each is paid for by all.
+const kFew = 500;
+const kMany = 8 * kFew;
+const kMostGrowth = 24;
+
+function checkGrowth(act: (list: JsonObject[]) => Tree, isMixed: boolean): void {
+  const secondsFor = (count: number) => {
+    const list = objects(count, isMixed);
+    return secondsOf(() => assert.ok(act(list).find("n0")));
+  };
+  secondsFor(kMany / 4); // Compiled by now.
+  const few = secondsFor(kFew);
+  assert.ok(secondsFor(kMany) < kMostGrowth * few);
+}
+
+for (const isMixed of [false, true]) {
+  test(`tree: adding takes time that grows with the objects alone, unnamed: ${isMixed}`, () => {
+    checkGrowth((list) => {
+      const group = { Name: "g", Type: "GROUP" };
+      const tree = Tree.fromLive({ Name: "d", Objects: [group, { Type: "LABEL" }] });
+      tree.add({ Name: "g", Objects: list });
+      tree.add({ Name: "g", Objects: list.filter((each) => "Name" in each) });
+      return tree;
+    }, isMixed);
+  });
+}
+
+test("tree: making one of updates takes time that grows with the objects alone", () => {
+  checkGrowth((list) => Tree.flat("d", [{ Objects: list }]), false);
+});
