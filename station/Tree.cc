@@ -12,7 +12,8 @@ void SetAttributes(Object& object, const Json& json) {
   for (const auto& [key, value] : json.mMembers) {
     if (!IsChildrenKey(key) && !value.IsNull()) object.mAttributes[key] = value;
   }
-  object.mName = object.TextOf("Name");
+  const std::string_view name = object.TextOf("Name");
+  if (object.mName != name) object.mName = name;  // The index looks at the text that is there.
 }
 
 enum class Source { kLive, kFile };
@@ -129,30 +130,47 @@ Tree Tree::Flat(std::string_view name, const std::vector<Json>& updates) {
       const std::string_view child = object.TextOf("Name");
       if (child.empty()) continue;
       Object* known = made.Find(child);
-      if (known == nullptr || known == made.mRoot.get()) known = &made.Append(*made.mRoot);
-      SetAttributes(*known, object);
-      made.mIsIndexed = false;
+      if (known == nullptr || known == made.mRoot.get()) {
+        made.Enter(Append(*made.mRoot, object));
+      } else {
+        SetAttributes(*known, object);
+      }
     }
   }
   return made;
 }
 
 Object* Tree::Find(std::string_view name) {
-  if (!mIsIndexed) {
-    mByName.clear();
-    std::vector<Object*> open{mRoot.get()};
-    while (!open.empty()) {
-      Object* object = open.back();
-      open.pop_back();
-      mByName.emplace(object->mName, object);  // The first one stays.
-      for (auto child = object->mChildren.rbegin(); child != object->mChildren.rend(); ++child) {
-        open.push_back(child->get());
-      }
-    }
-    mIsIndexed = true;
+  if (!mIsIndexed) Index();
+  auto found = mByName.find(name);
+  if (found == mByName.end()) return nullptr;
+  if (found->second == nullptr) {
+    Index();
+    found = mByName.find(name);
   }
-  const auto found = mByName.find(name);
-  return found == mByName.end() ? nullptr : found->second;
+  return found->second;
+}
+
+void Tree::Index() {
+  mByName.clear();
+  std::vector<Object*> open{mRoot.get()};
+  while (!open.empty()) {
+    Object* object = open.back();
+    open.pop_back();
+    mByName.emplace(object->mName, object);  // The first one stays.
+    for (auto child = object->mChildren.rbegin(); child != object->mChildren.rend(); ++child) {
+      open.push_back(child->get());
+    }
+  }
+  mIsIndexed = true;
+}
+
+// A host adds thousands of objects at once, and each is looked for. Those without a name are not:
+// which of them comes first stays open until somebody asks. Nothing comes before the root.
+void Tree::Enter(Object& object) {
+  if (!mIsIndexed) return;
+  const auto [entry, isFirst] = mByName.emplace(object.mName, &object);
+  if (!isFirst && entry->second != mRoot.get()) entry->second = nullptr;
 }
 
 const Object* Tree::Find(std::string_view name) const {
@@ -200,13 +218,16 @@ bool Tree::Merge(const Json& json, Object& parent) {
   Object* object = name.empty() ? nullptr : Find(name);
   const bool isNew = object == nullptr || object == mRoot.get();
   if (isNew) {
-    object = &Append(parent);
-  } else if (object->mParent != &parent && !IsWithin(parent, *object)) {
-    parent.mChildren.push_back(TakeFromParent(*object));
-    object->mParent = &parent;
+    object = &Append(parent, json);
+    Enter(*object);
+  } else {
+    if (object->mParent != &parent && !IsWithin(parent, *object)) {
+      parent.mChildren.push_back(TakeFromParent(*object));
+      object->mParent = &parent;
+      mIsIndexed = false;
+    }
+    SetAttributes(*object, json);  // The name stays: the object was found by it.
   }
-  SetAttributes(*object, json);
-  mIsIndexed = false;
   const Json::Array& children = ObjectsOf(json);
   bool wantsAll = isNew && object->IsGroup() && children.empty();
   for (const Json& child : children) {
@@ -215,11 +236,12 @@ bool Tree::Merge(const Json& json, Object& parent) {
   return wantsAll;
 }
 
-Object& Tree::Append(Object& parent) {
+Object& Tree::Append(Object& parent, const Json& json) {
   parent.mChildren.push_back(std::make_unique<Object>());
-  parent.mChildren.back()->mParent = &parent;
-  mIsIndexed = false;
-  return *parent.mChildren.back();
+  Object& object = *parent.mChildren.back();
+  object.mParent = &parent;
+  SetAttributes(object, json);
+  return object;
 }
 
 void Tree::Delete(const Json& command) {

@@ -58,12 +58,15 @@ class Tree {
   bool UpdateObject(Object& object, const Json& members);
   bool Merge(const Json& json, Object& parent);
   void Remove(Object& object);
-  Object& Append(Object& parent);
+  static Object& Append(Object& parent, const Json& json);
+  void Index();
+  void Enter(Object& object);
 
   std::unique_ptr<Object> mRoot;
-  // Rebuilt when it is asked after the structure has changed.
-  mutable std::unordered_map<std::string_view, Object*> mByName;
-  mutable bool mIsIndexed = false;
+  // New objects are entered; after objects were taken out or moved, the next one who asks rebuilds
+  // it. Null: it must be rebuilt to tell which of several is the first.
+  std::unordered_map<std::string_view, Object*> mByName;
+  bool mIsIndexed = false;
 };
 
 // Whether this is a grid's table: an array of arrays.
