@@ -215,30 +215,47 @@ class SheetMaker {
     return first;
   }
 
-  // Cells of a grid of 12 columns. Lines on which nothing stands take no room.
+  // Cells of a grid of 12 columns. Lines on which nothing stands take no room. How high the lines
+  // are is known when all is placed: each object is placed at the top and then moved down, because
+  // to place it twice would double the work with each group inside a group.
   int PlaceOnCells(const std::vector<Item>& items, const Rect& area) {
+    std::vector<Placed> all;
     std::map<int, int> heights;  // Of the lines that are used.
     for (const Item& item : items) {
       if (!item.mIsVisible) continue;
-      const int height = HeightOnCells(item, WidthOnCells(item, area));
+      const std::size_t from = mSheet.mSpots.size();
+      const Rect place{LeftOnCells(item, area), area.mY, WidthOnCells(item, area), 0};
+      const int height = PlaceOne(item, place);
+      all.push_back({item.mPlace->mY, height, from, mSheet.mSpots.size()});
       int& line = heights[item.mPlace->mY];
       line = std::max(line, (height + item.mPlace->mH - 1) / item.mPlace->mH);
       int& last = heights[item.mPlace->mY + item.mPlace->mH - 1];
       last = std::max(last, height - (item.mPlace->mH > 1 ? line * (item.mPlace->mH - 1) : 0));
     }
-    std::map<int, int> tops;
-    int y = area.mY;
+    std::map<int, int> tops;  // From the top of the area.
+    int bottom = 0;
     for (const auto& [line, height] : heights) {
-      tops[line] = y;
-      y += height;
+      tops[line] = bottom;
+      bottom += height;
     }
-    int bottom = y;
-    for (const Item& item : items) {
-      if (!item.mIsVisible) continue;
-      const Rect place{LeftOnCells(item, area), tops[item.mPlace->mY], WidthOnCells(item, area), 0};
-      bottom = std::max(bottom, place.mY + PlaceOne(item, place));
+    for (const Placed& placed : all) {
+      const int top = tops[placed.mLine];
+      MoveDown(placed, top);
+      bottom = std::max(bottom, top + placed.mHeight);
     }
-    return bottom - area.mY;
+    return bottom;
+  }
+
+  // The spots of one object and all in it.
+  struct Placed {
+    int mLine;
+    int mHeight;
+    std::size_t mFrom;
+    std::size_t mEnd;
+  };
+
+  void MoveDown(const Placed& placed, int by) {
+    for (std::size_t i = placed.mFrom; i < placed.mEnd; ++i) mSheet.mSpots[i].mRect.mY += by;
   }
 
   static int LeftOnCells(const Item& item, const Rect& area) {
@@ -247,15 +264,6 @@ class SheetMaker {
   static int WidthOnCells(const Item& item, const Rect& area) {
     const int end = std::min(item.mPlace->mX + item.mPlace->mW, kPageColumns);
     return area.mX + area.mWidth * end / kPageColumns - LeftOnCells(item, area);
-  }
-
-  // Placed once for its height alone.
-  int HeightOnCells(const Item& item, int width) {
-    if (!IsCard(item)) return HeightOf(item, width);
-    const std::size_t before = mSheet.mSpots.size();
-    const int height = PlaceGroup(item, {0, 0, width, 0});
-    mSheet.mSpots.resize(before);
-    return height;
   }
 
   int PlaceOne(const Item& item, const Rect& place) {
