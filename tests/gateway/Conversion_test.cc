@@ -24,6 +24,12 @@ using Frames = std::vector<std::string>;
 class ConversionTest : public testing::Test {
  protected:
   Frames FramesOf(std::string_view text) { return Texts(*mConversion.Text(text)); }
+  // So many commands without members; `n` tells one text from another.
+  static std::string ManyCommands(std::size_t count, int n) {
+    std::string text = R"({"N":)" + std::to_string(n) + R"(,"Commands":[{})";
+    for (std::size_t i = 1; i < count; ++i) text += ",{}";
+    return text + "]}";
+  }
   static Json Head(const std::string& text) { return Reader().Read(text).mJson; }
 
   Conversion mConversion{Reader::Strings::kStrictFirst};
@@ -53,6 +59,23 @@ TEST_F(ConversionTest, GivesEachOfSeveralCommandsItsFrame) {
                      ",{ \"Command\":\"DELETE\",\"Delete\":\"THIS\",\"Name\":\"b\"}]}"),
             (Frames{R"({"t":"cmd","c":{"Command":"UPDATE","Objects":[]}})",
                     R"({"t":"cmd","c":{"Command":"DELETE","Delete":"THIS","Name":"b"}})"}));
+}
+
+// A short command makes a frame that costs fifty times as much.
+TEST_F(ConversionTest, DoesNotTakeMoreCommandsInOneTextThanItCanAfford) {
+  EXPECT_EQ(mConversion.Text(ManyCommands(10'000, 1))->mFrames.size(), 10'000u);
+  const auto tooMany = mConversion.Text(ManyCommands(10'001, 1));
+  EXPECT_EQ(tooMany->mReading, Reading::kUnreadable);
+  EXPECT_TRUE(tooMany->mFrames.empty());
+}
+
+TEST_F(ConversionTest, RemembersNoMoreThanItsFramesMayWeigh) {
+  for (int i = 1; i <= 100; ++i) mConversion.Text(ManyCommands(1'000, i));
+  EXPECT_EQ(mConversion.Conversions(), 100u);
+  mConversion.Text(ManyCommands(1'000, 100));
+  EXPECT_EQ(mConversion.Conversions(), 100u);
+  mConversion.Text(ManyCommands(1'000, 1));
+  EXPECT_EQ(mConversion.Conversions(), 101u) << "the first one is forgotten";
 }
 
 TEST_F(ConversionTest, TellsOfATableThatWasNotSent) {

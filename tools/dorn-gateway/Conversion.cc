@@ -14,6 +14,11 @@ namespace {
 using station::Json;
 using station::Reading;
 
+// Each command of a text becomes a frame, which costs much more than a short command itself.
+constexpr std::size_t kMaxCommands = 10'000;
+// What a frame, or a member of a head, costs beside its bytes.
+constexpr std::size_t kOverhead = 100;
+
 constexpr std::string_view kCommand = "{\"t\":\"cmd\",\"c\":";
 
 bool IsDialogFile(std::string_view file) {
@@ -61,6 +66,22 @@ void AddCommand(const Json& command, std::string_view written, Converted& conver
   converted.mFrames.push_back(MakeFrame(std::move(frame)));
 }
 
+std::size_t WeightOf(const Frame& frame) { return frame ? frame->size() + kOverhead : 0; }
+
+std::size_t WeightOf(const Json& json) {
+  std::size_t weight = sizeof(Json) + kOverhead;
+  for (const Json& element : json.mElements) weight += WeightOf(element);
+  for (const auto& [key, member] : json.mMembers) weight += key.size() + WeightOf(member);
+  return weight;
+}
+
+std::size_t WeightOf(const Converted& converted) {
+  std::size_t weight = converted.mFile ? WeightOf(*converted.mFile) : 0;
+  for (const Frame& frame : converted.mFrames) weight += WeightOf(frame);
+  for (const std::string& fence : converted.mFences) weight += fence.size() + kOverhead;
+  return weight;
+}
+
 std::string FileHead(const Json& head) {
   std::string text = "{\"t\":\"file\",\"head\":";
   head.Write(text);
@@ -83,7 +104,7 @@ std::shared_ptr<const Converted> Conversion::Text(std::string_view text) {
   if (auto known = mTexts.Find(text)) return known;
   ++mConversions;
   auto converted = std::make_shared<const Converted>(Read(text));
-  mTexts.Add(text, converted);
+  mTexts.Add(text, converted, WeightOf(*converted));
   return converted;
 }
 
@@ -92,14 +113,16 @@ Converted Conversion::Read(std::string_view text) const {
   Converted converted;
   station::ReadText read = mReader.Read(text);
   if (!read.mJson.IsObject()) return converted;
+  const Json* commands = read.mJson.Find("Commands");
+  const bool isList = commands != nullptr && commands->IsArray();
+  if (isList && commands->mElements.size() > kMaxCommands) return converted;
   converted.mReading = read.mReading;
   if (AnnouncesFile(read.mJson)) {
     converted.mFile = std::move(read.mJson);
     return converted;
   }
   KeepEmptyData(read.mJson);
-  const Json* commands = read.mJson.Find("Commands");
-  if (commands == nullptr || !commands->IsArray()) {
+  if (!isList) {
     const bool isStrict = read.mReading == Reading::kStrict;
     AddCommand(read.mJson, isStrict ? std::string(text) : read.mJson.Written(), converted);
     return converted;
@@ -122,7 +145,7 @@ std::shared_ptr<const ConvertedFile> Conversion::File(const Json& head, std::str
   if (auto known = mTrees.Find(key)) return known;
   ++mConversions;
   auto file = std::make_shared<const ConvertedFile>(ReadTree(head, std::move(bytes)));
-  mTrees.Add(key, file);
+  mTrees.Add(key, file, WeightOf(file->mHead) + WeightOf(file->mBytes));
   return file;
 }
 

@@ -58,8 +58,8 @@ class Conversion {
   ConvertedFile ReadTree(const station::Json& head, std::string bytes) const;
 
   const station::Reader mReader;
-  TextCache<Converted> mTexts{std::size_t{4} * 1024 * 1024};
-  TextCache<ConvertedFile> mTrees{std::size_t{16} * 1024 * 1024};
+  TextCache<Converted> mTexts{std::size_t{8} * 1024 * 1024};
+  TextCache<ConvertedFile> mTrees{std::size_t{32} * 1024 * 1024};
   std::size_t mConversions = 0;
 };
 

@@ -13,8 +13,8 @@
 
 namespace dorn::gateway {
 
-// Holds the texts used last, up to so many bytes of them; a longer text than a quarter of that is
-// never held.
+// Holds the texts used last, up to so many bytes of them and of what their values weigh; what takes
+// more than a quarter of that is never held.
 template <class Value>
 class TextCache {
  public:
@@ -28,11 +28,12 @@ class TextCache {
     return found->second->mValue;
   }
 
-  void Add(std::string_view text, std::shared_ptr<const Value> value) {
-    if (text.size() > mMaxBytes / 4 || mByText.count(text) != 0) return;
-    mEntries.push_front({std::string(text), std::move(value)});
+  void Add(std::string_view text, std::shared_ptr<const Value> value, std::size_t weight) {
+    const std::size_t bytes = text.size() + weight;
+    if (bytes > mMaxBytes / 4 || mByText.count(text) != 0) return;
+    mEntries.push_front({std::string(text), std::move(value), bytes});
     mByText.emplace(mEntries.front().mText, mEntries.begin());
-    mBytes += text.size();
+    mBytes += bytes;
     while (mBytes > mMaxBytes) RemoveLast();
   }
 
@@ -40,10 +41,11 @@ class TextCache {
   struct Entry {
     std::string mText;
     std::shared_ptr<const Value> mValue;
+    std::size_t mBytes;  // Text and value.
   };
 
   void RemoveLast() {
-    mBytes -= mEntries.back().mText.size();
+    mBytes -= mEntries.back().mBytes;
     mByText.erase(mEntries.back().mText);
     mEntries.pop_back();
   }
