@@ -73,6 +73,28 @@ TEST_F(LimitsTest, ClosesAPageForWhichTooMuchWaits) {
   EXPECT_EQ(gateway.Metrics().mQueuedBytes, 0u);
 }
 
+// The close waits behind what the page does not read, and nobody else looks after it any more.
+TEST_F(LimitsTest, CutsOffAPageThatClosesAndDoesNotRead) {
+  mOptions.mTimes.mClose = Ms(100);
+  RunningGateway gateway(mOptions);
+  WebSocketPeer page, quick;
+  ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+  page.LogIn();
+  ASSERT_TRUE(quick.Open(gateway.Port()));
+  quick.LogIn();
+  const Deadline filled;
+  while (gateway.Metrics().mQueuedBytes < 4u << 20 && !filled.IsOver()) {
+    mHost.SendAll(Update(1 << 20));
+    EXPECT_THAT(quick.NextText(), HasSubstr("UPDATE"));
+  }
+  ASSERT_TRUE(page.SendFrame(kClose, "\x03\xe8"));
+  ASSERT_TRUE(mHost.WaitForConnections(1));
+  const Deadline deadline;
+  while (gateway.Metrics().mConnections > 1 && !deadline.IsOver()) std::this_thread::yield();
+  EXPECT_EQ(gateway.Metrics().mConnections, 1u);
+  EXPECT_EQ(gateway.Metrics().mSlowPages, 0u);
+}
+
 TEST_F(LimitsTest, TellsASlowPageToTryAgainLater) {
   mOptions.mLimits.mQueuedTexts = 100000;
   RunningGateway gateway(mOptions);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/ssl.hpp>
 #include <boost/beast/websocket.hpp>
@@ -60,6 +61,7 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   void Ping();
   void Gone();
   void LeaveOwner();
+  void LeavePage();
   void Drop(bool keepsFirst);
   std::size_t& QueuedBytes(Kind kind) { return kind == Kind::kText ? mQueuedTexts : mQueuedFiles; }
   void Forget(const Item& item);
@@ -80,7 +82,8 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   Ms mCloseBy{0};
   int mUnanswered = 0;  // Pings since the page was last heard.
   bool mIsPinging = false;
-  int mControls = 0;  // Control frames since the last tick.
+  int mControls = 0;                            // Control frames since the last tick.
+  std::unique_ptr<asio::steady_timer> mCutOff;  // Of a page that has closed.
 };
 
 template <class Stream>
@@ -107,7 +110,7 @@ void Line<Stream>::Accept(const Request& request) {
     mUnanswered = 0;
     ++mControls;
     if (type != websocket::frame_type::close) return;
-    asio::post(mShared.mIo, [self = shared_from_this()] { self->LeaveOwner(); });
+    asio::post(mShared.mIo, [self = shared_from_this()] { self->LeavePage(); });
   });
   mSocket.async_accept(request, [self = shared_from_this()](const beast::error_code& error) {
     self->OnAccepted(error);
@@ -251,7 +254,19 @@ void Line<Stream>::Gone() {
   LeaveOwner();
 }
 
-// The page closes: the rest of the handshake goes on by itself, and has its time limit.
+// The page closes: the rest of the handshake goes on by itself. Beast's time limit for that begins
+// only when a write that is under way has ended, and a page that does not read never lets it end.
+template <class Stream>
+void Line<Stream>::LeavePage() {
+  if (mState == State::kGone) return;
+  mCutOff = std::make_unique<asio::steady_timer>(mShared.mIo, mShared.mOptions.mTimes.mClose);
+  mCutOff->async_wait([line = this->weak_from_this()](const beast::error_code& error) {
+    const auto self = line.lock();
+    if (!error && self) beast::get_lowest_layer(self->mSocket).close();
+  });
+  LeaveOwner();
+}
+
 template <class Stream>
 void Line<Stream>::LeaveOwner() {
   if (mState == State::kGone) return;
