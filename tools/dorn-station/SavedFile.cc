@@ -24,7 +24,7 @@ SavedFile::~SavedFile() {
 }
 
 void SavedFile::Write(std::string_view bytes) {
-  if (!mFile) return;
+  if (!mFile || bytes.empty()) return;
   if (std::fwrite(bytes.data(), 1, bytes.size(), mFile.get()) != bytes.size()) Fail();
 }
 

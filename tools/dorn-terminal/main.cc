@@ -5,6 +5,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <map>
 #include <optional>
@@ -70,7 +71,7 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& isMono, bool& hasNoMous
 std::string SystemLanguage() {
   for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
     const char* value = std::getenv(name);
-    if (value != nullptr && *value != '\0') return std::string(value, 0, 2) == "ja" ? "ja" : "";
+    if (value != nullptr && *value != '\0') return std::strncmp(value, "ja", 2) == 0 ? "ja" : "";
   }
   return "";
 }
