@@ -41,7 +41,7 @@ holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|
 holds tools 'bin/dorn-(station|lint|terminal)' 'share/man/man1/dorn-(station|lint|terminal)\.1' 'share/dorn/resource\.schema\.json'
 holds gateway 'bin/dorn-gateway' 'share/man/man1/dorn-gateway\.1'
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z-]+\.md' \
-  'share/doc/dorn/docs/images/[a-z]+\.png'
+  'share/doc/dorn/docs/images/[a-z]+\.png' 'share/doc/dorn/docs/manual/guides/[a-z-]+\.md'
 
 for program in "$work"/all/bin/*; do
   page=$work/all/share/man/man1/$(basename "$program").1
