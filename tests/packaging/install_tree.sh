@@ -38,7 +38,7 @@ holds runtime "$lib/libdorn\.so\.1" "$lib/libdorn\.so\.1\.8\.7"
 holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|loop|net|json|model|server)/[A-Za-z]+\.h' \
   'share/man/man7/libdorn\.7' \
   "$lib/cmake/dorn/(dorn(Config|ConfigVersion|Targets|Targets-[a-z]+)|Dorn(Run)?HostTest)\.cmake" "$lib/pkgconfig/dorn\.pc"
-holds tools 'bin/dorn-(station|lint|terminal)' 'share/man/man1/dorn-(station|lint|terminal)\.1' 'share/dorn/resource\.schema\.json'
+holds tools 'bin/dorn-(station|lint|terminal)' 'share/man/man1/dorn-(station|lint|terminal)\.1' 'share/dorn/resource\.schema\.json' 'share/dorn/dorn\.lua'
 holds gateway 'bin/dorn-gateway' 'share/man/man1/dorn-gateway\.1'
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z-]+\.md' \
   'share/doc/dorn/docs/images/[a-z]+\.png' 'share/doc/dorn/docs/manual/guides/[a-z-]+\.md'
