@@ -52,7 +52,7 @@ void Session::Enter(const std::string& dialog, Ms now) {
 
 void Session::Refresh(Ms now) {
   mNow = now;
-  if (mState == State::kShowing) StartEntry(mDialog, false);
+  if (mState == State::kShowing && !mDialog.empty()) StartEntry(mDialog, false);
 }
 
 void Session::SetLooking(bool isLooking, Ms now) {
@@ -96,6 +96,17 @@ bool Session::GetFile(const std::string& name, Ms now) {
   mAsked.push_back({name, Asked::Use::kFile});
   SendFence();
   return true;
+}
+
+std::optional<unsigned long> Session::Fence(Ms now) {
+  mNow = now;
+  if (mState != State::kEntering && mState != State::kShowing) return std::nullopt;
+  return SendFence();
+}
+
+bool Session::IsAwaited(unsigned long fence) const {
+  return std::any_of(mAwaited.begin(), mAwaited.end(),
+                     [fence](const SentFence& sent) { return sent.mNumber == fence; });
 }
 
 void Session::Connected(unsigned line, Ms now) {
@@ -269,7 +280,7 @@ void Session::TickIdle() {
 }
 
 void Session::TickEntries() {
-  const bool isOld = mNow - mEnteredAt >= kRefetch && mIsLooking && IsAlive();
+  const bool isOld = !mDialog.empty() && mNow - mEnteredAt >= kRefetch && mIsLooking && IsAlive();
   if (mEnterAgainAt && mNow >= *mEnterAgainAt) {
     mAskedAgainAt = mNow;
     StartEntry(mDialog, false);
@@ -292,7 +303,8 @@ std::optional<Session::Ms> Session::NextTick() const {
   }
   if (mAwaited.empty() && mIsLooking && mNow - mTouched < IdleAfter()) at(mFenceAt + kHeartbeat);
   if (mState == State::kShowing && mEnterAgainAt) at(*mEnterAgainAt);
-  if (mState == State::kShowing && mIsLooking && IsAlive()) at(mEnteredAt + kRefetch);
+  const bool isRefetched = mState == State::kShowing && !mDialog.empty();
+  if (isRefetched && mIsLooking && IsAlive()) at(mEnteredAt + kRefetch);
   return next;
 }
 

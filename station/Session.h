@@ -6,6 +6,9 @@
 //                                                    ^                  | line lost
 //                                                    +--- kWaiting <----+
 //
+// An OPEN that names no dialog leads to kShowing at once, with nothing to show: the menu is all
+// there is.
+//
 // Line() names the connection that shall be open: a new number asks for a new connection, 0 for
 // none. What is told of another line than that is ignored.
 #ifndef STATION_SESSION_H_
@@ -93,6 +96,11 @@ class Session : private Framing::Sink {
            const std::vector<SetObject>& objects, Ms now);
   // Asks for a file, which TakeFiles() brings. Names without an extension are not asked for.
   bool GetFile(const std::string& name, Ms now);
+  // A fence for its own sake: once it is not awaited any more, all that the host had sent before is
+  // here, or the line is gone. Nothing where there is nobody to ask: before a dialog is entered,
+  // and without a line.
+  std::optional<unsigned long> Fence(Ms now);
+  bool IsAwaited(unsigned long fence) const;
 
   // What happened to a line.
   void Connected(unsigned line, Ms now);
@@ -157,6 +165,7 @@ class Session : private Framing::Sink {
   void OnTooLong() override { ++mCounts.mUnreadable; }
   void Execute(const Json& command);
   void OnOpen(const Json& command);
+  void ShowNothing();
   void OnError(const Json& command);
   void OnPutfile(const Json& command);
   void OnFence(unsigned long fence);

@@ -71,7 +71,14 @@ void Session::OnOpen(const Json& command) {
   const std::string dialog =
       isLogIn && !mReturnTo.empty() ? std::exchange(mReturnTo, {}) : mOpened.mDialog;
   mAliveAt = mNow;
-  if (!dialog.empty()) StartEntry(dialog, false);
+  if (!dialog.empty()) return StartEntry(dialog, false);
+  // What is shown already stays: hosts may tell of a new menu alone.
+  if (mDialog.empty()) ShowNothing();
+}
+
+void Session::ShowNothing() {
+  mReplica.Enter("", std::nullopt);
+  OnTree(Json(), false);
 }
 
 void Session::OnError(const Json& command) {

@@ -596,6 +596,75 @@ TEST_F(SessionTest, AnUnknownDialogShowsNothingAndTheMenuStillWorks) {
   EXPECT_EQ(ValueOf("a"), "1");
 }
 
+TEST_F(SessionTest, AnOpenWithoutADialogLeavesTheMenuAndDoesNotWaitForEver) {
+  mSession.LogIn("me", "secret", mNow);
+  mSession.Connected(mSession.Line(), mNow);
+  Say(R"({"Command":"OPEN","FileSource":"SERVER","Menu":["panel"],"SessionId":"s1"})");
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  EXPECT_EQ(mSession.Dialog().GetState(), Replica::State::kNothing);
+  EXPECT_EQ(mSession.LastOpened().mMenu, std::vector<std::string>{"panel"});
+  Sent();
+  AdvanceByTicks(20000);
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  EXPECT_EQ(Sent(), Texts{Fence(1)}) << "a heartbeat, and no entry into a dialog without a name";
+  mSession.Enter("panel", mNow);
+  EXPECT_EQ(Sent(), (Texts{Entry(2, "panel", "panel.json"), Fence(3)}));
+  EXPECT_EQ(mSession.GetState(), Session::State::kEntering);
+}
+
+TEST_F(SessionTest, WithoutADialogNothingIsEnteredAgain) {
+  mSession.LogIn("me", "secret", mNow);
+  mSession.Connected(mSession.Line(), mNow);
+  Say(R"({"Command":"OPEN","SessionId":"s1"})");
+  Say(FenceAnswer(1));
+  Sent();
+  mSession.Refresh(mNow);
+  mSession.SetLooking(false, mNow);
+  mSession.SetLooking(true, mNow);
+  mSession.SetStayLoggedIn(true, mNow);
+  EXPECT_EQ(Sent(), Texts());
+  AdvanceByTicks(1'300'000);
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  for (const std::string& text : Sent()) EXPECT_EQ(text.find("CHANGE"), std::string::npos) << text;
+}
+
+TEST_F(SessionTest, AnOpenWithoutADialogLeavesWhatIsShown) {
+  Show();
+  Say(R"({"Command":"OPEN","Menu":["panel","notes"],"SessionId":"s1"})");
+  EXPECT_EQ(Sent(), Texts());
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  EXPECT_EQ(mSession.LastOpened().mMenu, (std::vector<std::string>{"panel", "notes"}));
+  EXPECT_EQ(ValueOf("a"), "1");
+}
+
+TEST_F(SessionTest, ComesBackWithoutADialog) {
+  mSession.LogIn("me", "secret", mNow);
+  mSession.Connected(mSession.Line(), mNow);
+  Say(R"({"Command":"OPEN","SessionId":"s1"})");
+  mSession.Closed(mSession.Line(), mNow);
+  EXPECT_EQ(mSession.GetState(), Session::State::kWaiting);
+  Advance(1000);
+  mSession.Connected(mSession.Line(), mNow);
+  Say(R"({"Command":"OPEN","SessionId":"s1"})");
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  EXPECT_EQ(mSession.GetCause(), Session::Cause::kNone);
+}
+
+TEST_F(SessionTest, AFenceIsAwaitedUntilItsAnswerOrTheEndOfTheLine) {
+  EXPECT_EQ(mSession.Fence(mNow), std::nullopt);
+  Show();
+  EXPECT_EQ(mSession.Fence(mNow), 3ul);
+  EXPECT_EQ(mSession.Fence(mNow), 4ul);
+  EXPECT_EQ(Sent(), (Texts{Fence(3), Fence(4)}));
+  EXPECT_TRUE(mSession.IsAwaited(3));
+  Say(FenceAnswer(3));
+  EXPECT_FALSE(mSession.IsAwaited(3));
+  EXPECT_TRUE(mSession.IsAwaited(4));
+  mSession.Closed(mSession.Line(), mNow);
+  EXPECT_FALSE(mSession.IsAwaited(4));
+  EXPECT_EQ(mSession.Fence(mNow), std::nullopt);
+}
+
 TEST_F(SessionTest, OfTwoEntriesInARowTheLastCounts) {
   Show();
   mSession.Enter("one", mNow);

@@ -48,7 +48,6 @@ void Actor::Send(const std::string& text) {
 
 void Actor::Close() {
   mLine.Close();
-  mSyncs.clear();
   mLog.AddNote("[closed by this station]", At());
   mIsAway = !mIsPlain;
   mSession.Closed(std::exchange(mLineNumber, 0), Now());
@@ -64,15 +63,14 @@ void Actor::Leave() {
   mSession.LogOut();
   mLine.Close();
   mLineNumber = 0;
-  mSyncs.clear();
   mLog.AddNote("[logged out]", At());
 }
 
 bool Actor::StartSync() {
   if (!IsConnected() || mIsPlain) return false;
-  const std::string file = "?scene" + std::to_string(++mSyncCount) + ".fence";
-  if (!mSession.GetFile(file, Now())) return false;
-  mSyncs.push_back(file);
+  const auto fence = mSession.Fence(Now());
+  if (!fence) return false;
+  mSync = *fence;
   Obey();
   return true;
 }
@@ -118,7 +116,6 @@ void Actor::OnReceive(std::string_view bytes) {
 
 void Actor::OnEnd(Line::End, const std::string& why) {
   mEnded = why;
-  mSyncs.clear();
   mLog.AddNote("[" + why + "]", At());
   if (!mIsPlain) mSession.Closed(std::exchange(mLineNumber, 0), Now());
 }
@@ -128,7 +125,6 @@ void Actor::Obey() {
   if (mIsPlain || mIsAway) return;
   if (mSession.Line() != mLineNumber) {
     mLineNumber = mSession.Line();
-    mSyncs.clear();
     if (mLineNumber == 0) {
       mLine.Close();
     } else {
@@ -143,14 +139,7 @@ void Actor::Obey() {
 }
 
 void Actor::CollectFiles() {
-  for (auto& file : mSession.TakeFiles()) {
-    const auto sync = std::find(mSyncs.begin(), mSyncs.end(), file.mName);
-    if (sync != mSyncs.end()) {
-      mSyncs.erase(sync);
-    } else {
-      mFiles[file.mName] = std::move(file);
-    }
-  }
+  for (auto& file : mSession.TakeFiles()) mFiles[file.mName] = std::move(file);
 }
 
 }  // namespace dorn::scene

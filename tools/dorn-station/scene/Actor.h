@@ -42,7 +42,7 @@ class Actor : private dorn::tools::Line::Hooks {
   // A fence of its own: what the host had sent before is here once it has passed. False where there
   // is nobody to ask.
   bool StartSync();
-  bool IsSynced() const { return mSyncs.empty(); }
+  bool IsSynced() const { return !mSession.IsAwaited(mSync); }
 
   // Lets time and bytes pass.
   pollfd Watched() const { return {mLine.Descriptor(), mLine.Events(), 0}; }
@@ -90,8 +90,7 @@ class Actor : private dorn::tools::Line::Hooks {
   MessageLog mLog;
   std::size_t mMark = 0;
   std::size_t mQuietMark = 0;
-  unsigned long mSyncCount = 0;
-  std::vector<std::string> mSyncs;  // Files that stand for fences still to come.
+  unsigned long mSync = 0;  // The latest fence of its own.
   std::map<std::string, dorn::station::Session::File> mFiles;
 };
 

@@ -73,6 +73,7 @@ std::string StateOf(const Actor& actor) {
   const std::string words = session.Message().empty() ? "" : ": " + session.Message();
   switch (session.GetState()) {
     case State::kShowing:
+      if (session.Dialog().DialogName().empty()) return "shows nothing: the host named no dialog";
       if (session.Dialog().GetState() == Replica::State::kNothing) {
         return "finds no dialog " + session.Dialog().DialogName() + ", or nothing in it";
       }

@@ -154,7 +154,7 @@ export class Session {
 
   refresh(now: number): void {
     this.now = now;
-    if (this.state === "showing") this.startEntry(this.dialog, false);
+    if (this.state === "showing" && this.dialog !== "") this.startEntry(this.dialog, false);
   }
 
   /** Any sign of life that sends nothing. */
@@ -298,7 +298,7 @@ export class Session {
     }
     if (this.state === "showing") {
       next.push(this.enterAgainAt);
-      if (this.isLooking && this.isAlive()) next.push(this.enteredAt + times.kRefetch);
+      if (this.isEnteredAgain()) next.push(this.enteredAt + times.kRefetch);
     }
     const known = next.filter((time): time is number => time !== null);
     return known.length > 0 ? Math.min(...known) : null;
@@ -481,8 +481,13 @@ export class Session {
     }
   }
 
+  /** While somebody looks, a dialog is entered again after a while. */
+  private isEnteredAgain(): boolean {
+    return this.dialog !== "" && this.isLooking && this.isAlive();
+  }
+
   private tickEntries(): void {
-    const isOld = this.now - this.enteredAt >= times.kRefetch && this.isLooking && this.isAlive();
+    const isOld = this.isEnteredAgain() && this.now - this.enteredAt >= times.kRefetch;
     const isAsked = this.enterAgainAt !== null && this.now >= this.enterAgainAt;
     if (isAsked) this.askedAgainAt = this.now;
     if (isAsked || isOld) this.startEntry(this.dialog, false);

@@ -464,6 +464,24 @@ test("session: an OPEN without a dialog leaves the menu, and does not wait for e
   assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
 });
 
+test("session: without a dialog nothing is entered again", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.tell({ t: "up" });
+  scene.open({ File: "" });
+  scene.fence(1);
+  scene.sent();
+  scene.session.refresh(scene.now);
+  scene.session.setLooking(false, scene.now);
+  scene.session.setLooking(true, scene.now);
+  assert.deepEqual(scene.words(), []);
+  scene.session.setStays(true, scene.now);
+  scene.wait(1_300_000);
+  assert.equal(scene.session.state, "showing");
+  assert.ok(!scene.words().flat().includes("CHANGE"));
+});
+
 test("session: a dialog is returned to once; later the host's word counts", () => {
   const scene = new Scene().show();
   scene.session.enter("other", scene.now);
