@@ -61,6 +61,27 @@ ends_with 3 --start "$host short" "$work/good.scene"
 says 'the host ended with exit code 4'
 ends_with 3 --port 1 "$work/good.scene"
 
+# What somebody types is played at once; what held becomes a scene.
+said=$(printf '# mine\na: login user right\na: clik touch\na: click touch\na: expect count Value 7 within 50ms\na: expect count Value 1' |
+  "$station" record --start "$host" "$work/mine.scene" 2>&1)
+code=$?
+[ $code = 1 ] || fail "record: $code instead of 1: $said"
+says 'do you mean click?'
+says 'expected  count Value is 7'
+[ "$(cat "$work/mine.scene")" = "$(printf '# mine\na: login user right\na: click touch\na: expect count Value 1')" ] ||
+  fail "another scene was recorded: $(cat "$work/mine.scene")"
+ends_with 0 --start "$host" "$work/mine.scene"
+"$station" record --start "$host" "$work/nowhere/mine.scene" </dev/null 2>/dev/null
+[ $? = 2 ] || fail "a file that cannot be written"
+echo 'wait 1ms' | "$station" record --start "$host" "$work/mine.scene" 2>/dev/null
+[ $? = 2 ] || fail "a file that is there already"
+ends_with 0 --start "$host" "$work/mine.scene"
+says '(3 steps'
+"$station" record --start "$host short" "$work/never.scene" </dev/null 2>/dev/null
+[ $? = 3 ] || fail "a host that does not start"
+[ ! -e "$work/never.scene" ] || fail "a scene of nothing"
+"$station" record --help | grep -q 'expect NAME KEY' || fail "record has no help"
+
 # Whoever is ended in the middle leaves no host behind.
 printf 'a: login user right\nwait 60s\n' >"$work/long.scene"
 "$station" run --start "$host" "$work/long.scene" >/dev/null 2>&1 &

@@ -5,11 +5,13 @@
 #include <cstdio>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tools/dorn-station/Outcome.h"
+#include "tools/dorn-station/RecordScene.h"
 #include "tools/dorn-station/scene/Parser.h"
 #include "tools/dorn-station/scene/Report.h"
 #include "tools/dorn-station/scene/Words.h"
@@ -30,15 +32,8 @@ struct Arguments {
   bool quiet = false;
 };
 
-void Describe(CLI::App& cli, Arguments& arguments) {
-  cli.name("dorn-station run");
-  cli.footer(std::string(dorn::scene::kSceneHelp) +
-             "\nEach file is a scene by itself; with --start each gets a host of its own.\n"
-             "\nExit codes: 0 all scenes held; 1 one did not; 2 wrong usage, or a mistake in a "
-             "scene;\n3 the host could not be started, or nobody listens.\n"
-             "\nExample:\n"
-             "  dorn-station run --start build/pumphouse/pumphouse scenes/*.scene\n");
-  cli.add_option("files", arguments.files, "Scenes to play")->required();
+// Where the host is, how long it may take, and what the stations say of themselves.
+void DescribePlay(CLI::App& cli, Arguments& arguments) {
   cli.add_option("--start", arguments.start,
                  "Start this host (program and arguments, quotes as in scenes) and end it by "
                  "SIGTERM; it listens where DORN_STATION says and tells by DORN_STATION_FILE");
@@ -54,7 +49,6 @@ void Describe(CLI::App& cli, Arguments& arguments) {
                  "All limits are so many times as long, for machines that are slow or busy")
       ->capture_default_str()
       ->check(CLI::Range(0.1, 1000.0));
-  cli.add_option("--junit", arguments.junit, "Write the results to this file, as JUnit does");
   auto& session = arguments.play.mActor.mSession;
   cli.add_option("--type", session.mType, "Type of the stations")->capture_default_str();
   cli.add_option("--width", session.mWidth, "ResolutionH")->capture_default_str();
@@ -65,13 +59,40 @@ void Describe(CLI::App& cli, Arguments& arguments) {
       ->transform(CLI::Transformer(std::map<std::string, Quotes>{
           {"escape", Quotes::kEscape}, {"replace", Quotes::kReplace}, {"raw", Quotes::kRaw}}))
       ->default_str("escape");
+}
+
+void DescribeRun(CLI::App& cli, Arguments& arguments) {
+  cli.name("dorn-station run");
+  cli.footer(std::string(dorn::scene::kSceneHelp) +
+             "\nEach file is a scene by itself; with --start each gets a host of its own.\n"
+             "\nExit codes: 0 all scenes held; 1 one did not; 2 wrong usage, or a mistake in a "
+             "scene;\n3 the host could not be started, or nobody listens.\n"
+             "\nExample:\n"
+             "  dorn-station run --start build/pumphouse/pumphouse scenes/*.scene\n");
+  cli.add_option("files", arguments.files, "Scenes to play")->required();
+  cli.add_option("--junit", arguments.junit, "Write the results to this file, as JUnit does");
   cli.add_flag("--check", arguments.check, "Only read the scenes and tell their mistakes");
   cli.add_flag("--verbose", arguments.verbose, "Print each step before it is played");
   cli.add_flag("--quiet", arguments.quiet, "Print nothing but failures");
+  DescribePlay(cli, arguments);
+}
+
+void DescribeRecord(CLI::App& cli, Arguments& arguments) {
+  cli.name("dorn-station record");
+  cli.footer(
+      std::string(dorn::scene::kSceneHelp) +
+      "\nEach line from standard input is played at once. What held is written to the file, which "
+      "`run`\nplays again; what did not is told, and left out.\n"
+      "\nExit codes: 0 all lines held; 1 one did not; 2 wrong usage; 3 the host could not be "
+      "started.\n");
+  cli.add_option("file", arguments.files, "The scene to write; not there yet")
+      ->required()
+      ->expected(1);
+  DescribePlay(cli, arguments);
 }
 
 int Fail(const std::string& text) {
-  std::fprintf(stderr, "dorn-station run: %s\n", text.c_str());
+  std::fprintf(stderr, "dorn-station: %s\n", text.c_str());
   return static_cast<int>(Outcome::kUsage);
 }
 
@@ -115,13 +136,8 @@ Outcome OutcomeOf(const std::vector<Played>& all) {
   return failed ? Outcome::kFailedExpectation : Outcome::kDone;
 }
 
-}  // namespace
-
-int RunScenes(int argc, char** argv) {
-  CLI::App cli{
-      "Plays scenes of several stations against a host and tells what is not as expected."};
-  Arguments arguments;
-  Describe(cli, arguments);
+// Nothing when the arguments are right; the exit code otherwise, and after --help.
+std::optional<int> Read(CLI::App& cli, Arguments& arguments, int argc, char** argv) {
   try {
     cli.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -133,6 +149,17 @@ int RunScenes(int argc, char** argv) {
     if (arguments.play.mStart.empty()) return Fail("--start: " + error);
   }
   arguments.play.mTimeout = static_cast<dorn::scene::Ms>(arguments.timeout * 1000);
+  return std::nullopt;
+}
+
+}  // namespace
+
+int RunScenes(int argc, char** argv) {
+  CLI::App cli{
+      "Plays scenes of several stations against a host and tells what is not as expected."};
+  Arguments arguments;
+  DescribeRun(cli, arguments);
+  if (const auto end = Read(cli, arguments, argc, argv)) return *end;
   if (arguments.verbose) {
     arguments.play.mBefore = [](const dorn::scene::Step& step) {
       std::printf("%4zu  %s\n", step.mLine, step.mSource.c_str());
@@ -147,4 +174,13 @@ int RunScenes(int argc, char** argv) {
     if (!out) return Fail("cannot write " + arguments.junit);
   }
   return static_cast<int>(OutcomeOf(all));
+}
+
+int RecordScenes(int argc, char** argv) {
+  CLI::App cli{
+      "Plays the lines of a scene as they are typed, and writes those that held to a file."};
+  Arguments arguments;
+  DescribeRecord(cli, arguments);
+  if (const auto end = Read(cli, arguments, argc, argv)) return *end;
+  return RecordScene(arguments.play, arguments.files.front());
 }

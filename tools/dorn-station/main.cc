@@ -33,6 +33,7 @@ struct Arguments {
 void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
   cli.footer(std::string(kStepHelp) +
              "\nScenes of several stations, for tests of hosts: dorn-station run --help\n"
+             "Making one by playing it: dorn-station record --help\n"
              "\nWithout lines as arguments they are read from standard input.\n"
              "\nExit codes: 0 done; 1 an expectation failed; 2 wrong usage; 3 cannot connect;\n"
              "4 the server closed the connection before the work was done.\n"
@@ -192,8 +193,10 @@ int Main(int argc, char** argv) {
 // The library for the arguments reports its own misuse by exceptions.
 int main(int argc, char** argv) {
   try {
-    const bool runsScenes = argc > 1 && std::string_view(argv[1]) == "run";
-    return runsScenes ? RunScenes(argc - 1, argv + 1) : Main(argc, argv);
+    const std::string_view first = argc > 1 ? argv[1] : "";
+    if (first == "run") return RunScenes(argc - 1, argv + 1);
+    if (first == "record") return RecordScenes(argc - 1, argv + 1);
+    return Main(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "dorn-station: %s\n", error.what());
     return static_cast<int>(Outcome::kUsage);

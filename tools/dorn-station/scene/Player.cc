@@ -44,6 +44,26 @@ Result Player::Play(const Scene& scene) {
   return result;
 }
 
+Result Player::Start() {
+  Result result;
+  mBegan = SteadyMs();
+  if (auto failure = Begin(); failure) Describe(nullptr, *failure, result);
+  result.mNoHost = mNoHost;
+  return result;
+}
+
+Result Player::PlayStep(const Step& step) {
+  Result result;
+  if (auto failure = Do(step); failure) Describe(&step, *failure, result);
+  return result;
+}
+
+Result Player::Finish() {
+  Result result;
+  if (auto failure = End(); failure) Describe(nullptr, *failure, result);
+  return result;
+}
+
 Player::Verdict Player::Begin() {
   if (!mHost.IsManaged()) return std::nullopt;
   Verdict failure = StartHost(static_cast<Ms>(kHostLimit * mOptions.mPatience));

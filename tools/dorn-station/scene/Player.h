@@ -53,6 +53,13 @@ class Player {
 
   Result Play(const Scene& scene);
 
+  // The same by single steps, for somebody who makes a scene while it is played: Start(), steps,
+  // and in between Idle(), so that stations and host go on.
+  Result Start();
+  Result PlayStep(const Step& step);
+  void Idle() { RunAll(0); }
+  Result Finish();
+
  private:
   using Verdict = std::optional<Failure>;
 
