@@ -1,0 +1,64 @@
+#include "tools/dorn-load/Texts.h"
+
+#include <gtest/gtest.h>
+
+namespace dorn::load {
+namespace {
+
+class TextsTest : public testing::Test {
+ protected:
+  static Targets Some() {
+    dorn::station::Screen screen;
+    dorn::station::Item edit;
+    edit.mWidget = dorn::station::Widget::kEdit;
+    edit.mMaxLength = 9;
+    edit.mName = "e";
+    screen.mCards.push_back({"", "", 4, {edit}});
+    edit.mName = "f";
+    screen.mCards.back().mItems.push_back(edit);
+    return Targets(screen, {});
+  }
+
+  const Targets mTargets = Some();
+  Texts mTexts{mTargets};
+};
+
+TEST_F(TextsTest, TellsFences) {
+  const Digest& digest = mTexts.Read(
+      R"({"Command":"PUTFILE","File":"?f17","Info":"FILE NOT FOUND","Status":"ERROR"})");
+  EXPECT_TRUE(digest.mIsReadable);
+  EXPECT_EQ(digest.mFences, std::vector<unsigned long>{17});
+}
+
+TEST_F(TextsTest, TellsValuesOfTargets) {
+  const Digest& digest = mTexts.Read(
+      R"({'Commands':[{"Command":"UPDATE","Objects":[{"Value":"1","Name":"e"},{"Value":"2","Name":"other"},)"
+      R"({"Name":"g","Objects":[{"Value":3,"Name":"f"}]},{"State":"ON","Name":"e"}]},{"Command":"DELETE","Name":"x"}]})");
+  ASSERT_EQ(digest.mTold.size(), 2u);
+  EXPECT_EQ(digest.mTold[0].mTarget, mTargets.Find("e"));
+  EXPECT_EQ(digest.mTold[0].mValue, "1");
+  EXPECT_EQ(digest.mTold[1].mTarget, mTargets.Find("f"));
+  EXPECT_EQ(digest.mTold[1].mValue, "3");
+}
+
+TEST_F(TextsTest, TellsOpenKeepaliveAndError) {
+  EXPECT_TRUE(mTexts.Read(R"({"Command":"OPEN","File":"a.json"})").mOpens);
+  EXPECT_TRUE(mTexts.Read(R"({"Command":"KEEPALIVE"})").mAsks);
+  EXPECT_TRUE(mTexts.Read(R"({"Command":"ERROR","Status":"Authentication"})").mIsRefusal);
+}
+
+TEST_F(TextsTest, TellsWhatCannotBeRead) {
+  EXPECT_FALSE(mTexts.Read("nonsense").mIsReadable);
+  EXPECT_FALSE(mTexts.Read("nonsense").mIsReadable);
+}
+
+TEST_F(TextsTest, ReadsTheSameTextAlikeAndAnotherOneAnew) {
+  const std::string one = R"({"Command":"UPDATE","Objects":[{"Value":"1","Name":"e"}]})";
+  const std::string two = R"({"Command":"UPDATE","Objects":[{"Value":"2","Name":"e"}]})";
+  EXPECT_EQ(mTexts.Read(one).mTold[0].mValue, "1");
+  EXPECT_EQ(mTexts.Read(one).mTold[0].mValue, "1");
+  EXPECT_EQ(mTexts.Read(two).mTold[0].mValue, "2");
+}
+
+}  // namespace
+}  // namespace dorn::load

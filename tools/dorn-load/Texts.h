@@ -1,0 +1,49 @@
+// What a station of this program looks for in the texts of a host.
+#ifndef TOOLS_DORN_LOAD_TEXTS_H_
+#define TOOLS_DORN_LOAD_TEXTS_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "station/Reader.h"
+#include "tools/dorn-load/Targets.h"
+
+namespace dorn::load {
+
+struct Told {
+  std::size_t mTarget;
+  std::string mValue;
+};
+
+struct Digest {
+  bool mIsReadable = false;
+  bool mOpens = false;      // OPEN.
+  bool mIsRefusal = false;  // ERROR.
+  bool mAsks = false;       // KEEPALIVE.
+  std::vector<unsigned long> mFences;
+  std::vector<Told> mTold;  // Values of targets, by UPDATE.
+};
+
+class Texts {
+ public:
+  explicit Texts(const Targets& targets) : mTargets(targets) {}
+
+  // What is in the text. Holds until the next call. A text that comes to many stations, one after
+  // the other, is read once.
+  const Digest& Read(std::string_view text);
+
+ private:
+  void Take(const dorn::station::Json& command);
+  void TakeObjects(const dorn::station::Json& objects);
+
+  const Targets& mTargets;
+  const dorn::station::Reader mReader;
+  std::string mText;
+  Digest mDigest;
+};
+
+}  // namespace dorn::load
+
+#endif  // TOOLS_DORN_LOAD_TEXTS_H_
