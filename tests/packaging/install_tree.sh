@@ -42,7 +42,7 @@ holds tools 'bin/dorn-(station|lint|load|terminal)' 'share/man/man1/dorn-(statio
   'share/dorn/resource\.schema\.json' 'share/dorn/dorn\.lua'
 holds gateway 'bin/dorn-gateway' 'share/man/man1/dorn-gateway\.1'
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z-]+\.md' \
-  'share/doc/dorn/docs/images/[a-z]+\.png' 'share/doc/dorn/docs/manual/guides/[a-z-]+\.md'
+  'share/doc/dorn/docs/images/[a-z]+\.png' 'share/doc/dorn/docs/manual/.+'
 
 for program in "$work"/all/bin/*; do
   page=$work/all/share/man/man1/$(basename "$program").1
