@@ -76,13 +76,13 @@ std::string VocabularyPage() {
   return R"(# The vocabulary
 
 Every type and attribute that stations and the library know. Written by `dorn-lint --vocabulary`; a test fails when
-this page is older than the table it is made from. `docs/stations.md` says how the words work together, and
-`dorn-lint` checks a resource file by them.
+this page is older than the table it is made from. The [screen author's guide](manual/guides/screen-author.md) says how
+the words work together, and `dorn-lint` checks a resource file by them.
 
 ## Types
 
 A type that is not here is shown as a GROUP when it has children, else as a LABEL. "Touch" is the `ActionType` of
-what the station sends. What the library does with its types stands in `docs/hosts.md`.
+what the station sends. What the library does with its types stands in the guide.
 
 | type | is | touch | known to the library |
 |---|---|---|---|
