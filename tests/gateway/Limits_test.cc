@@ -38,6 +38,8 @@ TEST_F(LimitsTest, TheDefaultsAreThoseThatTheManualNames) {
   EXPECT_EQ(options.mLimits.mWebSockets, 1000u);
   EXPECT_EQ(options.mLimits.mQueuedTexts, 8388608u);
   EXPECT_EQ(options.mLimits.mQueuedFiles, 67108864u);
+  EXPECT_EQ(options.mLimits.mQueuedUnserved, 65536u);
+  EXPECT_EQ(options.mLimits.mQueuedOfAll, 536870912u);
   EXPECT_EQ(options.mLimits.mPageText, 1048576u);
   EXPECT_EQ(options.mTimes.mPing, Ms(20000));
   EXPECT_EQ(options.mTimes.mLogInDelay, Ms(1000));
@@ -92,6 +94,69 @@ TEST_F(LimitsTest, CutsOffAPageThatClosesAndDoesNotRead) {
   const Deadline deadline;
   while (gateway.Metrics().mConnections > 1 && !deadline.IsOver()) std::this_thread::yield();
   EXPECT_EQ(gateway.Metrics().mConnections, 1u);
+  EXPECT_EQ(gateway.Metrics().mSlowPages, 0u);
+}
+
+// How many texts a page that reads nothing had refused before it was closed.
+std::uint64_t RefusedUntilClosed(const dorn::gateway::Options& options) {
+  RunningGateway gateway(options);
+  WebSocketPeer page;
+  EXPECT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+  std::string texts;
+  for (int i = 0; i < 1000; ++i) texts += WebSocketFrame(kText, "x");
+  const Deadline deadline;
+  while (gateway.Metrics().mSlowPages == 0 && !deadline.IsOver() && page.SendBytes(texts)) {
+  }
+  EXPECT_EQ(gateway.Metrics().mSlowPages, 1u);
+  return gateway.Metrics().mRefused;
+}
+
+// It needs no password to be refused: what is told to it must not fill the memory. The system takes
+// some MiB before anything waits.
+TEST_F(LimitsTest, LetsLittleWaitForAPageThatIsNotLoggedIn) {
+  const std::uint64_t few = RefusedUntilClosed(mOptions);
+  mOptions.mLimits.mQueuedUnserved = 3u << 20;
+  EXPECT_GT(RefusedUntilClosed(mOptions), few + 10000);
+}
+
+// Each text is too long to be remembered, so that each page waits for one of its own.
+TEST_F(LimitsTest, LetsSoMuchWaitForAllPagesTogether) {
+  mOptions.mTimes.mClose = Ms(100);
+  mOptions.mLimits.mQueuedOfAll = 6u << 20;
+  RunningGateway gateway(mOptions);
+  std::vector<WebSocketPeer> slow(3);
+  for (WebSocketPeer& page : slow) {
+    ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+    page.LogIn();
+  }
+  WebSocketPeer quick;
+  ASSERT_TRUE(quick.Open(gateway.Port()));
+  quick.LogIn();
+  std::uint64_t most = 0;
+  const Deadline deadline;
+  while (gateway.Metrics().mSlowPages == 0 && !deadline.IsOver()) {
+    mHost.SendAll(Update(5 << 18));
+    EXPECT_THAT(quick.NextText(), HasSubstr("UPDATE"));
+    most = std::max(most, gateway.Metrics().mQueuedBytes);
+  }
+  EXPECT_GE(gateway.Metrics().mSlowPages, 1u);
+  EXPECT_LE(most, 8u << 20);
+}
+
+TEST_F(LimitsTest, CountsOnceWhatWaitsForManyPages) {
+  mOptions.mLimits.mQueuedOfAll = 6u << 20;
+  RunningGateway gateway(mOptions);
+  std::vector<WebSocketPeer> slow(3);
+  for (WebSocketPeer& page : slow) {
+    ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+    page.LogIn();
+  }
+  const Deadline deadline;
+  for (std::size_t i = 0; gateway.Metrics().mQueuedBytes < 4u << 20 && !deadline.IsOver(); ++i) {
+    mHost.SendAll(Update((1 << 19) + i));
+    std::this_thread::sleep_for(Ms(10));
+  }
+  EXPECT_GE(gateway.Metrics().mQueuedBytes, 4u << 20);
   EXPECT_EQ(gateway.Metrics().mSlowPages, 0u);
 }
 

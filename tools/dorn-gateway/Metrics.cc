@@ -74,7 +74,7 @@ std::string Metrics::Text() const {
   text.Gauge("connections", "Connections of browsers, WebSockets among them.", mConnections);
   text.Gauge("host_connections", "Connections to the host.", mHostConnections);
   text.Gauge("host_up", "1 when the host answers.", mIsHostUp ? 1 : 0);
-  text.Gauge("queued_bytes", "Bytes that wait for pages.", mQueuedBytes);
+  text.Gauge("queued_bytes", "Bytes of memory that wait for pages.", mQueuedBytes);
   text.Counter("pages_total", "WebSockets opened.", mPagesTotal);
   text.Counter("logins_total", "Good log-ins.", mLogIns);
   text.Counter("login_failures_total", "Refused log-ins.", mLogInFailures);

@@ -173,6 +173,7 @@ void PageSession::OnText(std::string_view text) {
   if (converted->mReading == station::Reading::kUnreadable) return CountUnreadable();
   mShared.mMetrics.CountText(converted->mReading);
   TakeNotes(*converted);
+  if (!converted->mRefusesLogIn) mLine->Serve();
   for (const Frame& frame : converted->mFrames) SendText(frame);
   if (converted->mFile) {
     mFile = converted->mFile;

@@ -15,6 +15,7 @@
 #include "tools/dorn-gateway/LoginDelay.h"
 #include "tools/dorn-gateway/Metrics.h"
 #include "tools/dorn-gateway/Options.h"
+#include "tools/dorn-gateway/WaitingFrames.h"
 
 namespace dorn::gateway {
 
@@ -36,6 +37,7 @@ struct Shared {
   const Options mOptions;
   Log& mLog;
   Metrics mMetrics;
+  WaitingFrames mWaiting;
   Conversion mConversion;
   LoginDelay mLoginDelay;
   const std::vector<Network> mTrustedProxies;

@@ -33,6 +33,7 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   void Accept(const Request& request);
 
   void Send(const Frame& frame, Kind kind) override;
+  void Serve() override { mIsServed = true; }
   void Close(CloseCode code, std::string_view why, bool drains) override;
   void Abort() override;
   void Tick(Ms now) override;
@@ -49,6 +50,8 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   struct Item {
     Frame mFrame;
     Kind mKind;
+
+    std::size_t Cost() const { return mFrame->size() + WaitingFrames::kOverhead; }
   };
 
   void OnAccepted(const beast::error_code& error);
@@ -64,6 +67,7 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   void LeavePage();
   void Drop(bool keepsFirst);
   std::size_t& QueuedBytes(Kind kind) { return kind == Kind::kText ? mQueuedTexts : mQueuedFiles; }
+  bool HasRoomFor(const Item& item);
   void Forget(const Item& item);
   using std::enable_shared_from_this<Line<Stream>>::shared_from_this;
 
@@ -75,6 +79,7 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   State mState = State::kHandshake;
   std::deque<Item> mQueue;  // The first one is being written, if mIsWriting.
   bool mIsWriting = false;
+  bool mIsServed = false;
   std::size_t mQueuedTexts = 0;
   std::size_t mQueuedFiles = 0;
   websocket::close_reason mReason;
@@ -166,20 +171,30 @@ void Line<Stream>::TakeMessage() {
   if (mBuffer.capacity() > kKeptBuffer) mBuffer.shrink_to_fit();
 }
 
+// Where nothing waits a message is taken, however long it is: a page that reads gets all.
+template <class Stream>
+bool Line<Stream>::HasRoomFor(const Item& item) {
+  const Limits& limits = mShared.mOptions.mLimits;
+  const std::size_t texts = mIsServed ? limits.mQueuedTexts : limits.mQueuedUnserved;
+  const std::size_t most = item.mKind == Kind::kText ? texts : limits.mQueuedFiles;
+  const std::size_t queued = QueuedBytes(item.mKind);
+  if (queued > 0 && queued + item.Cost() > most) return false;
+  return mQueue.empty() || mShared.mWaiting.BytesWith(item.mFrame) <= limits.mQueuedOfAll;
+}
+
 template <class Stream>
 void Line<Stream>::Send(const Frame& frame, Kind kind) {
   if (mState != State::kOpen) return;
-  const Limits& limits = mShared.mOptions.mLimits;
-  std::size_t& queued = QueuedBytes(kind);
-  const std::size_t most = kind == Kind::kText ? limits.mQueuedTexts : limits.mQueuedFiles;
-  if (queued > 0 && queued + frame->size() > most) {
+  Item item{frame, kind};
+  if (!HasRoomFor(item)) {
     ++mShared.mMetrics.mSlowPages;
     Close(CloseCode::kTryAgainLater, "too much waits for this page", false);
     return;
   }
-  queued += frame->size();
-  mShared.mMetrics.mQueuedBytes += frame->size();
-  mQueue.push_back({frame, kind});
+  QueuedBytes(kind) += item.Cost();
+  mShared.mWaiting.Add(item.mFrame);
+  mShared.mMetrics.mQueuedBytes = mShared.mWaiting.Bytes();
+  mQueue.push_back(std::move(item));
   if (!mIsWriting) Write();
 }
 
@@ -208,8 +223,9 @@ void Line<Stream>::OnWritten(const beast::error_code& error) {
 
 template <class Stream>
 void Line<Stream>::Forget(const Item& item) {
-  QueuedBytes(item.mKind) -= item.mFrame->size();
-  mShared.mMetrics.mQueuedBytes -= item.mFrame->size();
+  QueuedBytes(item.mKind) -= item.Cost();
+  mShared.mWaiting.Remove(item.mFrame);
+  mShared.mMetrics.mQueuedBytes = mShared.mWaiting.Bytes();
 }
 
 template <class Stream>

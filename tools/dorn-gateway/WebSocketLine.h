@@ -41,8 +41,11 @@ class WebSocketLine {
   };
 
   virtual ~WebSocketLine() = default;
-  // Too much waiting closes the WebSocket with 1013.
+  // Too much waiting closes the WebSocket with 1013. What waits counts with what it costs to hold.
   virtual void Send(const Frame& frame, Kind kind) = 0;
+  // A host answers the page: from now on as much may wait as for any. Before, little may, since
+  // anybody can make the gateway answer.
+  virtual void Serve() = 0;
   // `drains`: what waits is sent first, as far as the page takes it in time. Nothing that the page
   // sends is looked at any more.
   virtual void Close(CloseCode code, std::string_view why, bool drains) = 0;
