@@ -75,7 +75,7 @@ class FillerDialog : public VQDialog {
   void ShowOrder() {
     const std::string order = std::to_string(Number("bottles")) + " bottles of " +
                               std::to_string(Number("volume")) + " ml";
-    Show("summary", "Value", mIsRunning ? "filling " + order : "the order: " + order);
+    Show("summary", "Value", mIsRunning ? "filling " + order : order);
   }
 
   int Number(const char* name) {
