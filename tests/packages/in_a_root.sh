@@ -50,7 +50,7 @@ root=$work/root
 mkdir "$root"
 tar -x -C "$root" --numeric-owner --xattrs -f "$kept"
 mkdir "$root/packages"
-cp "$packages"/*.deb "$here/inside.sh" "$root/packages"
+cp "$packages"/*.deb "$here/inside.sh" "$here/../../docs/manual/quick-start.md" "$root/packages"
 rm -f "$root"/packages/*-dbgsym_*.deb
 # Mounts and the network are seen in here alone, and all programs end with the first one.
 # shellcheck disable=SC2016

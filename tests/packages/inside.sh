@@ -21,25 +21,6 @@ files >/tmp/before
 
 say() { echo "$((SECONDS / 60))m$((SECONDS % 60))s $1"; }
 
-say "installing"
-quietly apt-get install -y --no-install-recommends ./*.deb
-ldconfig -p | grep -q 'libdorn\.so\.1 ' || fail "the loader does not know libdorn.so.1"
-getent passwd dorn-gateway >/dev/null || fail "there is no user dorn-gateway"
-getent group dorn >/dev/null || fail "there is no group dorn"
-[ "$(stat -c '%U:%G %a' /run/dorn)" = 'root:dorn 750' ] || fail "/run/dorn is not for hosts: $(stat -c '%U:%G %a' /run/dorn)"
-[ -L /etc/systemd/system/multi-user.target.wants/dorn-gateway.service ] || fail "the gateway's service is not enabled"
-quietly systemd-analyze verify --man=no dorn-gateway.service
-
-say "building a host with pkg-config and with CMake"
-source=/usr/share/doc/libdorn-dev/examples/smallest
-mkdir -p /srv/dorn/panel
-cp -r $source/resources /srv/dorn/panel
-# shellcheck disable=SC2046
-quietly g++ -std=c++17 $source/main.cc -o /srv/dorn/panel/host $(pkg-config --cflags --libs dorn)
-quietly cmake -S $source -B /tmp/smallest -G Ninja
-quietly cmake --build /tmp/smallest
-quietly systemd-analyze verify --man=no dorn-host@panel.service
-
 until_there() { # WHAT COMMAND...
   local what=$1
   shift
@@ -58,8 +39,8 @@ ask() { # PATH: the answer of the gateway
 }
 health_is() { ask /healthz | grep -qF "$1"; }
 send_text() { printf '\x81'"\\x$(printf %x $((128 + ${#1})))"'\0\0\0\0%s' "$1" >&$page; }
-# A page that logs in and enters the panel: the handshake, and frames whose mask is all zero. It sees
-# what the station has done.
+# log_in_as_a_page USER PASSWORD DIALOG SEEN: a page that logs in and enters a dialog: the handshake,
+# and frames whose mask is all zero. It sees what matches SEEN.
 log_in_as_a_page() {
   exec {page}<>/dev/tcp/127.0.0.1/8080
   printf 'GET /station HTTP/1.1\r\nHost: 127.0.0.1:8080\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n' >&$page
@@ -67,17 +48,61 @@ log_in_as_a_page() {
   timeout 20 cat <&$page >/tmp/page.log &
   local reader=$!
   until_there "a page did not get its greeting" grep -aqF '"t":"hello"' /tmp/page.log
-  send_text '{"Command":"HELLO","Id":"me","Pass":"secret"}'
+  send_text '{"Command":"HELLO","Id":"'"$1"'","Pass":"'"$2"'"}'
   until_there "a page was not logged in" grep -aqF '"SessionId"' /tmp/page.log
-  send_text '{"Command":"CHANGE","DialogName":"panel"}'
-  until_there "a page did not see the lamp go on" grep -aqE '"lamp".*"ON"|"ON".*"lamp"' /tmp/page.log
+  send_text '{"Command":"CHANGE","DialogName":"'"$3"'"}'
+  until_there "a page did not see $4" grep -aqE "$4" /tmp/page.log
   kill $reader
   exec {page}>&-
 }
 
+# As its service does, which nobody starts in here.
+start_gateway() {
+  # shellcheck disable=SC1091,SC2086
+  (. /etc/default/dorn-gateway && exec setpriv --reuid dorn-gateway --clear-groups dorn-gateway $DORN_GATEWAY_OPTIONS) >/tmp/gateway.log 2>&1 &
+}
+
+# The quick start, to the letter: its blocks of commands one after the other in one shell, and a page
+# wherever it has the reader open his browser. The first one installs the packages.
+quick_start() {
+  declare -f fail until_there ask health_is send_text log_in_as_a_page start_gateway
+  cat <<'END'
+# In a shell of its own, where $! does not become another's.
+the_browser_shows() (
+  start_gateway
+  gateway=$!
+  until_there "the gateway does not find the host of the quick start" health_is '{"host":"up"}'
+  log_in_as_a_page tanaka fill filler "$1"
+  kill $gateway
+  wait $gateway || fail "the gateway did not end in order"
+)
+END
+  awk '/^```sh$/ { inside = 1; next } /^```$/ { inside = 0; next } inside
+    !inside && /<http:\/\/127\.0\.0\.1:8080\/>/ { print "the_browser_shows " (seen++ ? "215" : "\"ready for bottles\"") }' quick-start.md
+}
+
+say "following the quick start"
+quick_start >/tmp/quick-start.sh
+bash -eu /tmp/quick-start.sh >/tmp/step.log 2>&1 || fail "the quick start does not hold"
+ldconfig -p | grep -q 'libdorn\.so\.1 ' || fail "the loader does not know libdorn.so.1"
+getent passwd dorn-gateway >/dev/null || fail "there is no user dorn-gateway"
+getent group dorn >/dev/null || fail "there is no group dorn"
+[ "$(stat -c '%U:%G %a' /run/dorn)" = 'root:dorn 750' ] || fail "/run/dorn is not for hosts: $(stat -c '%U:%G %a' /run/dorn)"
+[ -L /etc/systemd/system/multi-user.target.wants/dorn-gateway.service ] || fail "the gateway's service is not enabled"
+quietly systemd-analyze verify --man=no dorn-gateway.service
+
+say "building a host with pkg-config and with CMake"
+source=/usr/share/doc/libdorn-dev/examples/smallest
+mkdir -p /srv/dorn/panel
+cp -r $source/resources /srv/dorn/panel
+# shellcheck disable=SC2046
+quietly g++ -std=c++17 $source/main.cc -o /srv/dorn/panel/host $(pkg-config --cflags --libs dorn)
+quietly cmake -S $source -B /tmp/smallest -G Ninja
+quietly cmake --build /tmp/smallest
+quietly systemd-analyze verify --man=no dorn-host@panel.service
+
 say "serving it to a station and to a page"
-# shellcheck disable=SC1091,SC2086
-(. /etc/default/dorn-gateway && exec setpriv --reuid dorn-gateway --clear-groups dorn-gateway $DORN_GATEWAY_OPTIONS) >/tmp/gateway.log 2>&1 &
+start_gateway
 gateway=$!
 until_there "the gateway does not say that there is no host" health_is '{"host":"down"}'
 for host in /srv/dorn/panel/host /tmp/smallest/smallest; do
@@ -86,7 +111,7 @@ for host in /srv/dorn/panel/host /tmp/smallest/smallest; do
   until_there "$host does not listen" test -s /tmp/station
   quietly dorn-station --id me --pass secret --dialog panel 'expect "Name":"lamp"' 'set lamp Value ON' --linger 0.2 --timeout 20
   until_there "the gateway does not find $host" health_is '{"host":"up"}'
-  log_in_as_a_page
+  log_in_as_a_page me secret panel '"lamp".*"ON"|"ON".*"lamp"'
   kill $running
   wait $running || fail "$host did not end in order"
   rm -f /tmp/station
