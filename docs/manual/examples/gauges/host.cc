@@ -80,9 +80,7 @@ class App : public VQApplication {
 
   int OnInit() override {
     mInstruments.Open("127.0.0.1", 0, 0);
-    if (mInstruments.GetFD() < 0) return -1;
-    mReader = std::thread([this] { ReadSlowly(); });
-    return 1;
+    return mInstruments.GetFD() < 0 ? -1 : 1;
   }
 
   void OnAuth(const KZString&, const KZString& pass, VQClientSocket* station) override {
@@ -110,8 +108,12 @@ class App : public VQApplication {
     return ntohs(address.sin_port);
   }
 
-  // Threads end before main returns.
-  void EndThreads() {
+  void StartReading() {
+    mReader = std::thread([this] { ReadSlowly(); });
+  }
+
+  // Threads end before main returns, and so does what the loop watches of this host.
+  void End() {
     mIsEnding = true;
     if (mReader.joinable()) mReader.join();
     mInstruments.Close();
@@ -151,9 +153,13 @@ int Instruments::OnReceive(sockaddr*, unsigned int) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (app.Initialize(argc, argv) < 0 || !app.IsListening()) return 1;
-  std::printf("gauges: instruments at %d\n", app.InstrumentPort());
-  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { app.Stop(); });
-  app.Run();
-  app.EndThreads();
+  const bool isReady = app.Initialize(argc, argv) >= 0 && app.IsListening();
+  if (isReady) {
+    std::printf("gauges: instruments at %d\n", app.InstrumentPort());
+    for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { app.Stop(); });
+    app.StartReading();
+    app.Run();
+  }
+  app.End();
+  return isReady ? 0 : 1;
 }
