@@ -39,6 +39,8 @@ def check_json(page, block):
         files = EXAMPLES.glob(f"*/resources/{read['Name']}.json")
         if not any(file.read_text(encoding="utf-8") == block for file in files):
             failures.append(f"{page.name}: not the file {read['Name']}.json:\n{block}")
+    if "rule" in read and read not in vectors:
+        failures.append(f"{page.name}: no vector of the stations:\n{block}")
 
 
 def check_preview(page, block):
@@ -73,6 +75,30 @@ def check_links(page, text):
             failures.append(f"{page.name}: no such heading: {target}")
 
 
+def names(page, heading):
+    """What stands in backquotes in the first column of the table below a heading."""
+    below = (SOURCE / "docs" / page).read_text(encoding="utf-8").split(f"\n## {heading}\n")[1].split("\n## ")[0]
+    cells = [row.split(" | ")[0] for row in below.split("\n") if row.startswith("| ")]
+    return {name for cell in cells for name in re.findall(r"`([^`]+)`", cell)}
+
+
+def check_names():
+    """Each type that there is can be chosen, each rule that is named is one, each file of vectors is told."""
+    screens = (SOURCE / "docs/manual/guides/screen-author.md").read_text(encoding="utf-8")
+    chosen = screens.split("\n## Types\n")[1].split("\n## ")[0]
+    for name in names("vocabulary.md", "Types"):
+        if not re.search(rf"\b{name}\b", chosen):
+            failures.append(f"screen-author.md: when to take the type {name} is not said")
+    rules = set(re.findall(r"^### (.*)$", (SOURCE / "docs/lint.md").read_text(encoding="utf-8"), re.M))
+    for name in names("manual/guides/screen-author.md", "What the linter says") - rules:
+        failures.append(f"screen-author.md: dorn-lint has no rule {name}")
+    files = {path.name for path in (SOURCE / "station/vectors").glob("*.json")}
+    if files != names("manual/guides/station-builder.md", "Testing a station"):
+        failures.append(f"station-builder.md: the vectors are {sorted(files)}")
+
+
+vectors = [vector for path in sorted((SOURCE / "station/vectors").glob("*.json"))
+           for vector in json.loads(path.read_text(encoding="utf-8"))["vectors"]]
 hosts = [path.read_text(encoding="utf-8") for path in sorted(EXAMPLES.glob("*/host.cc"))]
 for page in PAGES:
     text = page.read_text(encoding="utf-8")
@@ -88,6 +114,7 @@ for page in PAGES:
     check_links(page, text)
 for page in sorted((SOURCE / "docs").glob("*.md")):
     check_links(page, page.read_text(encoding="utf-8"))
+check_names()
 for what, least in {"cpp": 15, "json": 6, "preview": 1, "link": 25}.items():
     if counts[what] < least:
         failures.append(f"only {counts[what]} times {what}")
