@@ -101,6 +101,11 @@ quietly cmake -S $source -B /tmp/smallest -G Ninja
 quietly cmake --build /tmp/smallest
 quietly systemd-analyze verify --man=no dorn-host@panel.service
 
+say "building and testing the last host of the tutorial"
+quietly cmake -S /usr/share/doc/dorn/docs/manual/tutorial/step6 -B /tmp/step6 -G Ninja -DBUILD_TESTING=ON
+quietly cmake --build /tmp/step6
+quietly ctest --test-dir /tmp/step6 --output-on-failure --no-tests=error
+
 say "serving it to a station and to a page"
 start_gateway
 gateway=$!
