@@ -32,11 +32,12 @@ function View:payloadEnd(at, length)
   local have = #self.bytes - at + 1
   if have < 1 then return nil end
   if self.bytes:byte(at) == STX:byte() then
-    local stop = self.bytes:find("[\0\2\3]", at + 1)
-    if stop and self.bytes:sub(stop, stop) == ETX and isHostText(self.bytes:sub(at + 1, stop - 1)) then
-      return at - 1
-    end
-    if not stop and have <= MAX_TEXT then return nil end
+    local stop = self.bytes:find(ETX, at + 1, true)
+    local text = self.bytes:sub(at + 1, (stop or 0) - 1)
+    local isText = (text:find("^%s*{") or text:find("^%s*$")) and not text:find(STX, 1, true)
+      and not text:find("\0", 1, true)
+    if stop and isText and isHostText(text) then return at - 1 end
+    if not stop and isText and have <= MAX_TEXT then return nil end
   end
   if have < length then return nil, length - have end
   return at + length - 1
