@@ -38,7 +38,7 @@ holds runtime "$lib/libdorn\.so\.1" "$lib/libdorn\.so\.1\.8\.7"
 holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|loop|net|json|model|server)/[A-Za-z]+\.h' \
   'share/man/man7/libdorn\.7' \
   "$lib/cmake/dorn/(dorn(Config|ConfigVersion|Targets|Targets-[a-z]+)|Dorn(Run)?HostTest)\.cmake" "$lib/pkgconfig/dorn\.pc"
-holds tools 'bin/dorn-(station|lint|load|terminal)' 'share/man/man1/dorn-(station|lint|load|terminal)\.1' \
+holds tools 'bin/dorn-(station|lint|load|terminal|top)' 'share/man/man1/dorn-(station|lint|load|terminal|top)\.1' \
   'share/dorn/resource\.schema\.json' 'share/dorn/dorn\.lua'
 holds gateway 'bin/dorn-gateway' 'share/man/man1/dorn-gateway\.1'
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z-]+\.md' \
@@ -52,7 +52,7 @@ done
 # The tool finds the library beside which it was installed, also when the folder has moved.
 mkdir "$work/moved"
 cp -a "$work/runtime/." "$work/tools/." "$work/moved"
-for tool in dorn-station dorn-terminal dorn-load; do
+for tool in dorn-station dorn-terminal dorn-load dorn-top; do
   env -u LD_LIBRARY_PATH "$work/moved/bin/$tool" --help >/dev/null || fail "the installed $tool does not start"
 done
 
