@@ -6,7 +6,7 @@
 // - The active list changes only in the apply phase, on the loop thread and under mSemFdList, or
 //   when a record that is still linked is destroyed. Nobody unlinks a record while it is walked.
 // - mRequest is 1 whenever mAddRequest is not empty or Remove() has given a record kStatusRemove,
-//   and a byte lies in the pipe from then until the apply phase.
+//   and a byte in the pipe, or a hook's note (see WakeUp()), tells the loop until the apply phase.
 // - mSemFdList is the first of the locks that a thread may hold together; docs/design.md has the
 //   order of all, under "Locks".
 // - No lock is held while a hook, a callback or the destructor of a record runs.
@@ -37,7 +37,7 @@ struct ListState;
 using FdDataList = std::list<KZFdData*>;
 
 // The active records, in the order of their addition. Additions and removals are queued and applied
-// by the loop in the pass that finds the wake-up byte. Walk the list on the loop thread only.
+// by the loop in the pass that finds the wake-up byte or note. Walk it on the loop thread only.
 class DORN_EXPORT KZFdDataList : public FdDataList {
  public:
   // The id of the record that watches the wake-up pipe.

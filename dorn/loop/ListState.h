@@ -24,7 +24,7 @@ struct ListState {
   // the size and the last record that it had. Loop thread only.
   SettledRecords mSettled;
   std::vector<KZFdData*> mRestless;
-  std::vector<KZFdData*> mFound;  // Storage that FdIsSet() uses again.
+  std::vector<KZFdData*> mFound;  // Storage that CollectReady() uses again.
   std::size_t mSurveyedSize = 0;
   const KZFdData* mSurveyedLast = nullptr;
   bool mIsSurveyed = false;

@@ -13,7 +13,8 @@ namespace dorn {
 namespace {
 
 // For all lists, since a record that another thread touches cannot tell whether its list still
-// exists before it has the lock. Held for a few instructions.
+// exists before it has the lock. Held for a few instructions, by the loop thread also while it asks
+// the epoll set and changes it.
 std::mutex gLock;
 
 using Lock = std::lock_guard<std::mutex>;
