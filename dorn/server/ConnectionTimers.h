@@ -10,13 +10,13 @@ namespace dorn {
 class Outgoing;
 
 // The timers of one connection, whose id B is their first one:
-//   B+0  armed when the connection is accepted, cancelled when it authenticates
-//   B+1  armed anew whenever bytes arrive, never cancelled
+//   B+0  armed when the listener has accepted the connection, cancelled by Authentication()
+//   B+1  armed anew whenever bytes arrive
 //   B+2  armed when a KEEPALIVE is sent, cancelled by the station's KEEPALIVE; armed anew, five
-//   times
-//        at most, when it fires and queued bytes have gone out meanwhile
+//        times at most, when it fires and queued bytes have gone out meanwhile
 //   B+3  armed when the answer to a log-in is delayed, cancelled when the connection is closed
-// Those of a connection that is gone fire all the same; the application routes them to the host.
+// Closing cancels none of the first three: those of a connection that is gone fire all the same,
+// and the application routes them to the host. An object that is opened again cancels them then.
 class ConnectionTimers {
  public:
   // What is added to the connection's id.
@@ -37,10 +37,10 @@ class ConnectionTimers {
 
   void Answered();
 
-  // The connection was closed. Its timers stay.
+  // The connection was closed: no answer is expected any more. Its timers stay.
   void Forget();
 
-  // For another station.
+  // The object is opened again, for another station. B+3 is not among them: see ForgetLogIn().
   void CancelAll();
 
   // The log-in that has come is to be looked at so much later.

@@ -16,7 +16,7 @@ struct Statistics {
   std::uint64_t sessions = 0;  // "SessionIdShared" included.
   std::uint64_t dialogs = 0;
   std::uint64_t timers = 0;
-  std::uint64_t queuedBytes = 0;  // Accepted for stations that have not taken them yet.
+  std::uint64_t queuedBytes = 0;  // Memory that holds what stations have not taken yet.
 
   // Since the process began. Bytes count with those that frame a message; files do not count.
   std::uint64_t messagesIn = 0;

@@ -1,5 +1,5 @@
 // The application object of a dialog server. Including this file also gives VQDialogMaker.
-// Loop thread only: nothing in this file takes a lock.
+// Loop thread only, except what is marked "any thread".
 #ifndef DORN_SERVER_VQAPPLICATION_H_
 #define DORN_SERVER_VQAPPLICATION_H_
 

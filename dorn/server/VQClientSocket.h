@@ -26,11 +26,13 @@ class Connection;
 // the pass after Close(). Each takes an id B from the application and owns the timer ids B to B+9:
 //   B+0  connection time-out, 10 s, cancelled by Authentication()
 //   B+1  idle timer, 180 s, counted anew whenever bytes arrive; then a KEEPALIVE is sent
-//   B+2  answer timer, 10 s after that KEEPALIVE, cancelled by the station's "KEEPALIVE" alone
+//   B+2  answer timer, 10 s after that KEEPALIVE; no other command cancels it than the station's
+//        "KEEPALIVE". While queued bytes go out it counts anew, five times at most
 //   B+3  delay of a log-in that has to wait: see VQApplication::SetLoginGuard()
 //
-// What the socket does not take at once is queued, at most 10 MB for each connection; a
-// station that lets more pile up is closed. Nothing that was accepted is ever cut or reordered.
+// What the socket does not take at once is queued. A station that lets 8 MiB pile up, or with the
+// next text 10 MB, is closed; but one for which less than 64 KiB wait is sent a text of any length.
+// Files that wait count with their names only. Nothing that was accepted is ever cut or reordered.
 class DORN_EXPORT VQClientSocket : public KZClientSocket {
  public:
   // An unauthenticated connection with a fresh id and no descriptor yet; see Create(). Neither
@@ -52,7 +54,8 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   // it is closed when they are out, not at once.
   void ReadyToRead() override;
 
-  // Called instead of ReadyToRead() while such a station takes its last bytes.
+  // Called instead of ReadyToRead() while such a station takes its last bytes, and, as in
+  // KZClientSocket, when a connect ends.
   void ReadyToWrite() override;
 
   // Notices that the receive buffer was emptied.
@@ -77,7 +80,8 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
 
   // Prints one trace line, frames the text and writes it with a single write. Returns what the
   // write returned, or -1 without a descriptor. When the socket takes only a part, or when earlier
-  // bytes are still queued, the rest is queued and the framed length is returned.
+  // bytes are still queued, the rest is queued and the framed length is returned; -1 when the
+  // connection was closed because the queue is full.
   // While another complete message of the station that is being served has already arrived, the
   // kernel is told that more will follow: it may send such frames together, in order, at the latest
   // when that station's messages are executed.
@@ -112,8 +116,9 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
 
   // Answers one GETFILE: with the dialog's tree when `file` is the resource file of a dialog that
   // exists, else with the file below `resources`. Does not block: what the socket does not take is
-  // sent when it has room, in order with everything else. A file that is replaced during a long
-  // transfer may arrive mixed; never more than the announced length is sent.
+  // sent when it has room, in order with everything else. A file that is overwritten during a long
+  // transfer may arrive mixed. Of one that is replaced or shortened while it waits behind others
+  // fewer bytes than announced may be sent; never more.
   void OnGetfile(KZString file, KZString date, KZString objectName);
 
   KZString mDialogName;         // The dialog that the station shows; empty before the first one.

@@ -85,8 +85,7 @@ class DORN_EXPORT VQDialog {
   // Whether `file`, as given to Init(), stays below `resources`, as GETFILE judges it: it holds no
   // zero byte, does not climb above `resources` through "..", nor out of a linked folder on its
   // way. Links alone are followed wherever they lead. Looks at the disk, as it is now, for a name
-  // with
-  // ".." only. The file need not exist.
+  // with ".." only. The file need not exist.
   static bool IsInsideResources(const KZString& file);
 
   // Creates the session "SessionIdShared", which never expires, unless it exists, and loads the

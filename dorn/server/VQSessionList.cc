@@ -19,8 +19,9 @@
 
 namespace {
 
-// Tells the observer that the session ends; stands until it is gone. The observer may remove that
-// session and others, whose end it hears of meanwhile: of each one once.
+// Tells the observer that the session ends; stands while that is done, and while hooks may run
+// before it is gone. The observer may remove that session and others, whose end it hears of
+// meanwhile: of each one once.
 class EndingScope {
  public:
   explicit EndingScope(VQSession* session)
