@@ -5,7 +5,7 @@ usage: hostile.py TEST PROGRAM [HOST]
 
 No test looks at how fast anything was: counts, kinds of errors and exit codes alone.
 """
-import resource, select, signal, socket, sys, threading
+import re, resource, select, signal, socket, sys, threading
 
 sys.dont_write_bytecode = True
 from support import GUEST, SLOWLY, FakeHost, Host, Listener, begin, check, end, load_json, run
@@ -244,6 +244,19 @@ def takes_nothing():
     process.send_signal(signal.SIGTERM)
     code, out, err = end(process)
     check(code == 1 and " not taken by the host" in out, "%d %s %s" % (code, out, err))
+
+
+def too_fast():
+    """At a rate that nobody can keep it takes answers, tells of each second and heeds signals."""
+    process = begin("--stations", "3", "--rate", "1000000", "--for", "10m", "--timeout", "10m", "--mix", "click:1",
+                    FakeHost().at)
+    await_second(process)
+    await_second(process)
+    process.send_signal(signal.SIGINT)
+    process.send_signal(signal.SIGTERM)
+    code, out, err = end(process)
+    check(out.endswith("ended early: stopped by a signal\n"), "%d %s %s" % (code, out, err))
+    check(re.search("^received +[1-9]", out, re.M) and re.search("^confirm +[1-9]", out, re.M), out)
 
 
 class LateHost(FakeHost):
