@@ -60,5 +60,19 @@ TEST_F(TextsTest, ReadsTheSameTextAlikeAndAnotherOneAnew) {
   EXPECT_EQ(mTexts.Read(two).mTold[0].mValue, "2");
 }
 
+// Two lengths share a place, and those that are very long share one.
+TEST_F(TextsTest, ReadsTextsOfAnyLengthAnew) {
+  const auto padded = [](char value, std::size_t length) {
+    std::string text = R"({"Command":"UPDATE","Objects":[{"Name":"e","Value":")";
+    return text + value + R"("}],"Pad":")" + std::string(length, 'x') + R"("})";
+  };
+  for (const std::size_t length : {0u, 16u, 70'000u, 80'000u}) {
+    for (const char value : {'1', '2', '1'}) {
+      EXPECT_EQ(mTexts.Read(padded(value, length)).mTold[0].mValue, std::string(1, value))
+          << length;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace dorn::load

@@ -7,44 +7,50 @@ namespace dorn::load {
 using dorn::station::Json;
 
 const Digest& Texts::Read(std::string_view text) {
-  if (mDigest.mIsReadable && text == mText) return mDigest;
-  mText = text;
-  mDigest = Digest();
+  Known& known = PlaceOf(text);
+  if (known.mDigest.mIsReadable && text == known.mText) return known.mDigest;
+  known.mText = text;
+  known.mDigest = Digest();
   const auto read = mReader.Read(text);
-  mDigest.mIsReadable = read.mReading != dorn::station::Reading::kUnreadable;
+  known.mDigest.mIsReadable = read.mReading != dorn::station::Reading::kUnreadable;
   const Json* const commands = read.mJson.Find("Commands");
   if (commands == nullptr) {
-    Take(read.mJson);
+    Take(read.mJson, known.mDigest);
   } else {
-    for (const Json& command : commands->mElements) Take(command);
+    for (const Json& command : commands->mElements) Take(command, known.mDigest);
   }
-  return mDigest;
+  return known.mDigest;
 }
 
-void Texts::Take(const Json& command) {
+Texts::Known& Texts::PlaceOf(std::string_view text) {
+  constexpr std::size_t kShort = std::size_t{64} * 1024;
+  return text.size() <= kShort ? mKnown[text.size() % mKnown.size()] : mLong;
+}
+
+void Texts::Take(const Json& command, Digest& digest) const {
   const std::string_view word = command.TextOf("Command");
   if (word == "PUTFILE") {
     const auto fence = dorn::station::FenceOf(command.TextOf("File"));
-    if (fence) mDigest.mFences.push_back(*fence);
+    if (fence) digest.mFences.push_back(*fence);
   } else if (word == "UPDATE") {
-    if (const Json* const objects = command.Find("Objects")) TakeObjects(*objects);
+    if (const Json* const objects = command.Find("Objects")) TakeObjects(*objects, digest);
   } else if (word == "OPEN") {
-    mDigest.mOpens = true;
+    digest.mOpens = true;
   } else if (word == "ERROR") {
-    mDigest.mIsRefusal = true;
+    digest.mIsRefusal = true;
   } else if (word == "KEEPALIVE") {
-    mDigest.mAsks = true;
+    digest.mAsks = true;
   }
 }
 
-void Texts::TakeObjects(const Json& objects) {
+void Texts::TakeObjects(const Json& objects, Digest& digest) const {
   for (const Json& object : objects.mElements) {
     if (const Json* const value = object.Find("Value")) {
       const std::size_t target = mTargets.Find(std::string(object.TextOf("Name")));
       const bool isTarget = target < mTargets.All().size();
-      if (isTarget) mDigest.mTold.push_back({target, std::string(value->Text())});
+      if (isTarget) digest.mTold.push_back({target, std::string(value->Text())});
     }
-    if (const Json* const below = object.Find("Objects")) TakeObjects(*below);
+    if (const Json* const below = object.Find("Objects")) TakeObjects(*below, digest);
   }
 }
 

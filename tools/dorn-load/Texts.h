@@ -2,6 +2,7 @@
 #ifndef TOOLS_DORN_LOAD_TEXTS_H_
 #define TOOLS_DORN_LOAD_TEXTS_H_
 
+#include <array>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -30,18 +31,24 @@ class Texts {
  public:
   explicit Texts(const Targets& targets) : mTargets(targets) {}
 
-  // What is in the text. Holds until the next call. A text that comes to many stations, one after
-  // the other, is read once.
+  // What is in the text. Holds until the next call. A text that comes to many stations is read
+  // once, also with short ones such as fences in between.
   const Digest& Read(std::string_view text);
 
  private:
-  void Take(const dorn::station::Json& command);
-  void TakeObjects(const dorn::station::Json& objects);
+  struct Known {
+    std::string mText;
+    Digest mDigest;
+  };
+
+  Known& PlaceOf(std::string_view text);
+  void Take(const dorn::station::Json& command, Digest& digest) const;
+  void TakeObjects(const dorn::station::Json& objects, Digest& digest) const;
 
   const Targets& mTargets;
   const dorn::station::Reader mReader;
-  std::string mText;
-  Digest mDigest;
+  std::array<Known, 16> mKnown;  // By their length.
+  Known mLong;                   // Of those that would take much memory the last one alone.
 };
 
 }  // namespace dorn::load
