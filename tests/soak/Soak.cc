@@ -23,6 +23,9 @@
 
 namespace {
 
+using dorn::load::InMs;
+using dorn::load::SteadyUs;
+
 constexpr int kStationPort = 5000;
 constexpr long long kSecondUs = 1000000;
 constexpr double kChurnPerMinute = 0.05;
@@ -32,7 +35,7 @@ constexpr int kMisdeedsPerSecond = 10;
 constexpr long long kStalledUs = 10 * kSecondUs;
 constexpr long long kSettlingUs = 3 * kSecondUs;
 constexpr long long kReportUs = 60 * kSecondUs;
-constexpr long kGrowthKiB = 16 * 1024;  // And a tenth of what there was.
+constexpr double kGrowthMiB = 16;  // And a tenth of what there was.
 constexpr int kGrowthDescriptors = 4;
 constexpr rlim_t kDescriptors = 4096;
 constexpr size_t kBulk = 40000;  // Of the tree that the silent stations ask for.
@@ -152,9 +155,9 @@ class Soak {
  private:
   // Lets some stations in at a time: a listener's queue is short.
   bool EnterAll() {
-    const long long deadline = NowUs() + 60 * kSecondUs;
+    const long long deadline = SteadyUs() + 60 * kSecondUs;
     for (TcpPeer peer; !peer.Connect(kStationPort); usleep(5000)) {
-      if (mHost.IsAlive() && NowUs() < deadline) continue;
+      if (mHost.IsAlive() && SteadyUs() < deadline) continue;
       mRun.Fail("the host does not listen");
       return false;
     }
@@ -167,7 +170,7 @@ class Soak {
       Poll(20);
       in = 0;
       for (size_t i = 0; i < entered; ++i) in += mStations[i]->IsIn() ? 1 : 0;
-      if (!mHost.IsAlive() || mRun.mFailures > 0 || NowUs() > deadline) {
+      if (!mHost.IsAlive() || mRun.mFailures > 0 || SteadyUs() > deadline) {
         std::fprintf(stderr, "FAILED: only %zu stations got in\n", in);
         return false;
       }
@@ -178,9 +181,9 @@ class Soak {
 
   // Lives through so much time.
   void Work(long long us) {
-    const long long start = NowUs();
+    const long long start = SteadyUs();
     mRun.mLastUpdateUs = start;
-    for (long long now = start; now < start + us && IsGoingOn(now); now = NowUs()) {
+    for (long long now = start; now < start + us && IsGoingOn(now); now = SteadyUs()) {
       Poll(5);
       Churn(now);
       Misbehave(now);
@@ -219,8 +222,8 @@ class Soak {
   }
 
   void Wait(long long us) {
-    const long long end = NowUs() + us;
-    while (NowUs() < end && IsGoingOn(NowUs())) Poll(5);
+    const long long end = SteadyUs() + us;
+    while (SteadyUs() < end && IsGoingOn(SteadyUs())) Poll(5);
   }
 
   bool IsGoingOn(long long now) {
@@ -267,13 +270,14 @@ class Soak {
   }
 
   static bool HasGrown(const Holdings& start, const Holdings& end) {
-    return end.mKiB > start.mKiB + start.mKiB / 10 + kGrowthKiB;
+    return end.mMiB > start.mMiB + start.mMiB / 10 + kGrowthMiB;
   }
 
   void Judge(const Settled& start, const Settled& end) {
-    const Latencies& latencies = mRun.mLatencies;
+    const dorn::load::Histogram& latencies = mRun.mLatencies;
     std::printf("%lld updates; latency p50 %.2f ms, p99 %.2f ms, worst %.2f ms\n", mRun.mUpdates,
-                latencies.Quantile(0.5), latencies.Quantile(0.99), latencies.WorstMs());
+                InMs(latencies.Quantile(0.5)), InMs(latencies.Quantile(0.99)),
+                InMs(latencies.Worst()));
     std::printf(
         "%ld connections, %ld of stations that left and came back, %ld of silent or\n"
         "garbage stations closed by the host; %ld KEEPALIVE answered\n",

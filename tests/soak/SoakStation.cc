@@ -140,7 +140,7 @@ void SoakStation::Take(const std::string& message) {
 }
 
 void SoakStation::OnCount(long count, long long sentUs) {
-  const long long now = NowUs();
+  const long long now = dorn::load::SteadyUs();
   if (mCount > 0 && count != mCount + 1) {
     mRun->Fail("station " + std::to_string(mNumber) + " got " + std::to_string(count) + " after " +
                std::to_string(mCount));

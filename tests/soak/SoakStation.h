@@ -8,14 +8,14 @@
 #include <string_view>
 
 #include "station/Framing.h"
-#include "tests/soak/Figures.h"
+#include "tools/dorn-load/Histogram.h"
 
 // What all stations of a run have in common.
 struct SoakRun {
   int mEpoll = -1;
   bool mIsMeasuring = false;
   std::mt19937 mRandom{20240607};
-  Latencies mLatencies;
+  dorn::load::Histogram mLatencies;
   long long mUpdates = 0;
   long long mLastUpdateUs = 0;
   long mConnects = 0;
