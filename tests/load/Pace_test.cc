@@ -29,5 +29,15 @@ TEST(PaceTest, KeepsTheTimesThatWereMissed) {
   EXPECT_EQ(due, 101);
 }
 
+TEST(PaceTest, TellsWhatIsLeft) {
+  Pace pace(10, 5000);
+  EXPECT_EQ(pace.LeftBefore(5000), 0u);
+  EXPECT_EQ(pace.LeftBefore(5001), 1u);
+  EXPECT_EQ(pace.LeftBefore(5000 + kSecond), 10u);
+  for (int i = 0; i < 4; ++i) pace.Take();
+  EXPECT_EQ(pace.LeftBefore(5000 + kSecond), 6u);
+  EXPECT_EQ(pace.LeftBefore(5000), 0u);
+}
+
 }  // namespace
 }  // namespace dorn::load

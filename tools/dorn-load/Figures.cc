@@ -21,7 +21,7 @@ const char* NameOf(Error error) {
     case Error::kNotSent:
       break;
   }
-  return "not sent, nobody was in";
+  return "not sent";
 }
 
 const char* KeyOf(Error error) {

@@ -19,7 +19,7 @@ enum class Error {
   kTimeOut,         // No answer to a log-in, an action or a heartbeat.
   kNotTaken,        // A connection of which the host took nothing any more.
   kUnanswered,      // An action whose connection ended before its answer.
-  kNotSent          // An action that was due while no station was in.
+  kNotSent          // An action that was due while no station was in, or more than could be sent.
 };
 constexpr std::size_t kErrors = 8;
 // "refused connects", for people.
@@ -57,8 +57,8 @@ class Record {
     count(mSecond);
     count(mAll);
   }
-  void Count(Error error) {
-    Count([=](Figures& figures) { ++figures.mErrors[static_cast<std::size_t>(error)]; });
+  void Count(Error error, std::uint64_t times = 1) {
+    Count([=](Figures& figures) { figures.mErrors[static_cast<std::size_t>(error)] += times; });
   }
 
   const Figures& Second() const { return mSecond; }

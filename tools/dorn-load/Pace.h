@@ -5,6 +5,7 @@
 #define TOOLS_DORN_LOAD_PACE_H_
 
 #include <cmath>
+#include <cstdint>
 
 #include "tools/dorn-load/Times.h"
 
@@ -27,6 +28,12 @@ class Pace {
     return at;
   }
   long long Taken() const { return mTaken; }
+  // How many that are meant for before `end` are not taken.
+  std::uint64_t LeftBefore(Us end) const {
+    const double meant = std::ceil(static_cast<double>(end - mStart) * mPerSecond / kSecond);
+    const long long left = static_cast<long long>(meant) - mTaken;
+    return left > 0 ? static_cast<std::uint64_t>(left) : 0;
+  }
 
  private:
   double mPerSecond;
