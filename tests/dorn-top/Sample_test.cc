@@ -32,6 +32,7 @@ TEST(SampleTest, PassesOverWhatItDoesNotKnow) {
   const auto sample = ReadSample(
       "process_cpu_seconds_total -0.5 1700000000000\n"
       "another{a=\"b\"} NaN\n"
+      "process_threads 7\n"
       "\n"
       "\x01\xff{{{\n"
       "dorn_new{shard=\"1\"} 5\n"
