@@ -26,8 +26,8 @@ TEST(TableTest, ShortensTimes) {
 
 TEST(TableTest, SaysWhyThereIsNothingToTell) {
   const Source source("/nowhere");
-  EXPECT_EQ(RowOf(source).substr(0, 15), "       -     - ");
-  EXPECT_EQ(RowOf(source).substr(HeadLine().find("HOST")), "/nowhere: not asked yet");
+  EXPECT_EQ(RowOf(source).substr(0, 17), "not asked yet    ");
+  EXPECT_EQ(RowOf(source).substr(HeadLine().find("HOST")), "/nowhere");
   EXPECT_EQ(ConnectionsOf(source), "");
 }
 

@@ -40,6 +40,8 @@ constexpr Column kColumns[] = {
     {"QUEUED", 6, [](const Source& source) { return Now(source, "queued_bytes"); }},
     {"SLOWEST", 7, Slowest}};
 
+constexpr char kHostTitle[] = "HOST";
+
 void AppendRight(std::string& line, const std::string& text, int width) {
   const auto wanted = static_cast<std::size_t>(width);
   if (text.size() < wanted) line.append(wanted - text.size(), ' ');
@@ -104,17 +106,18 @@ std::string ShortTime(double microseconds) {
 std::string HeadLine() {
   std::string line;
   for (const Column& column : kColumns) AppendRight(line, column.mTitle, column.mWidth);
-  return line + "HOST";
+  return line + kHostTitle;
 }
 
 std::string RowOf(const Source& source) {
   std::string line;
-  for (const Column& column : kColumns) {
-    AppendRight(line, source.Last() ? column.mText(source) : "-", column.mWidth);
+  if (source.Last()) {
+    for (const Column& column : kColumns) AppendRight(line, column.mText(source), column.mWidth);
+  } else {
+    line = source.Why();
+    line.resize(HeadLine().size() - std::strlen(kHostTitle), ' ');
   }
-  line += source.Path();
-  if (!source.Last()) line += ": " + source.Why();
-  return line;
+  return line + source.Path();
 }
 
 std::string ConnectionsOf(const Source& source) {

@@ -15,8 +15,8 @@ std::string ShortNumber(double number);
 // 812us, 12.3ms, 1.25s.
 std::string ShortTime(double microseconds);
 
-// The names of the columns, and what a host has in them: a number, a dash where it is not known, or
-// why there is nothing to tell.
+// The names of the columns, and what a host has in them: a number, or a dash where it is not known;
+// in place of them why there is nothing to tell. The path comes last: a narrow screen cuts it.
 std::string HeadLine();
 std::string RowOf(const Source& source);
 
