@@ -67,6 +67,8 @@ export class View {
     element.show(item, this.page, element.level);
     const group = element.parentElement?.parentElement;
     if (element instanceof RadioElement && group instanceof GroupElement) group.showTabStop();
+    const card = element.parentElement;
+    if (card?.classList.contains("implied")) hideEmpty(card);
   }
 
   showOperable(): void {
@@ -115,9 +117,15 @@ export class View {
   private showImplied(element: HTMLElement, card: Card, first: Item): void {
     element.dataset["key"] = first.name;
     setPlace(element, first.place);
-    element.hidden = card.items.every((item) => !item.isVisible);
     reconcile(element, card.items, this.page, 1);
+    hideEmpty(element);
   }
+}
+
+/** A card of loose objects is there as long as one of them is. */
+function hideEmpty(card: HTMLElement): void {
+  const isShown = (child: Partial<DialogElement>): boolean => child.item?.isVisible === true;
+  card.hidden = ![...card.children].some(isShown);
 }
 
 /** Loose objects with places of their own do not share a card. */
