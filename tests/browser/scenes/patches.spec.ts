@@ -30,3 +30,28 @@ test('what was hidden at first is shown when it becomes visible, and its card go
     await expect(cards.filter({visible: true})).toHaveCount(0);
   }
 });
+
+test('a choice that was reached by keys is none any more when the options change', async ({show}) => {
+  const script = await show({Name: 'c', Type: 'COMBO', Options: ['x', 'y', 'z'], Value: 'x'}, {Name: 'e', Type: 'EDIT'});
+  const combo = script.page.getByRole('combobox', {name: 'c', exact: true});
+  await combo.focus();
+  await script.page.keyboard.press('ArrowDown');
+  await expect(combo).toHaveValue('y');
+  script.update('c', {Options: ['p', 'q', 'x']});
+  await expect(combo.locator('option')).toHaveText(['p', 'q', 'x']);
+  await expect(combo).toHaveValue('x');
+  await object(script.page, 'e').locator('input').focus();
+  expect(script.setOf('c')).toEqual([]);
+});
+
+test('a choice that was reached by keys stays while it is among the options', async ({show}) => {
+  const script = await show({Name: 'c', Type: 'COMBO', Options: ['x', 'y', 'z'], Value: 'x'}, {Name: 'e', Type: 'EDIT'});
+  const combo = script.page.getByRole('combobox', {name: 'c', exact: true});
+  await combo.focus();
+  await script.page.keyboard.press('ArrowDown');
+  script.update('c', {Options: ['x', 'p', 'y']});
+  await expect(combo.locator('option')).toHaveText(['x', 'p', 'y']);
+  await expect(combo).toHaveValue('y');
+  await object(script.page, 'e').locator('input').focus();
+  await expect.poll(() => script.setOf('c')).toEqual([{Name: 'c', Value: 'y'}]);
+});

@@ -33,13 +33,17 @@ abstract class ChoiceElement extends ObjectElement {
     if (!this.isReached) this.showChosen();
   }
 
+  /** What was reached by keys stays while it can still be chosen. */
   protected showOptions(item: Item): void {
+    const reached = this.isReached ? item.options.indexOf(this.select.value) : -1;
     const options = item.options.map((value, i) => {
       const option = make("option", "", item.optionTexts[i]);
       option.value = value;
       return option;
     });
     this.select.replaceChildren(...options);
+    this.isReached = reached >= 0;
+    if (this.isReached) this.select.selectedIndex = reached;
   }
 
   private showChosen(): void {
