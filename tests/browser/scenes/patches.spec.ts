@@ -55,3 +55,19 @@ test('a choice that was reached by keys stays while it is among the options', as
   await object(script.page, 'e').locator('input').focus();
   await expect.poll(() => script.setOf('c')).toEqual([{Name: 'c', Value: 'y'}]);
 });
+
+test('an edit keeps its name when it gets lines, and its text to itself when it becomes a password', async ({show}) => {
+  const script = await show({Name: 'e', Type: 'EDIT', Label: 'Words', Value: 'open', Hint: 'why', Enabled: 'OFF'});
+  const box = script.page.getByRole('textbox', {name: 'Words', exact: true});
+  script.update('e', {Format: 'lines:3'});
+  await expect(object(script.page, 'e').locator('textarea')).toBeAttached();
+  await expect(box).toBeDisabled();
+  await expect(box).toHaveAccessibleDescription('why');
+  script.update('e', {Enabled: 'ON', Format: 'text'});
+  await expect(object(script.page, 'e').locator('input')).toBeAttached();
+  await expect(box).toBeEnabled();
+  script.update('e', {Format: 'password'});
+  await expect(object(script.page, 'e').locator('input')).toHaveAttribute('type', 'password');
+  script.update('e', {Format: 'text'});
+  await expect(object(script.page, 'e').locator('input')).toHaveAttribute('type', 'text');
+});

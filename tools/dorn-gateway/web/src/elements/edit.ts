@@ -40,14 +40,9 @@ export class EditElement extends ObjectElement {
   }
 
   private makeField(): void {
-    const { format } = this.item;
-    this.field = make(format === "lines" ? "textarea" : "input");
-    if (this.field instanceof HTMLInputElement) {
-      this.field.type = format === "password" ? "password" : "text";
-    }
-    this.field.autocomplete = format === "password" ? "new-password" : "off";
+    this.field = make(this.item.format === "lines" ? "textarea" : "input");
     this.field.spellcheck = false;
-    this.setUpControl(this.field);
+    this.replaceControl(this.field);
     this.field.addEventListener("input", () => this.onInput());
     this.field.addEventListener("keydown", (event) => this.onKey(event as KeyboardEvent));
     this.field.addEventListener("focus", () => this.showTyped());
@@ -61,6 +56,7 @@ export class EditElement extends ObjectElement {
 
   protected patch(item: Item, old: Item | undefined): void {
     if (old && (old.format === "lines") !== (item.format === "lines")) this.makeField();
+    this.showSecret(item.format === "password", old?.format === "password");
     if (this.field instanceof HTMLTextAreaElement) this.field.rows = item.lines;
     const mode = item.keyboard === "none" ? "none" : item.isNumeric ? "decimal" : null;
     setAttribute(this.field, "inputmode", mode);
@@ -74,6 +70,20 @@ export class EditElement extends ObjectElement {
     if (this.sent !== null && !item.isPending) this.endSending(this.sent);
     if (old && old.raw !== item.raw) this.dropKnown();
     this.showTyped();
+  }
+
+  /** What was typed until then is kept as the other kind is, or not at all. */
+  private showSecret(isSecret: boolean, wasSecret: boolean): void {
+    if (this.field instanceof HTMLInputElement) this.field.type = isSecret ? "password" : "text";
+    this.field.autocomplete = isSecret ? "new-password" : "off";
+    const { drafts } = this.page;
+    const { name } = this.item;
+    if (isSecret && !wasSecret) {
+      this.password = drafts.get(name) ?? null;
+      drafts.delete(name);
+    } else if (wasSecret && !isSecret) {
+      this.password = this.sent = null;
+    }
   }
 
   override showOperable(): void {

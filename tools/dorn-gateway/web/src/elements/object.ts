@@ -71,6 +71,13 @@ export abstract class ObjectElement extends HTMLElement implements DialogElement
     control.dataset["part"] = "value";
   }
 
+  /** Another one than before, of the same object. */
+  protected replaceControl(control: HTMLElement): void {
+    this.setUpControl(control);
+    this.showControl(undefined);
+    this.describe();
+  }
+
   protected act(attributes: Readonly<Record<string, string>>): boolean {
     this.showRefusal("");
     const isSent = this.page.act(this.item, attributes);
