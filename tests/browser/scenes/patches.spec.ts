@@ -1,5 +1,5 @@
 // What updates do to objects that are shown already, in ways that none of the examples has.
-import {expect, object, test as base} from '../support/test';
+import {expect, object, part, test as base} from '../support/test';
 import {Script} from '../support/script';
 
 type Scene = {show: (...objects: {[key: string]: unknown}[]) => Promise<Script>};
@@ -70,4 +70,18 @@ test('an edit keeps its name when it gets lines, and its text to itself when it 
   await expect(object(script.page, 'e').locator('input')).toHaveAttribute('type', 'password');
   script.update('e', {Format: 'text'});
   await expect(object(script.page, 'e').locator('input')).toHaveAttribute('type', 'text');
+});
+
+test('a picture that was taken away is gone, and each that is missing has its own name', async ({show}) => {
+  const script = await show({Name: 'i', Type: 'IMAGE', Image: 'one.png'});
+  const picture = part(object(script.page, 'i'), 'value');
+  await script.file('one.png', null);
+  await expect(picture).toContainText('one.png');
+  script.update('i', {Image: 'two.png'});
+  await script.file('two.png', null);
+  await expect(picture).toContainText('two.png');
+  script.update('i', {Image: 'one.png'});
+  await expect(picture).toContainText('one.png');
+  script.update('i', {Image: ''});
+  await expect(picture).toBeEmpty();
 });

@@ -14,8 +14,6 @@ export class ImageElement extends ObjectElement {
 
   protected patch(item: Item): void {
     // What updates set is the Value as well as the Image.
-    if (item.image !== "" || item.raw !== "") {
-      this.picture.show({ ...item, image: item.image || item.raw }, this.page);
-    }
+    this.picture.show({ ...item, image: item.image || item.raw }, this.page);
   }
 }

@@ -7,12 +7,15 @@ import type { Item } from "../screen";
 export class PictureView {
   readonly element = make("span", "picture");
   private shown: string | null | undefined;
+  private file = "";
 
   show(item: Item, page: Page): void {
-    const picture = page.pictures.get(item.image);
+    const picture = item.image === "" ? undefined : page.pictures.get(item.image);
     const url = picture?.url;
-    if (picture && url === this.shown) return this.showName(item);
+    const isSame = url === this.shown && item.image === this.file;
+    if (picture && isSame) return this.showName(item);
     this.shown = url;
+    this.file = item.image;
     this.element.replaceChildren();
     if (!picture) return;
     if (!url) {
