@@ -85,3 +85,12 @@ test('a picture that was taken away is gone, and each that is missing has its ow
   script.update('i', {Image: ''});
   await expect(picture).toBeEmpty();
 });
+
+test('a table that loses a column loses its width', async ({show}) => {
+  const script = await show({Name: 'g', Type: 'GRID', Columns: ['A', 'B'], Widths: ['5', '30'], Rows: [['1', '2']]});
+  const columns = object(script.page, 'g').locator('col');
+  await expect(columns).toHaveCount(2);
+  script.update('g', {Columns: ['A'], Rows: [['1']]});
+  await expect(object(script.page, 'g').locator('th')).toHaveCount(1);
+  await expect(columns).toHaveCount(1);
+});

@@ -59,7 +59,10 @@ export class GridElement extends ObjectElement {
   }
 
   private showColumns(table: Table): void {
-    while (this.head.cells.length > table.columns.length) this.head.deleteCell(-1);
+    while (this.head.cells.length > table.columns.length) {
+      this.head.deleteCell(-1);
+      this.columns.lastElementChild?.remove();
+    }
     while (this.head.cells.length < table.columns.length) {
       const cell = make("th");
       cell.scope = "col";
