@@ -94,3 +94,19 @@ test('a table that loses a column loses its width', async ({show}) => {
   await expect(object(script.page, 'g').locator('th')).toHaveCount(1);
   await expect(columns).toHaveCount(1);
 });
+
+const tabs = (extra = {}) => ({
+  Name: 't', Type: 'GROUP', Layout: 'TABS', Objects: [
+    {Name: 'p', Type: 'GROUP', Label: 'First', Objects: [{Name: 'x', Type: 'LABEL', Value: '1'}]},
+    {Name: 'q', Type: 'GROUP', Label: 'Second', ...extra},
+  ]});
+
+test('groups that are tabs no more have their names again', async ({show}) => {
+  const script = await show(tabs());
+  await expect(script.page.getByRole('tab')).toHaveText(['First', 'Second']);
+  script.update('t', {Layout: 'NONE'});
+  await expect(script.page.getByRole('tab')).toHaveCount(0);
+  for (const name of ['First', 'Second']) {
+    await expect(script.page.getByRole('group', {name, exact: true})).toBeAttached();
+  }
+});

@@ -23,11 +23,15 @@ export class GroupElement extends ObjectElement {
     this.id = newId();
   }
 
-  protected patch(item: Item, old: Item | undefined): void {
-    if (!this.classList.contains("tab")) {
-      setAttribute(this, "role", kRoles[item.grouping]);
-      if (old?.caption !== item.caption) setAttribute(this, "aria-label", item.caption);
-    }
+  /** A tab has those of a tab. */
+  showRole(): void {
+    if (this.classList.contains("tab")) return;
+    setAttribute(this, "role", kRoles[this.item.grouping]);
+    setAttribute(this, "aria-label", this.item.caption);
+  }
+
+  protected patch(item: Item): void {
+    this.showRole();
     setAttribute(this, "data-layout", item.grouping);
     setAttribute(this, "aria-disabled", item.isEnabled ? null : "true");
     reconcile(this.body, item.children, this.page, this.level + 1);

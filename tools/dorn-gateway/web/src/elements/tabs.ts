@@ -2,6 +2,7 @@
 
 import { make, makeButton, setAttribute, setText } from "../dom";
 import type { Item } from "../screen";
+import type { GroupElement } from "./group";
 import { moveFocus, setTabStop } from "./radio";
 
 export class Tabs {
@@ -32,8 +33,8 @@ export class Tabs {
     this.list.remove();
     for (const panel of this.panels()) {
       panel.classList.remove("tab", "away");
-      panel.setAttribute("role", "group");
       panel.removeAttribute("aria-labelledby");
+      panel.showRole();
     }
   }
 
@@ -41,9 +42,9 @@ export class Tabs {
     return [...this.list.children] as HTMLButtonElement[];
   }
 
-  private panels(): HTMLElement[] {
+  private panels(): GroupElement[] {
     return [...this.body.children].filter(
-      (child): child is HTMLElement => child.getAttribute("data-layout") !== null,
+      (child): child is GroupElement => child.getAttribute("data-layout") !== null,
     );
   }
 
