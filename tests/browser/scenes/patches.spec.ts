@@ -110,3 +110,12 @@ test('groups that are tabs no more have their names again', async ({show}) => {
     await expect(script.page.getByRole('group', {name, exact: true})).toBeAttached();
   }
 });
+
+test('the tab of a group without children follows it', async ({show}) => {
+  const script = await show(tabs());
+  script.update('q', {Label: 'Other', State: 'WARN'});
+  await expect(script.page.getByRole('tab')).toHaveText(['First', 'Other']);
+  await expect(script.page.locator('[data-tab="q"]')).toHaveAttribute('data-state', 'WARN');
+  script.update('q', {Visible: 'OFF'});
+  await expect(script.page.getByRole('tab').filter({visible: true})).toHaveText(['First']);
+});

@@ -171,7 +171,8 @@ export class Tree {
     const isGrid = object.textOf("Type") === "GRID";
     const members = Object.entries(json);
     let lacksTable = isGrid && members.length === 1;
-    let reshapes = object.children.length > 0 || object.parent === null;
+    // An empty group may still be the tab of another.
+    let reshapes = object.isGroup || object.children.length > 0 || object.parent === null;
     for (const [key, value] of members) {
       if (key === "Name" || isChildrenKey(key)) continue;
       if (isGrid && key === "Data" && !isTable(value)) {
