@@ -35,6 +35,11 @@ bool HasNoDescriptor(const KZFdData& record) {
 
 namespace {
 
+// Messages pile up behind a delayed log-in, and taking one moves all bytes behind it. So much is
+// moved in one call; the rest of the pile waits for the next pass, and the other stations for none
+// of it.
+constexpr std::size_t kMaxMoved = std::size_t{4} * 1024 * 1024;
+
 // The commands of a message while they are executed.
 class ReadMessage {
  public:
@@ -160,7 +165,8 @@ void Connection::ExecuteMessages() {
   const int ends = mEnds;
   MessageText message;
   KZString& text = message.text;
-  while (mDelayedLogIn == nullptr && TakeMessage(text)) {
+  mMoved = 0;
+  while (mMoved <= kMaxMoved && mDelayedLogIn == nullptr && TakeMessage(text)) {
     batch.SetMore(HasMessage());
     // Hooks may read from the buffer too, so the end is looked for anew.
     mCutter.Forget();
@@ -243,6 +249,7 @@ void Connection::DropFront(std::size_t length) {
   char* const buffer = mSocket.mDataBuffer;
   const std::size_t left = static_cast<std::size_t>(mSocket.mBufferPos) - length;
   std::memmove(buffer, buffer + length, left);
+  mMoved += left;
   StoreShared(mSocket.mBufferPos, static_cast<int>(left));
   mCutter.Forget();
 }

@@ -45,7 +45,8 @@ class Connection {
   // be read: the station has finished sending while a backlog is waiting for it.
   bool PrepareRead();
 
-  // Executes all messages that are complete.
+  // Executes the messages that are complete: all of them, unless so many lie there that other
+  // stations would wait. The loop comes back for the rest by itself.
   void Receive();
 
   // The descriptor was closed: whatever belonged to it alone is forgotten.
@@ -89,7 +90,8 @@ class Connection {
   // a hook returns.
   int mEnds = 0;
   std::unique_ptr<DelayedLogIn> mDelayedLogIn;  // Null: none is waiting.
-  int mLeft = -1;  // What the last Receive() left in the buffer; -1 before the first.
+  std::size_t mMoved = 0;  // How many bytes taking messages has moved in this Receive().
+  int mLeft = -1;          // What the last Receive() left in the buffer; -1 before the first.
 };
 
 }  // namespace dorn
