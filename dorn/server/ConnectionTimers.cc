@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "dorn/loop/LoopPass.h"
 #include "dorn/loop/RestartTimer.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
@@ -65,11 +66,15 @@ void ConnectionTimers::Expire(int kind) {
   } else if (kind == kAnswer) {
     MissAnswer();
   } else if (kind == kLogIn) {
+    // All that is due is fired in one round, and a delayed log-in that was due, too, was a good
+    // one.
+    if (mSocket.mAuth && mResumedIn != 0 && mResumedIn == TimerRound()) return;
     // "Connection time-out."
     std::puts("コネクションタイムアウト");
     const ClosingFor reason(&Statistics::closedNoLogin);
     mSocket.Close();
   } else if (kind == kDelayedLogIn) {
+    mResumedIn = TimerRound();
     Connection::Of(mSocket).ResumeLogIn();
   }
 }

@@ -60,8 +60,9 @@ class ConnectionTimers {
 
   VQClientSocket& mSocket;
   Outgoing& mOutgoing;
-  bool mIsAsked = false;  // A KEEPALIVE was sent and not answered.
-  int mDelays = 0;        // How often in a row the end was put off since.
+  bool mIsAsked = false;         // A KEEPALIVE was sent and not answered.
+  int mDelays = 0;               // How often in a row the end was put off since.
+  unsigned long mResumedIn = 0;  // The round of timers in which a delayed log-in was looked at.
 };
 
 }  // namespace dorn

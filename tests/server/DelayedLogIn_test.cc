@@ -138,6 +138,50 @@ TEST_F(DelayedLogInTest, TheTimeForTheLogInGoesOn) {
   EXPECT_THAT(Calls(), Not(Contains(HasSubstr("OnAuth"))));
 }
 
+// Both are due in one round of timers, the log-in first.
+TEST_F(DelayedLogInTest, ALogInThatIsDueWithTheTimeForItIsGood) {
+  UseUp("u1");
+  for (const int ms : {1000, 2000, 4000}) {
+    Link guess = Connect();
+    Guess(guess, "u1", 1);
+    Wait(ms);
+  }
+  Link link = Connect();
+  Wait(2000);
+  Tell(link, Hello("u1", "p"));
+  Wait(7999);
+  EXPECT_THAT(Calls(), Not(Contains("OnAuth u1 p")));
+  Wait(1);
+  EXPECT_THAT(Calls(), Contains("OnAuth u1 p"));
+  ASSERT_NE(nullptr, Find(link));
+  EXPECT_GE(Find(link)->GetFD(), 0);
+}
+
+// Each message that is taken moves those behind it.
+TEST_F(DelayedLogInTest, APileBehindItIsExecutedInManyPasses) {
+  constexpr std::uint64_t kMessages = 50000;
+  UseUp("u1");
+  Link link = Connect();
+  Tell(link, Hello("u1", "p"));
+  std::string pile;
+  for (std::uint64_t i = 0; i < kMessages; ++i) pile += "\x02\x03";
+  Feed(link, pile);
+  const CapturedStdout console;  // A line for each of them.
+  const std::uint64_t before = app.Statistics().messagesIn;
+  Wait(1000);
+  std::uint64_t executed = 0;
+  int passes = 0;
+  for (; executed < kMessages && passes < 10000; ++passes) {
+    const std::uint64_t sofar = executed;
+    Pass();
+    executed = app.Statistics().messagesIn - before;
+    const std::uint64_t bytesBehind = 2 * (kMessages - executed);
+    EXPECT_LE((executed - sofar) * bytesBehind, 10U << 20);
+  }
+  EXPECT_EQ(kMessages, executed);
+  EXPECT_GT(passes, 100);
+}
+
 TEST_F(DelayedLogInTest, WhatTheStationSendsBehindItWaitsInOrder) {
   UseUp("u1");
   Shared("top", kTree);
