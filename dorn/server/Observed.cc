@@ -53,10 +53,11 @@ void NoteClosed(VQClientSocket* client) {
   AtEndOfPass(TellOfNext);
 }
 
+// The observer may close it yet, which notes it once more.
 void NoteDestroyed(VQClientSocket* client) {
+  TellGone(client);
   std::deque<VQClientSocket*>& closed = Closed();
   closed.erase(std::remove(closed.begin(), closed.end(), client), closed.end());
-  TellGone(client);
 }
 
 }  // namespace dorn

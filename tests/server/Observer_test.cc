@@ -1,5 +1,6 @@
 #include "dorn/server/Observer.h"
 
+#include <algorithm>
 #include <new>
 
 #include "dorn/server/Observed.h"
@@ -172,6 +173,19 @@ TEST_F(ObserverTest, HearsOfAStationThatIsReplaced) {
   Pass();
   close(fd);
   EXPECT_EQ(1U, Calls().size());
+}
+
+// It is being destroyed then: closing it must leave nothing behind. Its descriptor is the other
+// record's, which the loop removes when it finds it closed.
+TEST_F(ObserverTest, MayCloseAStationThatIsReplaced) {
+  Link link = LoggedIn("S1");
+  Calls().clear();
+  mObserver.gone = [](VQClientSocket* client) { client->Close(); };
+  auto* other = new KZFdData(KZFdData::kTypeEvent, Find(link)->GetFD(), 4711, app.GetFdDataList());
+  other->SetAutoDelete(1);
+  app.AddEventFd(other);
+  Pass(3);
+  EXPECT_EQ(1, std::count(Calls().begin(), Calls().end(), "gone 134217728 S1 open"));
 }
 
 // A timer's callback comes before the phase in which closed records are destroyed.
