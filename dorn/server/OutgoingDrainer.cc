@@ -16,7 +16,9 @@ namespace dorn {
 OutgoingDrainer::OutgoingDrainer(int epoll, KZFdDataList* list)
     : KZFdData(kTypeListener, epoll, kId, list) {}
 
-OutgoingDrainer::~OutgoingDrainer() { close(GetFD()); }
+OutgoingDrainer::~OutgoingDrainer() {
+  if (IsUsable()) close(GetFD());
+}
 
 OutgoingDrainer* OutgoingDrainer::Find(KZFdDataList* list) {
   const ApplicationState* state = FindStateOfList(list);
@@ -51,14 +53,34 @@ void OutgoingDrainer::Forget(KZFdDataList* list, const Drainable* waiting) {
 }
 
 bool OutgoingDrainer::Watch(int fd, Drainable* waiting) {
+  if (!Register(fd) && (IsUsable() || !Renew() || !Register(fd))) return false;
+  mWatched[fd] = waiting;
+  return true;
+}
+
+bool OutgoingDrainer::Register(int fd) {
   epoll_event event{};
   event.events = EPOLLOUT | EPOLLONESHOT;
   event.data.fd = fd;
-  if (epoll_ctl(GetFD(), EPOLL_CTL_MOD, fd, &event) != 0 &&
-      epoll_ctl(GetFD(), EPOLL_CTL_ADD, fd, &event) != 0) {
-    return false;
-  }
-  mWatched[fd] = waiting;
+  return epoll_ctl(GetFD(), EPOLL_CTL_MOD, fd, &event) == 0 ||
+         epoll_ctl(GetFD(), EPOLL_CTL_ADD, fd, &event) == 0;
+}
+
+// A host that closes all descriptors, to run in the background, closes this one, too, and its
+// number may be another's by now.
+bool OutgoingDrainer::IsUsable() {
+  epoll_event event{};
+  return epoll_wait(GetFD(), &event, 1, 0) >= 0;
+}
+
+// The loop may have noticed and removed the record.
+bool OutgoingDrainer::Renew() {
+  const int epoll = epoll_create1(EPOLL_CLOEXEC);
+  if (epoll < 0) return false;
+  SetFD(epoll);
+  SetFDStatus(kStatusActive);
+  if (!IsInList()) AddEvent();
+  for (const auto& [fd, waiting] : mWatched) Register(fd);
   return true;
 }
 

@@ -43,6 +43,9 @@ class OutgoingDrainer : public KZFdData {
   static OutgoingDrainer* Find(KZFdDataList* list);
   void Unwatch(const Drainable* waiting);
   bool IsInList();
+  bool Register(int fd);
+  bool IsUsable();
+  bool Renew();
 
   std::unordered_map<int, Drainable*> mWatched;  // By descriptor.
 };

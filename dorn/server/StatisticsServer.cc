@@ -90,7 +90,10 @@ StatisticsServer::StatisticsServer(VQApplication& app, int listener, std::string
   SetAutoDelete(1);
 }
 
+// The loop removes it also by itself, when its descriptor turns out to be closed.
 StatisticsServer::~StatisticsServer() {
+  ApplicationState* const state = FindStateOfList(GetFdDataList());
+  if (state != nullptr && state->statisticsServer == this) state->statisticsServer = nullptr;
   RemoveName();
   if (GetFD() >= 0) close(GetFD());
 }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "dorn/server/OutgoingDrainer.h"
 #include "tests/server/ServerTest.h"
 #include "tests/support/RecordingStream.h"
 
@@ -70,6 +71,24 @@ TEST_F(OutgoingQueueTest, ShortMessagesStayBehindTheLongOne) {
   EXPECT_EQ(5, Send(link, "two"));
   const std::string expected = Frame(text) + Frame("one") + "raw" + Frame("two");
   EXPECT_TRUE(expected == Received(link, expected.size()));
+}
+
+// A host may close all descriptors, to run in the background.
+TEST_F(OutgoingQueueTest, WhatWaitsOutlivesTheEndOfTheDescriptorThatWatchesIt) {
+  Link early = LoggedIn("S1"), late = LoggedIn("S2");
+  const std::string text = Text(4 * kMiB, 'a');
+  Send(early, text);
+  KZFdDataList& list = *app.GetFdDataList();
+  Pass();
+  const auto drainer = std::find_if(list.begin(), list.end(), [](const KZFdData* record) {
+    return record->GetId() == dorn::OutgoingDrainer::kId;
+  });
+  ASSERT_NE(list.end(), drainer);
+  ASSERT_EQ(0, close((*drainer)->GetFD()));
+  Pass(3);
+  Send(late, text);
+  EXPECT_TRUE(Frame(text) == Received(late, text.size() + 2));
+  EXPECT_TRUE(Frame(text) == Received(early, text.size() + 2));
 }
 
 TEST_F(OutgoingQueueTest, OneTextMayBeLargerThanTheCap) {

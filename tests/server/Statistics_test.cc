@@ -224,6 +224,20 @@ TEST_F(StatisticsTest, TakesTheSocketAwayAtTheEndOfTheLoop) {
   EXPECT_FALSE(std::filesystem::exists(SocketPath()));
 }
 
+// A host may close all descriptors to run in the background; the loop then removes the record.
+TEST_F(StatisticsTest, OutlivesTheEndOfItsDescriptor) {
+  const int next = dup(0);
+  close(next);
+  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  Pass();
+  ASSERT_EQ(0, close(next)) << "its descriptor was the lowest that was free";
+  Pass(3);
+  EXPECT_FALSE(std::filesystem::exists(SocketPath()));
+  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  Pass();
+  EXPECT_THAT(Ask(SocketPath()), HasSubstr("dorn_stations"));
+}
+
 TEST_F(StatisticsTest, MovesToAnotherPath) {
   ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
   const std::string other = SocketPath() + "2";
