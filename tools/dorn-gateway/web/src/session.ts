@@ -545,13 +545,16 @@ export class Session {
     this.isHostUp = true;
     const id = memberText(command, "SessionId");
     if (id !== "") this.sessionId = id;
+    const isHeld = this.wantsLocal() !== null; // Nothing was sent of the entry yet.
     this.opened = readOpened(command);
     this.local.clear();
     const isReturn = this.state === "loggingIn" && this.returnTo !== "";
     const dialog = isReturn ? this.returnTo : this.opened.dialog;
     this.aliveAt = this.now;
-    if (dialog === "") this.showNothing();
-    else this.startEntry(dialog, false);
+    if (dialog !== "") this.startEntry(dialog, false);
+    else if (this.dialog === "") this.showNothing();
+    else if (isHeld) this.startEntry(this.dialog, false);
+    // Else what is shown stays: hosts may tell of a new menu alone.
   }
 
   /** No dialog yet: the menu is all there is. */

@@ -548,3 +548,25 @@ test("session: a dialog that somebody looks at is fetched anew after ten minutes
   }
   assert.equal(changes, 1);
 });
+
+test("session: a later OPEN without a dialog leaves what is shown", () => {
+  const scene = new Scene().show({ Menu: ["d"] });
+  scene.command({ Command: "OPEN", SessionId: "s1", Menu: ["d", "e"] });
+  assert.deepEqual(scene.session.menu(), ["d", "e"]);
+  assert.equal(scene.session.dialog, "d");
+  assert.equal(scene.session.replica.state, "live");
+  assert.equal(scene.shown(), "0");
+  assert.deepEqual(scene.sent(), []);
+});
+
+test("session: an OPEN without a dialog does not keep an entry from its tree", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.tell({ t: "hello", menu: [], local: true });
+  scene.open({ FileSource: "STATION" });
+  assert.equal(scene.session.wantsLocal(), "d");
+  scene.sent();
+  scene.command({ Command: "OPEN", SessionId: "s1", Menu: ["d"] });
+  assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
+});
