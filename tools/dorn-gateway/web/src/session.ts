@@ -272,6 +272,9 @@ export class Session {
     if (this.retryAt !== null && now >= this.retryAt) this.openLine();
     const limit = this.lineLimit();
     if (limit !== null && now >= limit) this.loseLine(this.isConnected ? "hostLost" : "lineLost");
+    const waitsFor = this.wantsLocal();
+    const isLate = now - this.enteredAt >= times.kLocalLimit;
+    if (waitsFor !== null && isLate) this.receiveLocal(waitsFor, null, now);
     if (this.state === "showing" || this.state === "entering") this.tickIdle();
     if (this.state === "showing") this.tickEntries();
   }
@@ -295,6 +298,7 @@ export class Session {
         next.push(this.stays ? this.aliveAt + interval / 3 : this.touchedAt + interval);
       }
       if (this.isHeartbeatWanted()) next.push(this.fences.at + times.kHeartbeat);
+      if (this.wantsLocal() !== null) next.push(this.enteredAt + times.kLocalLimit);
     }
     if (this.state === "showing") {
       next.push(this.enterAgainAt);

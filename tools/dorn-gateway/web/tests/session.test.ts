@@ -570,3 +570,19 @@ test("session: an OPEN without a dialog does not keep an entry from its tree", (
   scene.command({ Command: "OPEN", SessionId: "s1", Menu: ["d"] });
   assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
 });
+
+test("session: a gateway that does not bring its file is not waited for", () => {
+  const scene = new Scene();
+  scene.session.logIn("u", "p", scene.now);
+  scene.connect();
+  scene.sent();
+  scene.tell({ t: "hello", menu: [], local: true });
+  scene.open({ FileSource: "STATION" });
+  scene.wait(4999);
+  assert.deepEqual(scene.words(), []);
+  scene.wait(1);
+  assert.equal(scene.session.wantsLocal(), null);
+  assert.deepEqual(scene.words(), [["?", "CHANGE", "GETFILE", "?"]]);
+  scene.session.receiveLocal("d", { Command: "DIALOG", Objects: [] }, scene.now);
+  assert.deepEqual(scene.words(), []);
+});
