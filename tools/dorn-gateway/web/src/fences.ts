@@ -16,7 +16,7 @@ export class Fences {
   quality: number | null = null;
 
   private last = 0;
-  private awaited: { number: number; sent: number }[] = [];
+  private awaited: { number: number; ordinal: number; sent: number }[] = [];
   private actions: SentAction[] = [];
   private readonly answeredAt = new Map<number, number>(); // The fence before, by the fence after.
 
@@ -25,8 +25,9 @@ export class Fences {
     return this.last + 1;
   }
 
-  next(now: number): number {
-    this.awaited.push({ number: ++this.last, sent: now });
+  /** For the text with this number on its line. */
+  next(ordinal: number, now: number): number {
+    this.awaited.push({ number: ++this.last, ordinal, sent: now });
     this.at = now;
     return this.last;
   }
@@ -56,20 +57,17 @@ export class Fences {
     this.actions = this.actions.filter((action) => action.after > fence);
   }
 
-  /**
-   * The action in a text that was not passed on, the last one where nobody says which: its fences
-   * will not be answered. Null: it was no action.
-   */
-  takeRefused(ordinal: unknown): SentAction | null {
-    const { actions } = this;
-    const refused =
-      actions.find((action) => action.ordinal === ordinal) ?? actions[actions.length - 1];
-    if (!refused) return null;
-    this.actions = actions.filter((action) => action !== refused);
-    this.awaited = this.awaited.filter(
-      ({ number }) => number !== refused.before && number !== refused.after,
-    );
-    return refused;
+  /** Of the text with the last action. */
+  get lastAction(): number | null {
+    return this.actions[this.actions.length - 1]?.ordinal ?? null;
+  }
+
+  /** A text was not passed on: its fences will not be answered. Null: there was no action in it. */
+  takeRefused(ordinal: number): SentAction | null {
+    const refused = this.actions.find((action) => action.ordinal === ordinal);
+    this.actions = this.actions.filter((action) => action !== refused);
+    this.awaited = this.awaited.filter((fence) => fence.ordinal !== ordinal);
+    return refused ?? null;
   }
 
   /** The line is gone, and with it all answers. */

@@ -10,19 +10,25 @@ export interface ReceivedFile {
   readonly bytes: ArrayBuffer | null;
 }
 
+interface Asked {
+  readonly file: string;
+  readonly isTree: boolean;
+  readonly ordinal: number; // Of the text on its line.
+}
+
 export class Files {
-  private asked: { readonly file: string; readonly isTree: boolean }[] = [];
+  private asked: Asked[] = [];
   private coming: JsonObject | null = null; // The head of the file whose bytes come next.
   private readonly cache = new Map<string, { date: string; bytes: ArrayBuffer }>();
   private received: ReceivedFile[] = [];
 
-  askForTree(file: string): void {
-    this.asked.push({ file, isTree: true });
+  askForTree(file: string, ordinal: number): void {
+    this.asked.push({ file, isTree: true, ordinal });
   }
 
   /** The date of the copy that is there; empty without one. */
-  ask(file: string): string {
-    this.asked.push({ file, isTree: false });
+  ask(file: string, ordinal: number): string {
+    this.asked.push({ file, isTree: false, ordinal });
     return this.cache.get(file)?.date ?? "";
   }
 
@@ -45,6 +51,13 @@ export class Files {
     const cached = this.cache.get(this.asked[0]?.file ?? "");
     const isLatest = memberText(head, "Status") === "LATEST" && cached !== undefined;
     return this.end(head, isLatest ? cached.bytes : null);
+  }
+
+  /** A text was not passed on: what it asked for does not come. */
+  refuse(ordinal: number): void {
+    const refused = this.asked.filter((each) => each.ordinal === ordinal && !each.isTree);
+    this.received.push(...refused.map(({ file }) => ({ name: file, bytes: null })));
+    this.asked = this.asked.filter((each) => each.ordinal !== ordinal);
   }
 
   take(): ReceivedFile[] {

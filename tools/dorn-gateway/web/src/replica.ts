@@ -56,6 +56,7 @@ export class Replica {
   readonly changes = new Changes();
 
   private fence: number | null = null;
+  private shown = { state: "empty" as ReplicaState, dialog: "" }; // Before the entries under way.
   private buffer: JsonObject[] = [];
   private actions: Action[] = [];
   private wantsEntry = false;
@@ -65,11 +66,22 @@ export class Replica {
    * dialog's, as on a new connection.
    */
   enter(dialog: string, fence: number | null): void {
+    if (this.state !== "fence" && this.state !== "buffer") {
+      this.shown = { state: this.state, dialog: this.dialog };
+    }
     this.dialog = dialog;
     this.fence = fence;
     this.state = fence === null ? "buffer" : "fence";
     this.buffer = [];
     this.wantsEntry = false;
+  }
+
+  /** The host does not get to know of the entry: what is shown goes on. */
+  leaveEntry(): void {
+    if (this.state !== "fence" && this.state !== "buffer") return;
+    for (const update of this.buffer) this.tree.update(update, this.changes);
+    this.buffer = [];
+    ({ state: this.state, dialog: this.dialog } = this.shown);
   }
 
   /** One command of the host: UPDATE, ADD and DELETE; all others are ignored. */

@@ -91,6 +91,7 @@ export class Session {
 
   private hasLocalFiles = false; // At the gateway.
   private readonly local = new Map<string, JsonObject | null>(); // By dialog; null: there is none.
+  private entries: { ordinal: number; dialog: string; isNewLine: boolean }[] = []; // Under way.
   private localFence: number | null = null; // Behind which the station's own file is the tree.
 
   private isLooking = true;
@@ -206,7 +207,7 @@ export class Session {
     if (!hasExtension(name) || !isSendable(name)) return false;
     if (this.state !== "entering" && this.state !== "showing") return false;
     const behind = this.nextFence();
-    const date = this.files.ask(name);
+    const date = this.files.ask(name, this.sentTexts + 1);
     this.send(commands.textOfAll([commands.getFile(name, date), commands.fence(behind)]));
     return true;
   }
@@ -369,6 +370,7 @@ export class Session {
     this.retryAt = null;
     this.fences.forget();
     this.files.forget();
+    this.entries = [];
     this.localFence = null;
     this.enterAgainAt = null;
     this.unreadable = 0;
@@ -407,9 +409,10 @@ export class Session {
     ++this.sentTexts;
   }
 
+  /** For the text that is sent next. */
   private nextFence(): number {
     this.aliveAt = this.now;
-    return this.fences.next(this.now);
+    return this.fences.next(this.sentTexts + 1, this.now);
   }
 
   /** The fence behind it makes sure that something follows the file, even where nothing does. */
@@ -426,7 +429,8 @@ export class Session {
     const file = commands.fileOfDialog(dialog);
     this.replica.enter(dialog, fence);
     if (isLocal) this.localFence = behind;
-    else this.files.askForTree(file);
+    else this.files.askForTree(file, this.sentTexts + 1);
+    this.entries.push({ ordinal: this.sentTexts + 1, dialog, isNewLine });
     const first =
       fence === null
         ? [commands.changeAgain(this.sessionId, dialog)]
@@ -618,6 +622,7 @@ export class Session {
     }
     const { state } = this.replica;
     if (state !== "live" && state !== "nothing") return;
+    this.entries = [];
     this.state = "showing";
     this.shown = this.dialog;
     this.cause = "none";
@@ -633,12 +638,33 @@ export class Session {
       this.endSession("refused", why);
       return;
     }
-    const action = this.fences.takeRefused(frame["n"]);
-    if (!action) {
+    const { n } = frame;
+    const ordinal = typeof n === "number" ? n : this.fences.lastAction ?? 0;
+    const action = this.fences.takeRefused(ordinal);
+    this.files.refuse(ordinal);
+    if (action) {
+      this.replica.takeBack(action.after);
+      this.refused.push({ names: action.names, why });
+    } else {
+      this.leaveEntry(ordinal);
       this.message = why;
-      return;
     }
-    this.replica.takeBack(action.after);
-    this.refused.push({ names: action.names, why });
+  }
+
+  /** The host is where it was before the entry: so is the page. */
+  private leaveEntry(ordinal: number): void {
+    const last = this.entries[this.entries.length - 1];
+    const refused = this.entries.find((entry) => entry.ordinal === ordinal);
+    this.entries = this.entries.filter((entry) => entry !== refused);
+    if (!refused || refused !== last) return;
+    if (refused.isNewLine) return this.loseLine("hostLost");
+    const before = this.entries.pop();
+    this.entries = [];
+    this.localFence = null;
+    if (before) return this.startEntry(before.dialog, false);
+    this.dialog = this.shown;
+    if (this.shown === "") return this.showNothing();
+    this.replica.leaveEntry();
+    this.state = "showing";
   }
 }

@@ -586,3 +586,80 @@ test("session: a gateway that does not bring its file is not waited for", () => 
   scene.session.receiveLocal("d", { Command: "DIALOG", Objects: [] }, scene.now);
   assert.deepEqual(scene.words(), []);
 });
+
+test("session: what is refused beside a pending change does not take it back", () => {
+  const scene = new Scene().show(); // The log-in and the entry were texts 1 and 2.
+  scene.act("1");
+  scene.session.getFile("a.png", scene.now);
+  scene.tell({ t: "refused", why: "no", n: 4 });
+  assert.deepEqual(scene.session.takeRefused(), []);
+  assert.equal(scene.session.message, "no");
+  assert.ok(scene.session.replica.isPending("a"));
+  assert.equal(scene.shown(), "1");
+  assert.deepEqual(scene.session.takeFiles(), [{ name: "a.png", bytes: null }]);
+  // Nothing of it is awaited any more.
+  scene.fence(3);
+  scene.fence(4);
+  scene.wait(5000);
+  assert.equal(scene.session.getCause(), "none");
+});
+
+test("session: a refused entry leaves what is shown, and the files that come behind it", () => {
+  const scene = new Scene().show();
+  for (const dialog of ["bad", "d"]) {
+    scene.session.enter(dialog, scene.now);
+    scene.sent();
+    scene.tell({ t: "refused", why: "no", n: dialog === "bad" ? 3 : 4 });
+    assert.equal(scene.session.state, "showing");
+    assert.equal(scene.session.dialog, "d");
+    assert.equal(scene.session.message, "no");
+  }
+  scene.command({ Command: "UPDATE", Objects: [{ Name: "a", Value: "5" }] });
+  assert.equal(scene.shown(), "5");
+  scene.wait(5000);
+  assert.equal(scene.session.getCause(), "none");
+  scene.session.getFile("a.png", scene.now);
+  scene.fence(7);
+  scene.command({ Command: "PUTFILE", File: "a.png", Status: "ERROR" });
+  assert.deepEqual(scene.session.takeFiles(), [{ name: "a.png", bytes: null }]);
+  assert.equal(scene.shown(), "5");
+  assert.ok(scene.act("6"));
+});
+
+test("session: of two entries a refused one leaves the other", () => {
+  for (const [n, dialog] of [
+    [3, "y"],
+    [4, "x"],
+  ] as const) {
+    const scene = new Scene().show();
+    scene.session.enter("x", scene.now);
+    scene.session.enter("y", scene.now);
+    scene.tell({ t: "refused", why: "no", n });
+    assert.equal(scene.session.dialog, dialog);
+    scene.sent();
+    scene.fence(n === 3 ? 5 : 3);
+    if (n === 4) {
+      // The host is in it already, and what is kept of it is not all: it is entered once more.
+      scene.tree({ Name: "x", Objects: [{ Name: "a", Value: "7" }] });
+      scene.fence(4);
+      scene.fence(7);
+    }
+    scene.tree({ Name: dialog, Objects: [{ Name: "a", Value: "8" }] });
+    assert.equal(scene.session.state, "showing");
+    assert.equal(scene.session.shown, dialog);
+    assert.equal(scene.shown(), "8");
+  }
+});
+
+test("session: a session that cannot be gone on with is tried again", () => {
+  const scene = new Scene().show();
+  scene.session.closed(scene.session.line, scene.now);
+  scene.wait(500);
+  scene.connect();
+  scene.tell({ t: "refused", why: "too much", n: 1 });
+  assert.equal(scene.session.state, "waiting");
+  assert.equal(scene.session.message, "too much");
+  scene.wait(2000);
+  scene.connect();
+  assert.deepEqual(scene.words(), [["CHANGE", "GETFILE", "?"]]);
+});
