@@ -119,3 +119,15 @@ test('the tab of a group without children follows it', async ({show}) => {
   script.update('q', {Visible: 'OFF'});
   await expect(script.page.getByRole('tab').filter({visible: true})).toHaveText(['First']);
 });
+
+const dot = Buffer.from(
+  'iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAADUlEQVR42mNk+M9QDwADhgGAWjR9awAAAABJRU5ErkJggg==', 'base64');
+
+test('a picture that was under way when the line was lost comes on the next', async ({show}) => {
+  const script = await show({Name: 'i', Type: 'IMAGE', Image: 'one.png'});
+  await expect.poll(() => script.missing.size).toBe(1);
+  script.missing.clear();
+  await script.cut();
+  await script.file('one.png', dot);
+  await expect(object(script.page, 'i').locator('img')).toBeVisible();
+});

@@ -194,6 +194,7 @@ export class App implements Page, FrameActions {
     for (const file of session.takeFiles()) {
       if (this.pictures.receive(file.name, file.bytes)) session.replica.changes.all = true;
     }
+    for (const name of session.takeLostFiles()) this.pictures.lose(name);
     for (const { names, why } of session.takeRefused()) {
       for (const name of names) this.view.find(name)?.showRefusal(why);
     }

@@ -21,6 +21,7 @@ export class Files {
   private coming: JsonObject | null = null; // The head of the file whose bytes come next.
   private readonly cache = new Map<string, { date: string; bytes: ArrayBuffer }>();
   private received: ReceivedFile[] = [];
+  private lost: string[] = [];
 
   askForTree(file: string, ordinal: number): void {
     this.asked.push({ file, isTree: true, ordinal });
@@ -66,8 +67,16 @@ export class Files {
     return files;
   }
 
+  /** Those whose answers went with a line. */
+  takeLost(): string[] {
+    const files = this.lost;
+    this.lost = [];
+    return files;
+  }
+
   /** The line is gone: nothing that was asked for comes any more. */
   forget(): void {
+    for (const { file, isTree } of this.asked) if (!isTree) this.lost.push(file);
     this.asked = [];
     this.coming = null;
   }

@@ -28,6 +28,11 @@ export class Pictures {
     this.asked.clear();
   }
 
+  /** What was asked for does not come. */
+  lose(name: string): void {
+    this.asked.delete(name);
+  }
+
   /** As far as it is here; undefined while nobody knows. */
   get(name: string): Picture | undefined {
     if (!this.asked.has(name) && this.ask(name)) this.asked.add(name);

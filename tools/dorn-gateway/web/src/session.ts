@@ -345,6 +345,10 @@ export class Session {
     return this.files.take();
   }
 
+  takeLostFiles(): string[] {
+    return this.files.takeLost();
+  }
+
   /** Texts that the gateway did not pass on: which objects they were about, and why. */
   takeRefused(): { names: readonly string[]; why: string }[] {
     const refused = this.refused;

@@ -663,3 +663,15 @@ test("session: a session that cannot be gone on with is tried again", () => {
   scene.connect();
   assert.deepEqual(scene.words(), [["CHANGE", "GETFILE", "?"]]);
 });
+
+test("session: files that were under way when the line was lost are told", () => {
+  const scene = new Scene().show();
+  scene.session.getFile("a.png", scene.now);
+  scene.session.getFile("b.png", scene.now);
+  scene.command({ Command: "PUTFILE", File: "a.png", Status: "ERROR" });
+  scene.session.refresh(scene.now);
+  assert.deepEqual(scene.session.takeLostFiles(), []);
+  scene.session.closed(scene.session.line, scene.now);
+  assert.deepEqual(scene.session.takeLostFiles(), ["b.png"]);
+  assert.deepEqual(scene.session.takeLostFiles(), []);
+});
