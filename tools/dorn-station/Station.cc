@@ -1,16 +1,15 @@
 #include "tools/dorn-station/Station.h"
 
 #include <poll.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <iterator>
 #include <utility>
 
 #include "station/Commands.h"
 #include "station/Reader.h"
-#include "station/Utf8.h"
 
 using dorn::tools::Line;
 using dorn::tools::SteadyMs;
@@ -26,13 +25,20 @@ bool AnyContains(const std::vector<std::string>& messages, const std::string& te
                      [&](const std::string& message) { return Contains(message, text); });
 }
 
+std::string Written(double seconds) {
+  char text[32];
+  static_cast<void>(std::snprintf(text, sizeof text, "%g s", seconds));
+  return text;
+}
+
 std::string Member(const std::string& text, const char* key) {
   return std::string(dorn::station::Reader().Read(text).mJson.TextOf(key));
 }
 
 }  // namespace
 
-Station::Station(Options options) : mOptions(std::move(options)), mFraming(*this) {}
+Station::Station(Options options, Output& output)
+    : mOptions(std::move(options)), mOutput(output), mFraming(*this) {}
 
 bool Station::Connect(const std::string& host, int port) {
   // As long as the system itself tries.
@@ -45,7 +51,7 @@ bool Station::Connect(const std::string& host, int port) {
 // Waits until everything is on its way, receiving meanwhile: a host may stop reading while nobody
 // reads what it sends.
 bool Station::Send(const std::string& text) {
-  Print("->", text);
+  mOutput.Sent(text);
   mLine.Send(dorn::station::Framed(text));
   const auto deadline = After(mOptions.timeout);
   bool isInTime = true;
@@ -53,8 +59,7 @@ bool Station::Send(const std::string& text) {
     isInTime = ReceiveUntil(deadline);
   }
   if (!isInTime && IsOpen() && mLine.Unsent() > 0) {
-    std::fprintf(stderr, "dorn-station: the server did not take everything within %g s\n",
-                 mOptions.timeout);
+    mOutput.Trouble("the server did not take everything within " + Written(mOptions.timeout));
     mLine.Close();
   }
   return IsOpen();
@@ -66,12 +71,11 @@ bool Station::Expect(const std::string& text, double seconds) {
   for (bool isInTime = true;; isInTime = ReceiveUntil(deadline)) {
     if (PassUntil(text)) return true;
     if (!IsOpen()) {
-      std::fprintf(stderr, "dorn-station: the server closed before it sent: %s\n", text.c_str());
+      mOutput.Trouble("the server closed before it sent: " + text);
       return false;
     }
     if (!isInTime) {
-      std::fprintf(stderr, "dorn-station: nothing within %g s contained: %s\n", seconds,
-                   text.c_str());
+      mOutput.Trouble("nothing within " + Written(seconds) + " contained: " + text);
       return false;
     }
   }
@@ -92,7 +96,7 @@ bool Station::PassUntil(const std::string& text) {
 
 bool Station::Absent(const std::string& text) {
   if (!AnyContains(mPassed, text) && !AnyContains(mWaiting, text)) return true;
-  std::fprintf(stderr, "dorn-station: a message contained what must be absent: %s\n", text.c_str());
+  mOutput.Trouble("a message contained what must be absent: " + text);
   return false;
 }
 
@@ -102,16 +106,18 @@ void Station::Listen(double seconds) {
   }
 }
 
-bool Station::WaitForEither(int otherFd) {
+bool Station::WaitForEither(int otherFd, int timeoutMs) {
   pollfd watched[2] = {{mLine.Descriptor(), mLine.Events(), 0}, {otherFd, POLLIN, 0}};
-  if (poll(watched, 2, mLine.PollTimeout(SteadyMs())) < 0) return false;
+  const int wanted = mLine.PollTimeout(SteadyMs());
+  const bool isShorter = timeoutMs >= 0 && (wanted < 0 || timeoutMs < wanted);
+  if (poll(watched, 2, isShorter ? timeoutMs : wanted) < 0) return false;
   mLine.Ready(watched[0].revents, SteadyMs());
   return watched[1].revents != 0;
 }
 
 void Station::OnText(std::string_view received) {
   const std::string text(received);
-  Print("<-", text);
+  mOutput.Received(text);
   mWaiting.push_back(text);
   if (Contains(text, "PUTFILE")) NameFile(text);
   if (mOptions.answerKeepalive && Contains(text, "KEEPALIVE") &&
@@ -133,23 +139,21 @@ void Station::OnPayload(std::string_view piece, bool last) {
     mSaved = std::make_unique<SavedFile>(mOptions.saveDirectory, mFileName);
   }
   mFileBytes += piece.size();
+  mOutput.FilePiece(piece);
   if (mSaved) mSaved->Write(piece);
   if (!last) return;
   if (mSaved) mSaved->Finish();
-  EndFile(std::to_string(mFileBytes) + " bytes");
+  EndFile(mFileBytes);
 }
 
-void Station::OnNoPayload() { EndFile("nothing came"); }
+void Station::OnNoPayload() { EndFile(std::nullopt); }
 
-void Station::OnTooLong() {
-  std::fputs("dorn-station: dropped a message that is too long\n", stderr);
-}
+void Station::OnTooLong() { mOutput.Trouble("dropped a message that is too long"); }
 
-void Station::EndFile(const std::string& what) {
+void Station::EndFile(std::optional<size_t> bytes) {
   mSaved.reset();
-  const std::string line = "[file " + mFileName + ": " + what + "]";
-  Print("<-", line);
-  mWaiting.push_back(line);
+  mOutput.FileEnd(mFileName, bytes);
+  mWaiting.push_back(FileNote(mFileName, bytes));
 }
 
 Station::Clock::time_point Station::After(double seconds) {
@@ -182,31 +186,17 @@ void Station::OnReceive(std::string_view bytes) {
   const bool isSound = mFraming.Feed(bytes);
   mIsInHook = false;
   if (isSound) return;
-  std::fputs("dorn-station: the server announced a file that is too long\n", stderr);
+  mOutput.Trouble("the server announced a file that is too long");
   mLine.Close();
 }
 
 void Station::OnEnd(Line::End end, const std::string& why) {
   if (end == Line::End::kNoSuchHost || end == Line::End::kCannotConnect) {
     const char* hint = end == Line::End::kCannotConnect ? ". Is the server running there?" : "";
-    std::fprintf(stderr, "dorn-station: %s%s\n", why.c_str(), hint);
-    return;
+    return mOutput.Trouble(why + hint);
   }
-  if (end == Line::End::kNotTaken) {
-    std::fprintf(stderr, "dorn-station: %s\n", why.c_str());
-    return;
-  }
-  if (!mFraming.IsAtRest()) std::fputs("dorn-station: closed in the middle of a message\n", stderr);
-  Print("<-", "[closed by the server]");
+  if (end == Line::End::kNotTaken) return mOutput.Trouble(why);
+  if (!mFraming.IsAtRest()) mOutput.Trouble("closed in the middle of a message");
+  mOutput.ClosedByServer();
   mWaiting.emplace_back("[closed by the server]");
-}
-
-void Station::Print(const char* direction, const std::string& text) const {
-  if (mOptions.quiet) return;
-  // A program that reads it gets the bytes as they are.
-  const std::string shown = isatty(STDOUT_FILENO) != 0 ? dorn::station::PrintableLines(text) : text;
-  std::printf("%s ", direction);
-  std::fwrite(shown.data(), 1, shown.size(), stdout);
-  if (shown.empty() || shown.back() != '\n') std::putchar('\n');
-  std::fflush(stdout);
 }

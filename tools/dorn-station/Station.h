@@ -4,24 +4,26 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "station/Framing.h"
+#include "tools/dorn-station/Output.h"
 #include "tools/dorn-station/SavedFile.h"
 #include "tools/line/Line.h"
 
 class Station : private dorn::station::Framing::Sink, private dorn::tools::Line::Hooks {
  public:
   struct Options {
-    bool quiet = false;           // Prints nothing but errors.
     bool answerKeepalive = true;  // Sends KEEPALIVE when the server asks.
     double timeout = 5;           // Seconds that the server may take to receive what is sent.
     std::string saveDirectory;    // Files received are written here; empty: only counted.
   };
 
-  explicit Station(Options options);
+  // `output` outlives the station.
+  Station(Options options, Output& output);
   Station(const Station&) = delete;
   Station& operator=(const Station&) = delete;
 
@@ -43,9 +45,9 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   // Prints what arrives for `seconds`, or until the server closes; below 0 means without end.
   void Listen(double seconds);
 
-  // Waits until the server has sent something or `otherFd` (negative: none) is readable. Returns
-  // whether `otherFd` is.
-  bool WaitForEither(int otherFd);
+  // Waits until the server has sent something or `otherFd` (negative: none) is readable, at most
+  // `timeoutMs`; below 0 means without end. Returns whether `otherFd` is.
+  bool WaitForEither(int otherFd, int timeoutMs = -1);
 
   bool IsOpen() const { return mLine.GetState() == dorn::tools::Line::State::kOpen; }
 
@@ -58,16 +60,16 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   void OnTooLong() override;
   void OnReceive(std::string_view bytes) override;
   void OnEnd(dorn::tools::Line::End end, const std::string& why) override;
-  void EndFile(const std::string& what);
+  void EndFile(std::optional<size_t> bytes);
   void NameFile(const std::string& text);
   bool PassUntil(const std::string& text);
   static Clock::time_point After(double seconds);
   // False when the deadline has passed.
   bool ReceiveUntil(Clock::time_point deadline);
   int Poll(int timeoutMs);
-  void Print(const char* direction, const std::string& text) const;
 
   Options mOptions;
+  Output& mOutput;
   dorn::tools::Line mLine{*this};
   bool mIsInHook = false;  // The line is already being looked after.
   dorn::station::Framing mFraming;

@@ -31,13 +31,15 @@ std::string Rest(std::istringstream& words) {
   return rest;
 }
 
-Step Send(std::string text) { return {StepKind::kSend, std::move(text), 0}; }
+Step Send(std::string text, std::vector<SetObject> objects = {}) {
+  return {StepKind::kSend, std::move(text), 0, std::move(objects)};
+}
 
 std::optional<Step> SendCondition(const std::string& name, const std::string& type,
                                   const std::vector<SetObject>& objects, Quotes quotes,
                                   std::string& error) {
   std::string text = dorn::station::ConditionText(name, type, objects, quotes);
-  if (!text.empty()) return Send(std::move(text));
+  if (!text.empty()) return Send(std::move(text), objects);
   error = "a server takes at most 524,286 bytes and none of the bytes 00, 02 and 03";
   return std::nullopt;
 }

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "station/Commands.h"
 
@@ -21,6 +22,7 @@ struct Step {
   StepKind kind = StepKind::kNothing;
   std::string text;
   double seconds = 0;
+  std::vector<dorn::station::SetObject> objects = {};  // Of a command that touches or sets some.
 };
 
 // What the lines may be, for --help.

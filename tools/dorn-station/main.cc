@@ -5,12 +5,16 @@
 #include <cstdio>
 #include <exception>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "tools/dorn-station/Outcome.h"
+#include "tools/dorn-station/Output.h"
+#include "tools/dorn-station/RawTerminal.h"
 #include "tools/dorn-station/RunScenes.h"
+#include "tools/dorn-station/Shell.h"
 #include "tools/dorn-station/Station.h"
 #include "tools/dorn-station/Steps.h"
 
@@ -27,19 +31,22 @@ struct Arguments {
   std::vector<std::string> expected;
   double timeout = 5;
   double linger = 1;
+  bool quiet = false;
+  bool json = false;
   Station::Options station;
 };
 
 void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
-  cli.footer(std::string(kStepHelp) +
-             "\nScenes of several stations, for tests of hosts: dorn-station run --help\n"
-             "Making one by playing it: dorn-station record --help\n"
-             "\nWithout lines as arguments they are read from standard input.\n"
-             "\nExit codes: 0 done; 1 an expectation failed; 2 wrong usage; 3 cannot connect;\n"
-             "4 the server closed the connection before the work was done.\n"
-             "\nExample:\n"
-             "  dorn-station --id tanaka --pass secret --dialog panel 'touch pump1' "
-             "--expect pump1\n");
+  cli.footer(
+      std::string(kStepHelp) +
+      "\nScenes of several stations, for tests of hosts: dorn-station run --help\n"
+      "Making one by playing it: dorn-station record --help\n"
+      "\nWithout lines as arguments they are read from standard input. At a terminal: help.\n"
+      "\nExit codes: 0 done; 1 an expectation failed; 2 wrong usage; 3 cannot connect;\n"
+      "4 the server closed the connection before the work was done.\n"
+      "\nExample:\n"
+      "  dorn-station --id tanaka --pass secret --dialog panel 'touch pump1' "
+      "--expect pump1\n");
   cli.add_option("--host", arguments.host, "Server name or address")->capture_default_str();
   cli.add_option("--port", arguments.port, "TCP port")
       ->capture_default_str()
@@ -69,20 +76,25 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
       ->transform(CLI::Transformer(std::map<std::string, Quotes>{
           {"escape", Quotes::kEscape}, {"replace", Quotes::kReplace}, {"raw", Quotes::kRaw}}))
       ->default_str("escape");
-  cli.add_flag("--quiet", arguments.station.quiet, "Print nothing but errors");
+  auto* const quiet = cli.add_flag("--quiet", arguments.quiet, "Print nothing but errors");
+  cli.add_flag("--json", arguments.json, "Print each message as a line of strict JSON, for scripts")
+      ->excludes(quiet);
   cli.add_flag("--no-keepalive", noKeepalive, "Do not answer KEEPALIVE");
   cli.add_option("lines", arguments.lines, "Commands and steps, one each");
 }
 
 class Run {
  public:
-  explicit Run(const Arguments& arguments) : mArguments(arguments), mStation(arguments.station) {}
+  explicit Run(const Arguments& arguments)
+      : mArguments(arguments), mOutput(MakeOutput()), mStation(arguments.station, *mOutput) {}
 
   Outcome All() {
     if (!mStation.Connect(mArguments.host, mArguments.port)) return Outcome::kCannotConnect;
     Outcome outcome = LogIn();
     if (outcome == Outcome::kDone) {
-      outcome = mArguments.lines.empty() ? FromStandardInput() : FromArguments();
+      outcome = mShell != nullptr          ? FromPerson()
+                : mArguments.lines.empty() ? FromStandardInput()
+                                           : FromArguments();
     }
     for (const std::string& text : mArguments.expected) {
       if (outcome != Outcome::kDone) return outcome;
@@ -95,6 +107,20 @@ class Run {
   }
 
  private:
+  std::unique_ptr<Output> MakeOutput() {
+    if (mArguments.json) return std::make_unique<JsonOutput>();
+    if (!mArguments.lines.empty() || !RawTerminal::IsThere()) {
+      return std::make_unique<PlainOutput>(mArguments.quiet);
+    }
+    auto shell = std::make_unique<Shell>(mArguments.quiet, mArguments.quotes);
+    mShell = shell.get();
+    return shell;
+  }
+
+  Outcome FromPerson() {
+    return mShell->Run(mStation, [this](const Step& step) { return Do(step); });
+  }
+
   Outcome LogIn() {
     if (!mArguments.login.mId.empty() || !mArguments.session.empty()) {
       const std::string hello =
@@ -141,19 +167,22 @@ class Run {
       std::fprintf(stderr, "dorn-station: %s: %s\n", line.c_str(), error.c_str());
       return Outcome::kUsage;
     }
-    switch (step->kind) {
+    return Do(*step);
+  }
+
+  Outcome Do(const Step& step) {
+    switch (step.kind) {
       case StepKind::kSend:
-        return mStation.Send(step->text) ? Outcome::kDone : Outcome::kClosedByServer;
+        return mStation.Send(step.text) ? Outcome::kDone : Outcome::kClosedByServer;
       case StepKind::kExpect:
-        return Checked(mStation.Expect(step->text, mArguments.timeout));
+        return Checked(mStation.Expect(step.text, mArguments.timeout));
       case StepKind::kAbsent:
-        return Checked(mStation.Absent(step->text));
+        return Checked(mStation.Absent(step.text));
       case StepKind::kWait:
-        mStation.Listen(step->seconds);
+        mStation.Listen(step.seconds);
         return Outcome::kDone;
       case StepKind::kSay:
-        std::puts(step->text.c_str());
-        std::fflush(stdout);
+        mOutput->Said(step.text);
         return Outcome::kDone;
       case StepKind::kQuit:
         mQuit = true;
@@ -167,6 +196,8 @@ class Run {
   static Outcome Checked(bool held) { return held ? Outcome::kDone : Outcome::kFailedExpectation; }
 
   const Arguments& mArguments;
+  Shell* mShell = nullptr;  // The output, for a person at a terminal.
+  const std::unique_ptr<Output> mOutput;
   Station mStation;
   bool mQuit = false;
 };
