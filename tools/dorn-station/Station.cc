@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <iterator>
 #include <utility>
 
 #include "station/Commands.h"
@@ -18,11 +17,6 @@ namespace {
 
 bool Contains(const std::string& message, const std::string& text) {
   return message.find(text) != std::string::npos;
-}
-
-bool AnyContains(const std::vector<std::string>& messages, const std::string& text) {
-  return std::any_of(messages.begin(), messages.end(),
-                     [&](const std::string& message) { return Contains(message, text); });
 }
 
 std::string Written(double seconds) {
@@ -67,9 +61,9 @@ bool Station::Send(const std::string& text) {
 
 bool Station::Expect(const std::string& text, double seconds) {
   const auto deadline = After(seconds);
-  mPassed.clear();
+  mKept.ForgetPassed();
   for (bool isInTime = true;; isInTime = ReceiveUntil(deadline)) {
-    if (PassUntil(text)) return true;
+    if (mKept.PassUntil(text)) return true;
     if (!IsOpen()) {
       mOutput.Trouble("the server closed before it sent: " + text);
       return false;
@@ -81,21 +75,8 @@ bool Station::Expect(const std::string& text, double seconds) {
   }
 }
 
-// Passes over what has come, up to the first message that contains `text`.
-bool Station::PassUntil(const std::string& text) {
-  const auto found =
-      std::find_if(mWaiting.begin(), mWaiting.end(),
-                   [&](const std::string& message) { return Contains(message, text); });
-  const bool isFound = found != mWaiting.end();
-  const auto end = isFound ? found + 1 : found;
-  mPassed.insert(mPassed.end(), std::make_move_iterator(mWaiting.begin()),
-                 std::make_move_iterator(end));
-  mWaiting.erase(mWaiting.begin(), end);
-  return isFound;
-}
-
 bool Station::Absent(const std::string& text) {
-  if (!AnyContains(mPassed, text) && !AnyContains(mWaiting, text)) return true;
+  if (!mKept.Contain(text)) return true;
   mOutput.Trouble("a message contained what must be absent: " + text);
   return false;
 }
@@ -118,7 +99,7 @@ bool Station::WaitForEither(int otherFd, int timeoutMs) {
 void Station::OnText(std::string_view received) {
   const std::string text(received);
   mOutput.Received(text);
-  mWaiting.push_back(text);
+  mKept.Add(text);
   if (Contains(text, "PUTFILE")) NameFile(text);
   if (mOptions.answerKeepalive && Contains(text, "KEEPALIVE") &&
       Member(text, "Command") == "KEEPALIVE") {
@@ -153,7 +134,7 @@ void Station::OnTooLong() { mOutput.Trouble("dropped a message that is too long"
 void Station::EndFile(std::optional<size_t> bytes) {
   mSaved.reset();
   mOutput.FileEnd(mFileName, bytes);
-  mWaiting.push_back(FileNote(mFileName, bytes));
+  mKept.Add(FileNote(mFileName, bytes));
 }
 
 Station::Clock::time_point Station::After(double seconds) {
@@ -198,5 +179,5 @@ void Station::OnEnd(Line::End end, const std::string& why) {
   if (end == Line::End::kNotTaken) return mOutput.Trouble(why);
   if (!mFraming.IsAtRest()) mOutput.Trouble("closed in the middle of a message");
   mOutput.ClosedByServer();
-  mWaiting.emplace_back("[closed by the server]");
+  mKept.Add("[closed by the server]");
 }

@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "station/Framing.h"
+#include "tools/dorn-station/KeptMessages.h"
 #include "tools/dorn-station/Output.h"
 #include "tools/dorn-station/SavedFile.h"
 #include "tools/line/Line.h"
@@ -62,7 +62,6 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   void OnEnd(dorn::tools::Line::End end, const std::string& why) override;
   void EndFile(std::optional<size_t> bytes);
   void NameFile(const std::string& text);
-  bool PassUntil(const std::string& text);
   static Clock::time_point After(double seconds);
   // False when the deadline has passed.
   bool ReceiveUntil(Clock::time_point deadline);
@@ -73,8 +72,7 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   dorn::tools::Line mLine{*this};
   bool mIsInHook = false;  // The line is already being looked after.
   dorn::station::Framing mFraming;
-  std::vector<std::string> mPassed;   // What the last Expect passed over or matched.
-  std::vector<std::string> mWaiting;  // What came after it.
+  KeptMessages mKept;  // What the last Expect passed over or matched, and what came after it.
   std::string mFileName;
   size_t mFileBytes = 0;
   std::unique_ptr<SavedFile> mSaved;  // The file whose bytes come now.
