@@ -18,28 +18,37 @@ void SetAttributes(Object& object, const Json& json) {
 
 enum class Source { kLive, kFile };
 
-// The children of an object. In a file hosts know four ways to write those of a group; from their
-// memory they write "Objects", and the other three are attributes.
-std::vector<const Json*> ChildrenOf(const Json& json, bool isGroup) {
-  std::vector<const Json*> children;
-  const Json* list = json.Find("Objects");
-  if (isGroup && (list == nullptr || !list->IsArray())) list = json.Find("Commands");
-  if (list != nullptr && list->IsArray()) {
-    for (const Json& child : list->mElements) children.push_back(&child);
-    return children;
+std::vector<const Json*> ElementsOf(const Json* list) {
+  std::vector<const Json*> elements;
+  for (const Json& each : list->mElements) elements.push_back(&each);
+  return elements;
+}
+
+// The children of a group in a file, for which hosts know four ways.
+std::vector<const Json*> ChildrenInFile(const Json& json) {
+  for (const char* key : {"Objects", "Commands"}) {
+    const Json* list = json.Find(key);
+    if (list != nullptr && list->IsArray()) return ElementsOf(list);
   }
-  if (!isGroup) return children;
   for (const char* key : {"Object", "Dialog"}) {
     const Json* child = json.Find(key);
     if (child != nullptr && child->IsObject()) return {child};
   }
-  return children;
+  return {};
+}
+
+// From their memory hosts write "Objects", and the other three are attributes. Of a file they read
+// the children of groups alone: what else has "Objects" there has no children at the host either.
+std::vector<const Json*> ChildrenOf(const Json& json, bool isGroup, Source source) {
+  if (source == Source::kFile) return isGroup ? ChildrenInFile(json) : std::vector<const Json*>();
+  const Json* list = json.Find("Objects");
+  return list != nullptr && list->IsArray() ? ElementsOf(list) : std::vector<const Json*>();
 }
 
 void Build(Object& object, const Json& json, Source source) {
   SetAttributes(object, json);
   const bool isGroup = object.mParent == nullptr || object.IsGroup();
-  for (const Json* child : ChildrenOf(json, isGroup && source == Source::kFile)) {
+  for (const Json* child : ChildrenOf(json, isGroup, source)) {
     if (!child->IsObject()) continue;
     object.mChildren.push_back(std::make_unique<Object>());
     object.mChildren.back()->mParent = &object;

@@ -64,24 +64,28 @@ export function isTable(json: Json | undefined): json is Json[][] {
   return Array.isArray(json) && json.every((row) => Array.isArray(row));
 }
 
-/**
- * The children of an object. In a file hosts know four ways to write those of a group; from their
- * memory they write "Objects", and the other three are attributes.
- */
-function childrenOf(json: JsonObject, isGroupOfFile: boolean): Json[] {
-  for (const key of isGroupOfFile ? ["Objects", "Commands"] : ["Objects"]) {
-    const list = json[key];
+/** The children of a group in a file, for which hosts know four ways. */
+function childrenInFile(json: JsonObject): Json[] {
+  for (const list of [json["Objects"], json["Commands"]]) {
     if (Array.isArray(list)) return list;
   }
-  if (!isGroupOfFile) return [];
   const single = [json["Object"], json["Dialog"]].find(isObject);
   return single ? [single] : [];
+}
+
+/**
+ * From their memory hosts write "Objects", and the other three are attributes. Of a file they read
+ * the children of groups alone: what else has "Objects" there has no children at the host either.
+ */
+function childrenOf(json: JsonObject, isGroup: boolean, isFile: boolean): Json[] {
+  if (isFile) return isGroup ? childrenInFile(json) : [];
+  return memberList(json, "Objects");
 }
 
 function build(object: TreeObject, json: JsonObject, isFile: boolean): void {
   object.setAttributes(json);
   const isGroup = object.parent === null || object.isGroup;
-  for (const child of childrenOf(json, isGroup && isFile)) {
+  for (const child of childrenOf(json, isGroup, isFile)) {
     if (isObject(child)) build(object.append(), child, isFile);
   }
 }
