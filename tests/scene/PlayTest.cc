@@ -42,3 +42,7 @@ void PlayTest::Fails(const std::string& lines, const std::string& expected,
   EXPECT_THAT(result.mFailure->mExpected, HasSubstr(expected)) << lines;
   EXPECT_THAT(result.mFailure->mGot, HasSubstr(got)) << lines;
 }
+
+void PlayTest::FailsEach(std::initializer_list<Failing> scenes) {
+  for (const Failing& each : scenes) Fails(each.mLines, each.mExpected, each.mGot);
+}

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 
 #include "tools/dorn-station/scene/Player.h"
@@ -19,6 +20,14 @@ class PlayTest : public testing::Test {
   void Holds(const std::string& lines);
   // The last line fails so.
   void Fails(const std::string& lines, const std::string& expected, const std::string& got);
+
+  struct Failing {
+    const char* mLines;
+    const char* mExpected;
+    const char* mGot;
+  };
+  // Each of them does.
+  void FailsEach(std::initializer_list<Failing> scenes);
 
   dorn::scene::PlayOptions mOptions;
 };

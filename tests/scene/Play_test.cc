@@ -55,14 +55,16 @@ TEST_F(PlayTest, SetsAndComparesValues) {
       "a: set count Value 12\nb: expect count Value above 11.5\nb: expect count Value below 13\n"
       "b: expect text no Error\nb: expect text Enabled ON\na: set text Error wrong\n"
       "b: expect text Error wrong");
-  Fails("a: expect text Value second within 50ms", "text Value is second within 50ms", "first");
-  Fails("a: expect text Value not first within 50ms", "text Value is not first", "first");
-  Fails("a: expect text Value contains x within 50ms", "text Value contains x", "first");
-  Fails("a: expect count Value above 0 within 50ms", "count Value is above 0", "0");
-  Fails("a: expect count Value below 0 within 50ms", "count Value is below 0", "0");
-  Fails("a: expect text no Value within 50ms", "no Value of text", "first");
-  Fails("a: expect text Unit cm within 50ms", "text Unit is cm", "text has no attribute Unit");
-  Fails("a: expect txet Value 1 within 50ms", "txet Value is 1", "do you mean text?");
+  FailsEach({
+      {"a: expect text Value second within 50ms", "text Value is second within 50ms", "first"},
+      {"a: expect text Value not first within 50ms", "text Value is not first", "first"},
+      {"a: expect text Value contains x within 50ms", "text Value contains x", "first"},
+      {"a: expect count Value above 0 within 50ms", "count Value is above 0", "0"},
+      {"a: expect count Value below 0 within 50ms", "count Value is below 0", "0"},
+      {"a: expect text no Value within 50ms", "no Value of text", "first"},
+      {"a: expect text Unit cm within 50ms", "text Unit is cm", "text has no attribute Unit"},
+      {"a: expect txet Value 1 within 50ms", "txet Value is 1", "do you mean text?"},
+  });
 }
 
 TEST_F(PlayTest, WaitsForWhatTakesAWhile) {
@@ -107,11 +109,13 @@ TEST_F(PlayTest, GetsFiles) {
   Holds(
       "a: get lines.txt\na: get lines.txt is resources/lines.txt\na: get lines.txt contains two\n"
       "a: get other.txt missing");
-  Fails("a: get other.txt", "the file other.txt", "the host has no such file");
-  Fails("a: get lines.txt missing", "no file lines.txt", "a file of 8 bytes");
-  Fails("a: get lines.txt contains three", "contains three", "a file of 8 bytes that does not");
-  Fails("a: get page.json is resources/lines.txt", "8 bytes", "another one from byte 1 on");
-  Fails("a: get lines", "a file that can be asked for", "without an extension");
+  FailsEach({
+      {"a: get other.txt", "the file other.txt", "the host has no such file"},
+      {"a: get lines.txt missing", "no file lines.txt", "a file of 8 bytes"},
+      {"a: get lines.txt contains three", "contains three", "a file of 8 bytes that does not"},
+      {"a: get page.json is resources/lines.txt", "8 bytes", "another one from byte 1 on"},
+      {"a: get lines", "a file that can be asked for", "without an extension"},
+  });
 }
 
 TEST_F(PlayTest, SendsTextsAsTheyAre) {

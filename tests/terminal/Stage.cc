@@ -16,6 +16,11 @@ station::Session::Options FixedOptions() { return {}; }
 Stage::Stage(int width, int height, View::Setup setup)
     : mSession(FixedOptions()), mView(mSession, std::move(setup), width, height) {}
 
+void Stage::ShowAndFocus(const std::string& objects) {
+  Show(objects);
+  Press(KeyCode::kTab);
+}
+
 void Stage::AddDialog(const std::string& name, const std::string& objects) {
   mFiles[name + ".json"] =
       R"({"Name":")" + name + R"(","Title":"Dialog )" + name + R"(","Objects":[)" + objects + "]}";

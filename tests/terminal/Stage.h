@@ -18,6 +18,8 @@ class Stage {
 
   // Logs in as "me" and shows this tree as the dialog "d". Objects alone, as of a resource file.
   void Show(const std::string& objects);
+  // The same, and goes to its first object that somebody can act on.
+  void ShowAndFocus(const std::string& objects);
   void AddDialog(const std::string& name, const std::string& objects);
 
   // The host.

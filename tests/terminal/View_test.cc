@@ -87,8 +87,7 @@ TEST(TerminalViewTest, TouchesAButton) {
 
 TEST(TerminalViewTest, AsksBeforeAButtonThatWantsIt) {
   Stage stage;
-  stage.Show(R"({"Name":"off","Type":"BUTTON","Label":"Off","Confirm":"Stop all?"})");
-  stage.Press(KeyCode::kTab);
+  stage.ShowAndFocus(R"({"Name":"off","Type":"BUTTON","Label":"Off","Confirm":"Stop all?"})");
   stage.Press(KeyCode::kEnter);
   EXPECT_THAT(stage.Text(), HasSubstr("Stop all?"));
   stage.Press(KeyCode::kEnter);  // No stands first.
@@ -104,8 +103,7 @@ TEST(TerminalViewTest, AsksBeforeAButtonThatWantsIt) {
 
 TEST(TerminalViewTest, SendsWhatWasTypedByEnterAndByLeaving) {
   Stage stage;
-  stage.Show(std::string(kEdit) + "," + kButton);
-  stage.Press(KeyCode::kTab);
+  stage.ShowAndFocus(std::string(kEdit) + "," + kButton);
   stage.Type("new");
   EXPECT_THAT(stage.LineWith("Name"), HasSubstr("+ Name"));
   EXPECT_THAT(stage.Sent(), IsEmpty());
@@ -120,8 +118,7 @@ TEST(TerminalViewTest, SendsWhatWasTypedByEnterAndByLeaving) {
 
 TEST(TerminalViewTest, TakesBackWhatWasTypedByEscape) {
   Stage stage;
-  stage.Show(kEdit);
-  stage.Press(KeyCode::kTab);
+  stage.ShowAndFocus(kEdit);
   stage.Type("q?/");
   EXPECT_FALSE(stage.mView.WantsQuit());
   EXPECT_THAT(stage.LineWith("Name"), HasSubstr("q?/"));
@@ -136,8 +133,7 @@ TEST(TerminalViewTest, TakesBackWhatWasTypedByEscape) {
 
 TEST(TerminalViewTest, KeepsNumbersInTheirLimits) {
   Stage stage;
-  stage.Show(kNumber);
-  stage.Press(KeyCode::kTab);
+  stage.ShowAndFocus(kNumber);
   EXPECT_THAT(stage.Line(22), HasSubstr("5.0 … 30.0 C  step 0.5"));
   stage.Type("30.5");
   stage.Press(KeyCode::kEnter);
@@ -157,8 +153,7 @@ TEST(TerminalViewTest, KeepsNumbersInTheirLimits) {
 
 TEST(TerminalViewTest, StepsNumbers) {
   Stage stage;
-  stage.Show(kNumber);
-  stage.Press(KeyCode::kTab);
+  stage.ShowAndFocus(kNumber);
   stage.Press(KeyCode::kPageUp);
   stage.Press(KeyCode::kPageUp);
   EXPECT_THAT(stage.LineWith("Set point"), HasSubstr("21.0"));
@@ -168,9 +163,9 @@ TEST(TerminalViewTest, StepsNumbers) {
 
 TEST(TerminalViewTest, TypesSeveralLines) {
   Stage stage;
-  stage.Show(R"({"Name":"note","Type":"EDIT","Label":"Note","Format":"lines:3","Value":"one"},)"
-             R"({"Name":"go","Type":"BUTTON"})");
-  stage.Press(KeyCode::kTab);
+  stage.ShowAndFocus(
+      R"({"Name":"note","Type":"EDIT","Label":"Note","Format":"lines:3","Value":"one"},)"
+      R"({"Name":"go","Type":"BUTTON"})");
   stage.Press(KeyCode::kEnter);
   stage.Type("two");
   EXPECT_THAT(stage.Text(), HasSubstr("│  two"));
@@ -263,8 +258,7 @@ TEST(TerminalViewTest, ScrollsTables) {
 
 TEST(TerminalViewTest, KeepsWhatWasTypedWhenTheLineIsLost) {
   Stage stage;
-  stage.Show(std::string(kEdit) + "," + kButton);
-  stage.Press(KeyCode::kTab);
+  stage.ShowAndFocus(std::string(kEdit) + "," + kButton);
   stage.Type("half");
   stage.Lose();
   EXPECT_THAT(stage.Line(22), HasSubstr("Connection to the host lost; trying again for 0 s"));
@@ -284,8 +278,7 @@ TEST(TerminalViewTest, KeepsWhatWasTypedWhenTheLineIsLost) {
 // Nobody knows whether the host has got it.
 TEST(TerminalViewTest, TakesUpAgainWhatWasSentAndNotConfirmed) {
   Stage stage;
-  stage.Show(kEdit);
-  stage.Press(KeyCode::kTab);
+  stage.ShowAndFocus(kEdit);
   stage.Type("sent");
   stage.Press(KeyCode::kEnter);
   EXPECT_THAT(stage.Sent(), ElementsAre(SetValue("name", "sent")));
@@ -299,8 +292,7 @@ TEST(TerminalViewTest, TakesUpAgainWhatWasSentAndNotConfirmed) {
 
 TEST(TerminalViewTest, KeepsWhatWasTypedOverTheEndOfASession) {
   Stage stage;
-  stage.Show(kEdit);
-  stage.Press(KeyCode::kTab);
+  stage.ShowAndFocus(kEdit);
   stage.Type("half");
   stage.Say(R"({"Command":"ERROR","Status":"InvalidSessionId","Message":"gone"})");
   EXPECT_THAT(stage.Text(), HasSubstr("The session has ended"));

@@ -3,11 +3,26 @@
 
 usage: program.py TEST PROGRAM [HOST [STATION]]
 """
-import os, random, re, signal, subprocess, sys, tempfile, time
+import contextlib, os, random, re, signal, subprocess, sys, tempfile, time
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from stations import Host, Proxy, RawTerminal, Terminal, WildHost, fail, run, until
 
 LEAVES = b"\x1b[?1049l"  # Back from the screen that xterm keeps for such programs.
+
+
+@contextlib.contextmanager
+def typing(program, host_program, text):
+    """A host, and a guest at it who has begun to type this into the text of his own screen."""
+    host = Host(host_program)
+    terminal = Terminal(program, "--id guest --pass guest --dialog mine 127.0.0.1:%d" % host.port)
+    try:
+        terminal.see("Characters")
+        terminal.keys("Tab")
+        terminal.type(text)
+        yield host, terminal
+    finally:
+        terminal.close()
+        host.stop()
 
 
 def usage(program):
@@ -79,12 +94,7 @@ def comes_back(program, host_program):
 
 def host_killed(program, host_program):
     """A host that is killed has forgotten the session: the form, and then the same dialog with the text."""
-    host = Host(host_program)
-    terminal = Terminal(program, "--id guest --pass guest --dialog mine 127.0.0.1:%d" % host.port)
-    try:
-        terminal.see("Characters")
-        terminal.keys("Tab")
-        terminal.type("unsent")
+    with typing(program, host_program, "unsent") as (host, terminal):
         terminal.see("unsent")
         host.stop(signal.SIGKILL)
         terminal.see("Connection to the host lost; trying again for")
@@ -97,9 +107,6 @@ def host_killed(program, host_program):
         terminal.keys("Tab")
         terminal.keys("Enter")
         terminal.see("Characters                         6")
-    finally:
-        terminal.close()
-        host.stop()
 
 
 def value_at_host(station, port, name):
@@ -255,21 +262,13 @@ def ascii_only(program, host_program):
 
 def unknown_keys(program, host_program):
     """Sequences that the terminal's description does not know are no text; arrows are arrows in both forms."""
-    host = Host(host_program)
-    terminal = Terminal(program, "--id guest --pass guest --dialog mine 127.0.0.1:%d" % host.port)
-    try:
-        terminal.see("Characters")
-        terminal.keys("Tab")
-        terminal.type("ac")
+    with typing(program, host_program, "ac") as (_, terminal):
         for sequence in b"\x1b[27;5;13~", b"\x1b[D", b"\x1b[200~", b"\x1b[1;99Q", b"\x1bx":
             terminal.tmux("send-keys", "-H", *("%02x" % byte for byte in sequence))
         terminal.type("b")
         terminal.keys("Enter")
         terminal.see("Text           abc  ")
         terminal.see("Characters                         3")
-    finally:
-        terminal.close()
-        host.stop()
 
 
 def mouse(program, host_program):
