@@ -22,6 +22,7 @@ import { Trends } from "./trends";
 import type { TreeObject } from "./tree";
 import { View } from "./view";
 import { kLanguageWords } from "./vocabulary";
+import { Wakeup } from "./wakeup";
 
 const kSecond = 1000;
 // Many values at a time are drawn 30 times a second: layout and paint cost the same for 10 as for
@@ -48,8 +49,10 @@ export class App implements Page, FrameActions {
   private isBusy = false;
   private isDrawing = false;
   private drawnAt = 0;
-  private timer: number | undefined;
-  private timerAt: number | null = null;
+  private readonly wakeup = new Wakeup(
+    () => this.now,
+    () => this.told(() => this.session.tick(this.now)),
+  );
   private shownDialog = "";
   private fetching = "";
 
@@ -199,7 +202,7 @@ export class App implements Page, FrameActions {
       for (const name of names) this.view.find(name)?.showRefusal(why);
     }
     this.fetchLocal();
-    this.setTimer();
+    this.wakeup.set(session.nextTick());
   }
 
   /** Dialogs that the host leaves to the station may lie at the gateway. */
@@ -215,21 +218,6 @@ export class App implements Page, FrameActions {
 
   private send(): void {
     for (const text of this.session.takeOutput()) this.socket.send(text);
-  }
-
-  private setTimer(): void {
-    const next = this.session.nextTick();
-    if (next === this.timerAt) return;
-    this.timerAt = next;
-    clearTimeout(this.timer);
-    if (next === null) return;
-    this.timer = window.setTimeout(
-      () => {
-        this.timerAt = null;
-        this.told(() => this.session.tick(this.now));
-      },
-      Math.max(0, next - this.now),
-    );
   }
 
   private remember(): void {
