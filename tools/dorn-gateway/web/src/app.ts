@@ -276,7 +276,9 @@ export class App implements Page, FrameActions {
     const language = this.language.current;
     if (changes.all) {
       this.languages = languagesOf(replica.tree.root);
+      this.pictures.beginPass();
       this.view.showAll(replica, language);
+      this.pictures.endPass();
     } else if (changes.names.size > 0) {
       this.view.showSome(replica, language, changes.names);
     }

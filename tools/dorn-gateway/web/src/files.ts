@@ -1,6 +1,7 @@
 // The files that a session has asked for. They come in the order in which they were asked for, and
 // those on a host's disk are kept by their date.
 
+import { Cache } from "./cache";
 import { JsonObject, memberText } from "./json";
 import { isLiveDate } from "./replica";
 
@@ -14,12 +15,19 @@ interface Asked {
   readonly file: string;
   readonly isTree: boolean;
   readonly ordinal: number; // Of the text on its line.
+  readonly copy?: Copy | undefined; // Of which the host was told.
+}
+
+interface Copy {
+  readonly date: string;
+  readonly bytes: ArrayBuffer;
+  readonly size: number;
 }
 
 export class Files {
   private asked: Asked[] = [];
   private coming: JsonObject | null = null; // The head of the file whose bytes come next.
-  private readonly cache = new Map<string, { date: string; bytes: ArrayBuffer }>();
+  private readonly cache = new Cache<Copy>();
   private received: ReceivedFile[] = [];
   private lost: string[] = [];
 
@@ -29,8 +37,9 @@ export class Files {
 
   /** The date of the copy that is there; empty without one. */
   ask(file: string, ordinal: number): string {
-    this.asked.push({ file, isTree: false, ordinal });
-    return this.cache.get(file)?.date ?? "";
+    const copy = this.cache.get(file);
+    this.asked.push({ file, isTree: false, ordinal, copy });
+    return copy?.date ?? "";
   }
 
   /** It comes as a tree. False: nobody has asked for one. */
@@ -49,9 +58,8 @@ export class Files {
 
   /** An answer without bytes: there is no such file, or the copy is as new. Returns likewise. */
   receiveAnswer(head: JsonObject): boolean {
-    const cached = this.cache.get(this.asked[0]?.file ?? "");
-    const isLatest = memberText(head, "Status") === "LATEST" && cached !== undefined;
-    return this.end(head, isLatest ? cached.bytes : null);
+    const isLatest = memberText(head, "Status") === "LATEST";
+    return this.end(head, isLatest ? this.asked[0]?.copy?.bytes ?? null : null);
   }
 
   /** A text was not passed on: what it asked for does not come. */
@@ -86,7 +94,10 @@ export class Files {
     const asked = this.asked.shift();
     if (!asked || asked.isTree) return asked !== undefined;
     const date = memberText(head, "Date");
-    if (bytes && date !== "" && !isLiveDate(date)) this.cache.set(asked.file, { date, bytes });
+    if (bytes && date !== "" && !isLiveDate(date)) {
+      this.cache.set(asked.file, { date, bytes, size: bytes.byteLength });
+      this.cache.trim();
+    }
     this.received.push({ name: asked.file, bytes });
     return false;
   }
