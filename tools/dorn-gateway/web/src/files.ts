@@ -42,9 +42,13 @@ export class Files {
     return copy?.date ?? "";
   }
 
-  /** It comes as a tree. False: nobody has asked for one. */
-  takeTree(): boolean {
-    return this.asked.shift()?.isTree === true;
+  /**
+   * It comes as a tree, as the gateway brings all that can be one. False: it was a file, which is
+   * kept as if it had come as bytes, or nobody has asked for it.
+   */
+  receiveTree(head: JsonObject, tree: JsonObject): boolean {
+    if (this.asked[0]?.isTree !== false) return this.asked.shift() !== undefined;
+    return this.end(head, new TextEncoder().encode(JSON.stringify(tree)).buffer);
   }
 
   announce(head: JsonObject): void {

@@ -608,8 +608,9 @@ export class Session {
 
   private onFile(frame: JsonObject): void {
     const head = isObject(frame["head"]) ? frame["head"] : {};
-    if (isObject(frame["tree"])) {
-      if (this.files.takeTree()) this.onTree(frame["tree"], frame["live"] === true);
+    const { tree } = frame;
+    if (isObject(tree)) {
+      if (this.files.receiveTree(head, tree)) this.onTree(tree, frame["live"] === true);
     } else if (frame["missing"] === true) {
       if (this.files.receiveAnswer(head)) this.onTree(null, false);
     } else {

@@ -675,3 +675,20 @@ test("session: files that were under way when the line was lost are told", () =>
   assert.deepEqual(scene.session.takeLostFiles(), ["b.png"]);
   assert.deepEqual(scene.session.takeLostFiles(), []);
 });
+
+test("session: a file that the gateway brings as a tree is one of those that were asked for", () => {
+  const scene = new Scene().show();
+  scene.session.getFile("recipe.json", scene.now);
+  scene.session.getFile("a.png", scene.now);
+  const head = { Command: "PUTFILE", File: "recipe.json", Date: "2026-01-02 03:04:05" };
+  scene.tell({ t: "file", head, live: false, tree: { Flour: 500 } });
+  scene.command({ Command: "PUTFILE", File: "a.png", Status: "ERROR" });
+  const files = scene.session.takeFiles();
+  assert.deepEqual(
+    files.map(({ name }) => name),
+    ["recipe.json", "a.png"],
+  );
+  assert.deepEqual(JSON.parse(new TextDecoder().decode(files[0]?.bytes ?? undefined)), { Flour: 500 });
+  assert.equal(scene.session.replica.state, "live");
+  assert.equal(scene.shown(), "0");
+});
