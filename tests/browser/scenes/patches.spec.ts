@@ -131,3 +131,16 @@ test('a picture that was under way when the line was lost comes on the next', as
   await script.file('one.png', dot);
   await expect(object(script.page, 'i').locator('img')).toBeVisible();
 });
+
+test('a browser that keeps nothing shows the page all the same', async ({browser}) => {
+  const objects = [{Name: 'e', Type: 'EDIT'}];
+  const script = await Script.show(browser, objects, (page) =>
+    page.addInitScript(() => {
+      for (const name of ['localStorage', 'sessionStorage']) {
+        Object.defineProperty(window, name, {get: () => { throw new DOMException('denied', 'SecurityError'); }});
+      }
+    }));
+  await part(script.page, 'language').selectOption('ja');
+  await expect(script.page.locator('html')).toHaveAttribute('lang', 'ja');
+  await script.end();
+});

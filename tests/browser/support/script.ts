@@ -28,7 +28,7 @@ export class Script {
   private constructor(readonly page: Page, public objects: Json[]) {}
 
   // Logged in, with these objects as the dialog "d".
-  static async show(browser: Browser, objects: Json[], prepare = async (_: Page) => {}) {
+  static async show(browser: Browser, objects: Json[], prepare: (page: Page) => Promise<unknown> = async () => {}) {
     const page = await freshPage(browser, {});
     const script = new Script(page, objects);
     page.on('pageerror', (error) => script.errors.push(error));

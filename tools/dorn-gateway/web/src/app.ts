@@ -17,6 +17,7 @@ import { Pictures } from "./pictures";
 import type { AlarmLine, Item } from "./screen";
 import { Session } from "./session";
 import { Socket } from "./socket";
+import { storageOf } from "./storage";
 import { Texts, textsIn } from "./texts";
 import { Trends } from "./trends";
 import type { TreeObject } from "./tree";
@@ -24,6 +25,8 @@ import { View } from "./view";
 import { kLanguageWords } from "./vocabulary";
 import { Wakeup } from "./wakeup";
 
+const kStorage = storageOf(() => localStorage);
+const kTabStorage = storageOf(() => sessionStorage);
 const kSecond = 1000;
 // Many values at a time are drawn 30 times a second: layout and paint cost the same for 10 as for
 // 20.
@@ -32,7 +35,7 @@ const kRestAfterMany = 30;
 
 export class App implements Page, FrameActions {
   readonly isKiosk = new URLSearchParams(location.search).has("kiosk");
-  readonly drafts = new Drafts(sessionStorage);
+  readonly drafts = new Drafts(kTabStorage);
   readonly trends = new Trends();
   readonly pictures = new Pictures((name) => this.session.getFile(name, this.now));
   isOperable = false;
@@ -40,8 +43,8 @@ export class App implements Page, FrameActions {
   private readonly session: Session;
   private readonly socket: Socket;
   private readonly view = new View(this);
-  private readonly language = new Language(localStorage, navigator.language);
-  private readonly memory = new Memory(sessionStorage);
+  private readonly language = new Language(kStorage, navigator.language);
+  private readonly memory = new Memory(kTabStorage);
   private readonly claim = new Claim();
   private readonly past = new Past((dialog) => this.enter(dialog));
   private readonly frame: Frame;
@@ -70,8 +73,8 @@ export class App implements Page, FrameActions {
         this.told(() => this.session.receivedBytes(line, bytes, this.now)),
       closed: (line) => this.told(() => this.session.closed(line, this.now)),
     });
-    const theme = new Theme(localStorage);
-    this.frame = new Frame(body, this.view.element, localStorage, theme, this.isKiosk, this);
+    const theme = new Theme(kStorage);
+    this.frame = new Frame(body, this.view.element, kStorage, theme, this.isKiosk, this);
   }
 
   start(): void {
@@ -172,7 +175,7 @@ export class App implements Page, FrameActions {
 
   /** A session that this tab had before its page was loaded anew, if no other tab has it now. */
   private async resume(): Promise<void> {
-    const ticket = readTicket(sessionStorage);
+    const ticket = readTicket(kTabStorage);
     if (ticket && ticket.session !== "") {
       this.isBusy = true;
       if (await this.claim.take(ticket.session)) this.session.resume(ticket, this.now);

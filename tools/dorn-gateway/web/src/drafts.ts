@@ -1,6 +1,8 @@
 // What was typed and not sent, by dialog and object. It outlives the line, a reload of the page and
 // the session, for the same user.
 
+import type { TextStorage } from "./storage";
+
 const kKey = "dorn.drafts";
 
 interface Kept {
@@ -12,7 +14,7 @@ export class Drafts {
   private kept: Kept = { user: "", texts: {} };
   private dialog = "";
 
-  constructor(private readonly storage: Pick<Storage, "getItem" | "setItem">) {
+  constructor(private readonly storage: TextStorage) {
     try {
       const read = JSON.parse(storage.getItem(kKey) ?? "null") as Kept | null;
       if (read) this.kept = read;
@@ -57,10 +59,6 @@ export class Drafts {
   }
 
   private write(): void {
-    try {
-      this.storage.setItem(kKey, JSON.stringify(this.kept));
-    } catch {
-      // Full, or forbidden: they live as long as the page does.
-    }
+    this.storage.setItem(kKey, JSON.stringify(this.kept));
   }
 }

@@ -1,11 +1,12 @@
 // What a tab remembers over a reload of its page.
 
 import type { Session, Ticket } from "./session";
+import type { TextStorage } from "./storage";
 
 const kKey = "dorn.session";
 
 /** Without a session: the dialog to return to after the log-in of the same user. */
-export function readTicket(storage: Pick<Storage, "getItem">): Ticket | null {
+export function readTicket(storage: Pick<TextStorage, "getItem">): Ticket | null {
   try {
     return JSON.parse(storage.getItem(kKey) ?? "null") as Ticket | null;
   } catch {
@@ -16,7 +17,7 @@ export function readTicket(storage: Pick<Storage, "getItem">): Ticket | null {
 export class Memory {
   private written = "";
 
-  constructor(private readonly storage: Pick<Storage, "setItem">) {}
+  constructor(private readonly storage: Pick<TextStorage, "setItem">) {}
 
   write(session: Session): void {
     const { returnTo: dialog, user, opened } = session;
@@ -24,10 +25,6 @@ export class Memory {
     const text = JSON.stringify(ticket);
     if (text === this.written) return;
     this.written = text;
-    try {
-      this.storage.setItem(kKey, text);
-    } catch {
-      // Full, or forbidden: a reload asks for the password again.
-    }
+    this.storage.setItem(kKey, text);
   }
 }

@@ -2,6 +2,7 @@
 
 import { make, makeButton, setAttribute, setText } from "../dom";
 import type { AlarmLine } from "../screen";
+import type { TextStorage } from "../storage";
 import type { Texts } from "../texts";
 import type { ShownAlarms } from "../view";
 import { Sound } from "./sound";
@@ -18,7 +19,7 @@ export class AlarmBar {
   private shown = "";
 
   constructor(
-    storage: Pick<Storage, "getItem" | "setItem">,
+    storage: TextStorage,
     private readonly onAcknowledge: (alarm: AlarmLine) => void,
   ) {
     this.sound = new Sound(storage);

@@ -3,6 +3,7 @@
 import { make, setFlag, setText } from "../dom";
 import type { AlarmLine } from "../screen";
 import type { Session } from "../session";
+import type { TextStorage } from "../storage";
 import type { Texts } from "../texts";
 import type { View } from "../view";
 import { AlarmBar } from "./alarmbar";
@@ -60,7 +61,7 @@ export class Frame {
   constructor(
     body: HTMLElement,
     private readonly cards: HTMLElement,
-    storage: Storage,
+    storage: TextStorage,
     theme: Theme,
     private readonly isKiosk: boolean,
     actions: FrameActions,

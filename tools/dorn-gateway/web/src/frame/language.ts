@@ -1,5 +1,7 @@
 // The language of the screen: the switch, else what the host says, else the browser's.
 
+import type { TextStorage } from "../storage";
+
 const kKey = "dorn.language";
 
 export class Language {
@@ -7,7 +9,7 @@ export class Language {
   current = "en";
 
   constructor(
-    private readonly storage: Pick<Storage, "getItem" | "setItem">,
+    private readonly storage: TextStorage,
     private readonly ofBrowser: string,
   ) {
     this.chosen = storage.getItem(kKey) ?? "";

@@ -1,6 +1,7 @@
 // A sound for alarms, until somebody acknowledges them or turns it off.
 
 import type { AlarmLine } from "../screen";
+import type { TextStorage } from "../storage";
 
 const kKey = "dorn.sound";
 const kPause = 10_000;
@@ -11,7 +12,7 @@ export class Sound {
   private timer: number | undefined;
   private context: AudioContext | null = null;
 
-  constructor(private readonly storage: Pick<Storage, "getItem" | "setItem">) {
+  constructor(private readonly storage: TextStorage) {
     this.isOn = storage.getItem(kKey) !== "off";
   }
 

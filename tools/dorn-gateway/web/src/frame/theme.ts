@@ -1,5 +1,7 @@
 // Light, dark and high contrast: as the system likes it, or as somebody has chosen here.
 
+import type { TextStorage } from "../storage";
+
 export const kThemes = ["auto", "light", "dark", "contrast"] as const;
 export type ThemeName = (typeof kThemes)[number];
 
@@ -10,7 +12,7 @@ export class Theme {
   private readonly dark = matchMedia("(prefers-color-scheme: dark)");
   private readonly contrast = matchMedia("(prefers-contrast: more)");
 
-  constructor(private readonly storage: Pick<Storage, "getItem" | "setItem">) {
+  constructor(private readonly storage: TextStorage) {
     this.chosen = kThemes.find((each) => each === storage.getItem(kKey)) ?? "auto";
     for (const query of [this.dark, this.contrast]) {
       query.addEventListener("change", () => this.show());
