@@ -144,3 +144,14 @@ test('a browser that keeps nothing shows the page all the same', async ({browser
   await expect(script.page.locator('html')).toHaveAttribute('lang', 'ja');
   await script.end();
 });
+
+test('a page that nobody looks at goes on: alarms are told', async ({browser}) => {
+  const grid = {
+    Name: 'g', Type: 'GRID', Role: 'ALARMS', Columns: ['Time', 'State', 'Text', 'Ack'], Rows: [] as string[][]};
+  // Browsers draw no frames of a page that is out of view.
+  const script = await Script.show(browser, [grid], (page) =>
+    page.addInitScript(() => (window.requestAnimationFrame = () => 0)));
+  script.update('g', {Rows: [['1', 'ALARM', 'high water', '']]});
+  await expect(part(script.page, 'alarmbar')).toContainText('high water');
+  await script.end();
+});

@@ -9,6 +9,7 @@ import { Frame, FrameActions } from "./frame/frame";
 import { Language } from "./frame/language";
 import { askNumber } from "./frame/numberpad";
 import { Theme } from "./frame/theme";
+import { withNextFrame } from "./frames";
 import { isObject, Json, JsonObject } from "./json";
 import { Memory, readTicket } from "./memory";
 import type { DialogElement, Page } from "./page";
@@ -153,14 +154,14 @@ export class App implements Page, FrameActions {
     this.isDrawing = true;
     const frame = (): void => {
       if (this.mayRest()) {
-        requestAnimationFrame(frame);
+        withNextFrame(frame);
       } else {
         this.isDrawing = false;
         this.drawnAt = this.now;
         this.draw();
       }
     };
-    requestAnimationFrame(frame);
+    withNextFrame(frame);
   }
 
   private mayRest(): boolean {
