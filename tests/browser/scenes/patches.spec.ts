@@ -155,3 +155,20 @@ test('a page that nobody looks at goes on: alarms are told', async ({browser}) =
   await expect(part(script.page, 'alarmbar')).toContainText('high water');
   await script.end();
 });
+
+test('a reader is told once that the session ends, and not each second', async ({browser}) => {
+  const script = await Script.show(browser, [{Name: 'e', Type: 'EDIT'}]);
+  script.command({Command: 'OPEN', SessionId: 's', Interval: '20'});
+  const banner = part(script.page, 'banner');
+  await expect(banner).toContainText(/[45] s/, {timeout: 25_000});
+  const told = () => banner.evaluate((element) => {
+    const copy = element.cloneNode(true) as HTMLElement;
+    for (const each of copy.querySelectorAll('[aria-hidden="true"]')) each.remove();
+    return copy.textContent;
+  });
+  const [words, seen] = [await told(), await banner.textContent()];
+  expect(words).not.toBe('');
+  await expect(banner).not.toHaveText(seen!);
+  expect(await told()).toBe(words);
+  await script.end();
+});

@@ -22,7 +22,7 @@ export interface Texts {
   readonly hostLost: string;
   readonly noAnswer: string;
   readonly since: (age: string) => string;
-  readonly endsIn: (time: string) => string;
+  readonly endsSoon: string;
   readonly nothing: string;
   readonly entering: string;
   readonly menu: string;
@@ -87,7 +87,7 @@ const english: Texts = {
   hostLost: "Connection to the host lost; trying again",
   noAnswer: "The host does not answer",
   since: (age) => `for ${age}`,
-  endsIn: (time) => `The session ends in ${time} unless you touch something`,
+  endsSoon: "The session ends soon unless you touch something",
   nothing: "No such dialog, or nothing to show",
   entering: "One moment …",
   menu: "Dialogs",
@@ -145,7 +145,7 @@ const japanese: Texts = {
   hostLost: "ホストとの接続が切れました。再接続しています",
   noAnswer: "ホストが応答しません",
   since: (age) => `${age}経過`,
-  endsIn: (time) => `操作がないと ${time}後にセッションが終了します`,
+  endsSoon: "操作がないとまもなくセッションが終了します",
   nothing: "画面がないか、表示するものがありません",
   entering: "お待ちください…",
   menu: "画面",

@@ -19,7 +19,7 @@ function causeText(cause: Cause, texts: Texts): string {
 export class Banner {
   readonly element = make("div", "banner");
   private readonly words = make("span");
-  // A reader of the screen is told the cause once, and not each second.
+  // A reader of the screen is told what is wrong once, and not each second.
   private readonly age = make("span", "age");
 
   constructor() {
@@ -43,7 +43,7 @@ export class Banner {
       const words = state.message === "" ? cause : `${cause} (${state.message})`;
       return [words, texts.since(durationText(state.staleFor, language))];
     }
-    if (state.endsIn !== null) return [texts.endsIn(durationText(state.endsIn, language)), ""];
+    if (state.endsIn !== null) return [texts.endsSoon, durationText(state.endsIn, language)];
     return [state.message, ""];
   }
 }
