@@ -172,3 +172,13 @@ test('a reader is told once that the session ends, and not each second', async (
   expect(await told()).toBe(words);
   await script.end();
 });
+
+test('the pad begins a fraction below zero with a digit', async ({show}) => {
+  const script = await show({Name: 'n', Type: 'EDIT', Format: '0.0', Value: ''});
+  await object(script.page, 'n').locator('.pad').click();
+  const pad = script.page.getByRole('dialog');
+  for (const key of ['±', '.', '5']) await pad.getByText(key, {exact: true}).click();
+  await expect(pad.locator('output')).toHaveText('-0.5');
+  await pad.locator('.yes').click();
+  await expect.poll(() => script.setOf('n')).toEqual([{Name: 'n', Value: '-0.5'}]);
+});

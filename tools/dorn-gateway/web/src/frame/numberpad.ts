@@ -82,7 +82,8 @@ class NumberPad {
     if (this.isFresh) this.text = "";
     this.isFresh = false;
     if (key === "." && this.text.includes(".")) return;
-    if (this.text.length < 15) this.text += key === "." && this.text === "" ? "0." : key;
+    const isFirst = this.text === "" || this.text === "-";
+    if (this.text.length < 15) this.text += key === "." && isFirst ? "0." : key;
   }
 
   private erase(): void {
