@@ -52,17 +52,53 @@ bool IsInteger(std::string_view number) {
   return number.size() <= 11 && number.find_first_of(".eE") == std::string_view::npos;
 }
 
-// Why a value cannot be set; empty when it can.
-std::string StoredValue(const Json& value, Quotes quotes, int depth, Json& stored) {
-  stored = value;
+std::string AppendValue(const Json& value, Quotes quotes, int depth, std::string& out);
+
+std::string AppendElements(const Json::Array& elements, Quotes quotes, int depth,
+                           std::string& out) {
+  char before = '[';
+  for (const Json& element : elements) {
+    out += before;
+    if (auto reason = AppendValue(element, quotes, depth, out); !reason.empty()) return reason;
+    before = ',';
+  }
+  out += elements.empty() ? "[]" : "]";
+  return "";
+}
+
+std::string AppendMember(std::string_view key, const Json& value, Quotes quotes, int depth,
+                         std::string& out) {
+  if (auto reason = KeyReason(key); !reason.empty()) return reason;
+  AppendQuoted(out, key);
+  out += ':';
+  return AppendValue(value, quotes, depth, out);
+}
+
+std::string AppendMembers(const Json::Object& members, Quotes quotes, int depth, std::string& out) {
+  char before = '{';
+  for (const auto& [key, member] : members) {
+    out += before;
+    if (auto reason = AppendMember(key, member, quotes, depth, out); !reason.empty()) return reason;
+    before = ',';
+  }
+  out += members.empty() ? "{}" : "}";
+  return "";
+}
+
+// Appends the value as it is to be stored; returns why it cannot be set. Nothing is copied on the
+// way: whoever sent it need not be logged in, and the smallest values take a hundred bytes each.
+std::string AppendValue(const Json& value, Quotes quotes, int depth, std::string& out) {
   switch (value.mKind) {
     case Json::Kind::kString:
       if (!IsSendable(value.mText)) return "a value holds one of the bytes 00, 02 and 03";
-      stored.mText = StoredText(value.mText, quotes);
+      AppendQuoted(out, StoredText(value.mText, quotes));
       return "";
     case Json::Kind::kNumber:
-      return IsInteger(value.mText) ? "" : "a number is no integer";
+      if (!IsInteger(value.mText)) return "a number is no integer";
+      value.Write(out);
+      return "";
     case Json::Kind::kBool:
+      value.Write(out);
       return "";
     case Json::Kind::kNull:
       return "a value is null";
@@ -70,35 +106,24 @@ std::string StoredValue(const Json& value, Quotes quotes, int depth, Json& store
       break;
   }
   if (depth == kMaxNesting) return "a value nests too deep";
-  for (Json& element : stored.mElements) {
-    const Json plain = element;
-    if (auto reason = StoredValue(plain, quotes, depth + 1, element); !reason.empty()) {
-      return reason;
-    }
-  }
-  for (auto& [key, member] : stored.mMembers) {
-    if (auto reason = KeyReason(key); !reason.empty()) return reason;
-    const Json plain = member;
-    if (auto reason = StoredValue(plain, quotes, depth + 1, member); !reason.empty()) {
-      return reason;
-    }
-  }
+  return value.IsArray() ? AppendElements(value.mElements, quotes, depth + 1, out)
+                         : AppendMembers(value.mMembers, quotes, depth + 1, out);
+}
+
+// Appends {"Name":... and leaves it open; returns why not.
+std::string AppendName(std::string_view name, std::string& out) {
+  if (!IsSendable(name)) return "a name holds one of the bytes 00, 02 and 03";
+  out += "{\"Name\":";
+  AppendQuoted(out, name);
   return "";
 }
 
 // Appends {"Name":...,...}; returns why not.
 std::string AppendObject(const SetObject& object, Quotes quotes, std::string& out) {
-  if (!IsSendable(object.mName)) return "a name holds one of the bytes 00, 02 and 03";
-  out += "{\"Name\":";
-  AppendQuoted(out, object.mName);
+  if (auto reason = AppendName(object.mName, out); !reason.empty()) return reason;
   for (const auto& [key, value] : object.mAttributes) {
-    if (auto reason = KeyReason(key); !reason.empty()) return reason;
-    Json stored;
-    if (auto reason = StoredValue(value, quotes, 0, stored); !reason.empty()) return reason;
     out += ',';
-    AppendQuoted(out, key);
-    out += ':';
-    stored.Write(out);
+    if (auto reason = AppendMember(key, value, quotes, 0, out); !reason.empty()) return reason;
   }
   out += '}';
   return "";
@@ -108,13 +133,17 @@ std::string AppendPageObject(const Json& object, Quotes quotes, std::string& out
   if (!object.IsObject()) return "Objects holds something that is no object";
   const Json* name = object.Find("Name");
   if (name == nullptr || !name->IsString() || name->mText.empty()) return "an object has no Name";
-  SetObject set;
-  set.mName = name->mText;
-  for (const auto& [key, value] : object.mMembers) {
-    if (key == "Objects" || key == "Object") return "objects inside objects are not sent";
-    if (key != "Name") set.mAttributes.emplace_back(key, value);
+  if (object.Find("Objects") != nullptr || object.Find("Object") != nullptr) {
+    return "objects inside objects are not sent";
   }
-  return AppendObject(set, quotes, out);
+  if (auto reason = AppendName(name->mText, out); !reason.empty()) return reason;
+  for (const auto& [key, value] : object.mMembers) {
+    if (key == "Name") continue;
+    out += ',';
+    if (auto reason = AppendMember(key, value, quotes, 0, out); !reason.empty()) return reason;
+  }
+  out += '}';
+  return "";
 }
 
 std::string AppendPageObjects(const Json& objects, Quotes quotes, std::string& out) {

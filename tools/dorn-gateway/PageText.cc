@@ -1,6 +1,7 @@
 #include "tools/dorn-gateway/PageText.h"
 
-#include "station/Reader.h"
+#include "station/StrictText.h"
+#include "station/Utf8.h"
 
 namespace dorn::gateway {
 
@@ -26,23 +27,23 @@ void Note(const Json& command, PageText& text) {
 
 PageText ReadPageText(std::string_view bytes, station::Quotes quotes) {
   PageText text;
-  const station::ReadText read = station::Reader().Read(bytes);
-  if (read.mReading != station::Reading::kStrict) {
+  Json command;
+  if (!station::IsValidUtf8(bytes) || !station::ReadStrictly(bytes, command)) {
     text.mReason = "the text is no JSON";
     return text;
   }
-  station::CheckedText checked = station::CheckedCommand(read.mJson, quotes);
+  station::CheckedText checked = station::CheckedCommand(command, quotes);
   text.mText = std::move(checked.mText);
   text.mReason = std::move(checked.mReason);
   if (text.mText.empty()) return text;
-  if (const Json* commands = read.mJson.Find("Commands"); commands != nullptr) {
-    for (const Json& command : commands->mElements) Note(command, text);
+  if (const Json* commands = command.Find("Commands"); commands != nullptr) {
+    for (const Json& each : commands->mElements) Note(each, text);
     if (text.mLogsIn && commands->mElements.size() > 1) {
       text.mText.clear();
       text.mReason = "a log-in is sent by itself";
     }
   } else {
-    Note(read.mJson, text);
+    Note(command, text);
   }
   return text;
 }
