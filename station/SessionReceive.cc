@@ -61,8 +61,8 @@ void Session::OnOpen(const Json& command) {
                         ? std::string(command.TextOf("DialogName"))
                         : DialogOfFile(command.TextOf("File"));
   mOpened.mFromStation = command.TextOf("FileSource") == "STATION";
-  mOpened.mIntervalSeconds =
-      std::max(0L, std::strtol(std::string(command.TextOf("Interval")).c_str(), nullptr, 10));
+  const long interval = std::strtol(std::string(command.TextOf("Interval")).c_str(), nullptr, 10);
+  mOpened.mIntervalSeconds = std::clamp(interval, 0L, kLongestInterval);
   mOpened.mLanguage = command.TextOf("Language");
   if (const Json* menu = command.Find("Menu"); menu != nullptr) {
     for (const Json& entry : menu->mElements) mOpened.mMenu.emplace_back(entry.Text());

@@ -14,6 +14,7 @@ constexpr Session::Ms kRefetch = 600'000;       // Between two entries into the 
 constexpr Session::Ms kEnterAgain = 200;        // Until what the host did not send is fetched.
 constexpr Session::Ms kEnterAgainRest = 1'500;  // Between two of these.
 constexpr Session::Ms kAssumedInterval = 600'000;  // Of a session whose length was not told.
+constexpr long kLongestInterval = 1'000'000'000;   // In seconds; what is told beyond is cut.
 
 }  // namespace dorn::station
 
