@@ -53,7 +53,9 @@ void HostProbe::OnHostBytes(std::string_view) {
   Told(true, "");
 }
 
+// It may still be connecting, or connected and full.
 void HostProbe::OnHostDown(const std::string& why) {
+  mConnection->Close();
   mConnection.reset();
   Told(false, why);
 }
