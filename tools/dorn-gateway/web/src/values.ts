@@ -21,10 +21,15 @@ function timeText(seconds: number): string {
   return `${seconds < 0 ? "-" : ""}${Math.floor(size / 3600)}:${clock}`;
 }
 
+const kCycleYears = 400; // After them the calendar is the same again.
+const kCycle = 146_097 * 86_400; // In seconds.
+const kFarthest = 8e12; // Seconds that a Date takes.
+
 function datetimeText(seconds: number): string {
-  const date = new Date(seconds * 1000);
-  if (Number.isNaN(date.getTime())) return "";
-  const day = [date.getFullYear(), twoDigits(date.getMonth() + 1), twoDigits(date.getDate())];
+  const cycles = Math.abs(seconds) > kFarthest ? Math.trunc(seconds / kCycle) : 0;
+  const date = new Date((seconds - cycles * kCycle) * 1000);
+  const year = date.getFullYear() + cycles * kCycleYears;
+  const day = [year, twoDigits(date.getMonth() + 1), twoDigits(date.getDate())];
   const time = [date.getHours(), date.getMinutes(), date.getSeconds()].map(twoDigits);
   return `${day.join("-")} ${time.join(":")}`;
 }
