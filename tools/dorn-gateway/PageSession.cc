@@ -162,10 +162,15 @@ void PageSession::LeaveHost() {
   mFraming.reset();
   mWaiting.clear();
   mIsLoggingIn = false;
-  mIsServed = false;
+  SetServed(false);
   mFences.clear();
   mFile.reset();
   mFileBytes = {};
+}
+
+void PageSession::SetServed(bool isServed) {
+  mIsServed = isServed;
+  mLine->SetServed(isServed);
 }
 
 void PageSession::OnText(std::string_view text) {
@@ -173,7 +178,6 @@ void PageSession::OnText(std::string_view text) {
   if (converted->mReading == station::Reading::kUnreadable) return CountUnreadable();
   mShared.mMetrics.CountText(converted->mReading);
   TakeNotes(*converted);
-  if (!converted->mRefusesLogIn) mLine->Serve();
   for (const Frame& frame : converted->mFrames) SendText(frame);
   if (converted->mFile) {
     mFile = converted->mFile;
@@ -197,7 +201,8 @@ void PageSession::TakeNotes(const Converted& converted) {
     mShared.mLoginDelay.CountSuccess(mPlace);
     mShared.mLog.Info("logged in", {{"browser", mName}});
   }
-  mIsServed |= converted.mOpens || !converted.mFences.empty();
+  // Hosts say these to none but those who are logged in.
+  if (converted.mOpens || !converted.mFences.empty() || converted.mFile) SetServed(true);
 }
 
 void PageSession::CountUnreadable() {

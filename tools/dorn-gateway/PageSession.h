@@ -39,7 +39,7 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
   void Abort() { mLine->Abort(); }
 
   bool HasHost() const { return mHost != nullptr; }
-  // The host has answered on this connection with something else than a refusal.
+  // The host has let it in: it answered on this connection with an OPEN, a fence or a file.
   bool IsServed() const { return mHost != nullptr && mIsServed; }
   // A fence has not been answered in time.
   bool IsLeftAlone() const;
@@ -72,6 +72,7 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
   void OnPayload(std::string_view piece, bool last) override;
   void OnNoPayload() override;
   void OnTooLong() override { CountUnreadable(); }
+  void SetServed(bool isServed);
   void TakeNotes(const Converted& converted);
   void CountUnreadable();
   void OnFence(const std::string& file);

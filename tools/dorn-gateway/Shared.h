@@ -20,6 +20,7 @@
 namespace dorn::gateway {
 
 class PageSession;
+class WebSocketLine;
 
 struct Shared {
   Shared(const Options& options, Log& log)
@@ -43,6 +44,7 @@ struct Shared {
   const std::vector<Network> mTrustedProxies;
   const std::vector<Network> mMetricsFrom;
   std::unordered_set<std::shared_ptr<PageSession>> mPages;
+  std::unordered_set<WebSocketLine*> mLines;  // That live, in whatever state.
   bool mIsStopping = false;
   // Into which long texts of hosts are read, and from which they are gone before the next are: a
   // connection's own room is small.

@@ -28,14 +28,21 @@ template <class Stream>
 class Line final : public WebSocketLine, public std::enable_shared_from_this<Line<Stream>> {
  public:
   Line(Shared& shared, Stream&& stream, std::shared_ptr<void> slot, Owner& owner)
-      : mShared(shared), mSlot(std::move(slot)), mOwner(&owner), mSocket(std::move(stream)) {}
+      : mShared(shared), mSlot(std::move(slot)), mOwner(&owner), mSocket(std::move(stream)) {
+    mShared.mLines.insert(this);
+  }
+  ~Line() override { mShared.mLines.erase(this); }
+  Line(const Line&) = delete;
+  Line& operator=(const Line&) = delete;
 
   void Accept(const Request& request);
 
   void Send(const Frame& frame, Kind kind) override;
-  void Serve() override { mIsServed = true; }
+  void SetServed(bool isServed) override;
   void Close(CloseCode code, std::string_view why, bool drains) override;
   void Abort() override;
+  std::size_t Waiting() const override { return mQueuedTexts + mQueuedFiles; }
+  void GiveWay() override;
   void Tick(Ms now) override;
 
  private:
@@ -68,6 +75,7 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   void Drop(bool keepsFirst);
   std::size_t& QueuedBytes(Kind kind) { return kind == Kind::kText ? mQueuedTexts : mQueuedFiles; }
   bool HasRoomFor(const Item& item);
+  bool HasRoomAmongAll(const Item& item);
   void Forget(const Item& item);
   using std::enable_shared_from_this<Line<Stream>>::shared_from_this;
 
@@ -80,6 +88,7 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   std::deque<Item> mQueue;  // The first one is being written, if mIsWriting.
   bool mIsWriting = false;
   bool mIsServed = false;
+  std::size_t mTextsBefore = 0;  // That waited when it was last served.
   std::size_t mQueuedTexts = 0;
   std::size_t mQueuedFiles = 0;
   websocket::close_reason mReason;
@@ -171,15 +180,34 @@ void Line<Stream>::TakeMessage() {
   if (mBuffer.capacity() > kKeptBuffer) mBuffer.shrink_to_fit();
 }
 
+template <class Stream>
+void Line<Stream>::SetServed(bool isServed) {
+  if (mIsServed && !isServed) mTextsBefore = mQueuedTexts;
+  mIsServed = isServed;
+}
+
 // Where nothing waits a message is taken, however long it is: a page that reads gets all.
 template <class Stream>
 bool Line<Stream>::HasRoomFor(const Item& item) {
   const Limits& limits = mShared.mOptions.mLimits;
-  const std::size_t texts = mIsServed ? limits.mQueuedTexts : limits.mQueuedUnserved;
+  const std::size_t texts = mIsServed ? limits.mQueuedTexts : limits.mQueuedUnserved + mTextsBefore;
   const std::size_t most = item.mKind == Kind::kText ? texts : limits.mQueuedFiles;
   const std::size_t queued = QueuedBytes(item.mKind);
   if (queued > 0 && queued + item.Cost() > most) return false;
-  return mQueue.empty() || mShared.mWaiting.BytesWith(item.mFrame) <= limits.mQueuedOfAll;
+  return HasRoomAmongAll(item);
+}
+
+// Pages that do not read would else take the room of those that do: who holds most goes first.
+template <class Stream>
+bool Line<Stream>::HasRoomAmongAll(const Item& item) {
+  while (mShared.mWaiting.BytesWith(item.mFrame) > mShared.mOptions.mLimits.mQueuedOfAll) {
+    const auto most =
+        std::max_element(mShared.mLines.begin(), mShared.mLines.end(),
+                         [](const auto* a, const auto* b) { return a->Waiting() < b->Waiting(); });
+    if ((*most)->Waiting() <= Waiting()) return mQueue.empty();
+    (*most)->GiveWay();
+  }
+  return true;
 }
 
 template <class Stream>
@@ -187,8 +215,7 @@ void Line<Stream>::Send(const Frame& frame, Kind kind) {
   if (mState != State::kOpen) return;
   Item item{frame, kind};
   if (!HasRoomFor(item)) {
-    ++mShared.mMetrics.mSlowPages;
-    Close(CloseCode::kTryAgainLater, "too much waits for this page", false);
+    GiveWay();
     return;
   }
   QueuedBytes(kind) += item.Cost();
@@ -254,6 +281,14 @@ void Line<Stream>::StartClose() {
   mSocket.async_close(mReason, [self = shared_from_this()](const beast::error_code&) {
     if (self->mState != State::kGone) self->Gone();
   });
+}
+
+template <class Stream>
+void Line<Stream>::GiveWay() {
+  const auto self = shared_from_this();
+  if (mState != State::kOpen) return Gone();
+  ++mShared.mMetrics.mSlowPages;
+  Close(CloseCode::kTryAgainLater, "too much waits for this page", false);
 }
 
 // From outside of the line's own operations: the owner hears of it later.

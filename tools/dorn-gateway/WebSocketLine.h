@@ -2,6 +2,7 @@
 #ifndef TOOLS_DORN_GATEWAY_WEBSOCKETLINE_H_
 #define TOOLS_DORN_GATEWAY_WEBSOCKETLINE_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -43,14 +44,18 @@ class WebSocketLine {
   virtual ~WebSocketLine() = default;
   // Too much waiting closes the WebSocket with 1013. What waits counts with what it costs to hold.
   virtual void Send(const Frame& frame, Kind kind) = 0;
-  // A host answers the page: from now on as much may wait as for any. Before, little may, since
-  // anybody can make the gateway answer.
-  virtual void Serve() = 0;
+  // Whether a host has let the page in: then as much may wait as for any. Otherwise little may,
+  // since anybody can make the gateway answer; what waited before does not count.
+  virtual void SetServed(bool isServed) = 0;
   // `drains`: what waits is sent first, as far as the page takes it in time. Nothing that the page
   // sends is looked at any more.
   virtual void Close(CloseCode code, std::string_view why, bool drains) = 0;
   // Drops it without a word.
   virtual void Abort() = 0;
+  // What waits here, with what it costs to hold.
+  virtual std::size_t Waiting() const = 0;
+  // Too much waits for all pages: closes it with 1013; cuts it off when that is under way already.
+  virtual void GiveWay() = 0;
   // Pings, and ends what takes too long. Called again and again.
   virtual void Tick(Ms now) = 0;
 };

@@ -1,0 +1,138 @@
+// What pages can do that never log in, and what pages that do not read can do to the others.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+#include "station/Framing.h"
+#include "tests/gateway/FakeHost.h"
+#include "tests/gateway/RunningGateway.h"
+#include "tests/gateway/WebSocketPeer.h"
+#include "tests/support/Deadline.h"
+
+namespace {
+
+using dorn::gateway::Ms;
+using dorn::station::Framed;
+using testing::HasSubstr;
+
+class StrangersTest : public testing::Test {
+ protected:
+  StrangersTest() : mOptions(RunningGateway::OptionsFor(mHost.Port())) {}
+
+  // The most that waited until the gateway closed the page, which sends what is refused and reads
+  // nothing.
+  static std::uint64_t MostThatWaits(RunningGateway& gateway, WebSocketPeer& page) {
+    std::string texts;
+    for (int i = 0; i < 1000; ++i) texts += WebSocketFrame(kText, "x");
+    std::uint64_t most = 0;
+    const Deadline deadline;
+    while (gateway.Metrics().mSlowPages == 0 && !deadline.IsOver() && page.SendBytes(texts)) {
+      most = std::max(most, gateway.Metrics().mQueuedBytes);
+    }
+    EXPECT_EQ(gateway.Metrics().mSlowPages, 1u);
+    return most;
+  }
+
+  // The host's answer to a text that names the file.
+  void Hold(const std::string& file, std::size_t length) {
+    mHost.Answer(file, Framed(R"({"Command":"PUTFILE","File":")" + file + R"(","Length":)" +
+                              std::to_string(length) + "}") +
+                           std::string(length, '\x01'));
+  }
+  static void Ask(WebSocketPeer& page, const std::string& file) {
+    page.SendText(R"({"Command":"GETFILE","File":")" + file + "\"}");
+  }
+  static void OpenSlow(RunningGateway& gateway, WebSocketPeer& page) {
+    ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+    page.LogIn();
+  }
+  static bool WaitUntilQueued(RunningGateway& gateway, std::uint64_t bytes) {
+    const Deadline deadline;
+    while (gateway.Metrics().mQueuedBytes < bytes && !deadline.IsOver()) {
+    }
+    return gateway.Metrics().mQueuedBytes >= bytes;
+  }
+  // Whether the page gets two files of this length.
+  static void ExpectTwoFiles(WebSocketPeer& page, const std::string& file, std::size_t length) {
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_FALSE(page.WaitForText(file).empty());
+      const auto message = page.Next();
+      ASSERT_TRUE(message);
+      EXPECT_EQ(message->mPayload.size(), length);
+    }
+  }
+
+  FakeHost mHost;
+  dorn::gateway::Options mOptions;
+};
+
+TEST_F(StrangersTest, GetNoMoreRoomByAnErrorOfTheHost) {
+  mHost.Answer("KEEPALIVE",
+               Framed(R"({"Command":"ERROR","Message":"no","Status":"InvalidSessionId"})"));
+  RunningGateway gateway(mOptions);
+  WebSocketPeer page;
+  ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+  page.SendText(R"({"Command":"KEEPALIVE","SessionId":"x"})");
+  EXPECT_THAT(page.WaitForText("ERROR"), HasSubstr("InvalidSessionId"));
+  EXPECT_LE(MostThatWaits(gateway, page), 1u << 17);
+}
+
+// What waited while the host was there does not count against the little room without one.
+TEST_F(StrangersTest, ASlowPageIsToldThatItsHostIsLost) {
+  Hold("big.bin", 5u << 20);
+  RunningGateway gateway(mOptions);
+  WebSocketPeer page;
+  OpenSlow(gateway, page);
+  Ask(page, "big.bin");
+  ASSERT_TRUE(WaitUntilQueued(gateway, 5u << 20));
+  mHost.SendAll(Framed(R"({"Command":"UPDATE","x":")" + std::string(100000, 'x') + "\"}"));
+  ASSERT_TRUE(WaitUntilQueued(gateway, (5u << 20) + 100000));
+  mHost.CloseAll();
+  EXPECT_FALSE(page.WaitForText("down").empty());
+  EXPECT_EQ(gateway.Metrics().mSlowPages, 0u);
+}
+
+TEST_F(StrangersTest, ThePageForWhichMostWaitsGivesWay) {
+  mOptions.mLimits.mQueuedOfAll = 28u << 20;
+  RunningGateway gateway(mOptions);
+  Hold("big.bin", 5u << 20);
+  WebSocketPeer hog, modest;
+  OpenSlow(gateway, hog);
+  OpenSlow(gateway, modest);
+  for (int i = 0; i < 4; ++i) Ask(hog, "big.bin");
+  ASSERT_TRUE(WaitUntilQueued(gateway, 20u << 20));
+  Ask(modest, "big.bin");
+  ASSERT_TRUE(WaitUntilQueued(gateway, 25u << 20));
+  Ask(modest, "big.bin");
+  const Deadline deadline;
+  while (gateway.Metrics().mSlowPages == 0 && !deadline.IsOver()) {
+  }
+  ExpectTwoFiles(modest, "big.bin", 5u << 20);
+  EXPECT_EQ(gateway.Metrics().mSlowPages, 1u);
+}
+
+// Closing it would leave what is being written to it for as long as a close may take.
+TEST_F(StrangersTest, APageThatGivesWayIsCutOffWhenThatMakesTheRoom) {
+  mOptions.mLimits.mQueuedOfAll = 28u << 20;
+  mOptions.mTimes.mClose = Ms(600'000);
+  RunningGateway gateway(mOptions);
+  Hold("big.bin", 5u << 20);
+  Hold("huge.bin", 20u << 20);
+  WebSocketPeer hog, modest;
+  OpenSlow(gateway, hog);
+  OpenSlow(gateway, modest);
+  Ask(hog, "huge.bin");
+  ASSERT_TRUE(WaitUntilQueued(gateway, 20u << 20));
+  Ask(modest, "big.bin");
+  ASSERT_TRUE(WaitUntilQueued(gateway, 25u << 20));
+  Ask(modest, "big.bin");
+  EXPECT_TRUE(mHost.WaitForConnections(1));
+  ExpectTwoFiles(modest, "big.bin", 5u << 20);
+  EXPECT_EQ(gateway.Metrics().mSlowPages, 1u);
+  EXPECT_EQ(gateway.Metrics().mPages, 1u);
+}
+
+}  // namespace
