@@ -52,6 +52,7 @@ test('a choice that was reached by keys stays while it is among the options', as
   script.update('c', {Options: ['x', 'p', 'y']});
   await expect(combo.locator('option')).toHaveText(['x', 'p', 'y']);
   await expect(combo).toHaveValue('y');
+  await expect(combo.locator('[data-on]')).toHaveText('x');
   await object(script.page, 'e').locator('input').focus();
   await expect.poll(() => script.setOf('c')).toEqual([{Name: 'c', Value: 'y'}]);
 });

@@ -31,6 +31,7 @@ abstract class ChoiceElement extends ObjectElement {
     if (!isSame) this.showOptions(item);
     this.select.disabled = !item.isEnabled || item.isReadOnly;
     if (!this.isReached) this.showChosen();
+    else if (!isSame) this.markChosen();
   }
 
   /** What was reached by keys stays while it can still be chosen. */
@@ -49,6 +50,10 @@ abstract class ChoiceElement extends ObjectElement {
   private showChosen(): void {
     const index = this.item.options.indexOf(this.item.raw);
     if (this.select.selectedIndex !== index) this.select.selectedIndex = index;
+    this.markChosen();
+  }
+
+  private markChosen(): void {
     this.item.options.forEach((option, i) => {
       const element = this.select.options[i];
       if (element) setFlag(element, "data-on", option === this.item.raw);
