@@ -7,9 +7,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <memory>
 #include <vector>
 
+#include "tests/support/NoStandardInput.h"
 #include "tests/support/TestPipe.h"
 
 namespace {
@@ -192,6 +194,59 @@ TEST(EpollSetTest, AReportOfWhatIsNoMemberAnyMoreEnds) {
   EXPECT_TRUE(Readable(set).empty());
   EXPECT_FALSE(IsReported(set));
   close(held);
+}
+
+// Nor does what an earlier call has left in errno say anything.
+TEST(EpollSetTest, WhereNothingCanBeReadTheMembersStay) {
+  const TestPipe pipe;
+  dorn::EpollSet set;
+  ASSERT_TRUE(set.Add(pipe.ReadEnd()));
+  const int number = set.Descriptor();
+  errno = EBADF;
+  EXPECT_TRUE(Readable(set).empty());
+  EXPECT_EQ(set.Descriptor(), number);
+  EXPECT_TRUE(FD_ISSET(pipe.ReadEnd(), &set.Members()));
+}
+
+TEST(EpollSetTest, ItsOwnDescriptorIsClosedWithIt) {
+  const TestPipe pipe;
+  dorn::EpollSet set;
+  ASSERT_TRUE(set.Add(pipe.ReadEnd()));
+  const int number = set.Descriptor();
+  set.Close();
+  EXPECT_EQ(fcntl(number, F_GETFD), -1);
+}
+
+TEST(EpollSetTest, Descriptor0IsAMemberLikeAnyOther) {
+  const NoStandardInput closed;
+  const TestPipe pipe;
+  ASSERT_EQ(pipe.ReadEnd(), 0);
+  dorn::EpollSet set;
+  ASSERT_TRUE(set.Add(0));
+  pipe.Write("x");
+  EXPECT_EQ(Readable(set), std::vector<int>{0});
+  set.Refresh();
+  EXPECT_TRUE(FD_ISSET(0, &set.Members()));
+  set.Remove(0);
+  EXPECT_FALSE(IsReported(set));
+}
+
+TEST(EpollSetTest, MayItselfBeDescriptor0) {
+  const TestPipe pipe;
+  TestPipe other;
+  const NoStandardInput closed;
+  dorn::EpollSet set;
+  ASSERT_TRUE(set.Add(pipe.ReadEnd()));
+  ASSERT_TRUE(set.Add(other.ReadEnd()));
+  ASSERT_EQ(set.Descriptor(), 0);
+  pipe.Write("x");
+  EXPECT_EQ(Readable(set), std::vector<int>{pipe.ReadEnd()});
+  other.CloseReadEnd();
+  set.Refresh();
+  EXPECT_EQ(set.Descriptor(), 0);
+  EXPECT_EQ(Readable(set), std::vector<int>{pipe.ReadEnd()});
+  set.Close();
+  EXPECT_FALSE(closed.IsTaken());
 }
 
 TEST(EpollSetTest, AForkedChildDoesNotTouchTheSetOfItsParent) {

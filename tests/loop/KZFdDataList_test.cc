@@ -406,6 +406,25 @@ TEST(KZFdDataListTest, FdSetPassesOverARecordWithANegativeDescriptor) {
   EXPECT_EQ(record.IsSelect(), 1);
 }
 
+TEST(KZFdDataListTest, ARecordOnDescriptor0IsWatchedAndReadyLikeAnyOther) {
+  TestList list;
+  TestRecord record(2, 0, 1);
+  record.SetSelect(1);
+  list.push_back(&record);
+  fd_set reads;
+  fd_set writes;
+  EXPECT_EQ(list.FdSet(&reads, &writes), 2);
+  EXPECT_TRUE(FD_ISSET(0, &reads));
+  EXPECT_EQ(record.IsSelect(), 0);
+  FdDataList ready;
+  list.FdIsSet(&reads, &writes, &ready);
+  EXPECT_THAT(ready, ElementsAre(&record));
+  EXPECT_EQ(record.IsSelect(), 1);
+  record.CreateBuffer(10);
+  record.Put("x");
+  EXPECT_EQ(list.FdSet(&reads, &writes), 0);
+}
+
 // A set with memory of ours behind it, where a descriptor of 1024 or more would leave its bit.
 struct GuardedSet {
   fd_set mSet;

@@ -11,6 +11,7 @@
 #include "tests/server/ServerTest.h"
 #include "tests/support/Deadline.h"
 #include "tests/support/MemberOrder.h"
+#include "tests/support/NoStandardInput.h"
 #include "tests/support/RecordingStream.h"
 #include "tests/support/VirtualSlot.h"
 
@@ -298,6 +299,17 @@ TEST_F(SlotsTest, WhoIsClosedAlreadyMakesNoRoom) {
   EXPECT_THAT(console.Text(), HasSubstr("Connection " + std::to_string(c.id) + " from 10.0.0.2"));
   EXPECT_TRUE(c.station.IsClosed());
   EXPECT_FALSE(late.station.IsClosed());
+}
+
+TEST_F(SlotsTest, AStationOnDescriptor0MakesRoomLikeAnyOther) {
+  const NoStandardInput closed;
+  Link first = From("10.0.0.1");
+  ASSERT_EQ(0, Find(first)->GetFD());
+  Link late = From("10.0.0.9", kLimit);
+  EXPECT_TRUE(first.station.IsClosed());
+  EXPECT_FALSE(late.station.IsClosed());
+  Find(late)->Close();
+  Pass(2);
 }
 
 TEST_F(SlotsTest, AreCountedAnewWhenThePortIsOpenedAnew) {
