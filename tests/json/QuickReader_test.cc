@@ -21,6 +21,21 @@ TEST(QuickReaderTest, TakesWhatIsUsual) {
   }
 }
 
+TEST(QuickReaderTest, TakesWhatIsNoDeeperThanTheOtherReaderDoes) {
+  for (const bool isArray : {false, true}) {
+    std::string text = "{}";
+    const auto isTaken = [&text] {
+      value out;
+      return dorn::ReadQuickly(out, text.data(), text.data() + text.size()) != nullptr;
+    };
+    const auto enclose = [&] { text = isArray ? "[" + text + "]" : "{\"a\":" + text + "}"; };
+    for (int depth = 1; depth < input::kMaxDepth; ++depth) enclose();
+    EXPECT_TRUE(isTaken()) << isArray;
+    enclose();
+    EXPECT_FALSE(isTaken()) << isArray;
+  }
+}
+
 TEST(QuickReaderTest, GivesUpAtWhatIsBroken) {
   for (const std::string text :
        {"", "{", "[", "[1", "{\"a\"", "{\"a\":", "{\"a\":1", "{\"a\" 1}", "{a:1}", "[1 2]", "[1}",

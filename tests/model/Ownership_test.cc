@@ -126,6 +126,28 @@ TEST(OwnershipTest, AChildThatAHostListedTwiceDiesOnce) {
   EXPECT_EQ(destroyed, 1);
 }
 
+// Only a list holds: a parent that has none does not keep a child of a group alive.
+TEST(OwnershipTest, AParentThatIsNoGroupHoldsNobody) {
+  int destroyed = 0;
+  VQJsonObject parent(nullptr);
+  auto group = MakeGroup();
+  group->mObjectList.push_back(new CountedObject(destroyed, &parent));
+  group.reset();
+  EXPECT_EQ(destroyed, 1);
+}
+
+// It is its own parent then, and so its copies name it.
+TEST(OwnershipTest, ACopyOfWhatWasAssignedFromItsChildDoesNotNameADeadParent) {
+  auto parent = std::make_unique<VQJsonObject>(nullptr);
+  const VQJsonObject child(parent.get());
+  *parent = child;
+  ASSERT_EQ(parent->mParent, parent.get());
+  const VQJsonObject copy(*parent);
+  EXPECT_EQ(copy.mParent, parent.get());
+  parent.reset();
+  EXPECT_EQ(copy.mParent, nullptr);
+}
+
 // --- What hosts do to the lists -------------------------------------------------------------
 
 TEST(OwnershipTest, AChildTakenOutByHandAndAddedElsewhereOutlivesItsParent) {

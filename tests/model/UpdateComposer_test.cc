@@ -52,6 +52,12 @@ class UpdateComposerTest : public testing::Test {
   std::vector<VQJsonObject*> mMore;
 };
 
+// Otherwise the same text is composed by several walks.
+TEST_F(UpdateComposerTest, OneWalkIsEnoughForATreeOfTheLibrarysOwnClasses) {
+  Add(*mGroup, new VQJsonGrid(mGroup), "grid");
+  for (const bool all : {false, true}) EXPECT_TRUE(dorn::TreeSurvey().Take(mTree, all));
+}
+
 TEST_F(UpdateComposerTest, FindsAMarkThatWasWrittenDirectlyWhereverItIs) {
   std::vector<VQJsonObject*> objects = mMore;
   objects.insert(objects.end(), {mGroup, mA, mB});

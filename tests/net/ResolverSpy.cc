@@ -9,6 +9,7 @@ namespace {
 ResolverSpy* gSpy = nullptr;
 
 using Resolve = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
+using Free = void (*)(addrinfo*);
 
 }  // namespace
 
@@ -33,4 +34,10 @@ extern "C" int getaddrinfo(const char* host, const char* port, const addrinfo* h
   // A bare machine has no file that says what localhost is.
   if (host != nullptr && std::string_view(host) == "localhost") host = "127.0.0.1";
   return real(host, port, hints, result);
+}
+
+extern "C" void freeaddrinfo(addrinfo* found) {
+  static const auto real = reinterpret_cast<Free>(dlsym(RTLD_NEXT, "freeaddrinfo"));
+  if (gSpy != nullptr) gSpy->mFreed.push_back(found);
+  real(found);
 }

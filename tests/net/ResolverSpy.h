@@ -1,5 +1,6 @@
-// Looks at, and replaces, getaddrinfo(): the test program defines it itself. Without a spy it is
-// the real one, to which "localhost" is 127.0.0.1 whatever the machine's files say.
+// Looks at, and replaces, getaddrinfo(): the test program defines it itself, and freeaddrinfo(),
+// which is only looked at. Without a spy it is the real one, to which "localhost" is 127.0.0.1
+// whatever the machine's files say.
 #ifndef TESTS_NET_RESOLVERSPY_H_
 #define TESTS_NET_RESOLVERSPY_H_
 
@@ -28,6 +29,7 @@ class ResolverSpy {
   void PretendLoopbackOnly();
 
   std::vector<Call> mCalls;
+  std::vector<const addrinfo*> mFreed;
   // The result of a call; 0 makes the real one.
   std::function<int(const Call& call)> mFailure;
 };
