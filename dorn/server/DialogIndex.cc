@@ -209,6 +209,7 @@ bool DialogIndex::AddNames(std::set<KZString>& names, const Dialogs& dialogs,
                            const KZString* behind) const {
   bool isRight = true;
   for (const VQDialog* dialog : dialogs) {
+    ++gDialogSteps;
     const auto known = mNames.find(dialog);
     if (known == mNames.end()) continue;
     for (const KZString& name : known->second) {

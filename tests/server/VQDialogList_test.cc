@@ -224,10 +224,24 @@ TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogOfOthers) {
     mList.mDialogList.rbegin()->second->AddSession("T" + std::to_string(i));
     Add(("e" + std::to_string(i)).c_str())->AddSession("U");
   }
-  EXPECT_LT(dorn::DialogIndex::Steps() - before, 4U * kCount);
+  EXPECT_LT(dorn::DialogIndex::Steps() - before, 8U * kCount);
   EXPECT_FALSE(mList.Has("d0"));
   EXPECT_FALSE(mList.Has("d200"));
   EXPECT_TRUE(mList.Has("e0"));
+}
+
+TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogThatKeepsATreeOfAnother) {
+  constexpr int kCount = 300;
+  for (int i = 0; i < kCount; ++i) {
+    HookedDialog* dialog = Add(("d" + std::to_string(i)).c_str());
+    dialog->AddSession("S" + std::to_string(i));
+    dialog->AddSession("all");
+  }
+  mList.RemoveBySession("nobody");
+  const std::uint64_t before = dorn::DialogIndex::Steps();
+  for (int i = 0; i < kCount; ++i) mList.RemoveBySession("S" + std::to_string(i));
+  EXPECT_LT(dorn::DialogIndex::Steps() - before, 4U * kCount);
+  EXPECT_EQ(static_cast<std::size_t>(kCount), mList.mDialogList.size());
 }
 
 // A list that is long enough for an index, with a tree in each dialog, that has been searched.
