@@ -124,12 +124,13 @@ class RecordingClient : public VQClientSocket {
     mBlocks.push_back(length);
     if (static_cast<int>(mBlocks.size()) == mFailing) {
       errno = mError;
-      return -1;
+      return mFailure;
     }
     return VQClientSocket::Send(data, length);
   }
   std::vector<int> mBlocks;
   int mFailing = 0;  // Which call fails; 0: none.
+  int mFailure = -1;
   int mError = 0;
 };
 
@@ -165,6 +166,24 @@ TEST_F(FileStreamingTest, ABlockThatFailsIsGivenUpAndTheNextOneSent) {
               station.Bytes())
         << error;
   }
+}
+
+// Whatever an earlier failure has left in errno.
+TEST_F(FileStreamingTest, ABlockOfWhichNothingIsTakenIsSentAgain) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  auto* client = new RecordingClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  client->mFailing = 2;
+  client->mFailure = 0;
+  client->mError = EPIPE;
+  Station station(pair[1]);
+  Pass();
+  const std::string text = Pattern(2500);
+  const std::string name = File("a.bin", text);
+  client->OnGetfile(KZString(name), "", "");
+  EXPECT_THAT(client->mBlocks, ElementsAre(1024, 1024, 1024, 452));
+  EXPECT_EQ(Frame(Follows(name, 2500)) + text, station.Bytes());
 }
 
 TEST_F(FileStreamingTest, ATreeThatFailsIsNotTriedAgain) {

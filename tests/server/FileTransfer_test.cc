@@ -1,6 +1,8 @@
 // GETFILE: errors, dates, files, and what is not a regular file.
+#include "dorn/server/OutgoingQueue.h"
 #include "tests/server/FileTransferTest.h"
 
+#include <sys/inotify.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -12,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -241,6 +244,47 @@ TEST_F(FileTransferTest, ANameLongerThanAnyPathIsNotFound) {
   EXPECT_EQ(Frame(Error(name, "FILE NOT FOUND")), Received(400000));
 }
 
+// The system takes none of 4,096 bytes, wherever it leads.
+TEST_F(FileTransferTest, ANameThroughFoldersMayBeAsLongAsAPath) {
+  const std::string name = File("a.bin", "xyz");
+  for (const size_t length : {4095U, 4096U}) {
+    std::string asked = Folder() + "/../" + name;
+    asked.insert(asked.rfind('/'), length - Path(asked).size(), '/');
+    Get(asked);
+    const std::string reply =
+        length == 4095 ? Frame(Follows(asked, 3)) + "xyz" : Frame(Error(asked, "FILE NOT FOUND"));
+    EXPECT_EQ(reply, Received(reply.size())) << length;
+  }
+}
+
+// The system has no path for it, so nobody can say where it lies.
+TEST_F(FileTransferTest, AFolderTooDeepForAPathIsNotFound) {
+  constexpr int kSteps = 7, kLinks = 3;
+  const std::string step(250, 'd');
+  std::string down = step;
+  for (int i = 1; i < kSteps; ++i) down += "/" + step;
+  const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+  std::vector<int> folders{open(FolderPath().c_str(), flags)};
+  for (int i = 0; i < kSteps * kLinks; ++i) {
+    if (i % kSteps == 0) {
+      ASSERT_EQ(0, symlinkat(down.c_str(), folders.back(), "down"));
+    }
+    ASSERT_EQ(0, mkdirat(folders.back(), step.c_str(), 0755));
+    folders.push_back(openat(folders.back(), step.c_str(), flags));
+  }
+  const std::string name = Folder() + "/down/down/down/..";
+  Get(name);
+  EXPECT_THAT(mLink.station.Messages(), ElementsAre(Error(name, "FILE NOT FOUND")));
+  // Whatever removes the folder of the test may need paths.
+  while (folders.size() > 1) {
+    close(folders.back());
+    folders.pop_back();
+    unlinkat(folders.back(), step.c_str(), AT_REMOVEDIR);
+    unlinkat(folders.back(), "down", 0);
+  }
+  close(folders.back());
+}
+
 TEST_F(FileTransferTest, ANameIsNeverTakenForAFormat) {
   Get("%s%n%d");
   EXPECT_THAT(mLink.station.Messages(), ElementsAre(Error("%s%n%d", "FILE NOT FOUND")));
@@ -375,6 +419,28 @@ TEST_F(FileTransferTest, AFifoIsAnnouncedAndDoesNotBlock) {
   Get(name);
   SendMarker();
   EXPECT_EQ(Frame(Follows(name, 0)) + Frame("marker"), mLink.station.Bytes());
+}
+
+// Opening one may have effects of its own: a tape is wound back, a writer of the pipe goes on.
+TEST_F(FileTransferTest, WhatIsNoRegularFileIsNotOpened) {
+  const std::string name = Folder() + "/fifo";
+  ASSERT_EQ(0, mkfifo(Path(name).c_str(), 0644));
+  const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  ASSERT_GE(inotify_add_watch(watch, Path(name).c_str(), IN_OPEN), 0);
+  char event[1024];
+  close(open(Path(name).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  EXPECT_GT(read(watch, event, sizeof event), 0);
+  Get(name);
+  EXPECT_EQ(-1, read(watch, event, sizeof event));
+  close(watch);
+}
+
+// It may have become one since it was looked at.
+TEST_F(FileTransferTest, WhatTurnsOutToBeNoRegularFileIsClosedAgain) {
+  const int before = OpenDescriptors();
+  struct stat status {};
+  EXPECT_EQ(-1, dorn::OpenRegularFile(FolderPath().c_str(), status));
+  EXPECT_EQ(before, OpenDescriptors());
 }
 
 TEST_F(FileTransferTest, ADeviceIsAnnouncedAndNoBytesFollow) {

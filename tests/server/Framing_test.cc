@@ -74,6 +74,20 @@ TEST_F(FramingTest, MessagesThatArriveByteByByteAreExecutedOnce) {
   EXPECT_THAT(Calls(), ElementsAre("OnAuth a no", "OnAuth b no"));
 }
 
+// Or a long message in a thousand pieces would be searched from its beginning for each of them. An
+// end that somebody puts there without a word shows it.
+TEST_F(FramingTest, WhatWasSearchedIsNotSearchedAgainWhenMoreArrives) {
+  Receive(
+      "\x02"
+      "abcd");
+  Find(mLink)->mDataBuffer[3] = kEtx[0];
+  Receive("e");
+  EXPECT_EQ(6, Find(mLink)->mBufferPos);
+  Receive(kEtx + Frame(Probe("b")));
+  EXPECT_EQ(0, Find(mLink)->mBufferPos);
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth b no"));
+}
+
 TEST_F(FramingTest, GarbageBeforeTheFirstStxIsDropped) {
   Receive("garbage" + Frame(Probe("a")));
   EXPECT_THAT(Calls(), ElementsAre("OnAuth a no"));

@@ -276,6 +276,19 @@ TEST_F(HooksThatPullTheRugTest, FinalMayReplaceTheSessionThatExpires) {
   EXPECT_EQ(50000, app.SessionList()->Search("S9")->mInterval);
 }
 
+// The session that expires lives on then, with its timer, but in nobody's list.
+TEST_F(HooksThatPullTheRugTest, FinalMayPutAnotherSessionInThePlaceOfTheOneThatExpires) {
+  Offer("d", "unused");
+  app.CreateDialog("d");
+  app.CreateSession("S9", 30000);
+  const std::unique_ptr<VQSession> expiring(app.SessionList()->Search("S9"));
+  Dialog("d")->AddSession("S9");
+  auto* const other = new VQSession("S9", 50000);
+  Dialog("d")->final = [other](HookedDialog&) { app.SessionList()->Add("S9", other); };
+  app.SessionList()->Expire(expiring->mTimerId);
+  EXPECT_EQ(other, app.SessionList()->Search("S9"));
+}
+
 TEST_F(HooksThatPullTheRugTest, FinalMayExpireTheSessionAgain) {
   Offer("d", "unused");
   app.CreateDialog("d");

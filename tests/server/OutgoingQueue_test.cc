@@ -10,8 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "dorn/server/Connection.h"
 #include "dorn/server/OutgoingDrainer.h"
 #include "tests/server/ServerTest.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/RecordingStream.h"
 
 namespace {
@@ -196,6 +198,15 @@ TEST_F(OutgoingQueueTest, AStationThatLeavesWithABacklogIsForgotten) {
   EXPECT_TRUE(Frame(Text(2 * kMiB, 'b')) == Received(other, 2 * kMiB + 2));
 }
 
+TEST_F(OutgoingQueueTest, TheBacklogsOfTheOthersAreSentWhenOneStationLeaves) {
+  Link leaving = LoggedIn("S1"), staying = LoggedIn("S2");
+  for (Link* link : {&leaving, &staying}) Send(*link, Text(2 * kMiB, 'a'));
+  Pass();
+  Find(leaving)->Close();
+  Pass();
+  EXPECT_TRUE(Frame(Text(2 * kMiB, 'a')) == Received(staying, 2 * kMiB + 2));
+}
+
 TEST_F(OutgoingQueueTest, ClosingWritesWhatTheSocketStillTakes) {
   Link link = LoggedIn("S1");
   const std::string text = Text(2 * kMiB, 'a');
@@ -312,6 +323,86 @@ TEST_F(OutgoingQueueTest, WhatAQueueAllocatesIsBoundedWhateverTheLengthOfItsText
     EXPECT_EQ(nullptr, Find(link));
     Pass();
   }
+}
+
+// How much may wait before what is sent next, to the byte.
+class BacklogLimitTest : public OutgoingQueueTest {
+ protected:
+  static constexpr size_t kChunk = 64 << 10;
+
+  static size_t Queued(const Link& link) {
+    return dorn::Connection::Of(*Find(link)).Out().QueuedBytes();
+  }
+
+  // A station whose socket takes nothing more.
+  Link Blocked() {
+    Link link = LoggedIn("S" + std::to_string(++mCount));
+    const char byte = 'x';
+    while (write(Find(link)->GetFD(), &byte, 1) == 1) {
+    }
+    return link;
+  }
+
+  // Lets as much wait for a station as has that many bytes, with what is kept for each chunk.
+  void Fill(Link& link, size_t bytes) {
+    const size_t chunks = (bytes + kChunk + mPerChunk - 1) / (kChunk + mPerChunk);
+    Send(link, Text(bytes - chunks * mPerChunk - 2, 'a'));
+    ASSERT_EQ(bytes, Queued(link));
+  }
+
+  void SetUp() override {
+    OutgoingQueueTest::SetUp();
+    Link link = Blocked();
+    Send(link, Text(998, 'a'));
+    mPerChunk = Queued(link) - 1000;
+  }
+
+  size_t mPerChunk = 0;
+  int mCount = 0;
+};
+
+TEST_F(BacklogLimitTest, ClosesAStationThatIsMoreThanAMomentBehind) {
+  const struct {
+    size_t queued;
+    size_t next;
+    bool isClosed;
+  } rows[] = {
+      {65535, 20000000, false},        {65536, 20000000, true},    {65536, 10000000 - 65537, false},
+      {65536, 10000000 - 65536, true}, {8 * kMiB - 1, 100, false}, {8 * kMiB, 100, true},
+  };
+  for (const auto& row : rows) {
+    Link link = Blocked();
+    Fill(link, row.queued);
+    const int result = Send(link, Text(row.next - 2, 'b'));
+    EXPECT_EQ(row.isClosed ? -1 : static_cast<int>(row.next), result) << row.queued;
+    EXPECT_EQ(row.isClosed, Find(link) == nullptr) << row.queued << " " << row.next;
+  }
+}
+
+// A connection that takes nothing, and whose sending was interrupted.
+class InterruptedClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  int Send(const void*, int) override {
+    errno = EINTR;
+    return 0;
+  }
+};
+
+TEST_F(OutgoingQueueTest, AnInterruptionBeforeDoesNotMakeTheWaitForRoomEndless) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  const Station station(pair[1]);
+  auto* client = new InterruptedClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  Pass();
+  const char byte = 'x';
+  while (write(pair[0], &byte, 1) == 1) {
+  }
+  const HangGuard guard;
+  dorn::Outgoing& out = dorn::Connection::Of(*client).Out();
+  EXPECT_TRUE(out.SendBlock(&byte, 1));
+  EXPECT_TRUE(out.HasBacklog());
 }
 
 // A connection whose notices are seen.

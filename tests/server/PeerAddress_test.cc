@@ -135,6 +135,17 @@ TEST_F(PeerAddressTest, ALineThatIsNoneTellsNothingAndLosesNoMessage) {
   EXPECT_EQ("10.0.0.6", AddressAtLogIn(link, std::string(kLine) + "\x02" + kHello + "\x03"));
 }
 
+TEST_F(PeerAddressTest, ALineHas107BytesAtMost) {
+  dorn::SetTrustedProxies({"10.0.0.6"});
+  for (const size_t length : {107U, 108U}) {
+    std::string line = "PROXY TCP4 1.2.3.4 5.6.7.8 1 2\r\n";
+    line.insert(line.find(' '), length - line.size(), ' ');
+    Link link = From("10.0.0.6");
+    EXPECT_EQ(length == 107 ? "1.2.3.4" : "10.0.0.6",
+              AddressAtLogIn(link, line + "\x02" + kHello + "\x03"));
+  }
+}
+
 TEST_F(PeerAddressTest, WhatTheProxyTellsIsLogged) {
   dorn::SetTrustedProxies({"10.0.0.6"});
   RecordingStream sink;

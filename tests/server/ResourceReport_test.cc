@@ -63,6 +63,11 @@ TEST_F(ResourceReportTest, SaysWhereTheTextIsWrong) {
   }
 }
 
+TEST_F(ResourceReportTest, QuotesFortyBytesOfALine) {
+  EXPECT_EQ("syntax error at: " + std::string(40, 'x'), Str(Check(std::string(40, 'x')).reason));
+  EXPECT_EQ("syntax error at: " + std::string(40, 'x'), Str(Check(std::string(41, 'x')).reason));
+}
+
 TEST_F(ResourceReportTest, IsWrittenAsCompilersDo) {
   EXPECT_EQ(FolderPath() + "/r.json:2:3: syntax error at: !", Str(Check("{\n  !").Text()));
 }

@@ -177,6 +177,16 @@ TEST_F(VQApplicationTest, AWrappedSessionTimerIdSkipsThoseInUse) {
   EXPECT_EQ(0xD000001U, app.SessionList()->Search("S2")->mTimerId);
 }
 
+TEST_F(VQApplicationTest, AWrappedSessionTimerIdSkipsThatOfASessionWithoutATimer) {
+  auto& sessions = app.SessionList()->mSessionList;
+  sessions[KZString("A")] = nullptr;  // As a host may leave it.
+  app.CreateSession("S1", 0);
+  app.mSessionTimerId = 0x10000000;
+  app.CreateSession("S2", 0);
+  EXPECT_EQ(0xD000001U, app.SessionList()->Search("S2")->mTimerId);
+  sessions.erase(KZString("A"));
+}
+
 // Dialogs and sessions
 
 TEST_F(VQApplicationTest, CreateDialogAsksTheMakerAndKeepsTheResult) {

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include "dorn/server/Connections.h"
 #include "tests/server/ServerTest.h"
 #include "tests/support/MemberOrder.h"
 #include "tests/support/VirtualSlot.h"
@@ -13,6 +14,20 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 class VQClientSocketTest : public ServerTest {};
+
+// Such an id is one of the host's own, or a session's timer.
+TEST_F(VQClientSocketTest, IsNoStationsWithAnIdOutsideTheirRange) {
+  Link link = LoggedIn("S1");
+  VQClientSocket* client = Find(link);
+  for (const int id : {42, 0x7FFFFFF, 0xD000000}) {
+    client->SetId(id);
+    EXPECT_EQ(nullptr, dorn::FindConnectionOf("S1")) << id;
+  }
+  for (const int id : {0x8000000, 0xCFFFFFF}) {
+    client->SetId(id);
+    EXPECT_EQ(client, dorn::FindConnectionOf("S1")) << id;
+  }
+}
 
 // Layout
 

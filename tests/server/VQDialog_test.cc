@@ -9,6 +9,7 @@
 #include "dorn/model/VQJsonParser.h"
 
 #include "tests/server/ServerTest.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/MemberOrder.h"
 #include "tests/support/VirtualSlot.h"
 
@@ -344,6 +345,23 @@ TEST_F(ApplyTest, EachObjectOfTheCommandReachesItsNamesake) {
   EXPECT_THAT(Calls(), ElementsAre("OnUpdate l1 S1", "OnUpdate b1 S1"));
   EXPECT_TRUE(dialog->GetResourceShare()->SearchName("b1")->GetValue("Value") == "ON");
   EXPECT_TRUE(dialog->GetResourceShare()->SearchName("l1")->GetValue("Value") == 2);
+}
+
+// The dialog is of no class of a host, so nothing changes the names meanwhile.
+TEST_F(ApplyTest, VeryManyObjectsReachTheirNamesakesQuickly) {
+  std::string objects;
+  for (int i = 0; i < 40000; ++i) {
+    objects += (i == 0 ? "" : ",") + (R"({"Name":"o)" + std::to_string(i) + R"(","V":1})");
+  }
+  const std::string tree = R"({"Command":"DIALOG","Name":"d","Objects":[)" + objects + "]}";
+  VQDialog dialog;
+  dialog.Init("d", WriteResource("many.json", tree).c_str());
+  dialog.LoadJsonShare();
+  VQJsonCommand* command = Command(objects);
+  dialog.GetResourceShare()->mObjectList.back()->SetValue("V", 0, 0, "");
+  const HangGuard guard;
+  dialog.UpdateResourceShare(command, "S1");
+  EXPECT_TRUE(dialog.GetResourceShare()->mObjectList.back()->IsDirty());
 }
 
 TEST_F(ApplyTest, NamesThatTheTreeDoesNotHaveAreSkippedWithALine) {

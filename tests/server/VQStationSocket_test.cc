@@ -387,6 +387,14 @@ TEST_F(ShareTest, OfOneAddressIsAQuarterOnceFewAreFree) {
   EXPECT_EQ(1U, Closed());
 }
 
+TEST_F(ShareTest, IsNotReachedWithOneLess) {
+  Crowd("10.0.0.1", 251);
+  const Link others[] = {From("10.0.0.2"), From("10.0.0.3")};
+  Link last = From("10.0.0.1", kLimit - 1 - 251);
+  EXPECT_EQ(0U, Closed());
+  EXPECT_FALSE(last.station.IsClosed());
+}
+
 // 253 slots are above the new one, but two of them are taken.
 TEST_F(ShareTest, CountsWhatIsTakenAboveTheNewSlotAsNotFree) {
   Link others[] = {From("10.0.0.2", kLimit - 1), From("10.0.0.3", kLimit - 2)};
