@@ -7,6 +7,7 @@
 #include "tests/gateway/FakeHost.h"
 #include "tests/gateway/RunningGateway.h"
 #include "tests/gateway/WebSocketPeer.h"
+#include "tests/support/Deadline.h"
 
 namespace {
 
@@ -114,6 +115,55 @@ TEST_F(GuessedPasswordsTest, GuessingOnManyPagesIsNotFaster) {
   EXPECT_EQ(
       pages[4].NextText(),
       R"({"t":"refused","why":"too many log-ins have failed here: try again in a minute","n":1})");
+}
+
+TEST_F(GuessedPasswordsTest, StartingWithManyPagesAtOnceIsNotFaster) {
+  std::vector<WebSocketPeer> pages(14);
+  for (WebSocketPeer& page : pages) Open(page);
+  mHost.Stop();
+  for (WebSocketPeer& page : pages) page.SendText(R"({"Command":"HELLO","Id":"u","Pass":"x"})");
+  const Deadline sent;
+  while (mGateway.Metrics().mMessagesIn < pages.size() && !sent.IsOver()) {
+  }
+  EXPECT_EQ(mGateway.Metrics().mHostConnections, 5u);
+  mHost.GoOn();
+  const Deadline deadline;
+  while (mGateway.Metrics().mRefused + mGateway.Metrics().mLogInFailures < pages.size() &&
+         !deadline.IsOver()) {
+  }
+  EXPECT_LE(mGateway.Metrics().mLogInFailures, 9u) << "five, and what the delay lets in";
+  EXPECT_GE(mGateway.Metrics().mRefused, 5u);
+}
+
+// Hosts need not answer a good one, so that its turn ends in time as well.
+TEST(LogInTurnsTest, EndWithoutAnAnswerAndWhenThePageGoes) {
+  FakeHost host;
+  dorn::gateway::Options options = RunningGateway::OptionsFor(host.Port());
+  options.mTimes.mLogInTurn = Ms(100);
+  RunningGateway gateway(options);
+  std::vector<WebSocketPeer> pages(12);
+  for (WebSocketPeer& page : pages) {
+    ASSERT_TRUE(page.Open(gateway.Port()));
+    page.SendText(R"({"Command":"CHANGE","Id":"u"})");
+  }
+  WebSocketPeer page;
+  ASSERT_TRUE(page.Open(gateway.Port()));
+  EXPECT_THAT(page.LogIn(), HasSubstr("OPEN"));
+  pages.clear();
+  EXPECT_TRUE(host.WaitForConnections(1));
+}
+
+TEST(LogInTurnsTest, AreNotWaitedForWithoutEnd) {
+  FakeHost host;
+  dorn::gateway::Options options = RunningGateway::OptionsFor(host.Port());
+  options.mTimes.mLogInQueue = Ms(100);
+  RunningGateway gateway(options);
+  std::vector<WebSocketPeer> pages(6);
+  for (WebSocketPeer& page : pages) {
+    ASSERT_TRUE(page.Open(gateway.Port()));
+    page.SendText(R"({"Command":"CHANGE","Id":"u"})");
+  }
+  EXPECT_THAT(pages[5].WaitForText("refused"), HasSubstr("\"n\":1"));
 }
 
 // The first attempt is given up by the second, however late the gateway notices that it is due.

@@ -65,6 +65,32 @@ TEST_F(LoginDelayTest, AGoodLogInForgetsTheFailures) {
   EXPECT_EQ(Begin(), Ms(0));
 }
 
+// All would be free, if only the answers counted.
+TEST_F(LoginDelayTest, LetsNoMoreAttemptsBeMadeAtOnceThanMayFail) {
+  Fail(2);
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(mDelay.Enter("a", mNow)) << i;
+  EXPECT_FALSE(mDelay.Enter("a", mNow));
+  EXPECT_TRUE(mDelay.Enter("b", mNow));
+  Fail(1);
+  mDelay.Leave("a");
+  EXPECT_FALSE(mDelay.Enter("a", mNow)) << "a failure has taken its place";
+  mDelay.Leave("a");
+  EXPECT_TRUE(mDelay.Enter("a", mNow)) << "it was given up";
+  Fail(2);
+  EXPECT_TRUE(mDelay.Enter("a", mNow)) << "from now on they are delayed";
+  EXPECT_EQ(Begin(), Ms(1000));
+}
+
+TEST_F(LoginDelayTest, AGoodLogInMakesRoomForOthers) {
+  Fail(4);
+  EXPECT_TRUE(mDelay.Enter("a", mNow));
+  EXPECT_FALSE(mDelay.Enter("a", mNow));
+  mDelay.CountSuccess("a");
+  mDelay.Leave("a");
+  for (int i = 0; i < 5; ++i) EXPECT_TRUE(mDelay.Enter("a", mNow)) << i;
+  EXPECT_FALSE(mDelay.Enter("a", mNow));
+}
+
 TEST_F(LoginDelayTest, FailuresAreForgottenInTime) {
   Fail(7);
   mNow += LoginDelay::kForgottenAfter;

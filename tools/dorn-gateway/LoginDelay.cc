@@ -12,14 +12,33 @@ Ms LoginDelay::DelayAfter(int failures) const {
   return delay;
 }
 
+LoginDelay::Failures& LoginDelay::Of(const std::string& address, Ms now) {
+  if (mFailures.size() >= kMaxAddresses && mFailures.count(address) == 0) Forget(now);
+  Failures& failures = mFailures[address];
+  if (now - failures.mLast > kForgottenAfter) failures.mCount = 0;
+  return failures;
+}
+
+bool LoginDelay::Enter(const std::string& address, Ms now) {
+  Failures& failures = Of(address, now);
+  if (failures.mCount < kFree && failures.mCount + failures.mUnderWay >= kFree) return false;
+  ++failures.mUnderWay;
+  return true;
+}
+
+void LoginDelay::Leave(const std::string& address) {
+  const auto found = mFailures.find(address);
+  if (found == mFailures.end()) return;
+  Failures& failures = found->second;
+  if (failures.mUnderWay > 0) --failures.mUnderWay;
+  if (failures.mUnderWay == 0 && failures.mCount == 0) mFailures.erase(found);
+}
+
 std::optional<Ms> LoginDelay::Begin(const std::string& address, Ms now) {
   const auto found = mFailures.find(address);
   if (found == mFailures.end()) return Ms(0);
   Failures& failures = found->second;
-  if (now - failures.mLast > kForgottenAfter) {
-    mFailures.erase(found);
-    return Ms(0);
-  }
+  if (now - failures.mLast > kForgottenAfter) failures.mCount = 0;
   const Ms delay = DelayAfter(failures.mCount);
   if (delay == Ms(0)) return delay;
   const Ms start = std::max(now, failures.mNext) + delay;
@@ -29,16 +48,23 @@ std::optional<Ms> LoginDelay::Begin(const std::string& address, Ms now) {
 }
 
 void LoginDelay::CountFailure(const std::string& address, Ms now) {
-  if (mFailures.size() >= kMaxAddresses && mFailures.count(address) == 0) Forget(now);
-  Failures& failures = mFailures[address];
+  Failures& failures = Of(address, now);
   ++failures.mCount;
   failures.mLast = now;
+}
+
+void LoginDelay::CountSuccess(const std::string& address) {
+  const auto found = mFailures.find(address);
+  if (found == mFailures.end()) return;
+  found->second.mCount = 0;
+  if (found->second.mUnderWay == 0) mFailures.erase(found);
 }
 
 // What is old goes; if nothing is, what failed longest ago.
 void LoginDelay::Forget(Ms now) {
   for (auto entry = mFailures.begin(); entry != mFailures.end();) {
-    entry = now - entry->second.mLast > kForgottenAfter ? mFailures.erase(entry) : std::next(entry);
+    const bool isOld = now - entry->second.mLast > kForgottenAfter && entry->second.mUnderWay == 0;
+    entry = isOld ? mFailures.erase(entry) : std::next(entry);
   }
   if (mFailures.size() < kMaxAddresses) return;
   mFailures.erase(std::min_element(

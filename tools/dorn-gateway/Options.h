@@ -32,6 +32,7 @@ struct Times {
   Ms mClose{5'000};        // For a page to take what it has to be told before it is cut off.
   Ms mLogInDelay{1'000};   // The first delay; it doubles up to eight times as much.
   Ms mLogInQueue{60'000};  // A log-in that would have to wait longer is refused.
+  Ms mLogInTurn{10'000};   // For the answer to a log-in before others of its address are made.
 };
 
 struct Limits {

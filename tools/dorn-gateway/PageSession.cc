@@ -1,6 +1,7 @@
 #include "tools/dorn-gateway/PageSession.h"
 
 #include <algorithm>
+#include <boost/asio/post.hpp>
 #include <utility>
 
 #include "station/Commands.h"
@@ -11,6 +12,8 @@ namespace {
 
 // Fences that a host never answered are not remembered for ever.
 constexpr std::size_t kMaxFences = 1'000;
+constexpr std::string_view kTooManyLogIns =
+    "too many log-ins have failed here: try again in a minute";
 
 std::size_t PagesWithHost(const Shared& shared) {
   return static_cast<std::size_t>(std::count_if(shared.mPages.begin(), shared.mPages.end(),
@@ -59,7 +62,17 @@ void PageSession::Tick(Ms now) {
       now - mPayloadAt > mShared.mOptions.mTimes.mPayload) {
     LoseHost("a file that the host announced does not come");
   }
+  TickLogIn(now);
   mLine->Tick(now);
+}
+
+// Hosts need not answer every good log-in.
+void PageSession::TickLogIn(Ms now) {
+  const Times& times = mShared.mOptions.mTimes;
+  if (mHasTurn && !mDelay && now - mTurnAt > times.mLogInTurn) EndTurn();
+  if (mWaitingLogIn && now - mWaitingLogIn->mSince > times.mLogInQueue) {
+    Refuse(kTooManyLogIns, std::exchange(mWaitingLogIn, std::nullopt)->mNumber);
+  }
 }
 
 bool PageSession::IsLeftAlone() const {
@@ -72,43 +85,80 @@ void PageSession::OnPageText(std::string_view text) {
   if (read.mText.empty()) return Refuse(read.mReason);
   if (read.mLogsIn) return LogIn(std::move(read));
   if (mHost) return PassOn(read);
-  if (mDelay) return Refuse("a log-in has not been sent yet");
+  if (mDelay || mWaitingLogIn) return Refuse("a log-in has not been sent yet");
   if (!read.mAttaches) return Refuse("there is no connection to the host");
   ++mShared.mMetrics.mReconnects;
   ConnectWith(read);
 }
 
-// The text that came last.
-void PageSession::Refuse(std::string_view why) {
+void PageSession::Refuse(std::string_view why, std::size_t number) {
   ++mShared.mMetrics.mRefused;
-  SendText(RefusedFrame(why, mTexts));
+  SendText(RefusedFrame(why, number));
 }
 
 // Too many wrong passwords from one place make everybody there wait.
 void PageSession::LogIn(PageText text) {
   LeaveHost();
-  const auto delay = mShared.mLoginDelay.Begin(mPlace, mShared.Now());
+  mWaitingLogIn = WaitingLogIn{std::move(text), mTexts, mShared.Now()};
+  TakeTurn();
+}
+
+// Whether the log-in that waits need not wait for others any more.
+bool PageSession::TakeTurn() {
+  const Ms now = mShared.Now();
+  if (!mShared.mLoginDelay.Enter(mPlace, now)) return false;
+  WaitingLogIn logIn = *std::exchange(mWaitingLogIn, std::nullopt);
+  mHasTurn = true;
+  mTurnAt = now;
+  const auto delay = mShared.mLoginDelay.Begin(mPlace, now);
   if (!delay) {
+    EndTurn();
     mShared.mLog.Warn("log-in refused: too many failures", {{"browser", mName}});
-    return Refuse("too many log-ins have failed here: try again in a minute");
+    Refuse(kTooManyLogIns, logIn.mNumber);
+    return true;
   }
   mIsLoggingIn = true;
-  if (*delay == Ms(0)) return ConnectWith(text);
-  mDelayed = mTexts;
+  if (*delay == Ms(0)) {
+    ConnectWith(logIn.mText);
+    return true;
+  }
+  mDelayed = logIn.mNumber;
   mDelay = std::make_unique<boost::asio::steady_timer>(mShared.mIo, *delay);
-  mDelay->async_wait([self = shared_from_this(), attempt = mTexts,
-                      late = std::move(text)](const boost::system::error_code& error) {
+  mDelay->async_wait([self = shared_from_this(), attempt = logIn.mNumber,
+                      late = std::move(logIn.mText)](const boost::system::error_code& error) {
     // It may be due already when it is given up.
     if (error || !self->mDelay || self->mDelayed != attempt) return;
     self->mDelay.reset();
+    self->mTurnAt = self->mShared.Now();
     self->ConnectWith(late);
   });
+  return true;
+}
+
+// Others may go on, but not in the midst of what this page is doing.
+void PageSession::EndTurn() {
+  if (!std::exchange(mHasTurn, false)) return;
+  mShared.mLoginDelay.Leave(mPlace);
+  boost::asio::post(mShared.mIo, [&shared = mShared, place = mPlace] { LetLogIn(shared, place); });
+}
+
+// Those of the place that wait, as many as may, in the order in which they came.
+void PageSession::LetLogIn(Shared& shared, const std::string& place) {
+  while (true) {
+    std::shared_ptr<PageSession> first;
+    for (const auto& page : shared.mPages) {
+      if (!page->mWaitingLogIn || page->mPlace != place) continue;
+      if (!first || page->mWaitingLogIn->mSince < first->mWaitingLogIn->mSince) first = page;
+    }
+    if (!first || !first->TakeTurn()) return;
+  }
 }
 
 void PageSession::ConnectWith(const PageText& text) {
   if (PagesWithHost(mShared) >= mShared.mOptions.mLimits.mLoggedIn) {
     ++mShared.mMetrics.mRejected;
     mIsLoggingIn = false;
+    EndTurn();
     return SendText(DownFrame("as many pages as are allowed are logged in"));
   }
   mFraming.emplace(static_cast<station::Framing::Sink&>(*this));
@@ -157,6 +207,8 @@ void PageSession::OnHostDown(const std::string& why) {
 // Whatever was going on with the host is over.
 void PageSession::LeaveHost() {
   mDelay.reset();
+  mWaitingLogIn.reset();
+  EndTurn();
   if (mHost) mHost->Close();
   mHost.reset();
   mFraming.reset();
@@ -194,11 +246,13 @@ void PageSession::TakeNotes(const Converted& converted) {
   if (converted.mRefusesLogIn && std::exchange(mIsLoggingIn, false)) {
     ++mShared.mMetrics.mLogInFailures;
     mShared.mLoginDelay.CountFailure(mPlace, mShared.Now());
+    EndTurn();
     mShared.mLog.Warn("log-in failed", {{"browser", mName}});
   }
   if (converted.mOpens && std::exchange(mIsLoggingIn, false)) {
     ++mShared.mMetrics.mLogIns;
     mShared.mLoginDelay.CountSuccess(mPlace);
+    EndTurn();
     mShared.mLog.Info("logged in", {{"browser", mName}});
   }
   // Hosts say these to none but those who are logged in.

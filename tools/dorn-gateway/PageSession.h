@@ -52,14 +52,25 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
     Clock::time_point mAt;
   };
 
+  struct WaitingLogIn {
+    PageText mText;
+    std::size_t mNumber;  // Of the page's text.
+    Ms mSince;
+  };
+
   // From the page.
   void OnPageOpen() override;
   void OnPageText(std::string_view text) override;
   void OnPageGone() override;
   void LogIn(PageText text);
+  bool TakeTurn();
+  void EndTurn();
+  void TickLogIn(Ms now);
+  static void LetLogIn(Shared& shared, const std::string& place);
   void ConnectWith(const PageText& text);
   void PassOn(const PageText& text);
-  void Refuse(std::string_view why);
+  void Refuse(std::string_view why) { Refuse(why, mTexts); }  // The text that came last.
+  void Refuse(std::string_view why, std::size_t number);
   void SendText(const Frame& frame) { mLine->Send(frame, WebSocketLine::Kind::kText); }
 
   // From the host.
@@ -84,7 +95,10 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
   const std::string mName;   // The browser in the log.
   std::shared_ptr<WebSocketLine> mLine;
   bool mIsOpen = false;
-  std::size_t mTexts = 0;                             // That the page has sent.
+  std::size_t mTexts = 0;                     // That the page has sent.
+  std::optional<WaitingLogIn> mWaitingLogIn;  // For the answers to others of its place.
+  bool mHasTurn = false;                      // Among those of its place.
+  Ms mTurnAt{0};
   std::unique_ptr<boost::asio::steady_timer> mDelay;  // Of a log-in that has to wait.
   std::size_t mDelayed = 0;                           // Which of its texts that is.
 
