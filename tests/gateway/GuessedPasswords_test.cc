@@ -68,6 +68,17 @@ TEST_F(GuessedPasswordsTest, AreCountedWhateverWordCarriesThem) {
   EXPECT_GE(Timed(page, "wrong"), kDelay);
 }
 
+// However many pages guess, those who know their password find a place.
+TEST_F(GuessedPasswordsTest, TakeNoPlaceOfThoseWhoAreLoggedIn) {
+  WebSocketPeer page;
+  Open(page);
+  Timed(page, "wrong");
+  EXPECT_TRUE(mHost.WaitForConnections(0));
+  EXPECT_EQ(mGateway.Metrics().mHostConnections, 0u);
+  Timed(page, "right");
+  EXPECT_EQ(mGateway.Metrics().mHostConnections, 1u);
+}
+
 TEST_F(GuessedPasswordsTest, AreSentOneByOne) {
   WebSocketPeer page;
   Open(page);

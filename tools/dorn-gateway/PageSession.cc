@@ -189,7 +189,9 @@ void PageSession::OnHostUp() {
 }
 
 void PageSession::OnHostBytes(std::string_view bytes) {
-  if (!mFraming->Feed(bytes)) LoseHost("the host has announced a file that is too long");
+  if (!mFraming->Feed(bytes)) return LoseHost("the host has announced a file that is too long");
+  // The next attempt has a connection of its own: this one would only take somebody's place.
+  if (mIsRefused) LeaveHost();
 }
 
 void PageSession::LoseHost(const std::string& why) {
@@ -214,6 +216,7 @@ void PageSession::LeaveHost() {
   mFraming.reset();
   mWaiting.clear();
   mIsLoggingIn = false;
+  mIsRefused = false;
   SetServed(false);
   mFences.clear();
   mFile.reset();
@@ -245,6 +248,7 @@ void PageSession::TakeNotes(const Converted& converted) {
   for (const std::string& fence : converted.mFences) OnFence(fence);
   if (converted.mRefusesLogIn && std::exchange(mIsLoggingIn, false)) {
     ++mShared.mMetrics.mLogInFailures;
+    mIsRefused = true;
     mShared.mLoginDelay.CountFailure(mPlace, mShared.Now());
     EndTurn();
     mShared.mLog.Warn("log-in failed", {{"browser", mName}});

@@ -106,6 +106,7 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
   std::optional<station::Framing> mFraming;
   std::string mWaiting;  // Framed, for a host that is not connected yet.
   bool mIsLoggingIn = false;
+  bool mIsRefused = false;
   bool mIsServed = false;
   std::deque<SentFence> mFences;       // Not answered yet.
   std::optional<station::Json> mFile;  // The head of a file that is coming in.
