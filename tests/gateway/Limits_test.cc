@@ -41,6 +41,7 @@ TEST_F(LimitsTest, TheDefaultsAreThoseThatTheManualNames) {
   EXPECT_EQ(options.mLimits.mQueuedUnserved, 65536u);
   EXPECT_EQ(options.mLimits.mQueuedOfAll, 536870912u);
   EXPECT_EQ(options.mLimits.mPageText, 1048576u);
+  EXPECT_EQ(options.mLimits.mPageTextUnserved, 65536u);
   EXPECT_EQ(options.mTimes.mPing, Ms(20000));
   EXPECT_EQ(options.mTimes.mLogInDelay, Ms(1000));
   EXPECT_EQ(options.mTimes.mProbe, Ms(2000));

@@ -2,9 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <string>
+#include <thread>
 
 #include "station/Framing.h"
 #include "tests/gateway/FakeHost.h"
@@ -22,18 +22,15 @@ class StrangersTest : public testing::Test {
  protected:
   StrangersTest() : mOptions(RunningGateway::OptionsFor(mHost.Port())) {}
 
-  // The most that waited until the gateway closed the page, which sends what is refused and reads
-  // nothing.
-  static std::uint64_t MostThatWaits(RunningGateway& gateway, WebSocketPeer& page) {
+  // The page sends what is refused and reads nothing. The system takes some MiB of that before
+  // anything waits.
+  static bool IsClosedForRefusals(RunningGateway& gateway, WebSocketPeer& page) {
     std::string texts;
     for (int i = 0; i < 1000; ++i) texts += WebSocketFrame(kText, "x");
-    std::uint64_t most = 0;
     const Deadline deadline;
     while (gateway.Metrics().mSlowPages == 0 && !deadline.IsOver() && page.SendBytes(texts)) {
-      most = std::max(most, gateway.Metrics().mQueuedBytes);
     }
-    EXPECT_EQ(gateway.Metrics().mSlowPages, 1u);
-    return most;
+    return gateway.Metrics().mSlowPages == 1;
   }
 
   // The host's answer to a text that names the file.
@@ -72,12 +69,47 @@ class StrangersTest : public testing::Test {
 TEST_F(StrangersTest, GetNoMoreRoomByAnErrorOfTheHost) {
   mHost.Answer("KEEPALIVE",
                Framed(R"({"Command":"ERROR","Message":"no","Status":"InvalidSessionId"})"));
+  mOptions.mLimits.mQueuedTexts = 1u << 30;
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
   ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
   page.SendText(R"({"Command":"KEEPALIVE","SessionId":"x"})");
   EXPECT_THAT(page.WaitForText("ERROR"), HasSubstr("InvalidSessionId"));
-  EXPECT_LE(MostThatWaits(gateway, page), 1u << 17);
+  EXPECT_TRUE(IsClosedForRefusals(gateway, page));
+}
+
+// A thousand pages that send half a message each would hold twice of that.
+TEST_F(StrangersTest, SendShortMessages) {
+  RunningGateway gateway(mOptions);
+  for (const std::size_t length : {std::size_t{65536}, std::size_t{65537}}) {
+    WebSocketPeer page;
+    ASSERT_TRUE(page.Open(gateway.Port()));
+    ASSERT_TRUE(page.SendText(std::string(length, 'x')));
+    if (length <= 65536) {
+      EXPECT_FALSE(page.WaitForText("refused").empty());
+    } else {
+      EXPECT_EQ(page.WaitForClose(), 1009);
+    }
+  }
+  WebSocketPeer page;
+  ASSERT_TRUE(page.Open(gateway.Port()));
+  page.LogIn();
+  ASSERT_TRUE(page.SendText(std::string(1048576, 'x')));
+  EXPECT_FALSE(page.WaitForText("refused").empty());
+  mHost.CloseAll();
+  EXPECT_FALSE(page.WaitForText("down").empty());
+  ASSERT_TRUE(page.SendText(std::string(65537, 'x')));
+  EXPECT_EQ(page.WaitForClose(), 1009);
+}
+
+TEST_F(StrangersTest, AreAllWhoseHostIsLost) {
+  mOptions.mLimits.mQueuedTexts = 1u << 30;
+  RunningGateway gateway(mOptions);
+  WebSocketPeer page;
+  OpenSlow(gateway, page);
+  mHost.CloseAll();
+  EXPECT_FALSE(page.WaitForText("down").empty());
+  EXPECT_TRUE(IsClosedForRefusals(gateway, page));
 }
 
 // What waited while the host was there does not count against the little room without one.
@@ -92,6 +124,23 @@ TEST_F(StrangersTest, ASlowPageIsToldThatItsHostIsLost) {
   ASSERT_TRUE(WaitUntilQueued(gateway, (5u << 20) + 100000));
   mHost.CloseAll();
   EXPECT_FALSE(page.WaitForText("down").empty());
+  EXPECT_EQ(gateway.Metrics().mSlowPages, 0u);
+}
+
+// A session that is gone on with is answered by its dialog, without OPEN and without a fence.
+TEST_F(StrangersTest, AreNoneOnceTheHostHasSentThemAFile) {
+  Hold("d.bin", 10);
+  RunningGateway gateway(mOptions);
+  WebSocketPeer page;
+  ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+  page.SendText(R"({"Command":"GETFILE","SessionId":"s","File":"d.bin"})");
+  EXPECT_FALSE(page.WaitForText("d.bin").empty());
+  const Deadline deadline;
+  for (std::size_t i = 0; gateway.Metrics().mQueuedBytes < 3u << 20 && !deadline.IsOver(); ++i) {
+    mHost.SendAll(Framed(R"({"Command":"UPDATE","x":")" + std::string((1 << 19) + i, 'x') + "\"}"));
+    std::this_thread::sleep_for(Ms(10));
+  }
+  EXPECT_GE(gateway.Metrics().mQueuedBytes, 3u << 20);
   EXPECT_EQ(gateway.Metrics().mSlowPages, 0u);
 }
 

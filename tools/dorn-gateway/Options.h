@@ -43,7 +43,8 @@ struct Limits {
   std::size_t mQueuedFiles = std::size_t{64} * 1024 * 1024;  // The same, of files and trees.
   std::size_t mQueuedUnserved = std::size_t{64} * 1024;  // Texts, before a host serves the page.
   std::size_t mQueuedOfAll = std::size_t{512} * 1024 * 1024;  // For all pages together.
-  std::size_t mPageText = std::size_t{1024} * 1024;   // One message of a page, escapes and all.
+  std::size_t mPageText = std::size_t{1024} * 1024;  // One message of a page, escapes and all.
+  std::size_t mPageTextUnserved = std::size_t{64} * 1024;  // The same, before a host serves it.
   std::size_t mHostQueue = std::size_t{1024} * 1024;  // Bytes of one page that wait for the host.
   std::size_t mRequestHeader = 8'192;
   int mPings = 100;  // Control frames of one page between two looks.

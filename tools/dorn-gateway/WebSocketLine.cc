@@ -117,7 +117,7 @@ void Line<Stream>::Accept(const Request& request) {
         response.set(beast::http::field::sec_websocket_protocol,
                      beast::string_view(kSubprotocol.data(), kSubprotocol.size()));
       }));
-  mSocket.read_message_max(mShared.mOptions.mLimits.mPageText);
+  mSocket.read_message_max(mShared.mOptions.mLimits.mPageTextUnserved);
   mSocket.auto_fragment(true);
   mSocket.write_buffer_bytes(kPiece);
   mSocket.control_callback([this](websocket::frame_type type, beast::string_view) {
@@ -184,6 +184,8 @@ template <class Stream>
 void Line<Stream>::SetServed(bool isServed) {
   if (mIsServed && !isServed) mTextsBefore = mQueuedTexts;
   mIsServed = isServed;
+  const Limits& limits = mShared.mOptions.mLimits;
+  mSocket.read_message_max(isServed ? limits.mPageText : limits.mPageTextUnserved);
 }
 
 // Where nothing waits a message is taken, however long it is: a page that reads gets all.

@@ -44,8 +44,9 @@ class WebSocketLine {
   virtual ~WebSocketLine() = default;
   // Too much waiting closes the WebSocket with 1013. What waits counts with what it costs to hold.
   virtual void Send(const Frame& frame, Kind kind) = 0;
-  // Whether a host has let the page in: then as much may wait as for any. Otherwise little may,
-  // since anybody can make the gateway answer; what waited before does not count.
+  // Whether a host has let the page in: then as much may wait as for any, and come in one message.
+  // Otherwise little may, since anybody can make the gateway hold it; what waited before does not
+  // count.
   virtual void SetServed(bool isServed) = 0;
   // `drains`: what waits is sent first, as far as the page takes it in time. Nothing that the page
   // sends is looked at any more.
