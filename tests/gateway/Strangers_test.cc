@@ -20,10 +20,11 @@ using testing::HasSubstr;
 
 class StrangersTest : public testing::Test {
  protected:
-  StrangersTest() : mOptions(RunningGateway::OptionsFor(mHost.Port())) {}
+  StrangersTest() : mOptions(RunningGateway::OptionsFor(mHost.Port())) {
+    mOptions.mLimits.mSendBuffer = 4096;
+  }
 
-  // The page sends what is refused and reads nothing. The system takes some MiB of that before
-  // anything waits.
+  // The page sends what is refused and reads nothing.
   static bool IsClosedForRefusals(RunningGateway& gateway, WebSocketPeer& page) {
     std::string texts;
     for (int i = 0; i < 1000; ++i) texts += WebSocketFrame(kText, "x");

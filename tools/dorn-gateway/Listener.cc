@@ -90,6 +90,10 @@ void Listener::OnAccepted(const boost::system::error_code& error) {
     return;
   }
   TcpSocket socket = std::exchange(mNext, TcpSocket(mShared.mIo));
+  if (const int bytes = mShared.mOptions.mLimits.mSendBuffer; bytes > 0) {
+    boost::system::error_code ignored;
+    socket.set_option(asio::socket_base::send_buffer_size(bytes), ignored);
+  }
   if (auto slot = TakeSlot(); slot) ServeHttp(mShared, std::move(socket), mTls, std::move(slot));
   Accept();
 }

@@ -47,7 +47,8 @@ struct Limits {
   std::size_t mPageTextUnserved = std::size_t{64} * 1024;  // The same, before a host serves it.
   std::size_t mHostQueue = std::size_t{1024} * 1024;  // Bytes of one page that wait for the host.
   std::size_t mRequestHeader = 8'192;
-  int mPings = 100;  // Control frames of one page between two looks.
+  int mSendBuffer = 0;  // Bytes that the system takes for a page before any wait; 0: as it likes.
+  int mPings = 100;     // Control frames of one page between two looks.
 };
 
 struct Options {
