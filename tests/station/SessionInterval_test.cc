@@ -1,35 +1,74 @@
-// Sessions whose length, as the host tells it, is no length that anybody means.
+// How long a session lasts without a touch, as the host tells it.
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "station/Framing.h"
-#include "station/Session.h"
+#include "tests/station/SessionTest.h"
 
 namespace dorn::station {
 namespace {
 
-class SessionIntervalTest : public testing::TestWithParam<const char*> {};
+TEST_F(SessionTest, EndsAfterTheIntervalWithoutATouch) {
+  mSession.LogIn("me", "secret", mNow);
+  mSession.Connected(mSession.Line(), mNow);
+  Say(R"({"Command":"OPEN","File":"panel.json","SessionId":"s1","Interval":60})");
+  Say(FenceAnswer(1));
+  SendFile("panel.json", kTree, "26-01-01 00:00:00");
+  Say(FenceAnswer(2));
+  AdvanceByTicks(59999);
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  mSession.Touched(mNow);
+  AdvanceByTicks(59999);
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  EXPECT_TRUE(mSession.Act("a", "CLICK", {{"a", {}}}, mNow));
+  AdvanceByTicks(59999);
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  AdvanceByTicks(1);
+  EXPECT_EQ(mSession.GetState(), Session::State::kLoggedOut);
+  EXPECT_EQ(mSession.GetCause(), Session::Cause::kIdle);
+}
+
+TEST_F(SessionTest, StaysLoggedInByKeepaliveAtAThirdOfTheInterval) {
+  mSession.LogIn("me", "secret", mNow);
+  mSession.Connected(mSession.Line(), mNow);
+  Say(R"({"Command":"OPEN","File":"panel.json","SessionId":"s1","Interval":30})");
+  Say(FenceAnswer(1));
+  SendFile("panel.json", kTree, "26-01-01 00:00:00");
+  Say(FenceAnswer(2));
+  Sent();
+  mSession.SetStayLoggedIn(true, mNow);
+  AdvanceByTicks(9999);
+  EXPECT_EQ(Sent(), Texts());
+  AdvanceByTicks(1);
+  EXPECT_EQ(Sent(), Texts{kKeepalive});
+  AdvanceByTicks(300000);
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+}
+
+TEST_F(SessionTest, SendsNoKeepaliveWhereNoIntervalWasTold) {
+  Show();
+  mSession.SetStayLoggedIn(true, mNow);
+  mSession.SetLooking(false, mNow);
+  AdvanceByTicks(590000);
+  EXPECT_EQ(Sent(), Texts());
+}
+
+// Lengths that nobody means.
+class SessionIntervalTest : public SessionTest, public testing::WithParamInterface<const char*> {};
 
 // In milliseconds it would be negative, and the session over at once.
 TEST_P(SessionIntervalTest, AHugeOneEndsNoSession) {
-  Session session({});
-  Session::Ms now = 1000;
-  session.LogIn("me", "secret", now);
-  session.Connected(session.Line(), now);
-  const auto say = [&](const std::string& text) {
-    session.Received(session.Line(), Framed(text), now);
-  };
-  say(std::string(R"({"Command":"OPEN","File":"","SessionId":"s1","Interval":)") + GetParam() +
+  mSession.LogIn("me", "secret", mNow);
+  mSession.Connected(mSession.Line(), mNow);
+  Say(std::string(R"({"Command":"OPEN","File":"","SessionId":"s1","Interval":)") + GetParam() +
       "}");
-  now += 86'400'000;
-  session.Tick(now);
-  EXPECT_EQ(session.GetState(), Session::State::kShowing);
-  EXPECT_GT(session.LastOpened().mIntervalSeconds, 86'400);
-  ASSERT_TRUE(session.NextTick());
-  session.SetStayLoggedIn(true, now);
-  session.Tick(now + 1);
-  EXPECT_GT(session.NextTick(), now);
+  Advance(86'400'000);
+  EXPECT_EQ(mSession.GetState(), Session::State::kShowing);
+  EXPECT_GT(mSession.LastOpened().mIntervalSeconds, 86'400);
+  ASSERT_TRUE(mSession.NextTick());
+  mSession.SetStayLoggedIn(true, mNow);
+  mSession.Tick(mNow + 1);
+  EXPECT_GT(mSession.NextTick(), mNow);
 }
 
 INSTANTIATE_TEST_SUITE_P(Huge, SessionIntervalTest,
