@@ -241,8 +241,10 @@ TEST(EpollSetTest, MayItselfBeDescriptor0) {
   ASSERT_EQ(set.Descriptor(), 0);
   pipe.Write("x");
   EXPECT_EQ(Readable(set), std::vector<int>{pipe.ReadEnd()});
+  const int number = other.ReadEnd();
   other.CloseReadEnd();
   set.Refresh();
+  EXPECT_FALSE(FD_ISSET(number, &set.Members()));
   EXPECT_EQ(set.Descriptor(), 0);
   EXPECT_EQ(Readable(set), std::vector<int>{pipe.ReadEnd()});
   set.Close();

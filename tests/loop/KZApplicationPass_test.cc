@@ -17,6 +17,7 @@
 #include "tests/support/Deadline.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/LoopRunner.h"
+#include "tests/support/NoStandardInput.h"
 #include "tests/support/TestApplication.h"
 #include "tests/support/TestPipe.h"
 
@@ -419,6 +420,29 @@ TEST_F(KZApplicationPassTest, ADescriptorClosedUnderTheLoopStopsNoOtherRecord) {
   EXPECT_THAT(victim.TakeEvents(), IsEmpty());
   mApp.RunPass();
   EXPECT_THAT(alive.TakeEvents(), ElementsAre("receive"));
+}
+
+TEST_F(KZApplicationPassTest, ARecordWhoseDescriptor0WasClosedIsRemoved) {
+  TestRecord victim(2, 0, 5);
+  mApp.mFdList.push_back(&victim);
+  const NoStandardInput closed;
+  mApp.RunPass();
+  EXPECT_FALSE(IsLinked(mApp, &victim));
+}
+
+TEST_F(KZApplicationPassTest, ARecordReadsDescriptor0LikeAnyOther) {
+  const NoStandardInput closed;
+  const TestPipe pipe;
+  TestRecord record(2, pipe.ReadEnd(), 5);
+  ASSERT_EQ(record.GetFD(), 0);
+  record.CreateBuffer(100);
+  mApp.mFdList.push_back(&record);
+  pipe.Write("abc");
+  mApp.RunPass();
+  mApp.RunPass();
+  EXPECT_EQ(record.Take(10), "abc");
+  EXPECT_EQ(record.SetFD(0), 0);
+  EXPECT_NE(record.GetFDStatus(), KZFdData::kStatusGone);
 }
 
 TEST_F(KZApplicationPassTest, AnAutoDeleteRecordWithAClosedDescriptorIsDestroyed) {

@@ -81,6 +81,16 @@ TEST_F(KZFdDataListApplyTest, AnAddedRecordReplacesTheActiveOneWithItsDescriptor
   EXPECT_THAT(mList, ElementsAre(mList.PipeRecord(), &fresh));
 }
 
+TEST_F(KZFdDataListApplyTest, DescriptorsThatAreReplacedMayBeNumber0) {
+  TestRecord* const old = Make("old", 0, 1, true);
+  mList.push_back(old);
+  TestRecord added(2, 0, 2);
+  mList.Add(&added);
+  Apply();
+  EXPECT_THAT(mDestroyed, ElementsAre("old destroyed"));
+  EXPECT_THAT(mList, ElementsAre(mList.PipeRecord(), &added));
+}
+
 TEST_F(KZFdDataListApplyTest, AnAddedRecordReplacesTheActiveOneWithItsId) {
   const std::unique_ptr<TestRecord> old(Make("old", 900, 7, false));
   mList.push_back(old.get());

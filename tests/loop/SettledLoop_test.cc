@@ -20,6 +20,7 @@
 #include "dorn/loop/SettledRecords.h"
 #include "tests/loop/SystemCallSpy.h"
 #include "tests/support/Deadline.h"
+#include "tests/support/NoStandardInput.h"
 #include "tests/support/TestApplication.h"
 
 namespace {
@@ -78,14 +79,20 @@ class Connection : public KZFdData {
 
 class SettledLoopTest : public ::testing::Test {
  protected:
-  void Make(int count) {
+  void Connect(int count) {
     for (int i = 0; i < count; ++i) {
       mConnections.push_back(
           std::make_unique<Connection>(kFirstId + i, mApp.GetFdDataList(), &mServed));
       mConnections.back()->AddEvent();
     }
+  }
+  void Settle() {
     for (int i = 0; i < 3; ++i) Pass();
     mServed.clear();
+  }
+  void Make(int count) {
+    Connect(count);
+    Settle();
   }
 
   // A pass that does not wait.
@@ -132,6 +139,29 @@ class SettledLoopTest : public ::testing::Test {
   std::vector<int> mServed;
   std::vector<std::unique_ptr<Connection>> mConnections;
 };
+
+TEST_F(SettledLoopTest, TheOneOnDescriptor0IsServedLikeAnyOther) {
+  const NoStandardInput closed;
+  Make(40);
+  ASSERT_EQ(At(0).mFD, 0);
+  EXPECT_EQ(CountWatched(), 2);
+  At(0).Write();
+  Pass();
+  EXPECT_THAT(TakeServed(), ElementsAre(kFirstId));
+  EXPECT_EQ(CountWatched(), 2);
+  At(0).Close();
+}
+
+TEST_F(SettledLoopTest, TheOneDescriptorForAllOfThemMayBeNumber0) {
+  Connect(40);
+  const NoStandardInput closed;
+  Settle();
+  ASSERT_TRUE(closed.IsTaken());
+  EXPECT_EQ(CountWatched(), 2);
+  At(7).Write();
+  Pass();
+  EXPECT_THAT(TakeServed(), ElementsAre(107));
+}
 
 TEST_F(SettledLoopTest, SelectWatchesOneDescriptorForAllOfThem) {
   Make(40);
