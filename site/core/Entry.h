@@ -106,9 +106,12 @@ struct Manifest {
   Digest resources{};  // Of the resource files of the host that made it.
 };
 
+// Counts only while the entry that started or extended the session last is still the one that the
+// keeper knew: an end that comes late must not end a session that has been used meanwhile.
 struct SessionEnd {
   Sequence token = 0;
   Sequence session = 0;
+  Sequence extended = 0;
 };
 
 using Entry = std::variant<Batch, NewGeneration, Take, Renew, Mark, Manifest, SessionEnd>;

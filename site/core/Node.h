@@ -58,9 +58,13 @@ class NodeListener {
   // Nobody knows yet what became of it: 2 s without an answer.
   virtual void OnUnknown(Ticket ticket) = 0;
 
-  // It was applied nowhere and never will be: it was not handed to the engine, or a newer
-  // generation has come back before it.
+  // It was applied nowhere and never will be: it was not handed to the engine, a newer generation
+  // has come back before it, or, for a proposal, another host keeps the site by now.
   virtual void OnRefused(Ticket ticket) = 0;
+
+  // It was applied everywhere, but this host was away for so long that it knows the result only
+  // from a snapshot: Apply() or OnSessionStart() is not called with it any more.
+  virtual void OnPassed(Ticket /*ticket*/) {}
 
   // A session is the site's now, known by `session` from here on; `mine` if it was handed in here.
   virtual void OnSessionStart(Sequence session, const SessionStart& start,
