@@ -4,7 +4,7 @@
 tree=$work/tree
 scripts_in "$tree"
 cd "$tree" || exit 1
-mkdir -p dorn/base dorn/loop dorn/net dorn/json dorn/server station tools
+mkdir -p dorn/base dorn/loop dorn/net dorn/json dorn/server site/core site/nats station tools
 echo 'dorn_layer(base' >dorn/base/CMakeLists.txt
 echo 'dorn_layer(loop BELOW base' >dorn/loop/CMakeLists.txt
 echo 'dorn_layer(net BELOW loop' >dorn/net/CMakeLists.txt
@@ -41,6 +41,9 @@ finds dorn/server/B.h '#include "station/A.h"\n' 'dorn/server includes station'
 finds dorn/server/B.h '#include "tools/dorn-station/A.h"\n' 'dorn/server includes tools'
 finds dorn/json/B.h '#include "site/A.h"\n' 'dorn/json includes site'
 finds station/B.cc '#include "dorn/model/A.h"\n' 'station includes dorn/model'
+finds site/core/B.cc '#include "site/nats/A.h"\n' 'site/core includes site/nats'
+finds site/nats/B.cc '#include "dorn/loop/A.h"\n' 'site/nats includes dorn/loop'
+finds site/B.h '#include "tools/dorn-station/A.h"\n' 'site includes tools'
 finds station/B.cc '#include "dorn/dorn.h"\n' 'station includes dorn,'
 finds dorn/net/CMakeLists.txt 'dorn_layer(net\n' 'dorn/net includes dorn/base'
 finds dorn/net/CMakeLists.txt 'add_library(net)\n' 'dorn/net is no layer'
