@@ -1,8 +1,11 @@
 #include "PumphouseApp.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <initializer_list>
 #include <string>
+
+#include "Proxies.h"
 
 namespace {
 
@@ -37,6 +40,7 @@ int PumphouseApp::OnInit() {
   if (!AreUsable({"panel.json", "notes.json"})) return -1;
   SetLoginGuard(true);
   SetTrace(dorn::Trace::kNoSecrets);
+  TrustProxies(std::getenv("PUMPHOUSE_PROXIES"));
   SetApplicationTimerInterval(kSweepIntervalMs, kSweepTimer);
   return 1;
 }

@@ -1,0 +1,136 @@
+"""What the tests of a proxy before hosts share: hosts, the proxy as examples/site sets it up, stations that come back."""
+import csv, getpass, grp, os, socket, subprocess, tempfile, threading, time
+
+PATIENCE = 60 * float(os.environ.get("DORN_TEST_TIMEOUT_SCALE", "1"))
+
+
+def fail(why):
+    raise AssertionError(why)
+
+
+def until(condition, what):
+    """Waits until `condition()` gives something true, and returns it."""
+    end = time.monotonic() + PATIENCE
+    while not (got := condition()):
+        if time.monotonic() > end:
+            fail("waited in vain for " + what)
+        time.sleep(0.01)
+    return got
+
+
+class Host:
+    """The pumphouse at a port that the system chooses; believes a proxy at 127.0.0.1."""
+
+    def __init__(self, program, folder, name):
+        told = os.path.join(folder, name + ".told")
+        self.said = os.path.join(folder, name + ".said")
+        environment = dict(os.environ, DORN_STATION="127.0.0.1:0", DORN_STATION_FILE=told, PUMPHOUSE_PROXIES="127.0.0.1")
+        with open(self.said, "wb") as out:
+            self.process = subprocess.Popen([program], env=environment, cwd=os.path.dirname(program),
+                                            stdout=subprocess.DEVNULL, stderr=out, stdin=subprocess.DEVNULL)
+        until(lambda: os.path.exists(told) and ":" in open(told).read(), "a host to listen")
+        self.at = "127.0.0.1:" + open(told).read().rsplit(":", 1)[1].strip()
+        self.name = name
+
+    def signal(self, number):
+        self.process.send_signal(number)
+
+    def log(self):
+        return open(self.said, encoding="utf-8").read()
+
+    def end(self):
+        self.process.kill()
+        self.process.wait()
+
+
+class Proxy:
+    """HAProxy with the configuration of the example, before hosts a, b and c; at a port that the system chooses."""
+
+    def __init__(self, program, configuration, folder, hosts):
+        self.socket = os.path.join(folder, "proxy.socket")
+        self.said = os.path.join(folder, "proxy.said")
+        listening = socket.create_server(("127.0.0.1", 0), backlog=128)
+        self.port = listening.getsockname()[1]
+        environment = dict(os.environ, SITE_BIND="fd@%d" % listening.fileno(), SITE_PROXY_SOCKET=self.socket,
+                           SITE_PROXY_USER=getpass.getuser(), SITE_PROXY_GROUP=grp.getgrgid(os.getgid()).gr_name)
+        for host in hosts:
+            environment["HOST_" + host.name.upper()] = host.at
+        with open(self.said, "wb") as out:
+            self.process = subprocess.Popen([program, "-db", "-f", configuration], env=environment, stdout=out, stderr=out,
+                                            stdin=subprocess.DEVNULL, pass_fds=[listening.fileno()])
+        listening.close()
+        until(lambda: os.path.exists(self.socket) or self.process.poll() is not None, "the proxy")
+        if self.process.poll() is not None:
+            fail("the proxy ends: " + open(self.said).read())
+
+    def hosts(self):
+        """What it thinks of each: "UP" or "DOWN", perhaps with more behind it, and how many connections it has there."""
+        with socket.socket(socket.AF_UNIX) as asking:
+            asking.connect(self.socket)
+            asking.sendall(b"show stat\n")
+            told = b""
+            while got := asking.recv(65536):
+                told += got
+        rows = csv.DictReader(told.decode().lstrip("# ").splitlines())
+        return {row["svname"]: (row["status"], int(row["scur"])) for row in rows
+                if row["svname"] not in ("FRONTEND", "BACKEND")}
+
+    def where(self):
+        """The names of the hosts that have connections."""
+        return [name for name, (_, count) in self.hosts().items() if count > 0]
+
+    def end(self):
+        self.process.kill()
+        self.process.wait()
+
+
+class Station:
+    """Logs in, and again whenever its connection ends; notes when."""
+
+    def __init__(self, port, address="127.0.0.1"):
+        self.port, self.address = port, address
+        self.served, self.lost = [], []
+        self.ends = False
+        threading.Thread(target=self.live, daemon=True).start()
+
+    def live(self):
+        while not self.ends:
+            try:
+                self.stay()
+            except OSError:
+                pass
+            time.sleep(0.05)
+
+    def stay(self):
+        with socket.create_connection(("127.0.0.1", self.port), timeout=PATIENCE, source_address=(self.address, 0)) as line:
+            line.sendall(b'\x02{"Command":"HELLO","Id":"suzuki","Pass":"valve"}\x03')
+            held, opened = b"", False
+            while got := line.recv(65536):
+                held = (held + got)[-100000:]
+                if not opened and b'"Command":"OPEN"' in held:
+                    opened = True
+                    self.served.append(time.monotonic())
+        if opened:
+            self.lost.append(time.monotonic())
+
+
+class Site:
+    """Three hosts and the proxy, in a folder of their own."""
+
+    def __init__(self, pumphouse, configuration, proxy):
+        self.folder = tempfile.TemporaryDirectory()
+        self.made = []
+        self.hosts = {}
+        for name in "abc":
+            self.hosts[name] = Host(pumphouse, self.folder.name, name)
+            self.made.append(self.hosts[name])
+        self.proxy = Proxy(proxy, configuration, self.folder.name, self.hosts.values())
+        self.made.append(self.proxy)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for each in self.made:
+            each.end()
+        self.folder.cleanup()
