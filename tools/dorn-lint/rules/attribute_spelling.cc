@@ -1,5 +1,7 @@
 // Attributes that nobody knows pass through untouched, and hosts may have their own: only what is
 // almost a known one is told.
+#include <map>
+
 #include "tools/dorn-lint/Spelling.h"
 #include "tools/dorn-lint/rules/Rules.h"
 
@@ -7,21 +9,30 @@ namespace dorn::lint {
 
 namespace {
 
-// Those that mean something where the object stands, and the lists of children.
-std::vector<std::string_view> WordsFor(const Object& object) {
+// Those that mean something on such an object, and the lists of children.
+KnownWords WordsFor(station::Widget widget) {
   std::vector<std::string_view> words;
   for (const station::AttributeWord& word : station::Attributes()) {
-    if (word.IsOn(object.mWidget)) words.push_back(word.mName);
+    if (word.IsOn(widget)) words.push_back(word.mName);
   }
   for (const station::ChildrenWord& word : station::ChildrenWords()) words.push_back(word.mName);
-  return words;
+  return KnownWords(words);
+}
+
+// The words for each kind of object that the file has.
+using Vocabulary = std::map<station::Widget, KnownWords>;
+
+const KnownWords& WordsIn(Vocabulary& vocabulary, station::Widget widget) {
+  const auto found = vocabulary.find(widget);
+  if (found != vocabulary.end()) return found->second;
+  return vocabulary.emplace(widget, WordsFor(widget)).first->second;
 }
 
 // "Label:ja" for "Label_ja", "label:ja" or "Lable:ja"; empty when it is none of these.
-std::string WithLanguage(const std::string& key, const std::vector<std::string_view>& words) {
+std::string WithLanguage(const std::string& key, const KnownWords& words) {
   const std::size_t mark = key.find_first_of(":_-.");
   if (mark == std::string::npos || key.size() - mark < 3) return {};
-  const std::string_view meant = Nearest(key.substr(0, mark), words);
+  const std::string_view meant = words.Nearest(key.substr(0, mark));
   if (meant.empty() || !EqualsButForCase(meant, key.substr(0, mark))) {
     if (key[mark] != ':') return {};
   }
@@ -30,7 +41,8 @@ std::string WithLanguage(const std::string& key, const std::vector<std::string_v
   return std::string(meant) + ":" + key.substr(mark + 1);
 }
 
-void CheckMember(const Object& object, const Member& member, Report& report) {
+void CheckMember(const Object& object, const Member& member, Vocabulary& vocabulary,
+                 Report& report) {
   const std::string& key = member.mKey;
   if (station::FindAttribute(key) != nullptr || station::FindChildrenWord(key) != nullptr) return;
   const std::size_t colon = key.find(':');
@@ -40,17 +52,20 @@ void CheckMember(const Object& object, const Member& member, Report& report) {
                   ": take the language out");
     return;
   }
-  const std::vector<std::string_view> words = WordsFor(object);
+  const KnownWords& words = WordsIn(vocabulary, object.mWidget);
   std::string meant = WithLanguage(key, words);
-  if (meant.empty()) meant = Nearest(key, words);
+  if (meant.empty()) meant = words.Nearest(key);
   if (meant.empty()) return;
   report.At(object, member.mAt, "nobody looks at " + Shown(key) + ": write " + Cut(meant));
 }
 
 void Check(const File& file, const Site&, Report& report) {
   if (file.mDialog == nullptr) return;
-  ForEachObject(*file.mDialog, [&report](const Object& object) {
-    for (const Member& member : object.mNode->mMembers) CheckMember(object, member, report);
+  Vocabulary vocabulary;
+  ForEachObject(*file.mDialog, [&](const Object& object) {
+    for (const Member& member : object.mNode->mMembers) {
+      CheckMember(object, member, vocabulary, report);
+    }
   });
 }
 

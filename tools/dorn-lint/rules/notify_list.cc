@@ -23,7 +23,16 @@ std::string WithoutBlanks(const std::string& key) {
   return first == std::string::npos ? "" : key.substr(first, key.find_last_not_of(' ') + 1 - first);
 }
 
-void CheckKey(const Object& object, const Node& list, const std::string& key, Report& report) {
+// What a NotifyList may name: what the object has, and what it could have.
+KnownWords WordsFor(const Object& object) {
+  std::vector<std::string_view> words;
+  for (const Member& member : object.mNode->mMembers) words.emplace_back(member.mKey);
+  for (const station::AttributeWord& word : station::Attributes()) words.push_back(word.mName);
+  return KnownWords(words);
+}
+
+void CheckKey(const Object& object, const Node& list, const KnownWords& words,
+              const std::string& key, Report& report) {
   if (key.empty() || WithoutBlanks(key) != key) {
     report.At(object, list.mAt,
               Shown(key) +
@@ -32,10 +41,7 @@ void CheckKey(const Object& object, const Node& list, const std::string& key, Re
     return;
   }
   if (object.Find(key) != nullptr || station::FindAttribute(key) != nullptr) return;
-  std::vector<std::string_view> words;
-  for (const Member& member : object.mNode->mMembers) words.emplace_back(member.mKey);
-  for (const station::AttributeWord& word : station::Attributes()) words.push_back(word.mName);
-  const std::string_view meant = Nearest(key, words);
+  const std::string_view meant = words.Nearest(key);
   if (meant.empty()) return;
   report.At(
       object, list.mAt,
@@ -63,7 +69,8 @@ void CheckObject(const Object& object, Report& report) {
                   " names, and those beyond 100 are lost: take some out");
     return;
   }
-  for (const std::string& key : keys) CheckKey(object, *list, key, report);
+  const KnownWords words = WordsFor(object);
+  for (const std::string& key : keys) CheckKey(object, *list, words, key, report);
 }
 
 void Check(const File& file, const Site&, Report& report) {

@@ -2,6 +2,7 @@
 // many are the same everywhere, or come from the host.
 #include <algorithm>
 #include <set>
+#include <unordered_map>
 
 #include "tools/dorn-lint/rules/Rules.h"
 
@@ -53,20 +54,52 @@ std::set<std::string> LanguagesOf(const Object& dialog) {
   return languages;
 }
 
+// Of equal keys the last one counts.
+using Members = std::unordered_map<std::string_view, const Member*>;
+
+Members MembersOf(const Object& object) {
+  Members members;
+  for (const Member& member : object.mNode->mMembers) members[member.mKey] = &member;
+  return members;
+}
+
+bool IsToTranslate(const Object& object, const Member& member) {
+  const station::AttributeWord* word = station::FindAttribute(member.mKey);
+  return word != nullptr && member.mKey == word->mName && IsTranslated(word->mAttribute) &&
+         HasLetters(member.mValue) && IsDisplayed(object, word->mAttribute);
+}
+
+// The keys that an object lacks, in the order of its texts.
+struct Missing {
+  static constexpr std::size_t kMostNamed = 8;
+
+  void Add(const std::string& key) {
+    if (mCount++ < kMostNamed) mNamed += (mNamed.empty() ? "" : ", ") + Cut(key);
+  }
+  std::string Text() const {
+    if (mCount <= kMostNamed) return mNamed;
+    return mNamed + " and " + std::to_string(mCount - kMostNamed) + " more";
+  }
+
+  std::size_t mCount = 0;
+  std::string mNamed;
+};
+
 void CheckObject(const Object& object, const std::set<std::string>& languages, Report& report) {
+  const Members members = MembersOf(object);
+  Missing missing;
+  std::size_t at = 0;
   for (const Member& member : object.mNode->mMembers) {
-    const station::AttributeWord* word = station::FindAttribute(member.mKey);
-    if (word == nullptr || member.mKey != word->mName || !IsTranslated(word->mAttribute)) continue;
-    if (!HasLetters(member.mValue) || !IsDisplayed(object, word->mAttribute)) continue;
+    if (members.at(member.mKey) != &member || !IsToTranslate(object, member)) continue;
     for (const std::string& language : languages) {
       const std::string wanted = member.mKey + ":" + language;
-      if (object.Find(wanted) == nullptr) {
-        report.At(object, member.mAt,
-                  "other texts of this dialog have the language " + Shown(language) + ": add " +
-                      Cut(wanted));
-      }
+      if (members.count(wanted) != 0) continue;
+      if (missing.mCount == 0) at = member.mAt;
+      missing.Add(wanted);
     }
   }
+  if (missing.mCount == 0) return;
+  report.At(object, at, "other texts of this dialog have more languages: add " + missing.Text());
 }
 
 void Check(const File& file, const Site&, Report& report) {
