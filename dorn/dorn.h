@@ -34,6 +34,7 @@
 #include "dorn/model/VQJsonResource.h"
 
 #include "dorn/server/DialogName.h"
+#include "dorn/server/HeldLogIn.h"
 #include "dorn/server/Observer.h"
 #include "dorn/server/PeerAddress.h"
 #include "dorn/server/ResourceReport.h"

@@ -158,9 +158,8 @@ unsigned long DelayOf(VQClientSocket& client, const KZString& id) {
   return guard != nullptr ? guard->DelayMs(id, static_cast<unsigned int>(client.GetId())) : 0;
 }
 
-void LogIn(VQClientSocket& client, const KZString& id, const KZString& pass) {
-  MessageBatch::BeforeHook();
-  App().OnAuth(id, pass, &client);
+// Called when the host has answered.
+void CountLogIn(const VQClientSocket& client, const KZString& id) {
   const auto& guard = StateOf(App()).loginGuard;
   if (guard == nullptr) return;
   const auto connection = static_cast<unsigned int>(client.GetId());
@@ -171,20 +170,28 @@ void LogIn(VQClientSocket& client, const KZString& id, const KZString& pass) {
   }
 }
 
-void Greet(VQClientSocket& client, VQJsonCommand* command, bool isDelayed) {
-  if (!client.mAuth && command->HasKey(kKeyId)) {
-    const KZString id = TextOf(command, kKeyId);
-    const unsigned long delayMs = isDelayed ? 0 : DelayOf(client, id);
-    if (delayMs > 0) {
-      Connection::Of(client).DelayLogIn(delayMs);
-      return;
-    }
-    LogIn(client, id, TextOf(command, "Pass"));
+// False when the answer has to wait.
+bool LogIn(VQClientSocket& client, VQJsonCommand* command, Greeting greeting) {
+  const KZString id = TextOf(command, kKeyId);
+  Connection& connection = Connection::Of(client);
+  const unsigned long delayMs = greeting == Greeting::kNew ? DelayOf(client, id) : 0;
+  if (delayMs > 0) {
+    connection.DelayLogIn(delayMs);
+    return false;
   }
+  if (greeting != Greeting::kHeld) {
+    MessageBatch::BeforeHook();
+    if (connection.AskHost(id, TextOf(command, "Pass"))) return false;
+  }
+  CountLogIn(client, id);
+  return true;
+}
+
+void Greet(VQClientSocket& client, VQJsonCommand* command, Greeting greeting) {
+  const bool isLogIn = greeting == Greeting::kHeld || !client.mAuth;
+  if (isLogIn && command->HasKey(kKeyId) && !LogIn(client, command, greeting)) return;
   if (!client.mAuth) {
-    client.mSessionId.Clear();
-    // "Authentication failed"
-    SendError(client, "Authentication", "認証失敗");
+    RefuseLogIn(client);
   } else if (command->HasKey(kKeyDialogName)) {
     SwitchDialog(client, command);
   } else {
@@ -244,14 +251,20 @@ void ExecuteCommand(VQClientSocket& client, VQJsonObject* entry) {
   CheckSessionId(client, entry);
   auto* command = AsCommand(*entry);
   if (isGreeting && command != nullptr) {
-    Greet(client, command, false);
+    Greet(client, command, Greeting::kNew);
   } else if (client.mAuth) {
     ExecuteAuthenticated(client, entry);
   }
 }
 
-void ResumeGreeting(VQClientSocket& client, VQJsonObject* entry) {
-  if (auto* command = AsCommand(*entry)) Greet(client, command, true);
+void ResumeGreeting(VQClientSocket& client, VQJsonObject* entry, Greeting greeting) {
+  if (auto* command = AsCommand(*entry)) Greet(client, command, greeting);
+}
+
+void RefuseLogIn(VQClientSocket& client) {
+  client.mSessionId.Clear();
+  // "Authentication failed"
+  SendError(client, "Authentication", "認証失敗");
 }
 
 }  // namespace dorn

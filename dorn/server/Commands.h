@@ -11,8 +11,15 @@ namespace dorn {
 // change the entry and close the connection.
 void ExecuteCommand(VQClientSocket& client, VQJsonObject* entry);
 
-// Goes on with a log-in that was put off by Connection::DelayLogIn(): it is not put off again.
-void ResumeGreeting(VQClientSocket& client, VQJsonObject* entry);
+// How far a greeting has come before: not at all; its time had to come first; the host was asked,
+// and has held the answer until now.
+enum class Greeting { kNew, kDelayed, kHeld };
+
+// Goes on with a greeting that waited. What it has behind it is not done again.
+void ResumeGreeting(VQClientSocket& client, VQJsonObject* entry, Greeting greeting);
+
+// Tells the station that its log-in failed.
+void RefuseLogIn(VQClientSocket& client);
 
 }  // namespace dorn
 

@@ -19,6 +19,7 @@
 #include "dorn/server/Counters.h"
 #include "dorn/server/MessageBatch.h"
 #include "dorn/server/ProxyLine.h"
+#include "dorn/server/VQApplication.h"
 
 namespace dorn {
 
@@ -32,6 +33,34 @@ bool HasNoDescriptor(const KZFdData& record) {
   const int fd = LoadShared(record.mFD);
   return fd < 0 || (fd == 0 && LoadShared(record.mStatus) == KZFdData::kStatusInitial);
 }
+
+// A call of OnAuth() that is running. OnAuth() may have others called.
+class Connection::Asking {
+ public:
+  explicit Asking(Connection& connection) : mConnection(connection), mOuter(sInnermost) {
+    ++mConnection.mAsking;
+    sInnermost = this;
+  }
+  ~Asking() {
+    --mConnection.mAsking;
+    sInnermost = mOuter;
+  }
+
+  Asking(const Asking&) = delete;
+  Asking& operator=(const Asking&) = delete;
+
+  static Connection* Innermost() {
+    return sInnermost != nullptr ? &sInnermost->mConnection : nullptr;
+  }
+
+ private:
+  static const Asking* sInnermost;
+
+  Connection& mConnection;
+  const Asking* mOuter;
+};
+
+const Connection::Asking* Connection::Asking::sInnermost = nullptr;
 
 namespace {
 
@@ -166,7 +195,7 @@ void Connection::ExecuteMessages() {
   MessageText message;
   KZString& text = message.text;
   mMoved = 0;
-  while (mMoved <= kMaxMoved && mDelayedLogIn == nullptr && TakeMessage(text)) {
+  while (mMoved <= kMaxMoved && mWaitingLogIn == nullptr && TakeMessage(text)) {
     batch.SetMore(HasMessage());
     // Hooks may read from the buffer too, so the end is looked for anew.
     mCutter.Forget();
@@ -175,45 +204,80 @@ void Connection::ExecuteMessages() {
   }
 }
 
-// Hooks may change the list of commands, so the walk goes by position. A delayed log-in keeps the
-// text, not the objects: it is read again when its time has come.
-void Connection::ExecuteFrom(const KZString& message, std::size_t first, bool isResumed) {
+// Hooks may change the list of commands, so the walk goes by position. A log-in that waits keeps
+// the text, not the objects: it is read again when its time has come.
+void Connection::ExecuteFrom(const KZString& message, std::size_t first, Greeting greeting) {
   const ReadMessage read(message);
   const std::vector<VQJsonObject*>& entries = read.Entries();
   const int ends = mEnds;
   for (std::size_t i = first; i < entries.size(); ++i) {
     VQJsonObject* entry = entries[i];
-    const DelayedLogIn* const before = mDelayedLogIn.get();
-    if (entry != nullptr && isResumed && i == first) {
-      ResumeGreeting(mSocket, entry);
+    const WaitingLogIn* const before = mWaitingLogIn.get();
+    if (entry != nullptr && greeting != Greeting::kNew && i == first) {
+      ResumeGreeting(mSocket, entry, greeting);
     } else if (entry != nullptr) {
       ExecuteCommand(mSocket, entry);
     }
     // Kept: the command that closed the connection is finished. Nothing behind it is executed.
     if (IsRemoved(mSocket) || mEnds != ends) break;
-    if (mDelayedLogIn.get() != before && mDelayedLogIn != nullptr) {
-      mDelayedLogIn->message = message;
-      mDelayedLogIn->index = i;
+    if (mWaitingLogIn.get() != before && mWaitingLogIn != nullptr) {
+      mWaitingLogIn->message = message;
+      mWaitingLogIn->index = i;
       break;
     }
   }
 }
 
 void Connection::DelayLogIn(unsigned long ms) {
-  mDelayedLogIn = std::make_unique<DelayedLogIn>();
+  mWaitingLogIn = std::make_unique<WaitingLogIn>();
   mTimers.DelayLogIn(ms);
 }
 
 // Messages behind it are still in the buffer, so the loop comes back for them by itself.
 void Connection::ResumeLogIn() {
-  const std::unique_ptr<DelayedLogIn> due = std::move(mDelayedLogIn);
+  const std::unique_ptr<WaitingLogIn> due = std::move(mWaitingLogIn);
   if (due == nullptr || IsRemoved(mSocket)) return;
-  ExecuteFrom(due->message, due->index, true);
+  ExecuteFrom(due->message, due->index, Greeting::kDelayed);
+}
+
+bool Connection::AskHost(const KZString& id, const KZString& pass) {
+  {
+    const Asking asking(*this);
+    App().OnAuth(id, pass, &mSocket);
+  }
+  return HeldLogIn() != 0;
+}
+
+Connection* Connection::LoggingIn() { return Asking::Innermost(); }
+
+// Nobody may stay without a log-in for ever, so the limit counts even where the host has ended it.
+unsigned int Connection::HoldLogIn() {
+  static unsigned int sLast = 0;
+  if (mSocket.mAuth || IsRemoved(mSocket)) return 0;
+  if (mWaitingLogIn != nullptr) return mWaitingLogIn->held;
+  mWaitingLogIn = std::make_unique<WaitingLogIn>();
+  mWaitingLogIn->held = ++sLast != 0 ? sLast : ++sLast;
+  mTimers.LimitLogIn();
+  return mWaitingLogIn->held;
+}
+
+// Called by OnAuth() itself it only takes the holding back: the greeting goes on behind OnAuth().
+void Connection::FinishLogIn() {
+  const std::unique_ptr<WaitingLogIn> held = std::move(mWaitingLogIn);
+  if (mSocket.mAuth) mTimers.HeldLogInIsGood();
+  if (mAsking > 0 || IsRemoved(mSocket)) return;
+  ExecuteFrom(held->message, held->index, Greeting::kHeld);
+}
+
+void Connection::GiveUpHeldLogIn() {
+  mWaitingLogIn.reset();
+  mSocket.Authentication("");
+  RefuseLogIn(mSocket);
 }
 
 void Connection::ForgetLogIn() {
-  if (mDelayedLogIn == nullptr) return;
-  mDelayedLogIn.reset();
+  if (mWaitingLogIn == nullptr) return;
+  mWaitingLogIn.reset();
   mTimers.ForgetLogIn();
 }
 

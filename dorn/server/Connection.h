@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "dorn/base/KZString.h"
+#include "dorn/server/Commands.h"
 #include "dorn/server/ConnectionTimers.h"
 #include "dorn/server/MessageCutter.h"
 #include "dorn/server/Outgoing.h"
@@ -22,10 +23,12 @@ bool IsRemoved(const KZFdData& record);
 // Whether the record has no descriptor: none was ever opened, or it was closed.
 bool HasNoDescriptor(const KZFdData& record);
 
-// A log-in that waits for its time: the message that it came in, and which of its commands it is.
-struct DelayedLogIn {
+// A log-in that waits for its time, or that the host holds: the message that it came in, and which
+// of its commands it is.
+struct WaitingLogIn {
   KZString message;
   std::size_t index = 0;
+  unsigned int held = 0;  // The number that the host knows it by; 0: it waits for its time.
 };
 
 // The rooms of one connection, and what is done with the bytes of its receive buffer.
@@ -57,21 +60,36 @@ class Connection {
   void BeginAnew();
 
   // Executes the commands of one message.
-  void Execute(const KZString& message) { ExecuteFrom(message, 0, false); }
+  void Execute(const KZString& message) { ExecuteFrom(message, 0, Greeting::kNew); }
 
   // The log-in that is being executed is to be looked at so much later, and with it all that the
   // station sends behind it. For ExecuteCommand() only.
   void DelayLogIn(unsigned long ms);
   // Goes on with it, if there is one and the connection is still open.
   void ResumeLogIn();
+
+  // Calls the host's OnAuth(), in which alone a log-in can be held. Returns whether it is.
+  bool AskHost(const KZString& id, const KZString& pass);
+  // The one of the innermost call of OnAuth() that is running; null: none is.
+  static Connection* LoggingIn();
+  // As the public functions of these names.
+  unsigned int HoldLogIn();
+  void FinishLogIn();
+  // The number of the log-in that the host holds; 0: none.
+  unsigned int HeldLogIn() const { return mWaitingLogIn != nullptr ? mWaitingLogIn->held : 0; }
+  // The time for a held log-in is over: the station is told before it is closed.
+  void GiveUpHeldLogIn();
+
   void ForgetLogIn();
 
   // The receive buffer was emptied. Any thread.
   void BufferCleared() { mCutter.Forget(); }
 
  private:
+  class Asking;
+
   void ExecuteMessages();
-  void ExecuteFrom(const KZString& message, std::size_t first, bool isResumed);
+  void ExecuteFrom(const KZString& message, std::size_t first, Greeting greeting);
   void DropGarbage();
   bool TakeMessage(KZString& text);
   bool HasMessage();
@@ -89,7 +107,8 @@ class Connection {
   // How often the connection was closed. A closed one may be open again, for another station, when
   // a hook returns.
   int mEnds = 0;
-  std::unique_ptr<DelayedLogIn> mDelayedLogIn;  // Null: none is waiting.
+  std::unique_ptr<WaitingLogIn> mWaitingLogIn;  // Null: none is waiting.
+  int mAsking = 0;         // How many calls of OnAuth() are running; more than one if it calls us.
   std::size_t mMoved = 0;  // How many bytes taking messages has moved in this Receive().
   int mLeft = -1;          // What the last Receive() left in the buffer; -1 before the first.
 };

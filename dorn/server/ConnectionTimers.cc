@@ -40,6 +40,15 @@ void ConnectionTimers::AwaitLogIn() { Restart(kLogIn, kLogInTimeoutMs); }
 
 void ConnectionTimers::LoggedIn() { Cancel(kLogIn); }
 
+void ConnectionTimers::LimitLogIn() {
+  if (!App().HasTimer(IdOf(kLogIn))) AwaitLogIn();
+}
+
+void ConnectionTimers::HeldLogInIsGood() {
+  mResumedIn = TimerRound();
+  LoggedIn();
+}
+
 void ConnectionTimers::BytesArrived() { Restart(kIdle, kIdleTimeoutMs); }
 
 void ConnectionTimers::Answered() {
@@ -66,12 +75,13 @@ void ConnectionTimers::Expire(int kind) {
   } else if (kind == kAnswer) {
     MissAnswer();
   } else if (kind == kLogIn) {
-    // All that is due is fired in one round, and a delayed log-in that was due, too, was a good
-    // one.
+    Connection& connection = Connection::Of(mSocket);
+    // All that is due is fired in one round, and a log-in that went on in it, too, was a good one.
     if (mSocket.mAuth && mResumedIn != 0 && mResumedIn == TimerRound()) return;
     // "Connection time-out."
     std::puts("コネクションタイムアウト");
     const ClosingFor reason(&Statistics::closedNoLogin);
+    if (connection.HeldLogIn() != 0) connection.GiveUpHeldLogIn();
     mSocket.Close();
   } else if (kind == kDelayedLogIn) {
     mResumedIn = TimerRound();

@@ -31,6 +31,9 @@ class ConnectionTimers {
   // The station has ten seconds to log in.
   void AwaitLogIn();
   void LoggedIn();
+  // The host holds the log-in: what is left of the ten seconds counts, or ten begin.
+  void LimitLogIn();
+  void HeldLogInIsGood();
 
   // The station has three minutes for its next bytes.
   void BytesArrived();
@@ -62,7 +65,7 @@ class ConnectionTimers {
   Outgoing& mOutgoing;
   bool mIsAsked = false;         // A KEEPALIVE was sent and not answered.
   int mDelays = 0;               // How often in a row the end was put off since.
-  unsigned long mResumedIn = 0;  // The round of timers in which a delayed log-in was looked at.
+  unsigned long mResumedIn = 0;  // The round of timers in which a log-in that waited went on.
 };
 
 }  // namespace dorn

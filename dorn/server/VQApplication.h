@@ -69,8 +69,9 @@ class DORN_EXPORT VQApplication : public KZApplication {
 
   // Called when an unauthenticated station logs in. With the right password: choose a session id
   // that cannot be guessed, CreateSession(), then client->Authentication(session id). With a wrong
-  // one: do nothing; the station gets an error and may try again until its time-out. May close the
-  // connection. One message may bring thousands of attempts: count them, or close.
+  // one: do nothing; the station gets an error and may try again until its time-out. Who has to
+  // ask somebody else first calls dorn::HoldLogIn() and answers later. May close the connection.
+  // One message may bring thousands of attempts: count them, or close.
   virtual void OnAuth(const KZString& id, const KZString& pass, VQClientSocket* client) = 0;
 
   // Called when an unauthenticated station presents a session id. By default binds the connection

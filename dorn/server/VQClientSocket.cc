@@ -123,7 +123,8 @@ bool VQClientSocket::CompareDialogName(const KZString& name) const {
 }
 
 void VQClientSocket::Authentication(KZString sid) {
-  mConnection->Timers().LoggedIn();
+  // The limit of a held log-in counts until it is finished.
+  if (mConnection->HeldLogIn() == 0) mConnection->Timers().LoggedIn();
   dorn::ForgetSurvey();
   mSessionId = std::move(sid);
   mAuth = mSessionId.GetLength() > 0;

@@ -104,7 +104,8 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   bool CompareDialogName(const KZString& name) const;
 
   // Binds the connection to session `sid`, or to none when it is empty, and cancels the connection
-  // time-out. A host's OnAuth() calls it after CreateSession().
+  // time-out. A host's OnAuth() calls it after CreateSession(). While the log-in is held the
+  // time-out goes on: see dorn::HoldLogIn().
   // Kept: the time-out is cancelled for an empty `sid` too. A host that calls this to refuse a
   // log-in keeps the connection open for as long as the station sends something now and then; on
   // failure call nothing.
