@@ -33,6 +33,7 @@
 #include "dorn/model/VQJsonRadioButton.h"
 #include "dorn/model/VQJsonResource.h"
 
+#include "dorn/server/CommandCount.h"
 #include "dorn/server/DialogName.h"
 #include "dorn/server/HeldLogIn.h"
 #include "dorn/server/Observer.h"

@@ -226,6 +226,7 @@ void Condition(VQClientSocket& client, VQJsonCommand* command) {
 // host removed it.
 void ExecuteAuthenticated(VQClientSocket& client, VQJsonObject* entry) {
   VQApplication& app = App();
+  Connection::Of(client).CountCommand();
   if (VQSession* session = app.SessionList()->Search(client.mSessionId)) session->Extend();
   const std::string_view word = WordOf(entry);
   auto* command = AsCommand(*entry);

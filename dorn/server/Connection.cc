@@ -14,6 +14,7 @@
 #include "dorn/model/KeptCommands.h"
 #include "dorn/server/App.h"
 #include "dorn/server/ApplicationState.h"
+#include "dorn/server/CommandCount.h"
 #include "dorn/server/Commands.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
@@ -326,6 +327,10 @@ void Connection::CloseIfFull() {
   PrintLine({"Connection ", std::to_string(mSocket.GetId()),
              " closed: its message does not fit into the buffer"});
   mSocket.Close();
+}
+
+std::uint64_t CommandCount(const VQClientSocket& client) {
+  return Connection::Of(client).Commands();
 }
 
 }  // namespace dorn

@@ -4,6 +4,7 @@
 #define DORN_SERVER_CONNECTION_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -82,6 +83,10 @@ class Connection {
 
   void ForgetLogIn();
 
+  // A command came that shows that the user is there.
+  void CountCommand() { ++mCommands; }
+  std::uint64_t Commands() const { return mCommands; }
+
   // The receive buffer was emptied. Any thread.
   void BufferCleared() { mCutter.Forget(); }
 
@@ -108,7 +113,8 @@ class Connection {
   // a hook returns.
   int mEnds = 0;
   std::unique_ptr<WaitingLogIn> mWaitingLogIn;  // Null: none is waiting.
-  int mAsking = 0;         // How many calls of OnAuth() are running; more than one if it calls us.
+  int mAsking = 0;  // How many calls of OnAuth() are running; more than one if it calls us.
+  std::uint64_t mCommands = 0;
   std::size_t mMoved = 0;  // How many bytes taking messages has moved in this Receive().
   int mLeft = -1;          // What the last Receive() left in the buffer; -1 before the first.
 };
