@@ -1,11 +1,7 @@
 """A host of one connection that does what a test wants, and dorn-station against it."""
-import os, socket, subprocess, threading
-
-PATIENCE = 60 * float(os.environ.get("DORN_TEST_TIMEOUT_SCALE", "1"))
-
-
-def fail(why):
-    raise AssertionError(why)
+import os, socket, subprocess, sys, threading
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
+from programs import PATIENCE, fail
 
 
 def text(words):

@@ -6,7 +6,7 @@ usage: top.py TEST PROGRAM [HOST]
 import json, os, signal, socket, subprocess, sys, tempfile, threading, time
 here = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(os.path.dirname(here), "terminal"))
-from stations import RawTerminal, Terminal, fail, run, until
+from stations import Host, RawTerminal, Terminal, fail, run, until
 
 TEXT = b"""# HELP dorn_stations Connections.
 # TYPE dorn_stations gauge
@@ -28,19 +28,11 @@ def new_path():
     return os.path.join(tempfile.mkdtemp(), "statistics")
 
 
-class Host:
+def host_with(program, path):
     """A host that serves its statistics."""
-
-    def __init__(self, program, path):
-        told = tempfile.mktemp()
-        environment = dict(os.environ, DORN_STATION="127.0.0.1:0", DORN_STATION_FILE=told)
-        self.process = subprocess.Popen([program, path], env=environment, stdout=subprocess.DEVNULL)
-        until(lambda: os.path.exists(told) and ":" in open(told).read() and os.path.exists(path), "the host")
-        self.port = int(open(told).read().rsplit(":", 1)[1])
-
-    def stop(self):
-        self.process.terminate()
-        self.process.wait()
+    host = Host(program, path)
+    until(lambda: os.path.exists(path), "the socket")
+    return host
 
 
 def serve(answer):
@@ -109,7 +101,7 @@ def usage(program):
 def once(program, host_program):
     """A real host with two stations, one of them logged in."""
     path = new_path()
-    host = Host(host_program, path)
+    host = host_with(host_program, path)
     try:
         one, two = (socket.create_connection(("127.0.0.1", host.port)) for _ in range(2))
         one.sendall(framed('{"Command":"HELLO","Id":"a","Pass":"b"}'))
@@ -183,7 +175,7 @@ def no_answer(program):
 def screen(program, host_program):
     """The table on a terminal; a host that goes and comes back."""
     path = new_path()
-    host = Host(host_program, path)
+    host = host_with(host_program, path)
     terminal = Terminal(program, "--interval 0.2 " + path)
     try:
         terminal.see("STATIONS LOGIN")
@@ -191,7 +183,7 @@ def screen(program, host_program):
         host.stop()
         terminal.see_no("closed: none")
         terminal.see("Connection refused   " if os.path.exists(path) else "No such file or directory   ")
-        host = Host(host_program, path)
+        host = host_with(host_program, path)
         terminal.see("closed: none")
         terminal.keys("q")
         if terminal.exit_code() != 0:

@@ -1,7 +1,9 @@
 """What the tests of dorn-load share: the program, hosts that are real and hosts that are not."""
-import json, os, re, socket, subprocess, sys, tempfile, threading, time
+import json, os, re, socket, subprocess, sys, threading
 
-PATIENCE = 60 * float(os.environ.get("DORN_TEST_TIMEOUT_SCALE", "1"))
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
+from programs import PATIENCE, Host, until
+
 PROGRAM = sys.argv[2]
 # A machine that is busy for seconds is no host that does not answer.
 SLOWLY = ["--timeout", "30s"]
@@ -11,34 +13,6 @@ GUEST = ["--id", "guest", "--pass", "guest"]
 def check(condition, why):
     if not condition:
         raise AssertionError(why)
-
-
-def until(condition, what):
-    end = time.monotonic() + PATIENCE
-    while not condition():
-        check(time.monotonic() < end, "waited in vain for " + what)
-        time.sleep(0.02)
-
-
-class Host:
-    """A host program at a port that the system chooses."""
-
-    def __init__(self, program):
-        self.folder = tempfile.TemporaryDirectory()
-        told = os.path.join(self.folder.name, "told")
-        environment = dict(os.environ, DORN_STATION="127.0.0.1:0", DORN_STATION_FILE=told)
-        self.process = subprocess.Popen([program], env=environment, cwd=os.path.dirname(program),
-                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        until(lambda: os.path.exists(told) and ":" in open(told).read(), "the host to listen")
-        self.at = "127.0.0.1:" + open(told).read().rsplit(":", 1)[1].strip()
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.process.kill()
-        self.process.wait()
-        self.folder.cleanup()
 
 
 class Listener:

@@ -3,7 +3,7 @@
 
 usage: measure.py PROGRAM GALLERY [SECONDS]
 """
-import os, sys, tempfile, threading, time
+import os, sys, tempfile, time
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from stations import Host, RawTerminal
 

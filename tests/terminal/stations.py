@@ -1,44 +1,8 @@
 """What the tests of dorn-terminal as a program need: hosts, terminals, time-outs."""
-import fcntl, os, pty, re, select, signal, socket, struct, subprocess, sys, tempfile, termios, threading, time
+import fcntl, os, pty, re, select, socket, struct, subprocess, sys, tempfile, termios, threading
 
-PATIENCE = 30 * float(os.environ.get("DORN_TEST_TIMEOUT_SCALE", "1"))
-
-
-def fail(why):
-    raise AssertionError(why)
-
-
-def until(condition, what, seconds=PATIENCE):
-    """Waits until `condition()` gives something true, and returns it."""
-    end = time.monotonic() + seconds
-    while True:
-        got = condition()
-        if got:
-            return got
-        if time.monotonic() > end:
-            fail("waited in vain for " + (what() if callable(what) else what))
-        time.sleep(0.02)
-
-
-class Host:
-    """A host program at a port that the system chooses, or at a given one."""
-
-    def __init__(self, program, port=0):
-        self.program = program
-        self.start(port)
-
-    def start(self, port=0):
-        told = tempfile.mktemp()
-        environment = dict(os.environ, DORN_STATION="127.0.0.1:%d" % port, DORN_STATION_FILE=told)
-        self.process = subprocess.Popen([self.program], env=environment, cwd=os.path.dirname(self.program),
-                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        until(lambda: os.path.exists(told) and ":" in open(told).read(), "the host to listen")
-        self.port = int(open(told).read().rsplit(":", 1)[1])
-        os.unlink(told)
-
-    def stop(self, how=signal.SIGTERM):
-        self.process.send_signal(how)
-        self.process.wait()
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
+from programs import Host, fail, until
 
 
 class Terminal:
