@@ -40,6 +40,11 @@ DIALOGUE = [
 ]
 
 
+def say_dialogue(connection):
+    for side, data in DIALOGUE:
+        connection.say(side, data)
+
+
 def fail(why):
     sys.exit("FAILED: " + why)
 
@@ -105,9 +110,7 @@ def dialogue(dissector, golden):
     """A dialogue as people look at it; one message in a segment or two."""
     path = capture_file()
     capture = Capture(path)
-    connection = Connection(capture, 40001)
-    for side, data in DIALOGUE:
-        connection.say(side, data)
+    say_dialogue(Connection(capture, 40001))
     capture.close()
     compare(details(dissector, path), golden)
 
@@ -242,9 +245,7 @@ def settings(dissector):
     path = capture_file()
     capture = Capture(path)
     for station_port, host_port in (40000, 5000), (40001, 6000):
-        connection = Connection(capture, station_port, host_port)
-        for side, data in DIALOGUE:
-            connection.say(side, data)
+        say_dialogue(Connection(capture, station_port, host_port))
     capture.close()
     for more, streams in ((), {"0"}), (("-o", "dorn.port:6000"), {"1"}), (("-d", "tcp.port==6000,dorn"), {"0", "1"}):
         seen = {row[0] for row in rows(dissector, path, *more)}

@@ -77,6 +77,34 @@ def pieces(dissector):
         fail("seen are %s" % seen)
 
 
+def endless(dissector):
+    """What does not end is not looked at anew with each small segment; what comes behind its end is seen."""
+    folder = tempfile.mkdtemp()
+    counting, looks = os.path.join(folder, "dorn.lua"), os.path.join(folder, "looks")
+    head = "function dorn.dissector(tvb, pinfo, tree)\n"
+    program = open(dissector).read()
+    if program.count(head) != 1:
+        fail("the dissector's first line is not found")
+    with open(counting, "w") as out:
+        out.write(program.replace(head, head + 'io.open("%s", "a"):write(tvb:len(), "\\n"):close()\n' % looks))
+    for begin in b"\x02{", announced(10 * MEGA) + b"\x02{":
+        data = begin + b"x" * (MEGA // 2)
+
+        def say(line):
+            line.say(HOST, data, range(100, len(data), 100))
+            line.say(HOST, b"\x03" + ALIVE)
+            line.say(HOST, ALIVE * 2000)
+            line.say(HOST, ALIVE)
+        seen = told(counting, [say])
+        looked = sum(int(count) for count in open(looks))
+        os.unlink(looks)
+        # Each time all of it, that were 1.25e9.
+        if looked > 200 * len(data):
+            fail("%d bytes were looked at" % looked)
+        if begin == b"\x02{" and seen != [2002]:
+            fail("seen are %s" % seen)
+
+
 def lossy(data, size, lost):
     """Says `data` in pieces, without those of these numbers."""
     def say(line):

@@ -3,6 +3,16 @@
 -- Each of these takes what begins at `at` and returns where it ends; or nil and how many bytes it
 -- lacks, if that is known.
 
+-- Of how many bytes more to wait for behind `have` that do not end. For each segment that is waited
+-- for alone, Wireshark puts all of them together anew: after MAX_LOOKS of such segments it is asked
+-- for ever longer pieces, so that a text that does not end costs no more for each byte than one that
+-- does. What ends within such a piece is seen when the piece is whole.
+function View:more(have)
+  local lengths = { segmentLength() }
+  if #lengths == 0 or have <= MAX_LOOKS * lengths[#lengths].value then return DESEGMENT_ONE_MORE_SEGMENT end
+  return math.floor(have / 16)
+end
+
 -- Up to the next STX. A line of a proxy may stand there, from whose first letters on it is waited for.
 function View:takeUnframed(at)
   local stop = self.bytes:find(STX, at, true) or #self.bytes + 1
@@ -37,7 +47,7 @@ function View:payloadEnd(at, length)
     local isText = (text:find("^%s*{") or text:find("^%s*$")) and not text:find(STX, 1, true)
       and not text:find("\0", 1, true)
     if stop and isText and isHostText(text) then return at - 1 end
-    if not stop and isText and have <= MAX_TEXT then return nil end
+    if not stop and isText and have <= MAX_TEXT then return nil, self:more(have) end
   end
   if have < length then return nil, length - have end
   return at + length - 1
@@ -56,7 +66,7 @@ end
 function View:takeText(at)
   local stop = self.bytes:find(ETX, at + 1, true)
   local length = (stop or #self.bytes + 1) - at - 1
-  if not stop and length <= MAX_TEXT and not self.isLast then return nil end
+  if not stop and length <= MAX_TEXT and not self.isLast then return nil, self:more(length) end
   if not stop then return self:takeHalf(at, length) end
   local text = self.bytes:sub(at + 1, stop - 1)
   local value, isJson = read(text)

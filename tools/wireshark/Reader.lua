@@ -18,6 +18,7 @@ local MAX_TREE_DEPTH = 40                 -- Of what is shown; Wireshark bears n
 local MAX_TREE_ITEMS = 100000             -- and no large ones.
 local MAX_SHOWN = 4000                    -- Bytes of a value.
 local LONGEST_KEY_AHEAD = 1024
+local MAX_LOOKS = 1024                    -- At a text that does not end, in pieces as small as its segments.
 
 -- Texts -----------------------------------------------------------------------------------------
 

@@ -44,6 +44,8 @@ dorn.experts = notes
 dorn.prefs.port = Pref.uint("TCP port", 5000, "The port of the host")
 dorn.prefs.passwords = Pref.bool("Show passwords", false, "Of log-ins, in the tree; the bytes hold them in any case")
 
+local segmentLength = Field.new("tcp.len")
+
 -- One call's view of a segment: what is shown, where, and how much of it there is already.
 local View = {}
 View.__index = View
@@ -72,47 +74,49 @@ function View:valueText(value, base)
   return value.text or self.bytes:sub(base + value.first, base + math.min(value.last, value.first + MAX_SHOWN))
 end
 
+-- The members of an object or command: `add` shows each that is no list of objects.
+function View:addMembers(tree, value, base, depth, add)
+  for _, member in ipairs(value.members or {}) do
+    local key, each = member[1], member[2]
+    if self:isFull(tree, depth) then return end
+    if key == "Objects" and each.kind == "array" then
+      self:addObjects(tree, each.elements, base, depth)
+    else
+      add(key, each)
+    end
+  end
+end
+
+-- As Key=value.
+function View:addPlain(tree, field, key, value, base)
+  local text = shown(key .. "=" .. self:valueText(value, base))
+  self:add(tree, field, base + value.first, base + value.last, text):set_text(text)
+end
+
 function View:addObjects(tree, list, base, depth)
   for _, object in ipairs(list) do
     if self:isFull(tree, depth) then return end
     local name = textOf(object, "Name")
     local item = self:add(tree, fields.name, base + object.first, base + object.last, shown(name or ""))
     if not name then item:set_text("Object without a name") end
-    self:addAttributes(item, object, base, depth + 1)
-  end
-end
-
-function View:addAttributes(tree, object, base, depth)
-  for _, member in ipairs(object.members or {}) do
-    local key, value = member[1], member[2]
-    if self:isFull(tree, depth) then return end
-    local first, last = base + value.first, base + value.last
-    if key == "Objects" and value.kind == "array" then
-      self:addObjects(tree, value.elements, base, depth)
-    elseif key ~= "Name" then
-      local text = shown(key .. "=" .. self:valueText(value, base))
-      self:add(tree, fields.attribute, first, last, text):set_text(text)
-    end
+    self:addMembers(item, object, base, depth + 1, function(key, value)
+      if key ~= "Name" then self:addPlain(item, fields.attribute, key, value, base) end
+    end)
   end
 end
 
 function View:addCommand(tree, command, base)
   local word = shown(textOf(command, "Command"))
   local item = self:add(tree, fields.command, base + command.first, base + command.last, word)
-  for _, member in ipairs(command.members) do
-    local key, value = member[1], member[2]
-    if self:isFull(item, 1) then return end
-    local first, last = base + value.first, base + value.last
-    if key == "Objects" and value.kind == "array" then
-      self:addObjects(item, value.elements, base, 1)
-    elseif FIELD_OF[key] then
+  self:addMembers(item, command, base, 1, function(key, value)
+    if FIELD_OF[key] then
       local isHidden = key == "Pass" and not dorn.prefs.passwords
-      self:add(item, FIELD_OF[key], first, last, isHidden and "(hidden)" or shown(self:valueText(value, base)))
+      local text = isHidden and "(hidden)" or shown(self:valueText(value, base))
+      self:add(item, FIELD_OF[key], base + value.first, base + value.last, text)
     elseif key ~= "Command" then
-      local text = shown(key .. "=" .. self:valueText(value, base))
-      self:add(item, fields.member, first, last, text):set_text(text)
+      self:addPlain(item, fields.member, key, value, base)
     end
-  end
+  end)
 end
 
 -- What the column "Info" tells of a command beside its word.
