@@ -32,6 +32,7 @@ class ByteWriter {
     mBytes.append(text);
   }
   void Put(const std::string& text) { Put(std::string_view(text)); }
+  void Put(const char* text) { Put(std::string_view(text)); }
 
   template <std::size_t N>
   void Put(const std::array<unsigned char, N>& bytes) {

@@ -3,6 +3,7 @@
 #ifndef SITE_CORE_TREECODEC_H_
 #define SITE_CORE_TREECODEC_H_
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -12,17 +13,25 @@
 
 namespace dorn::site {
 
-// How deep and how many objects are read at most: bytes from the log are not trusted.
-inline constexpr int kMaxTreeDepth = 200;
+// What is read at most, since bytes from the log are not trusted. What is held in several places
+// counts in each. A command that was read from JSON is always within these bounds: JSON nests no
+// deeper either.
+inline constexpr int kMaxTreeDepth = 1024;  // Of objects, and of values in values.
 inline constexpr std::size_t kMaxTreeObjects = 1'000'000;
+inline constexpr std::size_t kMaxTreeValues = 10'000'000;
 
 // Class, name, tag, attributes with every kind of value, a grid's table, a group's list key and
-// children, in their order. An object of a host's own class is written as the class of the library
-// that it derives from.
+// children, in their order; which objects and which containers of values are shared; and of each
+// object which other one of the tree is its parent. An object of a host's own class is written as
+// the class of the library that it derives from.
+//
+// The text of an array is written as it was before GetString() appended to it: a host that has
+// looked at a value is not to differ from one that has not.
 std::string EncodeTree(const VQJsonResource& tree);
 
-// Makes `tree` what was written; nothing is marked as changed. False, and the tree stays as it was,
-// when the bytes are broken.
+// Makes `tree` what was written; nothing is marked as changed, but commands are as new ones are.
+// False, and the tree stays as it was, when the bytes are broken. The objects that it had are
+// destroyed otherwise.
 bool DecodeTree(std::string_view bytes, VQJsonResource& tree);
 
 std::string EncodeCommand(const VQJsonCommand& command);

@@ -143,6 +143,7 @@ TEST(EntryTest, AnotherVersionOrKindIsRefused) {
   ASSERT_TRUE(DecodeEntry(bytes));
   bytes[1] = 7;
   EXPECT_FALSE(DecodeEntry(bytes));
+  EXPECT_FALSE(DecodeEntry(BytesOf({1, 7})));
 }
 
 TEST(EntryTest, ABatchHolds1To64Items) {
