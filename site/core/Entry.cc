@@ -31,7 +31,7 @@ constexpr auto MembersOf(const Manifest&) {
                          &Manifest::pieces, &Manifest::resources);
 }
 constexpr auto MembersOf(const SessionEnd&) {
-  return std::make_tuple(&SessionEnd::token, &SessionEnd::session);
+  return std::make_tuple(&SessionEnd::token, &SessionEnd::session, &SessionEnd::extended);
 }
 
 template <typename Part>

@@ -82,6 +82,8 @@ class NodeListener {
   virtual void OnWord(const std::string& line) = 0;
 };
 
+struct Rules;
+
 class Node final : public TransportListener {
  public:
   struct Counters {
@@ -94,6 +96,9 @@ class Node final : public TransportListener {
 
   // Nothing is owned but what the node makes itself; the others must outlive it.
   Node(const OriginId& origin, Transport& transport, SharedState& state, NodeListener& listener);
+  // The same with a rule taken out, for tests.
+  Node(const OriginId& origin, Transport& transport, SharedState& state, NodeListener& listener,
+       const Rules& rules);
   ~Node() override;
 
   // To be called at least ten times a second, with the time that has come.

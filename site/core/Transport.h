@@ -6,6 +6,7 @@
 #ifndef SITE_CORE_TRANSPORT_H_
 #define SITE_CORE_TRANSPORT_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,6 +16,9 @@
 #include "site/core/Entry.h"
 
 namespace dorn::site {
+
+// Snapshots are stored in pieces of so many bytes; only the last is shorter.
+inline constexpr std::size_t kPieceBytes = std::size_t{256} * 1024;
 
 class TransportListener {
  public:
@@ -28,7 +32,8 @@ class TransportListener {
   };
   virtual void OnOpened(const std::optional<NewestManifest>& newest) = 0;
 
-  // The next entry of the log. Each comes once, without a gap, in order.
+  // The next entry of the log. Each comes once, without a gap, in order; only what was forgotten
+  // meanwhile is missing, which the sequence shows.
   virtual void OnEntry(Sequence sequence, std::string_view entry) = 0;
 
   // The log has been read up to what it held when it was asked; calls itself again after each
@@ -54,7 +59,8 @@ class Transport {
   // little: it may be in the log soon, late, twice or never.
   virtual bool Publish(std::string entry) = 0;
 
-  // Delivers the entries behind `last` from now on, and none of those before.
+  // Delivers the entries behind `last` from now on, and none of those before: also nothing that was
+  // on its way from an earlier reading. What was forgotten is left out.
   virtual void Read(Sequence last) = 0;
 
   // Stores a snapshot in pieces.

@@ -37,7 +37,7 @@ std::vector<Entry> SomeEntries() {
           Renew{4, 5},
           Mark{6, 7},
           Manifest{8, 9, SomeDigest(1), 10, 11, SomeDigest(2)},
-          SessionEnd{12, 13}};
+          SessionEnd{12, 13, 11}};
 }
 
 std::string BytesOf(std::initializer_list<int> bytes) {

@@ -1,0 +1,233 @@
+#include "site/core/NodeBody.h"
+
+#include <utility>
+#include <variant>
+
+#include "site/core/Sha256.h"
+
+namespace dorn::site {
+
+Node::Body::Body(const OriginId& origin, Transport& transport, SharedState& shared,
+                 NodeListener& listener, const Rules& rules)
+    : mOrigin(origin),
+      mTransport(transport),
+      mShared(shared),
+      mListener(listener),
+      mRules(rules),
+      mState(rules),
+      mSender(origin, transport, rules),
+      mLease(origin),
+      mSnapshots(transport) {}
+
+// --- the host's side ---
+
+void Node::Body::Tick(Ms now) {
+  mNow = now;
+  const bool isAway = mLease.IsAway(now);
+  if (std::exchange(mToldAway, isAway) != isAway) mListener.OnLogAway(isAway);
+  mSender.Tick(now);
+  TellOutcomes();
+  if (const auto entry = mLease.Tick(MayKeep(), now)) {
+    static_cast<void>(mTransport.Publish(Encode(*entry)));  // Asked again until it comes back.
+  }
+  if (mLease.IsMine() && MayKeep()) DoKeepersWork();
+  if (mWanted && mWanted->askAgainAt && now >= *mWanted->askAgainAt) {
+    mWanted->askAgainAt.reset();
+    mTransport.Fetch(mWanted->manifest.mark, mWanted->manifest.pieces);
+  }
+  if (IsKeeper()) mListener.OnKeep();
+  mSender.Flush(now);
+}
+
+void Node::Body::TellOutcomes() {
+  for (const Ticket ticket : mSender.TakeRefused()) Refuse(ticket);
+  for (const Ticket ticket : mSender.TakeUnknown(mNow)) {
+    ++mCounters.unknown;
+    mListener.OnUnknown(ticket);
+  }
+}
+
+// Each of these entries is published again until it, or what makes it needless, has come back.
+void Node::Body::DoKeepersWork() {
+  if (const auto entry = mSnapshots.Tick(mState, mNow)) {
+    static_cast<void>(mTransport.Publish(Encode(*entry)));
+  }
+  for (const SessionEnd& end : mClock.Due(mState, mLease.Kept())) {
+    static_cast<void>(mTransport.Publish(Encode(end)));
+  }
+  mSnapshots.Forget(mNow);
+}
+
+std::optional<Ticket> Node::Body::HandIn(Item item) {
+  if (!IsServing()) return std::nullopt;
+  return mSender.Add(std::move(item), mNow);
+}
+
+std::optional<Ticket> Node::Body::Propose(Change change) {
+  if (!IsKeeper()) return std::nullopt;
+  change.token = mLease.Token();
+  return mSender.Add(std::move(change), mNow);
+}
+
+void Node::Body::ExtendSession(Sequence session) {
+  const State::KnownSession* known = mState.Session(session);
+  if (known == nullptr || !mClock.MayTell(session, known->start.intervalMs, mNow)) return;
+  if (HandIn(SessionExtend{session})) mClock.OnTold(session, mNow);
+}
+
+bool Node::Body::IsServing() const { return MayKeep() && mState.HasBegun(); }
+
+const Node::Counters& Node::Body::Count() {
+  mCounters.sentAgain = mSender.SentAgain();
+  return mCounters;
+}
+
+void Node::Body::Announce() {
+  const bool isServing = IsServing();
+  if (std::exchange(mToldServing, isServing) != isServing) mListener.OnServing(isServing);
+}
+
+void Node::Body::Refuse(Ticket ticket) {
+  ++mCounters.refused;
+  mListener.OnRefused(ticket);
+}
+
+// --- the log's side ---
+
+void Node::Body::OnOpened(const std::optional<NewestManifest>& newest) {
+  if (!newest) return Follow(0);
+  const auto entry = DecodeEntry(newest->entry);
+  const auto* manifest = entry ? std::get_if<Manifest>(&*entry) : nullptr;
+  if (manifest != nullptr) return Want(newest->sequence, *manifest);
+  ++mCounters.refusedEntries;
+  mListener.OnWord(
+      "The newest snapshot of the site is announced in another format: see that all hosts have one "
+      "version.");
+  Follow(0);
+}
+
+void Node::Body::Follow(Sequence last) {
+  mLast = last;
+  mIsFollowing = true;
+  mIsCaughtUp = false;
+  mTransport.Read(last);
+  Announce();
+}
+
+void Node::Body::OnEntry(Sequence sequence, std::string_view bytes) {
+  if (sequence <= mLast) return;
+  if (mIsFollowing && sequence != mLast + 1) {
+    mListener.OnWord(
+        "This host was away for longer than the log is kept: it waits for a snapshot.");
+    mIsFollowing = false;
+    mIsCaughtUp = false;
+  }
+  mLast = sequence;
+  const auto entry = DecodeEntry(bytes);
+  if (!entry) {
+    if (mCounters.refusedEntries++ == 0) {
+      mListener.OnWord(
+          "The log holds an entry that is none of this version: see who else writes into it.");
+    }
+  } else if (mIsFollowing) {
+    const Verdict verdict = mState.Apply(sequence, *entry);
+    if (!verdict.counts && !std::holds_alternative<Batch>(*entry)) ++mCounters.dropped;
+    std::visit([&](const auto& kind) { Carry(sequence, kind, verdict); }, *entry);
+  } else if (const auto* manifest = std::get_if<Manifest>(&*entry)) {
+    Want(sequence, *manifest);
+  }
+  Announce();
+}
+
+void Node::Body::OnCaughtUp() {
+  if (!mIsFollowing) return;
+  mIsCaughtUp = true;
+  TellSessions();
+  Announce();
+}
+
+void Node::Body::Carry(Sequence sequence, const Batch& batch, const Verdict& verdict) {
+  const bool isOwn = batch.origin == mOrigin;
+  if (isOwn && verdict.isGap) mSender.SawGap(mNow);
+  if (!verdict.counts) {
+    mCounters.dropped += batch.items.size();
+    return;
+  }
+  mCounters.dropped += verdict.firstNew;
+  mSnapshots.OnChanged();
+  if (verdict.replaced != 0) TellEnd(verdict.replaced);
+  for (std::size_t i = verdict.firstNew; i < batch.items.size(); ++i) {
+    const auto mine =
+        isOwn ? mSender.CameBack(batch.generation, batch.first + i, mNow) : std::nullopt;
+    if (verdict.applied[i]) {
+      std::visit([&](const auto& item) { CarryItem(sequence, item, mine); }, batch.items[i]);
+    } else {
+      ++mCounters.dropped;
+      if (mine && *mine != 0) Refuse(*mine);
+    }
+  }
+}
+
+void Node::Body::CarryItem(Sequence sequence, const Change& change, std::optional<Ticket> mine) {
+  ++mCounters.applied;
+  mShared.Apply(sequence, change, mine);
+}
+
+void Node::Body::CarryItem(Sequence sequence, const SessionStart& start,
+                           std::optional<Ticket> mine) {
+  mClock.OnUsed(sequence, mLease.Kept());
+  TellSession(sequence, start, mine);
+}
+
+void Node::Body::CarryItem(Sequence /*sequence*/, const SessionExtend& extend,
+                           std::optional<Ticket> /*mine*/) {
+  mClock.OnUsed(extend.session, mLease.Kept());
+}
+
+void Node::Body::Carry(Sequence /*sequence*/, const NewGeneration& next, const Verdict& verdict) {
+  if (!verdict.counts || next.origin != mOrigin) return;
+  for (const Ticket ticket : mSender.CameBack(next, mNow)) Refuse(ticket);
+}
+
+void Node::Body::Carry(Sequence sequence, const Take& take, const Verdict& verdict) {
+  if (!verdict.counts) return;
+  if (take.origin == mOrigin && sequence > mLease.Token()) ++mCounters.takes;
+  mLease.OnTake(sequence, take.origin, mNow);
+  mClock.OnTake();
+  mSnapshots.OnTake();
+}
+
+void Node::Body::Carry(Sequence /*sequence*/, const Renew& renew, const Verdict& verdict) {
+  if (verdict.counts) mLease.OnRenew(renew, mNow);
+}
+
+void Node::Body::Carry(Sequence sequence, const Mark& mark, const Verdict& verdict) {
+  // A state that is to be replaced need not be compared.
+  if (!verdict.counts || mWanted) return;
+  std::string bytes = WriteSnapshot(mState, mShared.Save());
+  const Digest digest = Sha256(bytes);
+  mSnapshots.Remember(sequence, digest);
+  mSnapshots.OnMark(mNow);
+  if (!MayKeep() || !mLease.IsMine() || mark.token != mLease.Token()) return;
+  mSnapshots.Store(sequence, std::move(bytes), digest, mShared.Resources(), mNow);
+}
+
+void Node::Body::Carry(Sequence sequence, const Manifest& manifest, const Verdict& verdict) {
+  if (!verdict.counts) return;
+  const bool isFirst = mState.OlderMark() == 0;
+  mSnapshots.OnManifest(mState.NewestMark(), mState.OlderMark(), mNow);
+  if (manifest.resources != mShared.Resources() && !std::exchange(mToldResources, true)) {
+    mListener.OnWord(
+        "The resource files of this host are not those of the site, whose dialogs it shows: "
+        "install the same on all hosts.");
+  }
+  Compare(sequence, manifest, isFirst);
+}
+
+void Node::Body::Carry(Sequence /*sequence*/, const SessionEnd& end, const Verdict& verdict) {
+  if (!verdict.counts) return;
+  mSnapshots.OnChanged();
+  TellEnd(end.session);
+}
+
+}  // namespace dorn::site

@@ -1,0 +1,105 @@
+// How a node comes to the state of its site: the snapshot that it begins with, and what it does
+// when its own state is another.
+#include <algorithm>
+#include <utility>
+#include <variant>
+
+#include "site/core/NodeBody.h"
+#include "site/core/Sha256.h"
+
+namespace dorn::site {
+namespace {
+
+constexpr Ms kReloadAtMostEach{60'000};
+constexpr Ms kFetchAgainAfter{1000};
+
+}  // namespace
+
+// Compares what the keeper's state was with what this host's was.
+void Node::Body::Compare(Sequence sequence, const Manifest& manifest, bool isFirst) {
+  if (mWanted) return Want(sequence, manifest);
+  const auto own = mSnapshots.DigestAt(manifest.mark);
+  if (own ? *own == manifest.digest : !isFirst) return;
+  // Before the first manifest each host had its own beginning.
+  if (isFirst) return Want(sequence, manifest);
+
+  ++mCounters.diverged;
+  mHasStopped |= mReloadedAt && mNow - *mReloadedAt < kReloadAtMostEach;
+  if (!mHasStopped) {
+    mReloadedAt = mNow;
+    Want(sequence, manifest);
+  }
+  mListener.OnDiverged(manifest.mark, mHasStopped);
+}
+
+// A later one is as good as an earlier one, and will stay for longer.
+void Node::Body::Want(Sequence sequence, const Manifest& manifest) {
+  if (mWanted && manifest.mark <= mWanted->manifest.mark) return;
+  mWanted = {manifest, sequence, std::nullopt};
+  mTransport.Fetch(manifest.mark, manifest.pieces);
+}
+
+void Node::Body::OnFetched(Sequence mark, const std::optional<std::string>& bytes) {
+  if (!mWanted || mWanted->manifest.mark != mark) return;
+  if (bytes && Load(mWanted->manifest, *bytes)) {
+    mWanted.reset();
+    ++mCounters.snapshots;
+    return Follow(mark);
+  }
+  // A piece was missing, perhaps because a later snapshot has taken its place: its manifest is in
+  // the log behind this one's.
+  mWanted->askAgainAt = mNow + kFetchAgainAfter;
+  if (mIsFollowing || mLast >= mWanted->sequence) return;
+  mLast = mWanted->sequence;
+  mTransport.Read(mLast);
+}
+
+bool Node::Body::Load(const Manifest& manifest, std::string_view bytes) {
+  if (bytes.size() != manifest.bytes || Sha256(bytes) != manifest.digest) return false;
+  auto parts = ReadSnapshot(bytes, mRules);
+  if (!parts || !mShared.Load(parts->dialogs)) {
+    mListener.OnWord("A snapshot of the site cannot be read: see that all hosts have one version.");
+    return false;
+  }
+  mState = std::move(parts->state);
+  mSnapshots.Remember(manifest.mark, manifest.digest);
+  if (mState.Token() > mLease.Token()) {
+    mLease.OnTake(mState.Token(), mState.Keeper(), mNow);
+    mClock.OnTake();
+    mSnapshots.OnTake();
+  }
+  SettleOwn();
+  for (const auto& [sequence, session] : mState.Sessions()) {
+    TellSession(sequence, session.start, std::nullopt);
+  }
+  return true;
+}
+
+// What this host has handed in may have been applied in a part of the log that it has not seen.
+void Node::Body::SettleOwn() {
+  const State::Origin own = mState.FindOrigin(mOrigin);
+  const Sender::Settled settled = mSender.Settle(own.generation, own.last, own.before, mNow);
+  for (const Ticket ticket : settled.passed) mListener.OnPassed(ticket);
+  for (const Ticket ticket : settled.refused) Refuse(ticket);
+}
+
+void Node::Body::TellSession(Sequence session, const SessionStart& start,
+                             std::optional<Ticket> mine) {
+  if (mToldSessions.insert(session).second) mListener.OnSessionStart(session, start, mine);
+}
+
+void Node::Body::TellEnd(Sequence session) {
+  mClock.OnEnd(session);
+  if (mToldSessions.erase(session) != 0) mListener.OnSessionEnd(session);
+}
+
+// Ends those that have gone while this host did not read the log.
+void Node::Body::TellSessions() {
+  std::vector<Sequence> gone;
+  for (const Sequence session : mToldSessions) {
+    if (mState.Session(session) == nullptr) gone.push_back(session);
+  }
+  for (const Sequence session : gone) TellEnd(session);
+}
+
+}  // namespace dorn::site

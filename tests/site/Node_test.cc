@@ -1,0 +1,471 @@
+#include "site/core/Node.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "CoreTest.h"
+#include "site/core/Rules.h"
+#include "site/core/Sha256.h"
+#include "site/core/Snapshots.h"
+#include "site/core/State.h"
+
+namespace dorn::site {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Dialogs that are no more than the list of their changes.
+class ListState final : public SharedState {
+ public:
+  void Apply(Sequence /*sequence*/, const Change& change, std::optional<Ticket> mine) override {
+    text += change.command + ";";
+    if (mine) own.push_back(*mine);
+  }
+  std::string Save() override { return text; }
+  bool Load(std::string_view bytes) override {
+    text = bytes;
+    return true;
+  }
+  Digest Resources() override { return resources; }
+
+  std::string text;
+  std::vector<Ticket> own;
+  Digest resources{};
+};
+
+// Writes down what it hears.
+class Listener final : public NodeListener {
+ public:
+  void OnServing(bool isServing) override { Say(isServing ? "serving" : "not serving"); }
+  void OnLogAway(bool isAway) override { Say(isAway ? "away" : "back"); }
+  void OnUnknown(Ticket ticket) override { Say("unknown " + std::to_string(ticket)); }
+  void OnRefused(Ticket ticket) override { Say("refused " + std::to_string(ticket)); }
+  void OnPassed(Ticket ticket) override { Say("passed " + std::to_string(ticket)); }
+  void OnSessionStart(Sequence session, const SessionStart& start,
+                      std::optional<Ticket> mine) override {
+    Say("session " + std::to_string(session) + " " + start.data + (mine ? " mine" : ""));
+  }
+  void OnSessionEnd(Sequence session) override { Say("end " + std::to_string(session)); }
+  void OnKeep() override { ++kept; }
+  void OnDiverged(Sequence mark, bool mustStop) override {
+    Say("diverged " + std::to_string(mark) + (mustStop ? " stop" : ""));
+  }
+  void OnWord(const std::string& line) override { Say("word: " + line); }
+
+  bool Heard(const std::string& what) {
+    for (const std::string& word : words) {
+      if (word.rfind(what, 0) == 0) return true;
+    }
+    return false;
+  }
+
+  std::vector<std::string> words;
+  int kept = 0;
+
+ private:
+  void Say(const std::string& word) { words.push_back(word); }
+};
+
+// Host 1, and a log that the test writes. The rest of the site has read it all.
+class NodeTest : public testing::Test {
+ protected:
+  NodeTest() { mNode.Tick(mNow); }
+
+  void Pass(Ms time, bool answers = true) {
+    for (const Ms end = mNow + time; mNow < end;) {
+      mNow += 100ms;
+      if (answers) mNode.OnAnswered();
+      mNode.Tick(mNow);
+    }
+  }
+
+  // Writes an entry into the log and lets the node read it.
+  Sequence Deliver(const Entry& entry) {
+    Write(entry);
+    mNode.OnEntry(mLog.size(), Encode(entry));
+    return mLog.size();
+  }
+  // Without the node.
+  Sequence Write(const Entry& entry) {
+    mLog.push_back(entry);
+    const Verdict verdict = mSite.Apply(mLog.size(), entry);
+    if (const auto* batch = std::get_if<Batch>(&entry)) {
+      for (std::size_t i = verdict.firstNew; i < verdict.applied.size(); ++i) {
+        const auto* change = std::get_if<Change>(&batch->items[i]);
+        if (change != nullptr && verdict.applied[i]) mSiteText += change->command + ";";
+      }
+    }
+    if (std::holds_alternative<Mark>(entry)) {
+      mSnapshot = WriteSnapshot(mSite, mSiteText);
+      mMark = mLog.size();
+    }
+    return mLog.size();
+  }
+  // Everything that the node has published comes back.
+  void Return() {
+    for (const Entry& entry : mTransport.TakePublished()) Deliver(entry);
+  }
+  // The log once more, from behind `last` on.
+  void ReadAgain(Sequence last) {
+    while (last < mLog.size()) {
+      const Entry& entry = mLog[last];
+      mNode.OnEntry(++last, Encode(entry));
+    }
+    mNode.OnCaughtUp();
+  }
+
+  // A change of host 2.
+  Sequence Foreign(const std::string& command, Sequence token = 0) {
+    return Deliver(ForeignBatch(command, token));
+  }
+  Batch ForeignBatch(const std::string& command, Sequence token = 0) {
+    return Batch{Origin(2), 0, ++mForeign, {ChangeOf(command, token)}};
+  }
+  Manifest ManifestNow() const {
+    return {mSite.Token(), mMark, Sha256(mSnapshot), mSnapshot.size(), 1, {}};
+  }
+  TransportListener::NewestManifest Newest(const Manifest& manifest) {
+    return {Write(manifest), Encode(manifest)};
+  }
+
+  // The node becomes the first keeper of a new site.
+  void BeginAsKeeper() {
+    mNode.OnOpened(std::nullopt);
+    mNode.OnCaughtUp();
+    Pass(100ms);
+    Return();  // Its take,
+    Pass(100ms);
+    Return();  // its first renewal and mark,
+    ASSERT_EQ(mTransport.stored.size(), 1U);
+    mNode.OnStored(mTransport.stored[0].first, true);
+    Pass(100ms);
+    Return();  // and its manifest.
+    ASSERT_TRUE(mNode.IsServing());
+  }
+
+  // Host 2 keeps the site; the node begins with its snapshot.
+  void BeginAsOther() {
+    Write(Take{Origin(2), 0});
+    mSiteText = "begin;";
+    Write(Mark{mSite.Token(), 1});
+    mNode.OnOpened(Newest(ManifestNow()));
+    ASSERT_EQ(mTransport.fetched, std::vector<Sequence>{mMark});
+    mNode.OnFetched(mMark, mSnapshot);
+    ASSERT_EQ(mTransport.reads, std::vector<Sequence>{mMark});
+    ReadAgain(mMark);
+    Pass(100ms);
+    ASSERT_TRUE(mNode.IsServing());
+  }
+
+  RecordingTransport mTransport;
+  ListState mState;
+  Listener mListener;
+  Node mNode{Origin(1), mTransport, mState, mListener};
+  Ms mNow{1'000'000};
+  std::vector<Entry> mLog;
+  State mSite{Rules()};
+  std::string mSiteText;
+  std::string mSnapshot;  // Behind the last mark.
+  Sequence mMark = 0;
+  std::uint64_t mForeign = 0;
+};
+
+TEST_F(NodeTest, TheFirstKeeperMakesTheFirstSnapshotAndServesThen) {
+  mState.text = "own;";
+  mNode.OnOpened(std::nullopt);
+  EXPECT_EQ(mTransport.reads, std::vector<Sequence>{0});
+  mNode.OnCaughtUp();
+  EXPECT_FALSE(mNode.Submit(ChangeOf("x"))) << "the site has not begun";
+  Pass(100ms);
+  EXPECT_EQ(mTransport.published.size(), 1U);
+  Return();
+  Pass(100ms);
+  Return();
+  ASSERT_EQ(mTransport.stored.size(), 1U);
+  EXPECT_FALSE(mNode.IsServing()) << "not before it has come back";
+  mNode.OnStored(mTransport.stored[0].first, true);
+  Pass(100ms);
+  Return();
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_EQ(mState.text, "own;");
+  EXPECT_TRUE(mTransport.fetched.empty());
+}
+
+TEST_F(NodeTest, OthersLoadTheFirstSnapshotAndCallItNoDivergence) {
+  mState.text = "own;";
+  mNode.OnOpened(std::nullopt);
+  Deliver(Take{Origin(2), 0});
+  mSiteText = "theirs;";
+  Deliver(Mark{mSite.Token(), 1});
+  mNode.OnCaughtUp();
+  Deliver(ManifestNow());
+  EXPECT_FALSE(mNode.IsServing());
+  Foreign("a");
+  mNode.OnFetched(mMark, mSnapshot);
+  ReadAgain(mMark);
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_EQ(mState.text, "theirs;a;");
+  EXPECT_FALSE(mListener.Heard("diverged"));
+}
+
+TEST_F(NodeTest, AChangeIsAppliedWhenItComesBackAndNotBefore) {
+  BeginAsOther();
+  const auto ticket = mNode.Submit(ChangeOf("mine"));
+  ASSERT_TRUE(ticket);
+  mNode.Flush();
+  Foreign("a");
+  EXPECT_EQ(mState.text, "begin;a;");
+  Return();
+  EXPECT_EQ(mState.text, "begin;a;mine;");
+  EXPECT_EQ(mState.own, std::vector<Ticket>{*ticket});
+}
+
+TEST_F(NodeTest, OnlyTheKeeperProposes) {
+  BeginAsOther();
+  EXPECT_FALSE(mNode.Propose(ChangeOf("x")));
+  EXPECT_EQ(mListener.kept, 0);
+}
+
+TEST_F(NodeTest, TheKeeperIsAskedWhileARenewalOfItsOwnIsFresh) {
+  BeginAsKeeper();
+  Pass(100ms);
+  EXPECT_TRUE(mNode.IsKeeper());
+  const int kept = mListener.kept;
+  EXPECT_GT(kept, 0);
+  EXPECT_TRUE(mNode.Propose(ChangeOf("x")));
+  Pass(2s);  // Nothing comes back.
+  EXPECT_FALSE(mNode.IsKeeper());
+  EXPECT_FALSE(mNode.Propose(ChangeOf("x")));
+  EXPECT_LE(mListener.kept - kept, 20);
+}
+
+TEST_F(NodeTest, AProposalBehindATakeOfAnotherIsRefused) {
+  BeginAsKeeper();
+  Pass(100ms);
+  const auto ticket = mNode.Propose(ChangeOf("old"));
+  ASSERT_TRUE(ticket);
+  mNode.Flush();
+  const auto published = mTransport.TakePublished();
+  Deliver(Take{Origin(2), mSite.Token()});
+  for (const Entry& entry : published) Deliver(entry);
+  EXPECT_EQ(mState.text, "");
+  EXPECT_TRUE(mListener.Heard("refused " + std::to_string(*ticket)));
+}
+
+TEST_F(NodeTest, StationsChangesOfAFormerKeeperCount) {
+  BeginAsKeeper();
+  mNode.Submit(ChangeOf("station's", 99));
+  mNode.Flush();
+  const auto published = mTransport.TakePublished();
+  Deliver(Take{Origin(2), mSite.Token()});
+  for (const Entry& entry : published) Deliver(entry);
+  EXPECT_EQ(mState.text, "station's;");
+}
+
+TEST_F(NodeTest, ADifferentStateIsFoundSaidAndLoadedAnew) {
+  BeginAsOther();
+  Foreign("a");
+  mState.text += "cosmic ray;";
+  Deliver(Mark{mSite.Token(), 2});
+  const auto mine = mNode.Submit(ChangeOf("mine"));
+  mNode.Flush();
+  Return();
+  Deliver(ManifestNow());
+  EXPECT_TRUE(mListener.Heard("diverged " + std::to_string(mMark)));
+  EXPECT_FALSE(mNode.IsServing());
+  EXPECT_FALSE(mNode.Submit(ChangeOf("x")));
+  Foreign("b");
+  mNode.OnFetched(mMark, mSnapshot);
+  EXPECT_EQ(mTransport.reads.back(), mMark);
+  ReadAgain(mMark);
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_EQ(mState.text, "begin;a;mine;b;");
+  EXPECT_EQ(mState.own, std::vector<Ticket>{*mine}) << "once";
+  EXPECT_EQ(mNode.Count().diverged, 1U);
+}
+
+TEST_F(NodeTest, AnEqualStateIsLeftAlone) {
+  BeginAsOther();
+  Foreign("a");
+  Deliver(Mark{mSite.Token(), 2});
+  Foreign("b");
+  Deliver(ManifestNow());
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_FALSE(mListener.Heard("diverged"));
+}
+
+TEST_F(NodeTest, WhoDiffersTwiceWithinAMinuteStops) {
+  BeginAsOther();
+  for (std::uint64_t i = 2; i <= 3; ++i) {
+    mState.text += "ray;";
+    Deliver(Mark{mSite.Token(), i});
+    Deliver(ManifestNow());
+    mNode.OnFetched(mMark, mSnapshot);
+    ReadAgain(mMark);
+    Pass(20s);
+  }
+  EXPECT_TRUE(mListener.Heard("diverged " + std::to_string(mMark) + " stop"));
+  EXPECT_FALSE(mNode.IsServing());
+  mTransport.TakePublished();
+  Pass(10s);
+  EXPECT_TRUE(mTransport.published.empty()) << "nor does it keep the site";
+}
+
+TEST_F(NodeTest, WhoDiffersAgainAfterAMinuteLoadsAgain) {
+  BeginAsOther();
+  for (std::uint64_t i = 2; i <= 3; ++i) {
+    mState.text += "ray;";
+    Deliver(Mark{mSite.Token(), i});
+    Deliver(ManifestNow());
+    mNode.OnFetched(mMark, mSnapshot);
+    ReadAgain(mMark);
+    for (std::uint64_t second = 0; second < 61; ++second) {
+      Deliver(Renew{mSite.Token(), mSite.Renewals() + 1});
+      Pass(1s);
+    }
+  }
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_EQ(mNode.Count().diverged, 2U);
+}
+
+TEST_F(NodeTest, AMissingPieceMakesItLookForANewerSnapshot) {
+  Write(Take{Origin(2), 0});
+  Write(Mark{mSite.Token(), 1});
+  mNode.OnOpened(Newest(ManifestNow()));
+  const Sequence first = mMark;
+  mNode.OnFetched(first, std::nullopt);
+  EXPECT_EQ(mTransport.reads, std::vector<Sequence>{mLog.size()}) << "behind that manifest";
+  Deliver(Mark{mSite.Token(), 2});
+  Deliver(ManifestNow());
+  EXPECT_EQ(mTransport.fetched.back(), mMark);
+  mNode.OnFetched(first, std::nullopt);  // Late, of the one before.
+  mNode.OnFetched(mMark, mSnapshot);
+  ReadAgain(mMark);
+  EXPECT_TRUE(mNode.IsServing());
+}
+
+TEST_F(NodeTest, AMissingPieceIsAskedForAgain) {
+  Write(Take{Origin(2), 0});
+  Write(Mark{mSite.Token(), 1});
+  mNode.OnOpened(Newest(ManifestNow()));
+  Pass(100ms);
+  mNode.OnFetched(mMark, mSnapshot + "x");
+  EXPECT_EQ(mTransport.fetched.size(), 1U);
+  Pass(1s);
+  EXPECT_EQ(mTransport.fetched.size(), 2U);
+  mNode.OnFetched(mMark, mSnapshot);
+  ReadAgain(mMark);
+  EXPECT_TRUE(mNode.IsServing());
+}
+
+TEST_F(NodeTest, WhoHasMissedAForgottenPartBeginsWithASnapshot) {
+  BeginAsOther();
+  const auto mine = mNode.Submit(ChangeOf("mine"));
+  mNode.Flush();
+  for (const Batch& batch : mTransport.TakePublished<Batch>()) Write(batch);
+  Write(ForeignBatch("a"));
+  const Sequence forgotten = mLog.size();
+  Write(Mark{mSite.Token(), 2});
+  Write(ManifestNow());
+  ReadAgain(forgotten);
+  EXPECT_FALSE(mNode.IsServing());
+  EXPECT_EQ(mState.text, "begin;") << "nothing is applied behind a gap";
+  mNode.OnFetched(mMark, mSnapshot);
+  EXPECT_TRUE(mListener.Heard("passed " + std::to_string(*mine)));
+  ReadAgain(mMark);
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_EQ(mState.text, "begin;mine;a;");
+  EXPECT_EQ(mNode.Waiting(), 0U);
+}
+
+TEST_F(NodeTest, SessionsAreKnownByTheirEntry) {
+  BeginAsOther();
+  ASSERT_TRUE(mNode.StartSession({Sid(7), 4000, "data"}));
+  EXPECT_FALSE(mNode.StartSession({Sid(8), 4000, std::string(kMaxSessionData + 1, 'x')}));
+  mNode.Flush();
+  EXPECT_EQ(mNode.FindSession(Sid(7)), 0U);
+  Return();
+  const Sequence session = mLog.size();
+  EXPECT_EQ(mNode.FindSession(Sid(7)), session);
+  EXPECT_TRUE(mListener.Heard("session " + std::to_string(session) + " data mine"));
+  Deliver(SessionEnd{mSite.Token(), session, session});
+  EXPECT_TRUE(mListener.Heard("end " + std::to_string(session)));
+  EXPECT_EQ(mNode.Session(session), nullptr);
+}
+
+TEST_F(NodeTest, ReadingAgainEndsNoSessionThatLives) {
+  BeginAsOther();
+  const Sequence old = Deliver(Batch{Origin(2), 0, ++mForeign, {SessionStart{Sid(1), 0, "a"}}});
+  mState.text += "ray;";
+  Deliver(Mark{mSite.Token(), 2});
+  const Sequence fresh = Deliver(Batch{Origin(2), 0, ++mForeign, {SessionStart{Sid(2), 0, "b"}}});
+  Deliver(ManifestNow());
+  mNode.OnFetched(mMark, mSnapshot);
+  ReadAgain(mMark);
+  EXPECT_FALSE(mListener.Heard("end"));
+  EXPECT_NE(mNode.Session(old), nullptr);
+  EXPECT_NE(mNode.Session(fresh), nullptr);
+}
+
+TEST_F(NodeTest, TheKeeperEndsIdleSessionsAndOthersDoNot) {
+  BeginAsKeeper();
+  mNode.StartSession({Sid(7), 4000, ""});
+  mNode.Flush();
+  Return();
+  const Sequence session = mNode.FindSession(Sid(7));
+  ASSERT_NE(session, 0U);
+  for (int i = 0; i < 40; ++i, Pass(100ms)) Return();
+  EXPECT_FALSE(mListener.Heard("end"));
+  mNode.ExtendSession(session);
+  for (int i = 0; i < 40; ++i, Pass(100ms)) Return();
+  EXPECT_FALSE(mListener.Heard("end")) << "it was used";
+  for (int i = 0; i < 30; ++i, Pass(100ms)) Return();
+  EXPECT_TRUE(mListener.Heard("end " + std::to_string(session)));
+}
+
+TEST_F(NodeTest, AnAwayLogIsSaidOnceAndAskedForNothing) {
+  BeginAsOther();
+  mListener.words.clear();
+  Pass(5s, false);
+  Pass(1s);
+  int away = 0;
+  for (const std::string& word : mListener.words) away += word == "away";
+  EXPECT_EQ(away, 1);
+  EXPECT_EQ(mListener.words.back(), "back");
+  EXPECT_TRUE(mNode.IsServing()) << "stations stay";
+}
+
+TEST_F(NodeTest, GarbageIsCountedAndSaidOnce) {
+  BeginAsOther();
+  for (const std::string bytes : {"", "garbage", "\x02"}) {
+    mLog.emplace_back(Renew{});
+    mNode.OnEntry(mLog.size(), bytes);
+  }
+  EXPECT_EQ(mNode.Count().refusedEntries, 3U);
+  int words = 0;
+  for (const std::string& word : mListener.words) words += word.rfind("word:", 0) == 0;
+  EXPECT_EQ(words, 1);
+  Foreign("a");
+  EXPECT_EQ(mState.text, "begin;a;");
+}
+
+TEST_F(NodeTest, SaysThatItsResourceFilesAreOthers) {
+  mState.resources = Sid(9);
+  BeginAsOther();
+  EXPECT_TRUE(mListener.Heard("word: The resource files"));
+}
+
+TEST_F(NodeTest, AnEntryThatComesTwiceIsAppliedOnce) {
+  BeginAsOther();
+  const Sequence sequence = Foreign("a");
+  mNode.OnEntry(sequence, Encode(mLog.back()));
+  Deliver(Entry(mLog.back()));
+  EXPECT_EQ(mState.text, "begin;a;");
+}
+
+}  // namespace
+}  // namespace dorn::site
