@@ -1,6 +1,7 @@
 #include "station/Tree.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace dorn::station {
 
@@ -45,14 +46,19 @@ std::vector<const Json*> ChildrenOf(const Json& json, bool isGroup, Source sourc
   return list != nullptr && list->IsArray() ? ElementsOf(list) : std::vector<const Json*>();
 }
 
+Object& Adopt(Object& parent, std::unique_ptr<Object> child) {
+  child->mParent = &parent;
+  child->mPlace = parent.mChildren.size();
+  parent.mChildren.push_back(std::move(child));
+  return *parent.mChildren.back();
+}
+
 void Build(Object& object, const Json& json, Source source) {
   SetAttributes(object, json);
   const bool isGroup = object.mParent == nullptr || object.IsGroup();
   for (const Json* child : ChildrenOf(json, isGroup, source)) {
     if (!child->IsObject()) continue;
-    object.mChildren.push_back(std::make_unique<Object>());
-    object.mChildren.back()->mParent = &object;
-    Build(*object.mChildren.back(), *child, source);
+    Build(Adopt(object, std::make_unique<Object>()), *child, source);
   }
 }
 
@@ -65,13 +71,9 @@ bool IsWithin(const Object& object, const Object& ancestor) {
   return false;
 }
 
-std::unique_ptr<Object> TakeFromParent(Object& object) {
-  auto& siblings = object.mParent->mChildren;
-  const auto place = std::find_if(siblings.begin(), siblings.end(),
-                                  [&object](const auto& each) { return each.get() == &object; });
-  std::unique_ptr<Object> taken = std::move(*place);
-  siblings.erase(place);
-  return taken;
+void Renumber(Object& parent) {
+  std::size_t place = 0;
+  for (const auto& child : parent.mChildren) child->mPlace = place++;
 }
 
 Json WrittenObject(const Object& object) {
@@ -153,11 +155,11 @@ Object* Tree::Find(std::string_view name) {
   if (!mIsIndexed) Index();
   auto found = mByName.find(name);
   if (found == mByName.end()) return nullptr;
-  if (found->second == nullptr) {
+  if (found->second.mFirst == nullptr) {
     Index();
     found = mByName.find(name);
   }
-  return found->second;
+  return found->second.mFirst;
 }
 
 void Tree::Index() {
@@ -166,9 +168,10 @@ void Tree::Index() {
   while (!open.empty()) {
     Object* object = open.back();
     open.pop_back();
-    mByName.emplace(object->mName, object);  // The first one stays.
+    const auto [entry, isFirst] = mByName.emplace(object->mName, Named{object});
+    if (!isFirst) entry->second.mIsShared = true;  // The first one stays.
     for (auto child = object->mChildren.rbegin(); child != object->mChildren.rend(); ++child) {
-      open.push_back(child->get());
+      if (*child != nullptr) open.push_back(child->get());
     }
   }
   mIsIndexed = true;
@@ -178,8 +181,38 @@ void Tree::Index() {
 // which of them comes first stays open until somebody asks. Nothing comes before the root.
 void Tree::Enter(Object& object) {
   if (!mIsIndexed) return;
-  const auto [entry, isFirst] = mByName.emplace(object.mName, &object);
-  if (!isFirst && entry->second != mRoot.get()) entry->second = nullptr;
+  const auto [entry, isFirst] = mByName.emplace(object.mName, Named{&object});
+  if (isFirst) return;
+  entry->second.mIsShared = true;
+  if (entry->second.mFirst != mRoot.get()) entry->second.mFirst = nullptr;
+}
+
+// Whoever has a name of his own is still the first of that name.
+void Tree::Moved(const Object& object) {
+  if (!mIsIndexed) return;
+  const auto entry = mByName.find(object.mName);
+  if (entry != mByName.end() && entry->second.mIsShared && entry->second.mFirst != mRoot.get()) {
+    entry->second.mFirst = nullptr;
+  }
+  for (const auto& child : object.mChildren) {
+    if (child != nullptr) Moved(*child);
+  }
+}
+
+// A host may move thousands at once: the gaps that they leave are closed when all have gone.
+void Tree::Move(Object& object, Object& parent) {
+  Object& former = *object.mParent;
+  mGapped.insert(&former);
+  Adopt(parent, std::move(former.mChildren[object.mPlace]));
+  Moved(object);
+}
+
+void Tree::CloseGaps() {
+  for (Object* parent : std::exchange(mGapped, {})) {
+    auto& children = parent->mChildren;
+    children.erase(std::remove(children.begin(), children.end(), nullptr), children.end());
+    Renumber(*parent);
+  }
 }
 
 const Object* Tree::Find(std::string_view name) const {
@@ -217,6 +250,7 @@ bool Tree::Add(const Json& command) {
   for (const Json& json : ObjectsOf(command)) {
     if (json.IsObject()) wantsAll = Merge(json, *group) || wantsAll;
   }
+  CloseGaps();
   return wantsAll;
 }
 
@@ -230,11 +264,7 @@ bool Tree::Merge(const Json& json, Object& parent) {
     object = &Append(parent, json);
     Enter(*object);
   } else {
-    if (object->mParent != &parent && !IsWithin(parent, *object)) {
-      parent.mChildren.push_back(TakeFromParent(*object));
-      object->mParent = &parent;
-      mIsIndexed = false;
-    }
+    if (object->mParent != &parent && !IsWithin(parent, *object)) Move(*object, parent);
     SetAttributes(*object, json);  // The name stays: the object was found by it.
   }
   const Json::Array& children = ObjectsOf(json);
@@ -246,9 +276,7 @@ bool Tree::Merge(const Json& json, Object& parent) {
 }
 
 Object& Tree::Append(Object& parent, const Json& json) {
-  parent.mChildren.push_back(std::make_unique<Object>());
-  Object& object = *parent.mChildren.back();
-  object.mParent = &parent;
+  Object& object = Adopt(parent, std::make_unique<Object>());
   SetAttributes(object, json);
   return object;
 }
@@ -265,7 +293,10 @@ void Tree::Delete(const Json& command) {
 }
 
 void Tree::Remove(Object& object) {
-  static_cast<void>(TakeFromParent(object));  // Dies with all below it.
+  Object& parent = *object.mParent;
+  const auto place = static_cast<std::ptrdiff_t>(object.mPlace);
+  parent.mChildren.erase(parent.mChildren.begin() + place);  // Dies with all below it.
+  Renumber(parent);
   mIsIndexed = false;
 }
 

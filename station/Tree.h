@@ -2,8 +2,10 @@
 #ifndef STATION_TREE_H_
 #define STATION_TREE_H_
 
+#include <cstddef>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -20,6 +22,7 @@ struct Object {
   Json::Object mAttributes;  // Name and Type among them.
   std::vector<std::unique_ptr<Object>> mChildren;
   Object* mParent = nullptr;
+  std::size_t mPlace = 0;  // Among its siblings.
 
   // The text of an attribute; empty without it.
   std::string_view TextOf(std::string_view key) const;
@@ -59,14 +62,23 @@ class Tree {
   bool Merge(const Json& json, Object& parent);
   void Remove(Object& object);
   static Object& Append(Object& parent, const Json& json);
+  void Move(Object& object, Object& parent);
+  void CloseGaps();
   void Index();
   void Enter(Object& object);
+  void Moved(const Object& object);
+
+  struct Named {
+    Object* mFirst;          // Null: the index must be rebuilt to tell which of several it is.
+    bool mIsShared = false;  // There may be others of this name.
+  };
 
   std::unique_ptr<Object> mRoot;
-  // New objects are entered; after objects were taken out or moved, the next one who asks rebuilds
-  // it. Null: it must be rebuilt to tell which of several is the first.
-  std::unordered_map<std::string_view, Object*> mByName;
+  // New objects are entered; after objects were taken out, the next one who asks rebuilds it.
+  std::unordered_map<std::string_view, Named> mByName;
   bool mIsIndexed = false;
+  // Objects that an ADD moves leave nulls among these ones' children until it ends.
+  std::set<Object*> mGapped;
 };
 
 // Whether this is a grid's table: an array of arrays.

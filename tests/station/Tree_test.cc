@@ -2,13 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <ctime>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "station/Reader.h"
+#include "tests/station/Growth.h"
 
 namespace dorn::station {
 namespace {
@@ -81,22 +80,6 @@ TEST(TreeTest, FindsTheFirstOfANameWhateverCameBefore) {
   }
 }
 
-// Seconds of this thread, which do not count what else the machine does. The best of a few.
-template <typename Act>
-double SecondsOf(const Act& act) {
-  double best = 1e9;
-  for (int i = 0; i < 5; ++i) {
-    timespec before{};
-    timespec after{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &before);
-    act();
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &after);
-    best = std::min(best, static_cast<double>(after.tv_sec - before.tv_sec) +
-                              static_cast<double>(after.tv_nsec - before.tv_nsec) / 1e9);
-  }
-  return best;
-}
-
 // Every second one without a name if they are mixed.
 std::string Objects(int count, bool isMixed) {
   std::string text = R"({"Command":"ADD","Name":"g","Objects":[)";
@@ -107,10 +90,8 @@ std::string Objects(int count, bool isMixed) {
   return text + "]}";
 }
 
-// Eight times as many objects take eight times as long, and 64 times if each is paid for by all.
 constexpr int kFew = 250;
 constexpr int kMany = 8 * kFew;
-constexpr double kMostGrowth = 24;
 
 double SecondsToAdd(int count, bool isMixed) {
   const Json command = Read(Objects(count, isMixed));

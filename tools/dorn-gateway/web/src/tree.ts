@@ -94,9 +94,12 @@ const isDialog = (json: Json): json is JsonObject => memberText(json, "Command")
 
 export class Tree {
   readonly root = new TreeObject(null);
-  // New objects are entered; after objects were taken out or moved, the next one who asks rebuilds
-  // it. Null in it: it must be rebuilt to tell which of several is the first.
+  // New objects are entered; after objects were taken out, the next one who asks rebuilds it. Null
+  // in it: it must be rebuilt to tell which of several is the first.
   private byName: Map<string, TreeObject | null> | null = null;
+  private readonly shared = new Set<string>(); // Names of several objects, as far as byName knows.
+  // Objects that an ADD moves stay among the children of these ones until it ends.
+  private readonly left = new Set<TreeObject>();
 
   /** The tree that a host sends of a dialog it runs. */
   static fromLive(json: JsonObject): Tree {
@@ -134,14 +137,18 @@ export class Tree {
     const known = this.byName?.get(name);
     if (this.byName && known !== null) return known;
     const byName = new Map<string, TreeObject>();
+    this.shared.clear();
     this.index(this.root, byName);
     this.byName = byName;
     return byName.get(name);
   }
 
   private index(object: TreeObject, byName: Map<string, TreeObject>): void {
-    if (!byName.has(object.name)) byName.set(object.name, object);
-    for (const child of object.children) this.index(child, byName);
+    if (byName.has(object.name)) this.shared.add(object.name);
+    else byName.set(object.name, object);
+    for (const child of object.children) {
+      if (child.parent === object) this.index(child, byName);
+    }
   }
 
   /**
@@ -152,9 +159,37 @@ export class Tree {
     const object = parent.append();
     object.setAttributes(json);
     const known = this.byName?.get(object.name);
-    if (known === undefined) this.byName?.set(object.name, object);
-    else if (known !== this.root) this.byName?.set(object.name, null);
+    if (known === undefined) {
+      this.byName?.set(object.name, object);
+    } else {
+      this.shared.add(object.name);
+      if (known !== this.root) this.byName?.set(object.name, null);
+    }
     return object;
+  }
+
+  /** A host may move thousands at once: those who keep their places close up when all have gone. */
+  private move(object: TreeObject, parent: TreeObject): void {
+    if (object.parent) this.left.add(object.parent);
+    if (this.left.has(parent)) this.closeUp(parent);
+    object.parent = parent;
+    parent.children.push(object);
+    this.moved(object);
+  }
+
+  /** Whoever has a name of his own is still the first of that name. */
+  private moved(object: TreeObject): void {
+    if (this.shared.has(object.name) && this.byName?.get(object.name) !== this.root) {
+      this.byName?.set(object.name, null);
+    }
+    for (const child of object.children) {
+      if (child.parent === object) this.moved(child);
+    }
+  }
+
+  private closeUp(parent: TreeObject): void {
+    parent.children = parent.children.filter((each) => each.parent === parent);
+    this.left.delete(parent);
   }
 
   /**
@@ -198,7 +233,9 @@ export class Tree {
   add(command: JsonObject): boolean {
     const group = this.find(memberText(command, "Name"));
     if (!group) return false;
-    return this.mergeAll(memberList(command, "Objects"), group);
+    const wantsAll = this.mergeAll(memberList(command, "Objects"), group);
+    for (const parent of [...this.left]) this.closeUp(parent);
+    return wantsAll;
   }
 
   private mergeAll(list: readonly Json[], parent: TreeObject): boolean {
@@ -220,12 +257,7 @@ export class Tree {
     if (!object || isNew) {
       object = this.appendTo(parent, json);
     } else {
-      if (object.parent !== parent && !parent.isWithin(object)) {
-        this.takeFromParent(object);
-        parent.children.push(object);
-        object.parent = parent;
-        this.byName = null;
-      }
+      if (object.parent !== parent && !parent.isWithin(object)) this.move(object, parent);
       object.setAttributes(json); // The name stays: the object was found by it.
     }
     const children = memberList(json, "Objects");

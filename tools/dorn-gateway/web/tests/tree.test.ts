@@ -102,3 +102,42 @@ for (const isMixed of [false, true]) {
 test("tree: making one of updates takes time that grows with the objects alone", () => {
   checkGrowth((list) => Tree.flat("d", [{ Objects: list }]), false);
 });
+
+const twoGroups = (list: JsonObject[]): Tree =>
+  Tree.fromLive({
+    Name: "d",
+    Objects: [
+      { Name: "a", Type: "GROUP", Objects: list },
+      { Name: "b", Type: "GROUP" },
+    ],
+  });
+
+test("tree: moving to another group takes time that grows with the objects alone", () => {
+  const secondsFor = (count: number): number => {
+    const list = objects(count, false);
+    const tree = twoGroups(list);
+    return secondsOf(() => {
+      tree.add({ Name: "b", Objects: list });
+      assert.equal(tree.find("b")?.children.length, count);
+      tree.add({ Name: "a", Objects: list });
+      assert.equal(tree.find("b")?.children.length, 0);
+    });
+  };
+  secondsFor(kMany / 4); // Compiled by now.
+  const few = secondsFor(kFew);
+  assert.ok(secondsFor(kMany) < kMostGrowth * few);
+});
+
+const namesIn = (tree: Tree, group: string): string =>
+  (tree.find(group)?.children ?? []).map(({ name }) => name).join(" ");
+
+test("tree: what is moved may come back, and leaves the others in their order", () => {
+  const tree = twoGroups(objects(6, false));
+  tree.add({ Name: "b", Objects: [{ Name: "n4" }, { Name: "n1" }, { Name: "n4" }] });
+  assert.equal(namesIn(tree, "a"), "n0 n2 n3 n5");
+  const there = { Name: "b", Objects: [{ Name: "n2" }, { Name: "n3" }] };
+  tree.add({ Name: "d", Objects: [there, { Name: "a", Objects: [{ Name: "n2" }] }] });
+  assert.equal(namesIn(tree, "a"), "n0 n5 n2");
+  assert.equal(namesIn(tree, "b"), "n4 n1 n3");
+  assert.equal(tree.find("n2")?.parent, tree.find("a"));
+});
