@@ -39,7 +39,7 @@ class ScreenMaker {
       screen.mCards.back().mItems.push_back(std::move(item));
       isLoose = !isCard;
     }
-    screen.mAlarmBar = std::move(mAlarmBar);
+    for (const Card& card : screen.mCards) CollectAlarms(card.mItems, screen.mAlarmBar);
     return screen;
   }
 
@@ -130,7 +130,6 @@ class ScreenMaker {
       case Widget::kGrid:
         item.mTable = MakeTable(words);
         if (!item.mTable.mIsAlarms) item.mActionType = {};
-        CollectAlarms(item);
         break;
       case Widget::kButton:
         item.mConfirm = words.TextInLanguage(Attribute::kConfirm);
@@ -247,19 +246,23 @@ class ScreenMaker {
     return isBelow(item.mLow) || isAbove(item.mHigh) ? Condition::kWarn : Condition::kNormal;
   }
 
-  void CollectAlarms(const Item& grid) {
-    if (!grid.mTable.mIsAlarms) return;
+  // In the order in which the grids are drawn.
+  static void CollectAlarms(const std::vector<Item>& items, std::vector<AlarmLine>& bar) {
+    for (const Item& item : items) {
+      if (item.mTable.mIsAlarms) CollectAlarms(item, bar);
+      CollectAlarms(item.mChildren, bar);
+    }
+  }
+
+  static void CollectAlarms(const Item& grid, std::vector<AlarmLine>& bar) {
     for (const TableRow& row : grid.mTable.mRows) {
       const bool isAlarm = row.mState == Condition::kAlarm || row.mState == Condition::kBad;
-      if (isAlarm && row.mNeedsAck) {
-        mAlarmBar.push_back({grid.mName, row.mKey, row.mText, row.mState});
-      }
+      if (isAlarm && row.mNeedsAck) bar.push_back({grid.mName, row.mKey, row.mText, row.mState});
     }
   }
 
   const Replica& mReplica;
   std::string_view mLanguage;
-  std::vector<AlarmLine> mAlarmBar;
 };
 
 }  // namespace

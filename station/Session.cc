@@ -71,7 +71,7 @@ void Session::SetStayLoggedIn(bool stays, Ms now) {
 bool Session::Act(const std::string& actionName, const std::string& actionType,
                   const std::vector<SetObject>& objects, Ms now) {
   mNow = mTouched = now;
-  if (mState != State::kShowing) return false;
+  if (!IsShowingDialog()) return false;
   const std::string condition = ConditionText(actionName, actionType, objects, mOptions.mQuotes);
   if (condition.empty()) return false;
   const std::string text = ActText(mFences + 1, condition, mFences + 2);
@@ -83,6 +83,7 @@ bool Session::Act(const std::string& actionName, const std::string& actionType,
   mActions[before] = after;
   mReplica.Act(objects, before, after);
   mFenceAt = mAliveAt = now;
+  mMessage.clear();
   Send(text);
   return true;
 }
@@ -196,10 +197,13 @@ void Session::EndSession(Cause cause, std::string message) {
   mMessage = std::move(message);
   if (!mDialog.empty()) mReturnTo = mDialog;
   mDialog.clear();
+  mShown.clear();
   mSessionId.clear();
   mLogIn.mPass.clear();
   mRetries = 0;
   mLostAt.reset();
+  mQuality.reset();
+  mStays = false;
 }
 
 unsigned long Session::SendFence() {
@@ -248,6 +252,12 @@ Session::Ms Session::IdleAfter() const {
 
 // Whether what extends the session may be sent without a touch.
 bool Session::IsAlive() const { return mStays || mNow - mTouched < IdleAfter(); }
+
+// Entering the same dialog again is no hindrance: what is sent then comes behind it.
+bool Session::IsShowingDialog() const {
+  if (mState == State::kShowing) return true;
+  return mState == State::kEntering && mIsConnected && mShown == mDialog;
+}
 
 void Session::Tick(Ms now) {
   mNow = now;

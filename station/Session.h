@@ -89,7 +89,9 @@ class Session : private Framing::Sink {
   void Refresh(Ms now);
   void Touched(Ms now) { mTouched = now; }
   void SetLooking(bool isLooking, Ms now);
+  // Ends with the session: the next user decides for himself.
   void SetStayLoggedIn(bool stays, Ms now);
+  bool StaysLoggedIn() const { return mStays; }
   // Sets attributes of objects, or touches one by its name alone. False when it cannot be sent: not
   // showing, too long, or no text that a host may get.
   bool Act(const std::string& actionName, const std::string& actionType,
@@ -115,14 +117,17 @@ class Session : private Framing::Sink {
 
   State GetState() const { return mState; }
   Cause GetCause() const;
-  // The host's own words about the last error; empty without.
+  // The host's own words about the last error; empty without, and once a change was sent or a
+  // dialog came after it.
   const std::string& Message() const { return mMessage; }
   // Since when what is shown has been stale; nothing while it is fresh.
   std::optional<Ms> StaleSince() const;
   const Replica& Dialog() const { return mReplica; }
+  // Shown or being entered; empty without.
+  const std::string& DialogName() const { return mDialog; }
   const Opened& LastOpened() const { return mOpened; }
   const std::string& SessionId() const { return mSessionId; }
-  // How long the host took for the last change; nothing before the first.
+  // How long the host took for the last change; nothing before the first of a session.
   std::optional<Ms> Quality() const { return mQuality; }
   const Counts& Texts() const { return mCounts; }
   std::vector<File> TakeFiles();
@@ -153,6 +158,7 @@ class Session : private Framing::Sink {
   void Await(unsigned long fence) { mAwaited.push_back({fence, mNow}); }
   void StartEntry(const std::string& dialog, bool isNewLine);
   bool IsAlive() const;
+  bool IsShowingDialog() const;
   Ms IdleAfter() const;
   void TickLine();
   void TickIdle();
@@ -196,7 +202,8 @@ class Session : private Framing::Sink {
   struct LogIn mLogIn;
   std::string mSessionId;
   Opened mOpened;
-  std::string mDialog;    // Shown or being entered.
+  std::string mDialog;
+  std::string mShown;     // Of which the replica holds the tree.
   std::string mReturnTo;  // Shown when the session ended.
   std::string mUser;      // Who saw it.
 

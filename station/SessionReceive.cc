@@ -176,7 +176,9 @@ void Session::OnTree(const Json& tree, bool isLive) {
   const auto state = mReplica.GetState();
   if (state != Replica::State::kLive && state != Replica::State::kNothing) return;
   mState = State::kShowing;
+  mShown = mDialog;
   mCause = Cause::kNone;
+  mMessage.clear();
   mRetries = 0;
   mLostAt.reset();
 }

@@ -233,10 +233,10 @@ bool Tree::UpdateObject(Object& object, const Json& json) {
   const bool isGrid = object.TextOf("Type") == "GRID";
   bool lacksTable = isGrid && (json.mHadEmptyData || json.mMembers.size() == 1);
   for (const auto& [key, value] : json.mMembers) {
-    if (key == "Name" || IsChildrenKey(key) || value.IsNull()) continue;
+    if (key == "Name" || IsChildrenKey(key)) continue;
     if (isGrid && key == "Data" && !IsTable(&value)) {
-      lacksTable = true;  // The plain attribute beside the table.
-    } else {
+      lacksTable = true;  // The plain attribute beside the table, or nothing at all.
+    } else if (!value.IsNull()) {
       object.mAttributes[key] = value;
     }
   }

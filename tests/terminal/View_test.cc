@@ -373,6 +373,19 @@ TEST(TerminalViewTest, WarnsBeforeTheSessionEnds) {
   EXPECT_THAT(stage.Text(), Not(HasSubstr("The session ends")));
 }
 
+TEST(TerminalViewTest, StayingLoggedInEndsWithALogOut) {
+  Stage stage;
+  stage.mOpenMore = R"(,"Interval":40)";
+  stage.Show(kButton);
+  stage.Press(Key::Function(7));
+  stage.mNow += 31'000;
+  EXPECT_THAT(stage.Text(), Not(HasSubstr("The session ends")));
+  stage.Press(Key::Function(8));
+  stage.Show(kButton);
+  stage.mNow += 31'000;
+  EXPECT_THAT(stage.Text(), HasSubstr("The session ends in 9 s"));
+}
+
 TEST(TerminalViewTest, HidesAndDisables) {
   Stage stage;
   stage.Show(R"({"Name":"a","Type":"BUTTON","Visible":"OFF"},)"

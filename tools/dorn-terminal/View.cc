@@ -256,7 +256,7 @@ void View::EnterDialog(const std::string& dialog, Ms now) {
 std::optional<View::Ms> View::EndsIn(Ms now) const {
   constexpr Ms kWarnBefore = 60'000;
   const Ms interval = mSession.LastOpened().mIntervalSeconds * 1000;
-  if (interval <= 0 || mStays || mMode == Mode::kLogIn) return std::nullopt;
+  if (interval <= 0 || mSession.StaysLoggedIn() || mMode == Mode::kLogIn) return std::nullopt;
   const Ms left = mTouchedAt + interval - now;
   if (left > std::min(kWarnBefore, interval / 4)) return std::nullopt;
   return std::max<Ms>(left, 0);
@@ -266,7 +266,7 @@ std::optional<View::Ms> View::EndsIn(Ms now) const {
 std::optional<View::Ms> View::NextDraw(Ms now) const {
   if (mSession.StaleSince() || EndsIn(now)) return now + 1000;
   const Ms interval = mSession.LastOpened().mIntervalSeconds * 1000;
-  if (interval <= 0 || mStays || mMode == Mode::kLogIn) return std::nullopt;
+  if (interval <= 0 || mSession.StaysLoggedIn() || mMode == Mode::kLogIn) return std::nullopt;
   return mTouchedAt + interval - std::min<Ms>(60'000, interval / 4);
 }
 

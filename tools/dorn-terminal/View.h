@@ -149,7 +149,6 @@ class View {
   std::deque<Key> mHeldKeys;  // Typed while a dialog was being entered.
   Ms mEnteringSince = 0;
   Ms mTouchedAt = 0;
-  bool mStays = false;
   bool mHasSound = true;
   bool mWantsBeep = false;
   std::set<std::string> mHeardAlarms;

@@ -77,7 +77,7 @@ void View::DrawTitle(Painter& painter, Ms) const {
     if (mSession.Texts().mUnreadable > 0) {
       right += "  " + Filled(texts.unreadable, std::to_string(mSession.Texts().mUnreadable));
     }
-    if (mStays) right += "  " + std::string(texts.stay);
+    if (mSession.StaysLoggedIn()) right += "  " + std::string(texts.stay);
     if (mSession.Quality() && !mSession.StaleSince()) {
       right += "  " + Filled(texts.quality, std::to_string(*mSession.Quality()));
     }

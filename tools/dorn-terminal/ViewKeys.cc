@@ -106,8 +106,7 @@ bool View::OnFrameKey(const Key& key, Ms now) {
       mHasActed = true;
       break;
     case 7:
-      mStays = !mStays;
-      mSession.SetStayLoggedIn(mStays, now);
+      mSession.SetStayLoggedIn(!mSession.StaysLoggedIn(), now);
       break;
     case 8:
       if (isIn) {
