@@ -92,9 +92,9 @@ bool Session::GetFile(const std::string& name, Ms now) {
   mNow = now;
   if (!HasExtension(name) || !IsSendable(name)) return false;
   if (mState != State::kEntering && mState != State::kShowing) return false;
-  const auto cached = mCache.find(name);
-  Send(GetFileText(name, cached == mCache.end() ? "" : cached->second.mDate));
-  mAsked.push_back({name, Asked::Use::kFile});
+  FileCache::Held copy = mCache.Find(name);
+  Send(GetFileText(name, copy == nullptr ? "" : copy->mDate));
+  mAsked.push_back({name, Asked::Use::kFile, std::move(copy)});
   SendFence();
   return true;
 }
@@ -242,7 +242,7 @@ void Session::StartEntry(const std::string& dialog, bool isNewLine) {
     mLocalTree = mReader.Read(*local).mJson;
   }
   if (!local || isNewLine) {
-    mAsked.push_back({file, local ? Asked::Use::kNone : Asked::Use::kTree});
+    mAsked.push_back({file, local ? Asked::Use::kNone : Asked::Use::kTree, nullptr});
   }
 }
 

@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "station/Commands.h"
+#include "station/FileCache.h"
 #include "station/Framing.h"
 #include "station/Reader.h"
 #include "station/Replica.h"
@@ -141,10 +142,7 @@ class Session : private Framing::Sink {
     enum class Use { kFile, kTree, kNone };
     std::string mFile;
     Use mUse;
-  };
-  struct Cached {
-    std::string mDate;
-    std::string mBytes;
+    FileCache::Held mCopy;  // Of which the host was told.
   };
 
   // Lines and log-in (Session.cc).
@@ -218,7 +216,7 @@ class Session : private Framing::Sink {
   Json mHead;  // Of the file that is coming in; null: none.
   std::string mBytes;
   Ms mPayloadAt = 0;
-  std::map<std::string, Cached> mCache;
+  FileCache mCache;
   std::vector<File> mFiles;
   std::optional<unsigned long> mLocalFence;  // Behind which the station's own file is the tree.
   Json mLocalTree;

@@ -101,9 +101,9 @@ void Session::OnPutfile(const Json& command) {
   mHead = command;
   mBytes.clear();
   if (status == "LATEST") {
-    const auto cached = mCache.find(mAsked.front().mFile);
-    if (cached == mCache.end()) return OnNoFile();
-    mBytes = cached->second.mBytes;
+    const FileCache::Held copy = mAsked.front().mCopy;
+    if (copy == nullptr) return OnNoFile();
+    mBytes = copy->mBytes;
     OnFileEnd();
   } else if (!status.empty() || command.Find("Length") == nullptr) {
     OnNoFile();
@@ -150,7 +150,7 @@ void Session::OnFileEnd() {
     return OnTree(read.mJson, IsLiveDate(date));
   }
   if (asked.mUse == Asked::Use::kNone) return;
-  if (!IsLiveDate(date) && !date.empty()) mCache[asked.mFile] = {date, mBytes};
+  if (!IsLiveDate(date) && !date.empty()) mCache.Keep(asked.mFile, date, mBytes);
   mFiles.push_back({asked.mFile, true, std::exchange(mBytes, {})});
 }
 

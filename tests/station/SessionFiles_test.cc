@@ -26,6 +26,20 @@ TEST_F(SessionTest, FetchesFilesEachWithAFenceBehindItAndKeepsThemByDate) {
   EXPECT_EQ(files[0].mBytes, "\x89PNG\x02\x03");
 }
 
+// Others that were asked for before take its place meanwhile.
+TEST_F(SessionTest, ACopyIsThereUntilTheHostHasAnswered) {
+  constexpr char kDate[] = "2024-01-02 03:04:05";
+  Show();
+  mSession.GetFile("pump.png", mNow);
+  SendFile("pump.png", "bytes", kDate);
+  const auto nameOf = [](std::size_t number) { return std::to_string(number) + ".png"; };
+  for (std::size_t i = 0; i < FileCache::kMostFiles; ++i) mSession.GetFile(nameOf(i), mNow);
+  mSession.GetFile("pump.png", mNow);
+  for (std::size_t i = 0; i < FileCache::kMostFiles; ++i) SendFile(nameOf(i), "x", kDate);
+  Say(R"({"Command":"PUTFILE","Date":"2024-01-02 03:04:05","File":"pump.png","Status":"LATEST"})");
+  EXPECT_EQ(mSession.TakeFiles().back().mBytes, "bytes");
+}
+
 TEST_F(SessionTest, ALiveTreeThatIsFetchedAsAFileIsNotKept) {
   Show();
   mSession.GetFile("panel.json", mNow);
