@@ -11,7 +11,7 @@ namespace {
 // Marks follow each other after 5 s at the earliest, and a manifest its mark soon.
 constexpr std::size_t kMostKnown = 16;
 
-constexpr Ms kAskAgain{1000};
+constexpr Ms kStoreAgain{1000};
 
 }  // namespace
 
@@ -71,7 +71,7 @@ void Snapshots::OnStored(Sequence mark, bool isStored) {
   if (!mMaking || mMaking->manifest.mark != mark) return;
   mMaking->isStoring = false;
   mMaking->isStored |= isStored;
-  if (isStored) mMaking->askedAt -= kAskAgain;
+  if (isStored) mMaking->askedAt -= kStoreAgain;
 }
 
 void Snapshots::OnManifest(Sequence newest, Sequence older, Ms now) {
@@ -101,7 +101,7 @@ bool Snapshots::IsMarkDue(const State& state, Ms now) const {
 }
 
 std::optional<Entry> Snapshots::GoOnMaking(const State& state, Ms now) {
-  if (mMaking->isStoring || now - mMaking->askedAt < kAskAgain) return std::nullopt;
+  if (mMaking->isStoring || now - mMaking->askedAt < kStoreAgain) return std::nullopt;
   mMaking->askedAt = now;
   if (mMaking->isStored) {
     mMaking->manifest.token = state.Token();
