@@ -65,6 +65,16 @@ export class Scene {
     return this;
   }
 
+  /** Logged in, and the host leaves the dialog's file to the station. */
+  openLeftToStation(hasLocalFiles: boolean): this {
+    this.session.logIn("u", "p", this.now);
+    this.connect();
+    this.sent();
+    this.tell({ t: "hello", menu: [], local: hasLocalFiles });
+    this.open({ FileSource: "STATION" });
+    return this;
+  }
+
   act(value: string): boolean {
     const objects = [{ name: "a", attributes: { Value: value } }];
     return this.session.act("a", "CHANGE", objects, this.now);
