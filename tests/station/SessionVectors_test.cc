@@ -155,7 +155,7 @@ TEST(VectorsTest, SessionsEndAsTheyShould) {
   std::set<std::string> rules;
   const auto vectors = VectorsOf("session.json");
   for (const Json& vector : vectors) {
-    SessionVector{vector};
+    const SessionVector run(vector);
     rules.insert(TextIn(vector, "rule"));
   }
   EXPECT_GT(vectors.size(), 25u);
