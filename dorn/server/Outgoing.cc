@@ -213,11 +213,22 @@ void Outgoing::Drain() {
     PrintLine({"Connection ", std::to_string(mSocket.GetId()),
                " closed: the rest of a message cannot be sent: ", std::strerror(errno)});
     mSocket.Close();
+  } else if (result == Result::kCutShort) {
+    CloseCutShort();
   } else if (result != Result::kEmpty) {
     WatchBacklog();
   } else if (mClosesWhenDrained) {
     mSocket.Close();
   }
+}
+
+// The station counts the bytes that were announced: it would take whatever is sent next for the
+// rest of the file, and be out of step for ever. When it comes back it asks anew.
+void Outgoing::CloseCutShort() {
+  const ClosingFor reason(&Statistics::closedByHost);
+  PrintLine({"Connection ", std::to_string(mSocket.GetId()),
+             " closed: a file that was being sent to it is shorter now, or not the same"});
+  mSocket.Close();
 }
 
 // Outside the passes of a loop nobody may ever send what is queued, and nobody is kept waiting

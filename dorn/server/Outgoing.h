@@ -73,6 +73,7 @@ class Outgoing final : public Drainable {
   bool PrepareQueue(std::size_t length);
   bool WatchBacklog();
   bool WaitForRoom();
+  void CloseCutShort();
 
   VQClientSocket& mSocket;
   std::unique_ptr<OutgoingQueue> mQueue;  // Made at the first backlog.

@@ -17,8 +17,8 @@ namespace {
 constexpr std::size_t kChunkSize = std::size_t{64} * 1024;
 constexpr std::size_t kFileBlock = std::size_t{64} * 1024;
 
-// Nothing is left to write in a chunk, whether or not all of it could be read.
-constexpr long kChunkDone = -2;
+// The bytes of a file that are to be written next cannot be read.
+constexpr long kUnreadable = -2;
 
 // A station that asks for many files and reads none holds this many open. All files together may
 // use three quarters of the descriptors that the loop can watch; beyond, a file is closed between
@@ -97,10 +97,7 @@ OutgoingQueue::Result OutgoingQueue::Write(int fd, std::size_t budget) {
     }
     if (budget == 0) return Result::kMore;
     const long written = WriteChunk(fd, chunk, budget);
-    if (written == kChunkDone) {
-      DropFirst();
-      continue;
-    }
+    if (written == kUnreadable) return Result::kCutShort;
     if (written < 0 && errno == EINTR) continue;
     if (written < 0 && errno != EAGAIN && errno != EWOULDBLOCK) return Result::kFailed;
     if (written <= 0) return Result::kBlocked;
@@ -119,12 +116,12 @@ long OutgoingQueue::WriteChunk(int fd, Chunk& chunk, std::size_t budget) {
 
 long OutgoingQueue::WriteFilePart(int fd, Chunk& chunk, std::size_t budget) {
   if (chunk.mFile < 0) Reopen(chunk);
-  if (chunk.mFile < 0) return kChunkDone;
+  if (chunk.mFile < 0) return kUnreadable;
   char block[kFileBlock];
   const auto left = static_cast<std::size_t>(chunk.mEnd - chunk.mOffset);
   const std::size_t wanted = std::min({left, budget, sizeof block});
   const ssize_t got = pread(chunk.mFile, block, wanted, chunk.mOffset);
-  if (got <= 0) return got < 0 && errno == EINTR ? -1 : kChunkDone;
+  if (got <= 0) return got < 0 && errno == EINTR ? -1 : kUnreadable;
   const long written = write(fd, block, static_cast<std::size_t>(got));
   const int error = errno;
   if (!MayStayOpen(chunk.mFile)) CloseFile(chunk);

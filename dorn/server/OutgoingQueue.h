@@ -19,10 +19,11 @@ namespace dorn {
 class OutgoingQueue {
  public:
   enum class Result {
-    kEmpty,    // Everything is out.
-    kMore,     // The budget is used up.
-    kBlocked,  // The socket has no room.
-    kFailed,   // The connection is broken.
+    kEmpty,     // Everything is out.
+    kMore,      // The budget is used up.
+    kBlocked,   // The socket has no room.
+    kFailed,    // The connection is broken.
+    kCutShort,  // A file does not have the bytes that were announced.
   };
 
   OutgoingQueue() = default;
@@ -38,8 +39,8 @@ class OutgoingQueue {
   void Append(const char* bytes, std::size_t length);
 
   // The bytes from `offset` to `end` of an open file, which is owned from here on. It may be closed
-  // until its turn comes and is then opened anew by its path. A file that has become shorter gives
-  // fewer bytes, and so does one that cannot be opened anew or is not the same any more.
+  // until its turn comes and is then opened anew by its path. Where it has become shorter, cannot
+  // be opened anew or is not the same any more, the queue ends: nothing behind it is ever written.
   void AppendFile(std::string path, int file, std::int64_t offset, std::int64_t end);
 
   // Writes up to `budget` bytes to the descriptor.

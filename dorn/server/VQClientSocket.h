@@ -118,8 +118,9 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   // Answers one GETFILE: with the dialog's tree when `file` is the resource file of a dialog that
   // exists, else with the file below `resources`. Does not block: what the socket does not take is
   // sent when it has room, in order with everything else. A file that is overwritten during a long
-  // transfer may arrive mixed. Of one that is replaced or shortened while it waits behind others
-  // fewer bytes than announced may be sent; never more.
+  // transfer may arrive mixed. If one is shortened while it waits, or replaced while it waits
+  // behind others, the connection is closed when its turn comes: fewer bytes than announced would
+  // be followed by something else.
   void OnGetfile(KZString file, KZString date, KZString objectName);
 
   KZString mDialogName;         // The dialog that the station shows; empty before the first one.

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -16,6 +17,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 
 using FileStreamingTest = FileTransferTest;
 
@@ -90,21 +92,46 @@ TEST_F(FileStreamingTest, AFileThatGrowsIsSentToItsAnnouncedLength) {
   EXPECT_TRUE(expected == Received(expected.size()));
 }
 
-TEST_F(FileStreamingTest, AFileThatShrinksEndsEarlyAndTheStationIsServedOn) {
+// It counts the bytes: what came behind them would be taken for the rest of the file.
+TEST_F(FileStreamingTest, AFileThatShrinksClosesTheConnection) {
   const std::string text = Pattern(3 << 20);
   const std::string name = File("shrink.bin", text);
   Get(name);
-  ASSERT_EQ(0, truncate(Path(name).c_str(), 1000));
   SendMarker();
-  std::string got;
+  ASSERT_EQ(0, truncate(Path(name).c_str(), 1000));
+  const auto before = app.Statistics().closedByHost;
+  CapturedStdout console;
   ASSERT_TRUE(RunUntil([&] {
-    got = mLink.station.Bytes();
-    return got.size() > 8 && got.substr(got.size() - 8) == Frame("marker");
+    mLink.station.Bytes();
+    return mLink.station.IsClosed();
   }));
+  EXPECT_THAT(console.Text(),
+              HasSubstr("Connection 134217728 closed: a file that was being sent to it is shorter "
+                        "now, or not the same\n"));
+  const std::string got = mLink.station.Bytes();
   const std::string announced = Frame(Follows(name, text.size()));
   EXPECT_EQ(announced, got.substr(0, announced.size()));
-  EXPECT_EQ(text.substr(0, 100), got.substr(announced.size(), 100));
+  EXPECT_TRUE(got.substr(announced.size()) == text.substr(0, got.size() - announced.size()));
   EXPECT_LT(got.size(), text.size());
+  EXPECT_EQ(before + 1, app.Statistics().closedByHost);
+}
+
+TEST_F(FileStreamingTest, AFileThatIsReplacedBehindManyOthersClosesTheConnection) {
+  const std::string first = File("first.bin", Pattern(3 << 20));
+  const std::string second = File("second.bin", "old");
+  for (int i = 0; i < 5; ++i) Get(first);
+  Get(second);
+  SendMarker();
+  File("new.bin", "new");
+  std::filesystem::rename(FolderPath() + "/new.bin", FolderPath() + "/second.bin");
+  std::string got;
+  ASSERT_TRUE(RunUntil([&] {
+    got += mLink.station.Take(mLink.station.Bytes().size());
+    return mLink.station.IsClosed();
+  }));
+  const std::string announced = Frame(Follows(second, 3));
+  ASSERT_GT(got.size(), 15U << 20);
+  EXPECT_EQ(announced, got.substr(got.size() - announced.size()));
 }
 
 TEST_F(FileStreamingTest, AStationThatLeavesInTheMiddleLeavesNothingBehind) {
