@@ -81,13 +81,15 @@ std::deque<void (*)()>& Leftovers() {
   return leftovers;
 }
 
-// One that throws leaves the others to the next pass.
-void CallLeftovers() {
+// One that throws leaves the others to the next pass. Returns whether there were any.
+bool CallLeftovers() {
+  if (Leftovers().empty()) return false;
   while (!Leftovers().empty()) {
     void (*const call)() = Leftovers().front();
     Leftovers().pop_front();
     call();
   }
+  return true;
 }
 
 class TimerRoundScope {
@@ -210,7 +212,7 @@ void KZApplication::RunPass() {
   if (RefuseInPass(this)) return;
   const PassScope pass(this);
   dorn::PassTimer timer;
-  dorn::NextPass::Run(mFdList);
+  if (dorn::NextPass::Run(mFdList)) mFdList.mState->mSettled.NoteHooks();
   std::uint64_t waitMs = FirePassTimers();
   fd_set reads;
   fd_set writes;
@@ -231,7 +233,7 @@ void KZApplication::RunPass() {
     const bool isClosed = errno == EBADF;
     usleep(kFailedSelectUs);
     if (isClosed) mFdList.RemoveClosed();
-    CallLeftovers();
+    if (CallLeftovers()) mFdList.mState->mSettled.NoteHooks();
     return;
   }
   FdDataList ready;
@@ -239,7 +241,7 @@ void KZApplication::RunPass() {
   if (count > 0 || isWoken || !ready.empty()) mFdList.mState->mSettled.NoteHooks();
   const dorn::DeferredWakeUp::Hooks hooks(mFdList.mState->mWakeUp);
   DispatchReady(ready);
-  CallLeftovers();
+  if (CallLeftovers()) mFdList.mState->mSettled.NoteHooks();
 }
 
 std::uint64_t KZApplication::FirePassTimers() {

@@ -34,8 +34,9 @@ void NextPass::Forget(const KZFdData* record) {
 }
 
 // A call may destroy and forget any record, so each search begins anew.
-void NextPass::Run(const KZFdDataList& list) {
-  if (tWaiting == nullptr || tWaiting->empty()) return;
+bool NextPass::Run(const KZFdDataList& list) {
+  if (tWaiting == nullptr || tWaiting->empty()) return false;
+  bool isAnyCalled = false;
   const unsigned int round = ++tRound;
   for (auto it = tWaiting->begin(); it != tWaiting->end();) {
     if (it->mRound == round || it->mRecord->GetFdDataList() != &list) {
@@ -45,8 +46,10 @@ void NextPass::Run(const KZFdDataList& list) {
     const Waiting due = *it;
     tWaiting->erase(it);
     due.mCall(*due.mRecord);
+    isAnyCalled = true;
     it = tWaiting->begin();
   }
+  return isAnyCalled;
 }
 
 }  // namespace dorn

@@ -19,8 +19,9 @@ class NextPass {
   // Nothing is called for this record any more.
   static void Forget(const KZFdData* record);
 
-  // Makes the calls that were asked for before; what they ask for waits for the next time.
-  static void Run(const KZFdDataList& list);
+  // Makes the calls that were asked for before; what they ask for waits for the next time. Returns
+  // whether there were any.
+  static bool Run(const KZFdDataList& list);
 };
 
 }  // namespace dorn

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "dorn/loop/KZApplication.h"
+#include "dorn/loop/NextPass.h"
 #include "dorn/loop/SettledRecords.h"
 #include "tests/loop/SystemCallSpy.h"
 #include "tests/support/Deadline.h"
@@ -344,6 +345,31 @@ TEST_F(SettledLoopTest, TheOnlyDescriptorIsFoundAgainAfterItsOwnHookHasOpenedItA
   At(0).Write();
   RunFor(1000);
   EXPECT_THAT(TakeServed(), ElementsAre(100, 100));
+  close(ends[1]);
+}
+
+// Such a hook runs before the pass looks for descriptors that were opened anew.
+TEST_F(SettledLoopTest, ADescriptorThatACallOfTheNextPassOpensAnewIsFoundAgain) {
+  Make(5);
+  SelectSpy spy;
+  // The real one with a time-out of its own.
+  spy.mReplacement = [](fd_set* reads, fd_set* writes) {
+    timespec timeout{0, 110000000};
+    return pselect(FD_SETSIZE, reads, writes, nullptr, &timeout, nullptr);
+  };
+  while (spy.mCalls.empty() || spy.mCalls.back().mTimeout) mApp.RunPass();
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+  At(0).mHook = [&] {
+    ASSERT_EQ(dup2(ends[0], At(3).mFD), At(3).mFD);
+    ASSERT_EQ(write(ends[1], "x", 1), 1);
+  };
+  dorn::NextPass::Request(At(0),
+                          [](KZFdData& record) { static_cast<Connection&>(record).mHook(); });
+  mApp.RunPass();
+  mApp.RunPass();
+  EXPECT_THAT(TakeServed(), ElementsAre(103));
+  close(ends[0]);
   close(ends[1]);
 }
 
