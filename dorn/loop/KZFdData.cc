@@ -122,6 +122,7 @@ int KZFdData::SetFD(int fd) {
     if (fd < 0) StoreShared(mStatus, kStatusGone);
     previous = mFD;
     StoreShared(mFD, fd);
+    mState->mDescriptors.fetch_add(1, std::memory_order_relaxed);
     TouchSettled();
     // The caller may close the former one now.
     if (mState->mMemberOf.load(std::memory_order_relaxed) != nullptr) {

@@ -35,6 +35,10 @@ struct RecordState {
   std::atomic<SettledRecords*> mMemberOf{nullptr};
   int mMemberFd = -1;
 
+  // How often SetFD() was called: whether a hook has opened the record anew, perhaps with the same
+  // number.
+  std::atomic<unsigned int> mDescriptors{0};
+
   std::size_t mPlace = 0;  // Its place in the list when the loop last walked it.
 };
 

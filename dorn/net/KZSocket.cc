@@ -4,6 +4,7 @@
 #include <netinet/in.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -11,6 +12,7 @@
 #include <utility>
 
 #include "dorn/loop/NextPass.h"
+#include "dorn/loop/RecordState.h"
 #include "dorn/loop/SharedInt.h"
 
 namespace {
@@ -115,9 +117,12 @@ void KZSocket::ReadyToRead() {
     const ssize_t length = recvfrom(fd, data, sizeof data, 0, addr, &fromLength);
     if (length < 0) {
       const int error = errno;
+      const std::atomic<unsigned int>& descriptors = dorn::RecordState::Of(*this).mDescriptors;
+      const unsigned int failed = descriptors;
       OnNotice(kNoticeReadError, error);
       mLog.LogPrintf("recvfrom (%s)\n", strerror(error));
-      Close();
+      // A hook may have closed the socket and opened it again.
+      if (descriptors == failed) Close();
       return;
     }
     if (length == 0) {

@@ -504,6 +504,67 @@ TEST_F(ReopeningTest, ADestroyedSocketIsForgotten) {
   Pass();
 }
 
+// Opens itself again when it is told that a read has failed.
+class Reviving : public TestClient {
+ public:
+  using TestClient::TestClient;
+  int OnNotice(int code, int value) override {
+    TestClient::OnNotice(code, value);
+    if (code == kNoticeReadError && mPort != 0) {
+      Close();
+      Open("127.0.0.1", std::exchange(mPort, 0), 3000);
+    }
+    return 0;
+  }
+  int mPort = 0;
+};
+
+TEST_F(ReopeningTest, ASocketThatIsOpenAgainIsNotClosedForWhatHappenedBefore) {
+  TcpAcceptor acceptor;
+  Reviving client(kLogSize, &mLog, List());
+  TcpPeer peer = Join(client);
+  client.AddEvent();
+  Settle();
+  client.mPort = acceptor.Port();
+  peer.Reset();
+  ASSERT_TRUE(RunUntil([&] { return client.Has("close"); }));
+  ASSERT_TRUE(RunUntil([&] { return client.Has("open"); }));
+  EXPECT_EQ(client.GetFDStatus(), 2);
+  const TcpPeer accepted = acceptor.Accept();
+  EXPECT_THAT(client.TakeEvents(), ElementsAre("notice 1002 104", "close", "open"));
+  client.Close();
+  Settle();
+}
+
+// The readiness was that of its former descriptor, on the new one there is nothing to read.
+TEST_F(ReopeningTest, ASocketThatGotAnotherDescriptorInThePassInWhichItWasReadyStaysOpen) {
+  TestClient first(kLogSize, &mLog, List());
+  TestClient second(kLogSize, &mLog, List());
+  TcpPeer peers[] = {Join(first), Join(second)};
+  first.AddEvent();
+  second.AddEvent();
+  Settle();
+  TestClient spare(kLogSize, &mLog, List());
+  const TcpPeer next = Join(spare);
+  first.mOnReceive = [&] {
+    first.Take();
+    if (second.Has("close")) return;
+    second.Close();
+    second.Create(dup(spare.GetFD()), 3000);
+    second.SetAutoDelete(0);
+  };
+  peers[1].Send("lost with the old descriptor");
+  peers[0].Send("x");
+  mApp.RunPass();
+  ASSERT_TRUE(second.Has("close"));
+  Settle();
+  EXPECT_GE(second.GetFD(), 0);
+  EXPECT_EQ(second.GetFDStatus(), 2);
+  EXPECT_FALSE(second.Has("notice 1002 11"));
+  for (TestClient* client : {&first, &second, &spare}) client->Close();
+  Settle();
+}
+
 TEST_F(ReopeningTest, ASocketThatIsOpenAgainHearsNothingOfTheFailure) {
   const TcpAcceptor acceptor;
   Stubborn<KZClientSocket> client(kLogSize, &mLog, List());
