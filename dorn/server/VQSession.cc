@@ -1,6 +1,7 @@
 #include "dorn/server/VQSession.h"
 
 #include "dorn/server/App.h"
+#include "dorn/server/EndingSession.h"
 #include "dorn/server/Observed.h"
 #include "dorn/server/Observer.h"
 #include "dorn/server/VQApplication.h"
@@ -24,7 +25,7 @@ VQSession::VQSession(const KZString& sessionId, int interval)
   Arm(*this);
 }
 
-VQSession::~VQSession() = default;
+VQSession::~VQSession() { dorn::EndingSession::NoteDestroyed(*this); }
 
 void VQSession::Extend() {
   if (mInterval <= 0) return;

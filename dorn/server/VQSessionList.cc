@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "dorn/base/TraceFilter.h"
@@ -11,6 +10,7 @@
 #include "dorn/server/Connections.h"
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
+#include "dorn/server/EndingSession.h"
 #include "dorn/server/Observed.h"
 #include "dorn/server/Observer.h"
 #include "dorn/server/SessionIndex.h"
@@ -18,34 +18,6 @@
 #include "dorn/server/VQSession.h"
 
 namespace {
-
-// Tells the observer that the session ends; stands while that is done, and while hooks may run
-// before it is gone. The observer may remove that session and others, whose end it hears of
-// meanwhile: of each one once.
-class EndingScope {
- public:
-  explicit EndingScope(VQSession* session)
-      : mSession(session), mOuter(std::exchange(sInnermost, this)) {
-    for (const EndingScope* outer = mOuter; outer != nullptr; outer = outer->mOuter) {
-      if (outer->mSession == session) return;
-    }
-    if (dorn::Observer* observer = dorn::TheObserver()) {
-      observer->OnSessionEnd(KZString(session->GetSessionId()));
-    }
-  }
-  ~EndingScope() { sInnermost = mOuter; }
-
-  EndingScope(const EndingScope&) = delete;
-  EndingScope& operator=(const EndingScope&) = delete;
-
- private:
-  static const EndingScope* sInnermost;
-
-  const VQSession* mSession;
-  const EndingScope* mOuter;
-};
-
-const EndingScope* EndingScope::sInnermost = nullptr;
 
 void Erase(VQSessionList& list, std::map<KZString, VQSession*>::iterator place) {
   const std::unique_ptr<VQSession> session(place->second);
@@ -93,10 +65,10 @@ void VQSessionList::Remove(const KZString& sessionId) {
   const std::string key = found->first;
   VQSession* session = found->second;
   if (session != nullptr) {
-    const EndingScope ending(session);
+    const dorn::EndingSession ending(*session);
     // The observer may have removed the session, and another one may have come.
     found = mSessionList.find(KZString(key));
-    if (found == mSessionList.end() || found->second != session) return;
+    if (!ending.IsAlive() || found == mSessionList.end() || found->second != session) return;
   }
   if (session != nullptr && session->mInterval > 0) {
     dorn::SessionIndex::Of(*this).Removed(session->mTimerId);
@@ -117,14 +89,13 @@ void VQSessionList::Expire(unsigned int timerId) {
 
 void VQSessionList::End(const KZString& key, VQSession* session) {
   const KZString sessionId = session->GetSessionId();
-  const unsigned int timerId = session->mTimerId;
   // "The session has expired."
   if (dorn::IsTraced()) {
     dorn::PrintLine({"セッションの有効期限が切れました SessionID:", dorn::Shown(sessionId)});
     dorn::PrintLine({"Remove sessionid=", dorn::Shown(sessionId)});
   }
   const dorn::ClosingFor reason(&dorn::Statistics::closedSessionEnded);
-  const EndingScope ending(session);
+  const dorn::EndingSession ending(*session);
   VQApplication& app = dorn::App();
   app.DialogList()->RemoveBySession(sessionId);
   // Each call closes one connection, and all of them have lost their session. The empty identifier
@@ -133,10 +104,8 @@ void VQSessionList::End(const KZString& key, VQSession* session) {
   while (!sessionId.empty() && dorn::FindConnectionOf(sessionId) != nullptr) {
     app.RemoveSocketBySession(sessionId);
   }
-  // A hook may have removed the session and created another one, possibly at the same address.
+  // A hook may have removed the session and created another one.
   const auto found = mSessionList.find(key);
-  if (found == mSessionList.end() || found->second != session || session->mTimerId != timerId) {
-    return;
-  }
+  if (!ending.IsAlive() || found == mSessionList.end() || found->second != session) return;
   Erase(*this, found);
 }

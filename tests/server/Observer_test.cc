@@ -108,6 +108,47 @@ TEST_F(ObserverTest, MayRemoveOtherSessionsWhichRemoveTheFirst) {
   EXPECT_TRUE(app.SessionList()->mSessionList.empty());
 }
 
+// A session that lies where the one before it lay.
+class PlacedSession : public VQSession {
+ public:
+  using VQSession::VQSession;
+  static void* operator new(size_t) { return sPlace; }
+  static void operator delete(void*) {}
+
+ private:
+  alignas(VQSession) static unsigned char sPlace[sizeof(VQSession)];
+};
+alignas(VQSession) unsigned char PlacedSession::sPlace[sizeof(VQSession)];
+
+TEST_F(ObserverTest, HearsOfTheEndOfASessionThatLiesWhereAnEndingOneLay) {
+  app.SessionList()->Add("S1", new PlacedSession("S1", 5000));
+  mObserver.end = [&](const KZString& sid) {
+    if (sid != "S1") return;
+    app.SessionList()->Remove("S1");
+    app.SessionList()->Add("S2", new PlacedSession("S2", 5000));
+    app.SessionList()->Remove("S2");
+  };
+  Calls().clear();
+  app.SessionList()->Remove("S1");
+  EXPECT_THAT(Calls(), ElementsAre("end S1", "start S2 5000", "end S2"));
+}
+
+TEST_F(ObserverTest, MayReplaceTheSessionThatEndsByOneInItsPlace) {
+  app.SessionList()->Add("S1", new PlacedSession("S1", 5000));
+  bool isReplaced = false;
+  mObserver.end = [&](const KZString&) {
+    if (std::exchange(isReplaced, true)) return;
+    app.SessionList()->Remove("S1");
+    app.SessionList()->Add("S1", new PlacedSession("S1", 6000));
+  };
+  Calls().clear();
+  app.SessionList()->Remove("S1");
+  EXPECT_THAT(Calls(), ElementsAre("end S1", "start S1 6000"));
+  ASSERT_TRUE(app.SessionList()->Has("S1"));
+  app.SessionList()->Remove("S1");
+  EXPECT_THAT(Calls(), ElementsAre("end S1", "start S1 6000", "end S1"));
+}
+
 TEST_F(ObserverTest, HearsOnceAtTheEndOfThePassThatAStationHasGone) {
   Link a = LoggedIn("S1"), b = LoggedIn("S2");
   Calls().clear();
