@@ -160,11 +160,14 @@ void Connection::Receive() {
   if (!isRepetition) mTimers.BytesArrived();
   // Bytes that were put there without the loop may be anything.
   if (mSocket.IsSelect() == 0 && !isRepetition) mCutter.Forget();
-  if (TakeProxyLine(mSocket)) mCutter.Forget();
-  DropGarbage();
   const int ends = mEnds;
+  if (TakeProxyLine(mSocket)) {
+    mCutter.Forget();
+    if (HasEndedSince(ends)) return;
+  }
+  DropGarbage();
   ExecuteMessages();
-  if (IsRemoved(mSocket) || mEnds != ends) return;
+  if (HasEndedSince(ends)) return;
   CloseIfFull();
   mLeft = HeldLength();
 }
@@ -201,7 +204,7 @@ void Connection::ExecuteMessages() {
     // Hooks may read from the buffer too, so the end is looked for anew.
     mCutter.Forget();
     mSocket.DoCommand(text);
-    if (IsRemoved(mSocket) || mEnds != ends) return;
+    if (HasEndedSince(ends)) return;
   }
 }
 

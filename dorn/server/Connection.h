@@ -60,6 +60,13 @@ class Connection {
   // in, the next one is not; nor do its timers count.
   void BeginAnew();
 
+  // How often the connection was closed. A closed one may be open again, for another station, when
+  // a hook returns.
+  int Ends() const { return mEnds; }
+
+  // Whether it was closed since it had ended that often, be it open again or not.
+  bool HasEndedSince(int ends) const { return IsRemoved(mSocket) || mEnds != ends; }
+
   // Executes the commands of one message.
   void Execute(const KZString& message) { ExecuteFrom(message, 0, Greeting::kNew); }
 
@@ -109,8 +116,6 @@ class Connection {
   ConnectionTimers mTimers;
   MessageCutter mCutter;
   Peer mPeer;
-  // How often the connection was closed. A closed one may be open again, for another station, when
-  // a hook returns.
   int mEnds = 0;
   std::unique_ptr<WaitingLogIn> mWaitingLogIn;  // Null: none is waiting.
   int mAsking = 0;  // How many calls of OnAuth() are running; more than one if it calls us.

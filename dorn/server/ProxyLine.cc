@@ -54,6 +54,17 @@ bool IsPort(const std::string& text) {
   return !text.empty() && text.size() <= 5 && std::all_of(text.begin(), text.end(), isDigit);
 }
 
+// Hooks run, of the connection that makes room too: it may be closed, and open for another station.
+void ComeFrom(VQClientSocket& client, const std::string& source) {
+  Connection& connection = Connection::Of(client);
+  const int ends = connection.Ends();
+  KeepShare(client.GetFD(), source);
+  if (connection.HasEndedSince(ends)) return;
+  connection.Station().mAddress = source;
+  // "The other side is"
+  client.Log().LogPrintf("相手は %s\n", source.c_str());
+}
+
 // The source that a line without its end names; empty for a line that is none, or names nobody.
 std::string SourceOf(const std::string& line) {
   std::istringstream words(line);
@@ -78,15 +89,10 @@ bool TakeProxyLine(VQClientSocket& client) {
   if (end == std::string::npos && MayBecomeLine(front)) return false;
   peer.mMayTell = false;
   if (end == std::string::npos || front.compare(0, kStart.size(), kStart) != 0) return false;
-  const std::string source = SourceOf(front.substr(0, end));
-  if (!source.empty()) {
-    KeepShare(client.GetFD(), source);
-    peer.mAddress = source;
-    // "The other side is"
-    client.Log().LogPrintf("相手は %s\n", source.c_str());
-  }
   char line[kMaxLine];
   client.GetData(line, static_cast<int>(end + kEnd.size()));
+  const std::string source = SourceOf(front.substr(0, end));
+  if (!source.empty()) ComeFrom(client, source);
   return true;
 }
 

@@ -1,7 +1,6 @@
 #include "dorn/server/Slots.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -24,9 +23,9 @@ constexpr int kReservedDescriptors = 16;
 constexpr int kShare = 4;  // A quarter.
 
 // The highest number that was a slot since slots were counted anew, and one more than the highest
-// that can be one: the limit is asked for at a new highest number only. Several threads may listen.
-std::atomic<int> gHighest{-1};
-std::atomic<int> gLimit{0};
+// that can be one: the limit is asked for at a new highest number only.
+int gHighest = -1;
+int gLimit = 0;
 
 struct Holder {
   int mSlots = 0;
@@ -41,11 +40,12 @@ bool IsOpen(VQClientSocket& client) {
          LoadShared(client.mFD) >= 0;
 }
 
-// Which addresses hold slots without a log-in.
-Holders FindHolders() {
+// Which addresses hold slots without a log-in, but for the one on descriptor `newest`.
+Holders FindHolders(int newest) {
   Holders holders;
   for (Peer* peer = Peers::Last(); peer != nullptr; peer = Peers::Before(*peer)) {
     if (!peer->mIsStation || peer->mClient.mAuth || !IsOpen(peer->mClient)) continue;
+    if (LoadShared(peer->mClient.mFD) == newest) continue;
     Holder& holder = holders[peer->mAddress];
     ++holder.mSlots;
     holder.mOldest = &peer->mClient;
@@ -89,7 +89,7 @@ void KeepShare(int fd, const std::string& address) {
   const int others = Peers::Count();
   const bool isEnoughFree = gLimit - 1 - fd - others >= share;
   if (isEnoughFree || others < share || FreeSlots(fd) >= share) return;
-  const Holders holders = FindHolders();
+  const Holders holders = FindHolders(fd);
   const auto holder = holders.find(address);
   if (holder != holders.end() && holder->second.mSlots >= share) {
     GiveUp(*holder->second.mOldest, address);
@@ -97,7 +97,7 @@ void KeepShare(int fd, const std::string& address) {
 }
 
 bool MakeRoom() {
-  const Holders holders = FindHolders();
+  const Holders holders = FindHolders(-1);
   const auto holdsLess = [](const auto& a, const auto& b) {
     if (a.second.mSlots != b.second.mSlots) return a.second.mSlots < b.second.mSlots;
     return a.second.mOrder > b.second.mOrder;

@@ -146,6 +146,28 @@ TEST_F(PeerAddressTest, ALineHas107BytesAtMost) {
   }
 }
 
+// A host keeps some addresses out by what is logged.
+class ClosingStream : public KZStream {
+ public:
+  int Output(char* text) override {
+    if (std::string(text) == "相手は 192.168.7.8\n") mClient->Close();
+    return 0;
+  }
+  VQClientSocket* mClient = nullptr;
+};
+
+TEST_F(PeerAddressTest, WhatComesBehindTheLineIsNotExecutedWhenTheLineClosesTheConnection) {
+  dorn::SetTrustedProxies({"10.0.0.6"});
+  ClosingStream sink;
+  app.SetLogStream(&sink);
+  Link link = From("10.0.0.6");
+  sink.mClient = Find(link);
+  EXPECT_EQ("none", AddressAtLogIn(link, std::string(kLine) + "\x02" + kHello + "\x03"));
+  EXPECT_TRUE(link.station.IsClosed());
+  Pass(2);
+  app.SetLogStream(nullptr);
+}
+
 TEST_F(PeerAddressTest, WhatTheProxyTellsIsLogged) {
   dorn::SetTrustedProxies({"10.0.0.6"});
   RecordingStream sink;

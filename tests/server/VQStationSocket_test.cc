@@ -404,6 +404,21 @@ TEST_F(ShareTest, CountsWhatIsTakenAboveTheNewSlotAsNotFree) {
   EXPECT_EQ(1U, Closed());
 }
 
+// As those of a gateway on the machine of the host.
+TEST_F(ShareTest, OfAProxysOwnAddressDoesNotCountTheNewOneTwice) {
+  dorn::SetTrustedProxies({"10.0.0.6"});
+  const std::string line = "PROXY TCP4 10.0.0.6 10.0.0.6 1 5000\r\n";
+  Link first = From("10.0.0.6", kLimit - 1 - 251);
+  Crowd("10.0.0.6", 251);
+  Feed(first, line);
+  EXPECT_FALSE(first.station.IsClosed());
+  EXPECT_EQ(0U, Closed());
+  Crowd("10.0.0.6", 1);
+  Feed(mCrowd.back(), line);
+  EXPECT_EQ(0U, Closed());
+  dorn::SetTrustedProxies({});
+}
+
 TEST_F(ShareTest, IsThatOfAStationBehindAProxyAndNotOfTheProxy) {
   dorn::SetTrustedProxies({"10.0.0.6"});
   const std::string line = "PROXY TCP4 10.0.0.1 10.0.0.6 1 5000\r\n";
