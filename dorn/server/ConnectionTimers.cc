@@ -91,7 +91,12 @@ void ConnectionTimers::Expire(int kind) {
 
 void ConnectionTimers::AskForAnswer() {
   VQJsonCommand command(kCommandKeepalive);
+  const Connection& connection = Connection::Of(mSocket);
+  const int ends = connection.Ends();
   mSocket.SendData(command.GetJson());
+  // A host's own SendData() may close the connection and open it again: who is there now was not
+  // asked. Kept: if it is only closed, the timer is set all the same and comes to the host.
+  if (connection.Ends() != ends && !IsRemoved(mSocket)) return;
   static_cast<void>(mOutgoing.TakeProgress());  // What went out so far does not count.
   mIsAsked = true;
   mDelays = 0;

@@ -80,6 +80,49 @@ TEST_F(ApplicationTimersTest, ConnectionThatDoesNotAnswerIsClosed) {
   EXPECT_TRUE(link.station.IsClosed());
 }
 
+// A connection that is closed while it sends, and perhaps opened again.
+class LeavingClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  int SendData(const KZString&) override {
+    Close();
+    if (mNext >= 0) Create(std::exchange(mNext, -1), 3000);
+    return -1;
+  }
+  int mNext = -1;
+};
+
+// Kept: the timer is set all the same, and the host hears of it.
+TEST_F(ApplicationTimersTest, AConnectionThatEndsWithTheQuestionLeavesItsTimerToTheHost) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair));
+  const Station station(pair[1]);
+  auto* client = new LeavingClient(&app.mLog, app.GetFdDataList());
+  const auto id = static_cast<unsigned int>(client->GetId());
+  client->Create(pair[0], 3000);
+  Pass();
+  app.ApplicationTimer(timeval{}, id + 1);
+  EXPECT_THAT(DueIn(id + 2), ElementsAre(10000));
+  Pass();
+  Wait(10000);
+  EXPECT_THAT(Calls(), ElementsAre("OnTimer app " + std::to_string(id + 2)));
+}
+
+TEST_F(ApplicationTimersTest, WhoeverCameToTheConnectionMeanwhileOwesNoAnswer) {
+  int pair[2], next[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair));
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, next));
+  const Station stations[] = {Station(pair[1]), Station(next[1])};
+  auto* client = new LeavingClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  client->mNext = next[0];
+  Pass();
+  app.ApplicationTimer(timeval{}, static_cast<unsigned int>(client->GetId()) + 1);
+  Pass();
+  Wait(10000);
+  EXPECT_EQ(client, Find(client->GetId()));
+}
+
 TEST_F(ApplicationTimersTest, AnsweredConnectionLivesOn) {
   Link link = LoggedIn("S1");
   Tell(link, R"({"Command":"ANY"})");
