@@ -88,6 +88,9 @@ Outgoing::Outgoing(VQClientSocket& socket) : mSocket(socket) {}
 
 Outgoing::~Outgoing() { Drop(); }
 
+// A host's own OnClose() need not have dropped what was queued when the connection was closed.
+bool Outgoing::TakesBytes() const { return HasBacklog() && !HasNoDescriptor(mSocket); }
+
 bool Outgoing::HasBacklog() const { return mQueue != nullptr && !mQueue->IsEmpty(); }
 
 bool Outgoing::AwaitsRoom() const { return HasBacklog() && !IsBroken(LoadShared(mSocket.mFD)); }
@@ -110,8 +113,9 @@ int Outgoing::SendText(const KZString& text) {
 }
 
 int Outgoing::Transmit(const char* bytes, std::size_t length) {
+  if (HasNoDescriptor(mSocket)) return -1;
   if (HasBacklog()) return Enqueue(bytes, length) ? static_cast<int>(length) : -1;
-  return HasNoDescriptor(mSocket) ? -1 : WriteOrQueue(bytes, length);
+  return WriteOrQueue(bytes, length);
 }
 
 // One write. What it leaves over is queued and counts as written: a message that was begun must be

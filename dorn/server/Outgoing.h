@@ -29,6 +29,9 @@ class Outgoing final : public Drainable {
   bool HasBacklog() const;
   std::size_t QueuedBytes() const;
 
+  // Whether what is to be sent lines up behind a backlog.
+  bool TakesBytes() const;
+
   // Whether there is a backlog and still somebody to take it.
   bool AwaitsRoom() const;
 

@@ -86,7 +86,7 @@ int VQClientSocket::OnNotice(int code, int value) {
 
 int VQClientSocket::Send(const void* data, int length) {
   dorn::Outgoing& out = mConnection->Out();
-  if (length <= 0 || !out.HasBacklog()) return KZClientSocket::Send(data, length);
+  if (length <= 0 || !out.TakesBytes()) return KZClientSocket::Send(data, length);
   return out.Enqueue(static_cast<const char*>(data), static_cast<std::size_t>(length)) ? length
                                                                                        : -1;
 }

@@ -500,6 +500,28 @@ TEST_F(OutgoingQueueTest, AnObjectThatIsUsedAgainDoesNotEndWithItsFirstBacklog) 
   EXPECT_EQ(client, Find(next));
 }
 
+// A connection whose own OnClose() does not call the library's.
+class SilentClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  void OnClose() override {}
+};
+
+TEST_F(OutgoingQueueTest, AClosedConnectionTakesNothingBehindABacklogEither) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  const Station station(pair[1]);
+  auto* client = new SilentClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  Pass();
+  const CapturedStdout console;
+  client->SendData(KZString(Text(2 * kMiB, 'a')));
+  ASSERT_TRUE(dorn::Connection::Of(*client).Out().HasBacklog());
+  client->Close();
+  EXPECT_EQ(-1, client->SendData("more"));
+  EXPECT_EQ(-1, client->Send("more", 4));
+}
+
 TEST_F(OutgoingQueueTest, TakingBytesPutsTheEndOffFiveTimesAndNotForEver) {
   Link link = LoggedIn("S1");
   Send(link, Text(7 * kMiB, 'a'));
