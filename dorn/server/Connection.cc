@@ -19,6 +19,7 @@
 #include "dorn/server/Console.h"
 #include "dorn/server/Counters.h"
 #include "dorn/server/MessageBatch.h"
+#include "dorn/server/Observed.h"
 #include "dorn/server/ProxyLine.h"
 #include "dorn/server/VQApplication.h"
 
@@ -175,16 +176,26 @@ void Connection::Receive() {
 void Connection::End() {
   ++mEnds;
   ForgetLogIn();
+  ForgetFailures();
   mOutgoing.Drop();
   mTimers.Forget();
   mCutter.Forget();
   mLeft = -1;
 }
 
+// Wrong passwords are counted by the id of the object, which may be used for another station.
+void Connection::ForgetFailures() {
+  const ApplicationState* state = FindStateOfList(mSocket.GetFdDataList());
+  if (state == nullptr || state->loginGuard == nullptr) return;
+  state->loginGuard->ForgetConnection(static_cast<unsigned int>(mSocket.GetId()));
+}
+
 // A host's OnClose() need not have called ours.
 void Connection::BeginAnew() {
   if (LoadShared(mSocket.mFD) >= 0) return;
+  NoteOpenedAgain(&mSocket);
   End();
+  mPeer.HostOpens();
   mTimers.CancelAll();
   mSocket.mSessionId.Clear();
   mSocket.mAuth = false;

@@ -110,6 +110,7 @@ class Connection {
   int HeldLength() const;
   bool HasPeerFinished() const;
   void CloseIfFull();
+  void ForgetFailures();
 
   VQClientSocket& mSocket;
   Outgoing mOutgoing;

@@ -18,6 +18,10 @@ void NoteSession(VQClientSocket* client, const KZString& sid);
 // The connection was closed: the observer hears of it at the end of the pass.
 void NoteClosed(VQClientSocket* client);
 
+// The object of a closed connection is about to become another one: what is still to be told is
+// about the former station.
+void NoteOpenedAgain(VQClientSocket* client);
+
 // The connection is being destroyed: the observer hears of it now unless it has already.
 void NoteDestroyed(VQClientSocket* client);
 

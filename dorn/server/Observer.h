@@ -25,7 +25,8 @@ class DORN_EXPORT Observer {
   // closed or was replaced, or before that when it is destroyed earlier in the pass. `sid` is the
   // last session that it was bound to. `client` is valid during the call, and usually closed. One
   // that is replaced, or whose descriptor was closed behind the loop's back, is not, and its number
-  // may be another record's by now: do not close it here.
+  // may be another record's by now; one that was opened again meanwhile is another station's. Do
+  // not close it here.
   virtual void OnStationGone(VQClientSocket* client, const KZString& sid);
 
   // Called when a session was added to the session list, with the interval after which it expires,

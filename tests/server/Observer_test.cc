@@ -1,7 +1,9 @@
 #include "dorn/server/Observer.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
+#include <utility>
 
 #include "dorn/server/Observed.h"
 #include "tests/server/ServerTest.h"
@@ -256,6 +258,83 @@ TEST_F(ObserverTest, HearsOfEachLifeOfAConnectionThatIsOpenedAgain) {
   }
   EXPECT_THAT(Calls(), ElementsAre("gone " + id + " S1", "gone " + id + " S2"));
   delete client;
+}
+
+// A connection that goes on with another station when it is closed.
+class ReopeningClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  void OnClose() override {
+    if (mCallsBase) VQClientSocket::OnClose();
+    if (!mNext.empty()) OpenFor(std::exchange(mNext, {}));
+  }
+  void OpenFor(const std::string& sid) {
+    int pair[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair));
+    mStation = std::make_unique<Station>(pair[1]);
+    Create(pair[0], 1000);
+    SetAutoDelete(0);
+    if (sid != "-") Authentication(KZString(sid));
+  }
+
+  bool mCallsBase = true;
+  std::string mNext;
+  std::unique_ptr<Station> mStation;
+};
+
+TEST_F(ObserverTest, HearsTheFormerSessionOfAConnectionThatIsOpenAgain) {
+  for (const bool callsBase : {true, false}) {
+    ReopeningClient client(&app.mLog, app.GetFdDataList());
+    const std::string gone = "gone " + std::to_string(client.GetId()) + " ";
+    client.mCallsBase = callsBase;
+    client.OpenFor("S1");
+    client.mNext = "S2";
+    Pass();
+    Calls().clear();
+    client.Close();
+    Pass();
+    EXPECT_THAT(Calls(), ElementsAre(gone + "S1 open")) << callsBase;
+    client.mCallsBase = true;
+    client.Close();
+    Pass(2);
+    EXPECT_THAT(Calls(), ElementsAre(gone + "S1 open", gone + "S2")) << callsBase;
+  }
+}
+
+TEST_F(ObserverTest, HearsNothingOfAStationThatCameToAConnectionAndDidNotLogIn) {
+  ReopeningClient client(&app.mLog, app.GetFdDataList());
+  const std::string gone = "gone " + std::to_string(client.GetId()) + " ";
+  client.OpenFor("-");
+  client.mNext = "S2";
+  Pass();
+  Calls().clear();
+  client.Close();
+  Pass();
+  EXPECT_THAT(Calls(), IsEmpty());
+  client.mNext = "-";
+  client.Close();
+  client.Close();
+  Pass(2);
+  EXPECT_THAT(Calls(), ElementsAre(gone + "S2"));
+}
+
+TEST_F(ObserverTest, HearsOfEachStationOfAConnectionThatIsDestroyedInThePass) {
+  auto client = std::make_unique<ReopeningClient>(&app.mLog, app.GetFdDataList());
+  const std::string gone = "gone " + std::to_string(client->GetId()) + " ";
+  client->OpenFor("S1");
+  client->mNext = "S2";
+  Pass();
+  app.SetApplicationSingleTimerInterval(1000, 7);
+  app.timer = [&](unsigned int) {
+    client->Close();
+    client->Close();
+    client.reset();
+    Calls().push_back("destroyed");
+  };
+  Calls().clear();
+  Wait(1000);
+  Pass(2);
+  EXPECT_THAT(Calls(), ElementsAre("OnTimer app 7", gone + "S1", gone + "S2", "destroyed"));
 }
 
 // Where one connection was destroyed, the next one may be made in the same pass.
