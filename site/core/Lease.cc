@@ -1,6 +1,7 @@
 #include "site/core/Lease.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace dorn::site {
 
@@ -8,7 +9,7 @@ void Lease::OnTake(Sequence token, const OriginId& keeper, Ms now) {
   if (token <= mToken) return;
   mToken = token;
   mIsMine = keeper == mOrigin;
-  mQuietSince = now;
+  mHasHeard = true;
   mSent.clear();
   mSureFrom.reset();
   mKept = Ms(0);
@@ -16,9 +17,9 @@ void Lease::OnTake(Sequence token, const OriginId& keeper, Ms now) {
   mAsked = mIsMine ? now - kRenewEach : now;
 }
 
-void Lease::OnRenew(const Renew& renew, Ms now) {
+void Lease::OnRenew(const Renew& renew) {
   if (renew.token != mToken) return;
-  mQuietSince = now;
+  mHasHeard = true;
   while (!mSent.empty() && mSent.front().count < renew.count) mSent.pop_front();
   if (!IsMine() || mSent.empty() || mSent.front().count != renew.count) return;
   const Ms sentAt = mSent.front().at;
@@ -27,8 +28,14 @@ void Lease::OnRenew(const Renew& renew, Ms now) {
   mSureFrom = sentAt;
 }
 
+Ms Lease::KeptAtMost(Ms now) const {
+  // Older renewals are forgotten, so they cannot move the clock any more.
+  constexpr Ms kOnTheirWay = kSureFor + kRenewEach;
+  return mKept + (mSureFrom ? std::min(now - *mSureFrom, kOnTheirWay) : kOnTheirWay);
+}
+
 std::optional<Entry> Lease::Tick(bool mayKeep, Ms now) {
-  if (IsAway(now)) mQuietSince = now;
+  if (std::exchange(mHasHeard, false) || IsAway(now)) mQuietSince = now;
   if (!mayKeep) return std::nullopt;
   if (IsMine()) return Renewal(now);
   const bool isFree = mToken == 0 || now - mQuietSince >= kTakeAfter;

@@ -34,7 +34,7 @@ class Lease {
   // Entries that counted have come back. Those of former tokens, which come again when the log is
   // read again, change nothing.
   void OnTake(Sequence token, const OriginId& keeper, Ms now);
-  void OnRenew(const Renew& renew, Ms now);
+  void OnRenew(const Renew& renew);
 
   // What to publish now, if anything. `mayKeep`: this host has a state that could be the site's.
   std::optional<Entry> Tick(bool mayKeep, Ms now);
@@ -47,6 +47,9 @@ class Lease {
   // So long this host has kept the site under its present token, counted only while renewals came
   // back in time: it stands while the log is away.
   Ms Kept() const { return mKept; }
+  // Where that clock stands at most at this moment, which Kept() shows only when the renewals that
+  // are on their way have come back.
+  Ms KeptAtMost(Ms now) const;
 
  private:
   struct Sent {
@@ -60,6 +63,7 @@ class Lease {
   Sequence mToken = 0;
   bool mIsMine = false;
   Ms mAnswered{0};
+  bool mHasHeard = false;    // Of the keeper, since the last tick: what is delivered may be old.
   Ms mQuietSince{0};         // The last new renewal, or the end of the last time the log was away.
   Ms mAsked = -kTakeAfter;   // The last own entry.
   std::uint64_t mCount = 0;  // Grows as long as the process lives: each says when it was sent.

@@ -27,6 +27,7 @@ void Node::Body::Tick(Ms now) {
   if (std::exchange(mToldAway, isAway) != isAway) mListener.OnLogAway(isAway);
   mSender.Tick(now);
   TellOutcomes();
+  mClock.Tick(mLease.KeptAtMost(now));
   if (const auto entry = mLease.Tick(MayKeep(), now)) {
     static_cast<void>(mTransport.Publish(Encode(*entry)));  // Asked again until it comes back.
   }
@@ -98,7 +99,7 @@ void Node::Body::OnOpened(const std::optional<NewestManifest>& newest) {
   if (!newest) return Follow(0);
   const auto entry = DecodeEntry(newest->entry);
   const auto* manifest = entry ? std::get_if<Manifest>(&*entry) : nullptr;
-  if (manifest != nullptr) return Want(newest->sequence, *manifest);
+  if (manifest != nullptr) return Want(*manifest);
   ++mCounters.refusedEntries;
   mListener.OnWord(
       "The newest snapshot of the site is announced in another format: see that all hosts have one "
@@ -109,6 +110,7 @@ void Node::Body::OnOpened(const std::optional<NewestManifest>& newest) {
 void Node::Body::Follow(Sequence last) {
   mLast = last;
   mIsFollowing = true;
+  mIsWatching = false;
   mIsCaughtUp = false;
   mTransport.Read(last);
   Announce();
@@ -120,6 +122,7 @@ void Node::Body::OnEntry(Sequence sequence, std::string_view bytes) {
     mListener.OnWord(
         "This host was away for longer than the log is kept: it waits for a snapshot.");
     mIsFollowing = false;
+    mIsWatching = true;
     mIsCaughtUp = false;
   }
   mLast = sequence;
@@ -134,7 +137,7 @@ void Node::Body::OnEntry(Sequence sequence, std::string_view bytes) {
     if (!verdict.counts && !std::holds_alternative<Batch>(*entry)) ++mCounters.dropped;
     std::visit([&](const auto& kind) { Carry(sequence, kind, verdict); }, *entry);
   } else if (const auto* manifest = std::get_if<Manifest>(&*entry)) {
-    Want(sequence, *manifest);
+    Want(*manifest);
   }
   Announce();
 }
@@ -175,13 +178,13 @@ void Node::Body::CarryItem(Sequence sequence, const Change& change, std::optiona
 
 void Node::Body::CarryItem(Sequence sequence, const SessionStart& start,
                            std::optional<Ticket> mine) {
-  mClock.OnUsed(sequence, mLease.Kept());
+  mClock.OnUsed(sequence);
   TellSession(sequence, start, mine);
 }
 
 void Node::Body::CarryItem(Sequence /*sequence*/, const SessionExtend& extend,
                            std::optional<Ticket> /*mine*/) {
-  mClock.OnUsed(extend.session, mLease.Kept());
+  mClock.OnUsed(extend.session);
 }
 
 void Node::Body::Carry(Sequence /*sequence*/, const NewGeneration& next, const Verdict& verdict) {
@@ -198,7 +201,7 @@ void Node::Body::Carry(Sequence sequence, const Take& take, const Verdict& verdi
 }
 
 void Node::Body::Carry(Sequence /*sequence*/, const Renew& renew, const Verdict& verdict) {
-  if (verdict.counts) mLease.OnRenew(renew, mNow);
+  if (verdict.counts) mLease.OnRenew(renew);
 }
 
 void Node::Body::Carry(Sequence sequence, const Mark& mark, const Verdict& verdict) {
@@ -212,7 +215,7 @@ void Node::Body::Carry(Sequence sequence, const Mark& mark, const Verdict& verdi
   mSnapshots.Store(sequence, std::move(bytes), digest, mShared.Resources(), mNow);
 }
 
-void Node::Body::Carry(Sequence sequence, const Manifest& manifest, const Verdict& verdict) {
+void Node::Body::Carry(Sequence /*sequence*/, const Manifest& manifest, const Verdict& verdict) {
   if (!verdict.counts) return;
   const bool isFirst = mState.OlderMark() == 0;
   mSnapshots.OnManifest(mState.NewestMark(), mState.OlderMark(), mNow);
@@ -221,7 +224,7 @@ void Node::Body::Carry(Sequence sequence, const Manifest& manifest, const Verdic
         "The resource files of this host are not those of the site, whose dialogs it shows: "
         "install the same on all hosts.");
   }
-  Compare(sequence, manifest, isFirst);
+  Compare(manifest, isFirst);
 }
 
 void Node::Body::Carry(Sequence /*sequence*/, const SessionEnd& end, const Verdict& verdict) {

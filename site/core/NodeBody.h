@@ -55,7 +55,6 @@ class Node::Body {
   // A snapshot that is to be loaded.
   struct Wanted {
     Manifest manifest;
-    Sequence sequence = 0;         // Of the manifest.
     std::optional<Ms> askAgainAt;  // While nothing is on its way.
   };
 
@@ -76,8 +75,8 @@ class Node::Body {
   void CarryItem(Sequence sequence, const SessionStart& start, std::optional<Ticket> mine);
   void CarryItem(Sequence sequence, const SessionExtend& extend, std::optional<Ticket> mine);
 
-  void Compare(Sequence sequence, const Manifest& manifest, bool isFirst);
-  void Want(Sequence sequence, const Manifest& manifest);
+  void Compare(const Manifest& manifest, bool isFirst);
+  void Want(const Manifest& manifest);
   bool Load(const Manifest& manifest, std::string_view bytes);
   void SettleOwn();
   void TellSession(Sequence session, const SessionStart& start, std::optional<Ticket> mine);
@@ -100,7 +99,8 @@ class Node::Body {
 
   Ms mNow{0};
   Sequence mLast = 0;         // The last entry that was delivered, or that a snapshot stands for.
-  bool mIsFollowing = false;  // Entries are applied; otherwise only manifests are looked at.
+  bool mIsFollowing = false;  // Entries are applied.
+  bool mIsWatching = false;   // Only manifests are looked at.
   bool mIsCaughtUp = false;
   bool mHasStopped = false;  // It differed twice within a minute.
   std::optional<Wanted> mWanted;

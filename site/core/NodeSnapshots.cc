@@ -16,26 +16,26 @@ constexpr Ms kFetchAgainAfter{1000};
 }  // namespace
 
 // Compares what the keeper's state was with what this host's was.
-void Node::Body::Compare(Sequence sequence, const Manifest& manifest, bool isFirst) {
-  if (mWanted) return Want(sequence, manifest);
+void Node::Body::Compare(const Manifest& manifest, bool isFirst) {
+  if (mWanted) return Want(manifest);
   const auto own = mSnapshots.DigestAt(manifest.mark);
   if (own ? *own == manifest.digest : !isFirst) return;
   // Before the first manifest each host had its own beginning.
-  if (isFirst) return Want(sequence, manifest);
+  if (isFirst) return Want(manifest);
 
   ++mCounters.diverged;
   mHasStopped |= mReloadedAt && mNow - *mReloadedAt < kReloadAtMostEach;
   if (!mHasStopped) {
     mReloadedAt = mNow;
-    Want(sequence, manifest);
+    Want(manifest);
   }
   mListener.OnDiverged(manifest.mark, mHasStopped);
 }
 
 // A later one is as good as an earlier one, and will stay for longer.
-void Node::Body::Want(Sequence sequence, const Manifest& manifest) {
+void Node::Body::Want(const Manifest& manifest) {
   if (mWanted && manifest.mark <= mWanted->manifest.mark) return;
-  mWanted = {manifest, sequence, std::nullopt};
+  mWanted = {manifest, std::nullopt};
   mTransport.Fetch(manifest.mark, manifest.pieces);
 }
 
@@ -46,12 +46,13 @@ void Node::Body::OnFetched(Sequence mark, const std::optional<std::string>& byte
     ++mCounters.snapshots;
     return Follow(mark);
   }
-  // A piece was missing, perhaps because a later snapshot has taken its place: its manifest is in
-  // the log behind this one's.
+  // A piece was missing, perhaps because later snapshots have taken its place. Their manifests are
+  // in the log, but not always behind this one: it may be a doubled one of long ago.
   mWanted->askAgainAt = mNow + kFetchAgainAfter;
-  if (mIsFollowing || mLast >= mWanted->sequence) return;
-  mLast = mWanted->sequence;
-  mTransport.Read(mLast);
+  if (mIsFollowing || mIsWatching) return;
+  mIsWatching = true;
+  mLast = 0;
+  mTransport.Read(0);
 }
 
 bool Node::Body::Load(const Manifest& manifest, std::string_view bytes) {

@@ -173,7 +173,6 @@ Sender::Settled Sender::Settle(std::uint32_t generation, std::uint64_t last, std
 std::vector<Ticket> Sender::TakeAll() {
   std::vector<Ticket> tickets;
   for (const Pending& pending : mWaiting) AddTicket(pending.ticket, tickets);
-  mFirst += mSent;
   mWaiting.clear();
   mSent = 0;
   return tickets;

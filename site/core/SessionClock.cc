@@ -10,12 +10,19 @@ bool SessionClock::MayTell(Sequence session, std::uint32_t intervalMs, Ms now) c
 
 void SessionClock::OnEnd(Sequence session) {
   mToldAt.erase(session);
+  mUsed.erase(session);
   mUsedAt.erase(session);
 }
 
 void SessionClock::OnTake() {
+  mUsed.clear();
   mUsedAt.clear();
   mAskedAt = Ms(0);
+}
+
+void SessionClock::Tick(Ms keptAtMost) {
+  for (const Sequence session : mUsed) mUsedAt[session] = keptAtMost;
+  mUsed.clear();
 }
 
 std::vector<SessionEnd> SessionClock::Due(const State& state, Ms kept) {

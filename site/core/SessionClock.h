@@ -8,6 +8,7 @@
 #define SITE_CORE_SESSIONCLOCK_H_
 
 #include <map>
+#include <set>
 #include <vector>
 
 #include "site/core/Entry.h"
@@ -22,18 +23,23 @@ class SessionClock {
   bool MayTell(Sequence session, std::uint32_t intervalMs, Ms now) const;
   void OnTold(Sequence session, Ms now) { mToldAt[session] = now; }
 
-  // Entries that counted have come back. `kept` as Lease::Kept() says.
-  void OnUsed(Sequence session, Ms kept) { mUsedAt[session] = kept; }
+  // It was started or extended by an entry that has come back.
+  void OnUsed(Sequence session) { mUsed.insert(session); }
   void OnEnd(Sequence session);
   // Somebody keeps the site anew; from then on all sessions count from the beginning.
   void OnTake();
 
-  // The sessions that the keeper is to end. To be asked in each tick; says it again each time that
-  // the clock has moved on.
+  // To be called in each tick, with Lease::KeptAtMost(): what was used since the last one counts as
+  // used now. A session lives too long rather than too short.
+  void Tick(Ms keptAtMost);
+
+  // The sessions that the keeper is to end. Says it again each time that the clock, Lease::Kept(),
+  // has moved on.
   std::vector<SessionEnd> Due(const State& state, Ms kept);
 
  private:
   std::map<Sequence, Ms> mToldAt;  // By this host, its own time.
+  std::set<Sequence> mUsed;        // By anybody, since the last tick.
   std::map<Sequence, Ms> mUsedAt;  // By anybody, as the keeper's clock stood; missing: 0.
   Ms mAskedAt{0};
 };

@@ -18,7 +18,11 @@ class SessionClockTest : public testing::Test {
   // One with an interval of 4 s, named 3.
   void StartSession(Ms kept, std::uint32_t intervalMs = 4000) {
     mState.Apply(3, Batch{Origin(2), 0, 1, {SessionStart{Sid(1), intervalMs, ""}}});
-    mClock.OnUsed(3, kept);
+    Use(kept);
+  }
+  void Use(Ms kept) {
+    mClock.OnUsed(3);
+    mClock.Tick(kept);
   }
   std::size_t Due(Ms kept) { return mClock.Due(mState, kept).size(); }
 
@@ -34,9 +38,18 @@ TEST_F(SessionClockTest, EndsAnIntervalAndAQuarterAfterTheLastUse) {
 
 TEST_F(SessionClockTest, UseCountsFromTheKeepersClock) {
   StartSession(10s);
-  mClock.OnUsed(3, 12s);
+  Use(12s);
   EXPECT_EQ(Due(16'999ms), 0U);
   EXPECT_EQ(Due(17s), 1U);
+}
+
+TEST_F(SessionClockTest, WhatWasDeliveredBehindAPauseIsUsedWhenItEnds) {
+  StartSession(10s);
+  mClock.OnUsed(3);
+  mClock.Tick(14s);
+  mClock.Tick(15s);
+  EXPECT_EQ(Due(18'999ms), 0U);
+  EXPECT_EQ(Due(19s), 1U);
 }
 
 TEST_F(SessionClockTest, SaysItAgainOnlyWhenTheClockHasMoved) {
