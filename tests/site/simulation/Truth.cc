@@ -1,0 +1,85 @@
+#include "Truth.h"
+
+#include <algorithm>
+
+namespace dorn::site::simulation {
+namespace {
+
+std::string Name(const Handed& what) {
+  return "change " + std::to_string(what.number) + " of start " + std::to_string(what.start);
+}
+
+}  // namespace
+
+void Truth::OnHandedIn(const Handed& what, bool isProposal) { mHandedIn[what] = isProposal; }
+
+void Truth::OnAccepted(const Handed& what) {
+  if (!mAccepted.insert(what).second) Fail(Name(what) + " was accepted twice");
+  if (mRefused.count(what) != 0) Fail(Name(what) + " was accepted after it was refused");
+}
+
+void Truth::OnRefused(const Handed& what) {
+  if (!mRefused.insert(what).second) Fail(Name(what) + " was refused twice");
+  if (IsApplied(what)) Fail(Name(what) + " was refused after it was applied");
+}
+
+void Truth::OnApplied(std::size_t place, Sequence sequence, const Handed& what, Sequence token) {
+  if (place < mApplied.size()) {
+    const Application& first = mApplied[place];
+    if (first.sequence != sequence || first.what < what || what < first.what) {
+      Fail(Name(what) + " was applied by one host where another applied " + Name(first.what));
+    }
+    return;
+  }
+  if (!mApplied.empty() && mApplied.back().sequence > sequence) {
+    Fail(Name(what) + " was applied by one host and passed over by another");
+  }
+  if (mHandedIn.count(what) == 0) Fail(Name(what) + " was never handed in");
+  if (mRefused.count(what) != 0) Fail(Name(what) + " was applied after it was refused");
+  if (!mPlaces.emplace(what, place).second) Fail(Name(what) + " was applied twice");
+  // A former keeper's proposals must not come behind those of the present one.
+  if (token != 0 && token < mLastToken) Fail(Name(what) + " is a former keeper's");
+  mLastToken = std::max(mLastToken, token);
+  mApplied.push_back({sequence, what});
+}
+
+std::size_t Truth::AppliedUpTo(Sequence sequence) const {
+  const auto behind = std::upper_bound(
+      mApplied.begin(), mApplied.end(), sequence,
+      [](Sequence value, const Application& application) { return value < application.sequence; });
+  return static_cast<std::size_t>(behind - mApplied.begin());
+}
+
+void Truth::CheckOrders() {
+  std::map<int, int> last;
+  for (const Application& application : mApplied) {
+    int& number = last[application.what.start];
+    if (application.what.number < number) Fail(Name(application.what) + " was applied too late");
+    number = application.what.number;
+  }
+  for (const auto& [what, isProposal] : mHandedIn) {
+    const bool isSettled = IsApplied(what) || mRefused.count(what) != 0;
+    // What a host proposed and lost the lease by may be dropped while it is dead.
+    const bool isLeftOut = !isSettled && !isProposal && what.number < last[what.start];
+    if (isLeftOut) Fail(Name(what) + " is missing between others of the same start");
+  }
+}
+
+void Truth::OnSession(Sequence session, std::uint32_t intervalMs) {
+  mIntervals.emplace(session, intervalMs);
+}
+
+void Truth::OnEndPublished(const SessionEnd& end, Ms now) {
+  mEndsPublished.emplace(std::make_pair(end.session, end.extended), now);
+}
+
+void Truth::OnEnded(const SessionEnd& end, Ms extendedAt) {
+  if (!mEnded.insert(end.session).second) return;
+  const Ms idle = mEndsPublished[{end.session, end.extended}] - extendedAt;
+  if (4 * idle < 5 * Ms(mIntervals[end.session])) {
+    Fail("session " + std::to_string(end.session) + " was ended " + std::to_string(idle.count()) +
+         " ms after it was used");
+  }
+}
+
+}  // namespace dorn::site::simulation
