@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 
 #include "tests/gateway/FakeHost.h"
@@ -50,7 +51,9 @@ TEST_F(GuessedPasswordsTest, AreAnsweredEverLater) {
   EXPECT_GE(Timed(page, "right"), kDelay * 4);
   EXPECT_EQ(mGateway.Metrics().mLogInFailures, 7u);
   EXPECT_EQ(mGateway.Metrics().mLogIns, 1u);
-  EXPECT_LT(Timed(page, "wrong"), kDelay * 4) << "the good one has reset the count";
+  Ms quickest = kDelay * 4;
+  for (int i = 0; i < 4; ++i) quickest = std::min(quickest, Timed(page, "wrong"));
+  EXPECT_LT(quickest, kDelay * 4) << "the good one has reset the count";
   EXPECT_THAT(mGateway.Logged(), HasSubstr("log-in failed browser=\"10.1.2.3\""));
   EXPECT_THAT(mGateway.Logged(), testing::Not(HasSubstr("right")));
 }
@@ -146,34 +149,39 @@ TEST_F(GuessedPasswordsTest, StartingWithManyPagesAtOnceIsNotFaster) {
   EXPECT_GE(mGateway.Metrics().mRefused, 5u);
 }
 
-// Hosts need not answer a good one, so that its turn ends in time as well.
-TEST(LogInTurnsTest, EndWithoutAnAnswerAndWhenThePageGoes) {
-  FakeHost host;
-  dorn::gateway::Options options = RunningGateway::OptionsFor(host.Port());
-  options.mTimes.mLogInTurn = Ms(100);
-  RunningGateway gateway(options);
-  std::vector<WebSocketPeer> pages(12);
-  for (WebSocketPeer& page : pages) {
-    ASSERT_TRUE(page.Open(gateway.Port()));
-    page.SendText(R"({"Command":"CHANGE","Id":"u"})");
+class LogInTurnsTest : public testing::Test {
+ protected:
+  LogInTurnsTest() : mOptions(RunningGateway::OptionsFor(mHost.Port())) {}
+
+  // Pages that log in by a word that the host does not answer.
+  static std::vector<WebSocketPeer> OpenUnanswered(RunningGateway& gateway, std::size_t count) {
+    std::vector<WebSocketPeer> pages(count);
+    for (WebSocketPeer& page : pages) {
+      EXPECT_TRUE(page.Open(gateway.Port()));
+      page.SendText(R"({"Command":"CHANGE","Id":"u"})");
+    }
+    return pages;
   }
+
+  FakeHost mHost;
+  dorn::gateway::Options mOptions;
+};
+
+// Hosts need not answer a good one, so that its turn ends in time as well.
+TEST_F(LogInTurnsTest, EndWithoutAnAnswerAndWhenThePageGoes) {
+  mOptions.mTimes.mLogInTurn = Ms(100);
+  RunningGateway gateway(mOptions);
+  auto pages = OpenUnanswered(gateway, 12);
   WebSocketPeer page;
-  ASSERT_TRUE(page.Open(gateway.Port()));
-  EXPECT_THAT(page.LogIn(), HasSubstr("OPEN"));
+  ASSERT_TRUE(page.Enter(gateway.Port()));
   pages.clear();
-  EXPECT_TRUE(host.WaitForConnections(1));
+  EXPECT_TRUE(mHost.WaitForConnections(1));
 }
 
-TEST(LogInTurnsTest, AreNotWaitedForWithoutEnd) {
-  FakeHost host;
-  dorn::gateway::Options options = RunningGateway::OptionsFor(host.Port());
-  options.mTimes.mLogInQueue = Ms(100);
-  RunningGateway gateway(options);
-  std::vector<WebSocketPeer> pages(6);
-  for (WebSocketPeer& page : pages) {
-    ASSERT_TRUE(page.Open(gateway.Port()));
-    page.SendText(R"({"Command":"CHANGE","Id":"u"})");
-  }
+TEST_F(LogInTurnsTest, AreNotWaitedForWithoutEnd) {
+  mOptions.mTimes.mLogInQueue = Ms(100);
+  RunningGateway gateway(mOptions);
+  auto pages = OpenUnanswered(gateway, 6);
   EXPECT_THAT(pages[5].WaitForText("refused"), HasSubstr("\"n\":1"));
 }
 

@@ -92,8 +92,8 @@ TEST_F(HttpTest, RefusesWhatItDoesNotServe) {
 
 TEST_F(HttpTest, ClosesAConnectionThatSendsNoRequest) {
   dorn::gateway::Options options = RunningGateway::OptionsFor(mHost.Port());
-  options.mTimes.mRequest = dorn::gateway::Ms(50);
-  options.mTimes.mIdle = dorn::gateway::Ms(50);
+  options.mTimes.mRequest = dorn::gateway::Ms(500);
+  options.mTimes.mIdle = dorn::gateway::Ms(500);
   RunningGateway gateway(options);
   TcpPeer silent, slow, idle;
   ASSERT_TRUE(silent.Connect(gateway.Port()) && slow.Connect(gateway.Port()) &&

@@ -28,6 +28,12 @@ class LimitsTest : public testing::Test {
                   R"(","Name":"a"}]})");
   }
 
+  // To all pages; this one reads it. Nobody is sent more before the gateway has passed it on.
+  void SendInStepWith(WebSocketPeer& page, std::size_t length) {
+    mHost.SendAll(Update(length));
+    EXPECT_THAT(page.NextText(), HasSubstr("UPDATE"));
+  }
+
   FakeHost mHost;
   dorn::gateway::Options mOptions;
 };
@@ -54,23 +60,18 @@ TEST_F(LimitsTest, ClosesAPageForWhichTooMuchWaits) {
   mOptions.mTimes.mClose = Ms(100);
   RunningGateway gateway(mOptions);
   WebSocketPeer slow, quick;
-  ASSERT_TRUE(slow.Open(gateway.Port(), WebSocketRequest(), 4096));
-  slow.LogIn();
-  ASSERT_TRUE(quick.Open(gateway.Port()));
-  quick.LogIn();
+  ASSERT_TRUE(slow.EnterSlow(gateway.Port()) && quick.Enter(gateway.Port()));
   const Deadline deadline;
   std::uint64_t most = 0;
   while (gateway.Metrics().mSlowPages == 0 && !deadline.IsOver()) {
-    mHost.SendAll(Update(1 << 20));
-    EXPECT_THAT(quick.NextText(), HasSubstr("UPDATE"));
+    SendInStepWith(quick, 1 << 20);
     most = std::max(most, gateway.Metrics().mQueuedBytes);
   }
   EXPECT_EQ(gateway.Metrics().mSlowPages, 1u);
   EXPECT_LE(most, 10u << 20);
   EXPECT_GT(most, 6u << 20);
   EXPECT_TRUE(mHost.WaitForConnections(1)) << "it is cut off, as it does not take the close either";
-  mHost.SendAll(Update(10));
-  EXPECT_THAT(quick.NextText(), HasSubstr("UPDATE"));
+  SendInStepWith(quick, 10);
   const Deadline written;
   while (gateway.Metrics().mQueuedBytes > 0 && !written.IsOver()) std::this_thread::yield();
   EXPECT_EQ(gateway.Metrics().mQueuedBytes, 0u);
@@ -81,14 +82,10 @@ TEST_F(LimitsTest, CutsOffAPageThatClosesAndDoesNotRead) {
   mOptions.mTimes.mClose = Ms(100);
   RunningGateway gateway(mOptions);
   WebSocketPeer page, quick;
-  ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
-  page.LogIn();
-  ASSERT_TRUE(quick.Open(gateway.Port()));
-  quick.LogIn();
+  ASSERT_TRUE(page.EnterSlow(gateway.Port()) && quick.Enter(gateway.Port()));
   const Deadline filled;
   while (gateway.Metrics().mQueuedBytes < 4u << 20 && !filled.IsOver()) {
-    mHost.SendAll(Update(1 << 20));
-    EXPECT_THAT(quick.NextText(), HasSubstr("UPDATE"));
+    SendInStepWith(quick, 1 << 20);
   }
   ASSERT_TRUE(page.SendFrame(kClose, "\x03\xe8"));
   ASSERT_TRUE(mHost.WaitForConnections(1));
@@ -103,7 +100,7 @@ TEST_F(LimitsTest, LetsLittleWaitForAPageThatIsNotLoggedIn) {
   mOptions.mLimits.mSendBuffer = 4096;
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
-  ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+  ASSERT_TRUE(page.OpenSlow(gateway.Port()));
   std::string texts;
   for (int i = 0; i < 1000; ++i) texts += WebSocketFrame(kText, "x");
   const Deadline deadline;
@@ -119,18 +116,13 @@ TEST_F(LimitsTest, LetsSoMuchWaitForAllPagesTogether) {
   mOptions.mLimits.mQueuedOfAll = 6u << 20;
   RunningGateway gateway(mOptions);
   std::vector<WebSocketPeer> slow(3);
-  for (WebSocketPeer& page : slow) {
-    ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
-    page.LogIn();
-  }
+  for (WebSocketPeer& page : slow) ASSERT_TRUE(page.EnterSlow(gateway.Port()));
   WebSocketPeer quick;
-  ASSERT_TRUE(quick.Open(gateway.Port()));
-  quick.LogIn();
+  ASSERT_TRUE(quick.Enter(gateway.Port()));
   std::uint64_t most = 0;
   const Deadline deadline;
   while (gateway.Metrics().mSlowPages == 0 && !deadline.IsOver()) {
-    mHost.SendAll(Update(5 << 18));
-    EXPECT_THAT(quick.NextText(), HasSubstr("UPDATE"));
+    SendInStepWith(quick, 5 << 18);
     most = std::max(most, gateway.Metrics().mQueuedBytes);
   }
   EXPECT_GE(gateway.Metrics().mSlowPages, 1u);
@@ -141,17 +133,12 @@ TEST_F(LimitsTest, CountsOnceWhatWaitsForManyPages) {
   mOptions.mLimits.mQueuedOfAll = 6u << 20;
   RunningGateway gateway(mOptions);
   std::vector<WebSocketPeer> slow(3);
-  for (WebSocketPeer& page : slow) {
-    ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
-    page.LogIn();
-  }
+  for (WebSocketPeer& page : slow) ASSERT_TRUE(page.EnterSlow(gateway.Port()));
   WebSocketPeer quick;
-  ASSERT_TRUE(quick.Open(gateway.Port()));
-  quick.LogIn();
+  ASSERT_TRUE(quick.Enter(gateway.Port()));
   const Deadline deadline;
   for (std::size_t i = 0; gateway.Metrics().mQueuedBytes < 4u << 20 && !deadline.IsOver(); ++i) {
-    mHost.SendAll(Update((1 << 19) + i));
-    EXPECT_THAT(quick.NextText(), HasSubstr("UPDATE"));
+    SendInStepWith(quick, (1 << 19) + i);
   }
   EXPECT_GE(gateway.Metrics().mQueuedBytes, 4u << 20);
   EXPECT_EQ(gateway.Metrics().mSlowPages, 0u);
@@ -159,10 +146,10 @@ TEST_F(LimitsTest, CountsOnceWhatWaitsForManyPages) {
 
 TEST_F(LimitsTest, TellsASlowPageToTryAgainLater) {
   mOptions.mLimits.mQueuedTexts = 100000;
+  mOptions.mTimes.mClose = Ms(60'000);
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
-  ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
-  page.LogIn();
+  ASSERT_TRUE(page.EnterSlow(gateway.Port()));
   const Deadline deadline;
   while (gateway.Metrics().mSlowPages == 0 && !deadline.IsOver()) mHost.SendAll(Update(90000));
   EXPECT_EQ(page.WaitForClose(), 1013);
@@ -177,8 +164,7 @@ TEST_F(LimitsTest, FilesHaveALimitOfTheirOwn) {
                                  std::to_string(bytes.size()) + "}") +
                               bytes);
   WebSocketPeer page;
-  ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
-  page.LogIn();
+  ASSERT_TRUE(page.EnterSlow(gateway.Port()));
   page.SendText(R"({"Command":"GETFILE","File":"big.bin"})");
   page.WaitForText("big.bin");
   const auto message = page.Next();
@@ -191,8 +177,7 @@ TEST_F(LimitsTest, LeavesAHostThatAnnouncesTooLongAFile) {
   RunningGateway gateway(mOptions);
   mHost.Answer("huge", Framed(R"({"Command":"PUTFILE","File":"huge.bin","Length":67108865})"));
   WebSocketPeer page;
-  ASSERT_TRUE(page.Open(gateway.Port()));
-  page.LogIn();
+  ASSERT_TRUE(page.Enter(gateway.Port()));
   page.SendText(R"({"Command":"GETFILE","File":"huge.bin"})");
   EXPECT_THAT(page.WaitForText("down"), HasSubstr("too long"));
 }
@@ -200,8 +185,7 @@ TEST_F(LimitsTest, LeavesAHostThatAnnouncesTooLongAFile) {
 TEST_F(LimitsTest, RefusesATextThatWouldCloseTheHostsConnection) {
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
-  ASSERT_TRUE(page.Open(gateway.Port()));
-  page.LogIn();
+  ASSERT_TRUE(page.Enter(gateway.Port()));
   const auto condition = [](std::size_t length) {
     const std::string around = R"({"Command":"CONDITION","Objects":[{"Name":"a","Value":""}]})";
     return R"({"Command":"CONDITION","Objects":[{"Name":"a","Value":")" +
@@ -219,8 +203,7 @@ TEST_F(LimitsTest, KeepsAPageThatWaitsForAStoppedHostSmall) {
   mOptions.mLimits.mHostQueue = 100000;
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
-  ASSERT_TRUE(page.Open(gateway.Port()));
-  page.LogIn();
+  ASSERT_TRUE(page.Enter(gateway.Port()));
   mHost.Stop();
   const std::string text = R"({"Command":"CONDITION","Objects":[{"Name":"a","Value":")" +
                            std::string(90000, 'y') + "\"}]}";
@@ -277,7 +260,7 @@ TEST_F(LimitsTest, AcceptsSoManyConnectionsAndNoMore) {
 }
 
 TEST_F(LimitsTest, PingsPagesAndDropsThoseThatAreDead) {
-  mOptions.mTimes.mPing = Ms(100);
+  mOptions.mTimes.mPing = Ms(700);
   RunningGateway gateway(mOptions);
   WebSocketPeer dead, alive;
   ASSERT_TRUE(dead.Open(gateway.Port()));
@@ -298,7 +281,7 @@ TEST_F(LimitsTest, PingsPagesAndDropsThoseThatAreDead) {
 
 // The page is gone without a word, as a machine whose cable was pulled.
 TEST_F(LimitsTest, DropsHalfOpenPages) {
-  mOptions.mTimes.mPing = Ms(30);
+  mOptions.mTimes.mPing = Ms(300);
   RunningGateway gateway(mOptions);
   std::vector<WebSocketPeer> pages(20);
   for (WebSocketPeer& page : pages) {
@@ -314,7 +297,7 @@ TEST_F(LimitsTest, DropsHalfOpenPages) {
 }
 
 TEST_F(LimitsTest, ClosesAPageThatOnlyPings) {
-  mOptions.mTimes.mTick = Ms(100);
+  mOptions.mTimes.mTick = Ms(500);
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
   ASSERT_TRUE(page.Open(gateway.Port()));

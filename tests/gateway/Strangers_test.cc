@@ -43,9 +43,12 @@ class StrangersTest : public testing::Test {
   static void Ask(WebSocketPeer& page, const std::string& file) {
     page.SendText(R"({"Command":"GETFILE","File":")" + file + "\"}");
   }
-  static void OpenSlow(RunningGateway& gateway, WebSocketPeer& page) {
-    ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
-    page.LogIn();
+  // Nothing more is sent before the gateway has passed it on to all pages.
+  void SendInStep(RunningGateway& gateway, const std::string& value) {
+    const std::size_t before = gateway.Conversions();
+    mHost.SendAll(Framed(R"({"Command":"UPDATE","x":")" + value + "\"}"));
+    const Deadline deadline;
+    while (gateway.Conversions() == before && !deadline.IsOver()) std::this_thread::yield();
   }
   static bool WaitUntilQueued(RunningGateway& gateway, std::uint64_t bytes) {
     const Deadline deadline;
@@ -73,7 +76,7 @@ TEST_F(StrangersTest, GetNoMoreRoomByAnErrorOfTheHost) {
   mOptions.mLimits.mQueuedTexts = 1u << 30;
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
-  ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+  ASSERT_TRUE(page.OpenSlow(gateway.Port()));
   page.SendText(R"({"Command":"KEEPALIVE","SessionId":"x"})");
   EXPECT_THAT(page.WaitForText("ERROR"), HasSubstr("InvalidSessionId"));
   EXPECT_TRUE(IsClosedForRefusals(gateway, page));
@@ -107,7 +110,7 @@ TEST_F(StrangersTest, AreAllWhoseHostIsLost) {
   mOptions.mLimits.mQueuedTexts = 1u << 30;
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
-  OpenSlow(gateway, page);
+  ASSERT_TRUE(page.EnterSlow(gateway.Port()));
   mHost.CloseAll();
   EXPECT_FALSE(page.WaitForText("down").empty());
   EXPECT_TRUE(IsClosedForRefusals(gateway, page));
@@ -118,7 +121,7 @@ TEST_F(StrangersTest, ASlowPageIsToldThatItsHostIsLost) {
   Hold("big.bin", 5u << 20);
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
-  OpenSlow(gateway, page);
+  ASSERT_TRUE(page.EnterSlow(gateway.Port()));
   Ask(page, "big.bin");
   ASSERT_TRUE(WaitUntilQueued(gateway, 5u << 20));
   mHost.SendAll(Framed(R"({"Command":"UPDATE","x":")" + std::string(100000, 'x') + "\"}"));
@@ -133,13 +136,12 @@ TEST_F(StrangersTest, AreNoneOnceTheHostHasSentThemAFile) {
   Hold("d.bin", 10);
   RunningGateway gateway(mOptions);
   WebSocketPeer page;
-  ASSERT_TRUE(page.Open(gateway.Port(), WebSocketRequest(), 4096));
+  ASSERT_TRUE(page.OpenSlow(gateway.Port()));
   page.SendText(R"({"Command":"GETFILE","SessionId":"s","File":"d.bin"})");
   EXPECT_FALSE(page.WaitForText("d.bin").empty());
   const Deadline deadline;
   for (std::size_t i = 0; gateway.Metrics().mQueuedBytes < 3u << 20 && !deadline.IsOver(); ++i) {
-    mHost.SendAll(Framed(R"({"Command":"UPDATE","x":")" + std::string((1 << 19) + i, 'x') + "\"}"));
-    std::this_thread::sleep_for(Ms(10));
+    SendInStep(gateway, std::string((1 << 19) + i, 'x'));
   }
   EXPECT_GE(gateway.Metrics().mQueuedBytes, 3u << 20);
   EXPECT_EQ(gateway.Metrics().mSlowPages, 0u);
@@ -150,8 +152,7 @@ TEST_F(StrangersTest, ThePageForWhichMostWaitsGivesWay) {
   RunningGateway gateway(mOptions);
   Hold("big.bin", 5u << 20);
   WebSocketPeer hog, modest;
-  OpenSlow(gateway, hog);
-  OpenSlow(gateway, modest);
+  ASSERT_TRUE(hog.EnterSlow(gateway.Port()) && modest.EnterSlow(gateway.Port()));
   for (int i = 0; i < 4; ++i) Ask(hog, "big.bin");
   ASSERT_TRUE(WaitUntilQueued(gateway, 20u << 20));
   Ask(modest, "big.bin");
@@ -172,8 +173,7 @@ TEST_F(StrangersTest, APageThatGivesWayIsCutOffWhenThatMakesTheRoom) {
   Hold("big.bin", 5u << 20);
   Hold("huge.bin", 20u << 20);
   WebSocketPeer hog, modest;
-  OpenSlow(gateway, hog);
-  OpenSlow(gateway, modest);
+  ASSERT_TRUE(hog.EnterSlow(gateway.Port()) && modest.EnterSlow(gateway.Port()));
   Ask(hog, "huge.bin");
   ASSERT_TRUE(WaitUntilQueued(gateway, 20u << 20));
   Ask(modest, "big.bin");

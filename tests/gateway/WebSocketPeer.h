@@ -42,6 +42,12 @@ class WebSocketPeer {
   // `receiveBuffer` above 0 asks for a small window.
   bool Open(int port, const std::string& request = WebSocketRequest(), int receiveBuffer = 0);
 
+  // The same with a window so small that soon everything waits for it while it does not read.
+  bool OpenSlow(int port) { return Open(port, WebSocketRequest(), 4096); }
+  // Opens and logs in.
+  bool Enter(int port) { return Open(port) && HasLoggedIn(); }
+  bool EnterSlow(int port) { return OpenSlow(port) && HasLoggedIn(); }
+
   void StopAnsweringPings() { mAnswersPings = false; }
 
   bool SendText(std::string_view text) { return SendFrame(kText, text); }
@@ -77,6 +83,7 @@ class WebSocketPeer {
     std::string mPayload;
   };
 
+  bool HasLoggedIn() { return LogIn().find("OPEN") != std::string::npos; }
   std::optional<Piece> NextPiece();
   bool Need(std::size_t bytes);
 
