@@ -62,7 +62,7 @@ class CrowdTest : public testing::Test {
 TEST_F(CrowdTest, ServesAThousandPages) {
   FakeHost host;
   dorn::gateway::Options options = RunningGateway::OptionsFor(host.Port());
-  options.mTimes.mPing = dorn::gateway::Ms(600'000);
+  options.mTimes.mPing = options.mTimes.mStranger = dorn::gateway::Ms(600'000);
   options.mTimes.mLogInQueue = options.mTimes.mLogInTurn = dorn::gateway::Ms(600'000);
   RunningGateway gateway(options);
   std::vector<WebSocketPeer> pages(1000);

@@ -42,6 +42,7 @@ TEST_F(LimitsTest, TheDefaultsAreThoseThatTheManualNames) {
   const dorn::gateway::Options options;
   EXPECT_EQ(options.mLimits.mLoggedIn, 900u);
   EXPECT_EQ(options.mLimits.mWebSockets, 1000u);
+  EXPECT_EQ(options.mLimits.mWebSocketsOfPlace, 250u);
   EXPECT_EQ(options.mLimits.mQueuedTexts, 8388608u);
   EXPECT_EQ(options.mLimits.mQueuedFiles, 67108864u);
   EXPECT_EQ(options.mLimits.mQueuedUnserved, 65536u);
@@ -53,6 +54,7 @@ TEST_F(LimitsTest, TheDefaultsAreThoseThatTheManualNames) {
   EXPECT_EQ(options.mTimes.mProbe, Ms(2000));
   EXPECT_EQ(options.mTimes.mConnect, Ms(10000));
   EXPECT_EQ(options.mTimes.mPayload, Ms(5000));
+  EXPECT_EQ(options.mTimes.mStranger, Ms(120000));
 }
 
 // A page that does not read is closed before it fills the memory; the others do not notice.
@@ -243,6 +245,33 @@ TEST_F(LimitsTest, OpensSoManyWebSocketsAndNoMore) {
   while (!pages[2].Open(gateway.Port()) && !deadline.IsOver()) {
   }
   EXPECT_THAT(pages[2].Head(), StartsWith("HTTP/1.1 101 "));
+}
+
+// Others find room all the same. On loopback there may be a proxy that nobody told about.
+TEST_F(LimitsTest, OpensSoManyWebSocketsForOneAddressAndNoMore) {
+  mOptions.mLimits.mWebSocketsOfPlace = 2;
+  mOptions.mTrustedProxies = {"127.0.0.1"};
+  RunningGateway gateway(mOptions);
+  const auto from = [](const std::string& address) {
+    return WebSocketRequest("X-Forwarded-For: " + address + "\r\n");
+  };
+  for (const std::string address : {"10.1.2.3", "2001:db8::"}) {
+    std::vector<WebSocketPeer> pages(3);
+    EXPECT_TRUE(pages[0].Open(gateway.Port(), from(address)));
+    EXPECT_TRUE(pages[1].Open(gateway.Port(), from(address)));
+    EXPECT_FALSE(pages[2].Open(gateway.Port(), from(address)));
+    EXPECT_THAT(pages[2].Head(), StartsWith("HTTP/1.1 503 "));
+    EXPECT_THAT(pages[2].Head(), HasSubstr("\r\nRetry-After: "));
+    WebSocketPeer other;
+    EXPECT_TRUE(other.Open(gateway.Port(), from("10.1.2.4")));
+    pages[0].Close();
+    const Deadline deadline;
+    while (!pages[2].Open(gateway.Port(), from(address)) && !deadline.IsOver()) {
+    }
+    EXPECT_THAT(pages[2].Head(), StartsWith("HTTP/1.1 101 "));
+  }
+  std::vector<WebSocketPeer> local(4);
+  for (WebSocketPeer& page : local) EXPECT_TRUE(page.Open(gateway.Port()));
 }
 
 TEST_F(LimitsTest, AcceptsSoManyConnectionsAndNoMore) {

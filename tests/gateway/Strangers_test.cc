@@ -131,6 +131,25 @@ TEST_F(StrangersTest, ASlowPageIsToldThatItsHostIsLost) {
   EXPECT_EQ(gateway.Metrics().mSlowPages, 0u);
 }
 
+// It is told by its close, and so is one that loses its host: the time begins anew for it.
+TEST_F(StrangersTest, MayNotStayForEver) {
+  mOptions.mTimes.mStranger = Ms(300);
+  RunningGateway gateway(mOptions);
+  WebSocketPeer guest;
+  const Deadline deadline;
+  while (!guest.Enter(gateway.Port()) && !deadline.IsOver()) {  // It may have come too late.
+  }
+  WebSocketPeer stranger;
+  ASSERT_TRUE(stranger.Open(gateway.Port()));
+  EXPECT_EQ(stranger.WaitForClose(), 1008);
+  SendInStep(gateway, "to guests");
+  EXPECT_FALSE(guest.WaitForText("to guests").empty());
+  mHost.CloseAll();
+  EXPECT_FALSE(guest.WaitForText("down").empty());
+  EXPECT_EQ(guest.WaitForClose(), 1008);
+  EXPECT_GE(gateway.Metrics().mRejected, 2u);
+}
+
 // A session that is gone on with is answered by its dialog, without OPEN and without a fence.
 TEST_F(StrangersTest, AreNoneOnceTheHostHasSentThemAFile) {
   Hold("d.bin", 10);

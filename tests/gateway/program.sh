@@ -13,7 +13,7 @@ fail() {
 
 help=$("$gateway" --help) || fail "--help fails"
 for option in listen host cert key insecure origin trusted-proxy metrics-from source-address max-pages \
-  max-websockets quotes reading local menu page log version; do
+  max-websockets max-per-address quotes reading local menu page log version; do
   grep -qE -- "^ +--$option( |$)" <<<"$help" || fail "--help does not tell of --$option"
 done
 "$gateway" --version | grep -qE '^dorn-gateway [0-9]+\.[0-9]+\.[0-9]+$' || fail "--version"

@@ -30,7 +30,6 @@ class HttpSession : public std::enable_shared_from_this<HttpSession<Stream>> {
  private:
   void OnRead(const beast::error_code& error);
   void OnRequest();
-  void Upgrade(Request request);
   void Write(Response response);
   void OnWritten(const beast::error_code& error);
   using std::enable_shared_from_this<HttpSession<Stream>>::shared_from_this;
@@ -77,20 +76,15 @@ void HttpSession<Stream>::OnRead(const beast::error_code& error) {
 template <class Stream>
 void HttpSession<Stream>::OnRequest() {
   if (!AsksForWebSocket(mParser->get())) return Write(Answer(mShared, mParser->get(), mPeer));
-  if (auto refused = RefuseWebSocket(mShared, mParser->get()); refused) {
+  const Address browser = BrowserOf(mShared, mParser->get(), mPeer);
+  if (auto refused = RefuseWebSocket(mShared, mParser->get(), browser); refused) {
     return Write(std::move(*refused));
   }
   // Frames before the answer would be lost, and no browser sends any.
   if (mBuffer.size() > 0) {
     return Write(AnswerError(http::status::bad_request, "wait for the WebSocket to be opened"));
   }
-  Upgrade(mParser->release());
-}
-
-template <class Stream>
-void HttpSession<Stream>::Upgrade(Request request) {
-  OpenPage(mShared, std::move(mStream), request, BrowserOf(mShared, request, mPeer),
-           std::move(mSlot));
+  OpenPage(mShared, std::move(mStream), mParser->release(), browser, std::move(mSlot));
 }
 
 template <class Stream>

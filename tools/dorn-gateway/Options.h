@@ -33,12 +33,14 @@ struct Times {
   Ms mLogInDelay{1'000};   // The first delay; it doubles up to eight times as much.
   Ms mLogInQueue{60'000};  // A log-in that would have to wait longer is refused.
   Ms mLogInTurn{10'000};   // For the answer to a log-in before others of its address are made.
+  Ms mStranger{120'000};   // For a host to let a page in, and again when it was lost.
 };
 
 struct Limits {
   std::size_t mLoggedIn = 900;  // Connections to the host, which takes 999.
   std::size_t mWebSockets = 1'000;
-  std::size_t mConnections = 1'300;  // WebSockets, requests and handshakes together.
+  std::size_t mWebSocketsOfPlace = 250;  // Of one address; loopback, where proxies are, takes all.
+  std::size_t mConnections = 1'300;      // WebSockets, requests and handshakes together.
   std::size_t mQueuedTexts = std::size_t{8} * 1024 * 1024;   // Bytes that wait for one page.
   std::size_t mQueuedFiles = std::size_t{64} * 1024 * 1024;  // The same, of files and trees.
   std::size_t mQueuedUnserved = std::size_t{64} * 1024;  // Texts, before a host serves the page.

@@ -35,6 +35,7 @@ PageSession::PageSession(Shared& shared, const Address& browser)
 
 void PageSession::OnPageOpen() {
   mIsOpen = true;
+  mStrangerSince = mShared.Now();
   ++mShared.mMetrics.mPages;
   ++mShared.mMetrics.mPagesTotal;
   mShared.mLog.Info("page opened", {{"browser", mName}});
@@ -63,7 +64,17 @@ void PageSession::Tick(Ms now) {
     LoseHost("a file that the host announced does not come");
   }
   TickLogIn(now);
+  TickStranger(now);
   mLine->Tick(now);
+}
+
+// Pages open their WebSocket to log in, and the host has answered long ago or will not: this one
+// would only take the place of others.
+void PageSession::TickStranger(Ms now) {
+  if (!mStrangerSince || now - *mStrangerSince <= mShared.mOptions.mTimes.mStranger) return;
+  mStrangerSince.reset();
+  ++mShared.mMetrics.mRejected;
+  mLine->Close(CloseCode::kPolicy, "nobody has logged in", true);
 }
 
 // Hosts need not answer every good log-in.
@@ -224,6 +235,11 @@ void PageSession::LeaveHost() {
 }
 
 void PageSession::SetServed(bool isServed) {
+  if (isServed) {
+    mStrangerSince.reset();
+  } else if (mIsServed) {
+    mStrangerSince = mShared.Now();
+  }
   mIsServed = isServed;
   mLine->SetServed(isServed);
 }
@@ -312,6 +328,13 @@ void OpenPage(Shared& shared, TcpStream&& stream, const Request& request, const 
 void OpenPage(Shared& shared, TlsStream&& stream, const Request& request, const Address& browser,
               std::shared_ptr<void> slot) {
   Open(shared, std::move(stream), request, browser, std::move(slot));
+}
+
+std::size_t PagesOf(const Shared& shared, const Address& browser) {
+  const std::string place = PlaceOf(browser);
+  return static_cast<std::size_t>(
+      std::count_if(shared.mPages.begin(), shared.mPages.end(),
+                    [&place](const auto& page) { return page->Place() == place; }));
 }
 
 std::optional<bool> HostAsPagesSeeIt(const Shared& shared) {

@@ -38,6 +38,8 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
   // Without a word.
   void Abort() { mLine->Abort(); }
 
+  // Where it comes from, as PlaceOf() tells.
+  const std::string& Place() const { return mPlace; }
   bool HasHost() const { return mHost != nullptr; }
   // The host has let it in: it answered on this connection with an OPEN, a fence or a file.
   bool IsServed() const { return mHost != nullptr && mIsServed; }
@@ -66,6 +68,7 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
   bool TakeTurn();
   void EndTurn();
   void TickLogIn(Ms now);
+  void TickStranger(Ms now);
   static void LetLogIn(Shared& shared, const std::string& place);
   void ConnectWith(const PageText& text);
   void PassOn(const PageText& text);
@@ -91,10 +94,11 @@ class PageSession final : public std::enable_shared_from_this<PageSession>,
 
   Shared& mShared;
   const Address mBrowser;
-  const std::string mPlace;  // Where log-ins are counted.
+  const std::string mPlace;  // Where pages and log-ins are counted.
   const std::string mName;   // The browser in the log.
   std::shared_ptr<WebSocketLine> mLine;
   bool mIsOpen = false;
+  std::optional<Ms> mStrangerSince;           // Nothing while a host serves it.
   std::size_t mTexts = 0;                     // That the page has sent.
   std::optional<WaitingLogIn> mWaitingLogIn;  // For the answers to others of its place.
   bool mHasTurn = false;                      // Among those of its place.
@@ -120,6 +124,9 @@ void OpenPage(Shared& shared, TcpStream&& stream, const Request& request, const 
               std::shared_ptr<void> slot);
 void OpenPage(Shared& shared, TlsStream&& stream, const Request& request, const Address& browser,
               std::shared_ptr<void> slot);
+
+// How many come from the place of this browser.
+std::size_t PagesOf(const Shared& shared, const Address& browser);
 
 // Whether the host answers, as far as pages that it serves can tell.
 std::optional<bool> HostAsPagesSeeIt(const Shared& shared);

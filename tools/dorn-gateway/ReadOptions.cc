@@ -124,6 +124,10 @@ void DescribeRest(CLI::App& cli, Options& options, Texts& texts) {
                  "Pages that may be open at one time")
       ->check(CLI::Range(1, 100'000))
       ->capture_default_str();
+  cli.add_option("--max-per-address", options.mLimits.mWebSocketsOfPlace,
+                 "Of these, pages of one address (IPv6: of one /64); loopback may have all")
+      ->check(CLI::Range(1, 100'000))
+      ->capture_default_str();
   cli.add_option("--quotes", texts.mQuotes,
                  "How quotes and backslashes in typed values are stored: escape (with a "
                  "backslash), replace (by typographic ones) or raw")

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tools/dorn-gateway/PageFiles.h"
+#include "tools/dorn-gateway/PageSession.h"
 
 namespace dorn::gateway {
 
@@ -50,6 +51,12 @@ Response MakeText(const Request& request, http::status status, std::string text)
   Response response =
       MakeResponse(status, request.version(), "text/plain; charset=utf-8", std::move(text) + "\n");
   response.keep_alive(request.keep_alive());
+  return response;
+}
+
+Response MakeBusy(const Request& request, std::string why) {
+  Response response = MakeText(request, http::status::service_unavailable, std::move(why));
+  response.set(http::field::retry_after, "5");
   return response;
 }
 
@@ -162,7 +169,8 @@ bool OffersSubprotocol(const Request& request) {
       .exists(boost::beast::string_view(kSubprotocol.data(), kSubprotocol.size()));
 }
 
-std::optional<Response> RefuseWebSocket(const Shared& shared, const Request& request) {
+std::optional<Response> RefuseWebSocket(const Shared& shared, const Request& request,
+                                        const Address& browser) {
   if (PathOf(request) != kWebSocketPath) {
     return MakeText(request, http::status::not_found, "the WebSocket is at /station");
   }
@@ -172,11 +180,12 @@ std::optional<Response> RefuseWebSocket(const Shared& shared, const Request& req
   if (request.count(http::field::sec_websocket_protocol) != 0 && !OffersSubprotocol(request)) {
     return MakeText(request, http::status::bad_request, "the subprotocol is dorn.1");
   }
-  if (shared.mIsStopping || shared.mPages.size() >= shared.mOptions.mLimits.mWebSockets) {
-    Response response =
-        MakeText(request, http::status::service_unavailable, "no more pages are served");
-    response.set(http::field::retry_after, "5");
-    return response;
+  const Limits& limits = shared.mOptions.mLimits;
+  if (shared.mIsStopping || shared.mPages.size() >= limits.mWebSockets) {
+    return MakeBusy(request, "no more pages are served");
+  }
+  if (!browser.is_loopback() && PagesOf(shared, browser) >= limits.mWebSocketsOfPlace) {
+    return MakeBusy(request, "no more pages of this address are served; see --max-per-address");
   }
   return std::nullopt;
 }

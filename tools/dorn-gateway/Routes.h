@@ -17,8 +17,9 @@ Address BrowserOf(const Shared& shared, const Request& request, const Address& p
 
 // Whether the request asks for a WebSocket, wherever.
 bool AsksForWebSocket(const Request& request);
-// Why it gets none; a WebSocket when there is no answer.
-std::optional<Response> RefuseWebSocket(const Shared& shared, const Request& request);
+// Why this browser gets none; a WebSocket when there is no answer.
+std::optional<Response> RefuseWebSocket(const Shared& shared, const Request& request,
+                                        const Address& browser);
 // The subprotocol that the browser offers and the gateway speaks.
 constexpr std::string_view kSubprotocol = "dorn.1";
 bool OffersSubprotocol(const Request& request);
