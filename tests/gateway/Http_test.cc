@@ -1,13 +1,21 @@
 // What browsers get by plain requests, and who gets a WebSocket.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
 
 #include "tests/gateway/FakeHost.h"
 #include "tests/gateway/RunningGateway.h"
 #include "tests/gateway/WebSocketPeer.h"
+#include "tests/support/Deadline.h"
 
 namespace {
 
+namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -104,6 +112,44 @@ TEST_F(HttpTest, ClosesAConnectionThatSendsNoRequest) {
   EXPECT_TRUE(slow.WaitForClose());
   EXPECT_TRUE(idle.WaitForClose());
   EXPECT_THAT(idle.Take(), StartsWith("HTTP/1.1 200 "));
+}
+
+// What it takes in time is enough; how long all of it takes does not matter.
+TEST_F(HttpTest, SendsALongFileToASlowBrowser) {
+  const fs::path folder = fs::temp_directory_path() / ("dorn-slow-" + std::to_string(getpid()));
+  fs::create_directories(folder);
+  const std::string bytes(std::size_t{8} << 20, 'x');
+  std::ofstream(folder / "long.txt") << bytes;
+  dorn::gateway::Options options = RunningGateway::OptionsFor(mHost.Port());
+  options.mPageFolder = folder;
+  options.mTimes.mIdle = dorn::gateway::Ms(2'000);
+  options.mLimits.mSendBuffer = 65536;
+  RunningGateway gateway(options);
+  TcpPeer slow;
+  ASSERT_TRUE(slow.Connect(gateway.Port(), 65536));
+  ASSERT_TRUE(slow.Send("GET /long.txt HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n"));
+  for (std::size_t got = bytes.size() / 8; got < bytes.size(); got += bytes.size() / 8) {
+    EXPECT_TRUE(slow.WaitFor(got));
+    std::this_thread::sleep_for(dorn::gateway::Ms(400));
+  }
+  EXPECT_TRUE(slow.WaitForClose());
+  EXPECT_EQ(slow.Received().size() - slow.Received().find("\r\n\r\n") - 4, bytes.size());
+  fs::remove_all(folder);
+}
+
+TEST_F(HttpTest, ClosesABrowserThatDoesNotTakeItsFile) {
+  dorn::gateway::Options options = RunningGateway::OptionsFor(mHost.Port());
+  options.mTimes.mIdle = dorn::gateway::Ms(300);
+  options.mLimits.mSendBuffer = 4096;
+  RunningGateway gateway(options);
+  TcpPeer idle;
+  ASSERT_TRUE(idle.Connect(gateway.Port(), 4096));
+  ASSERT_TRUE(idle.Send("GET /app.js HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n"));
+  const Deadline opened;
+  while (gateway.Metrics().mConnections == 0 && !opened.IsOver()) std::this_thread::yield();
+  const Deadline closed;
+  while (gateway.Metrics().mConnections > 0 && !closed.IsOver()) std::this_thread::yield();
+  EXPECT_EQ(gateway.Metrics().mConnections, 0u);
 }
 
 TEST_F(HttpTest, GivesPagesOfItsOwnHostAWebSocket) {

@@ -12,8 +12,8 @@
 namespace {
 
 namespace fs = std::filesystem;
-using dorn::gateway::FindPageFile;
 using dorn::gateway::Options;
+using dorn::gateway::PageFiles;
 
 class PageFilesTest : public testing::Test {
  protected:
@@ -40,13 +40,13 @@ class PageFilesTest : public testing::Test {
   std::string Page(const std::string& path) {
     Options options;
     options.mPageFolder = mFolder;
-    const auto file = FindPageFile(options, path);
+    const auto file = PageFiles(options).Find(path);
     return file ? file->mBytes : "none";
   }
   std::string Local(const std::string& path) {
     Options options;
     options.mLocalFolder = mFolder;
-    const auto file = FindPageFile(options, path);
+    const auto file = PageFiles(options).Find(path);
     return file ? file->mBytes : "none";
   }
 
@@ -55,19 +55,21 @@ class PageFilesTest : public testing::Test {
 };
 
 TEST_F(PageFilesTest, HasThePageInItself) {
+  const Options options;
+  PageFiles files(options);
   for (const std::string name : {"index.html", "app.js", "app.css"}) {
-    const auto file = FindPageFile({}, "/" + name);
+    const auto file = files.Find("/" + name);
     ASSERT_TRUE(file) << name;
     EXPECT_EQ(file->mBytes, *dorn::gateway::EmbeddedFile(name));
     EXPECT_FALSE(file->mBytes.empty());
   }
-  EXPECT_EQ(FindPageFile({}, "/")->mBytes, FindPageFile({}, "/index.html")->mBytes);
-  EXPECT_EQ(FindPageFile({}, "/?kiosk")->mBytes, FindPageFile({}, "/index.html")->mBytes);
-  EXPECT_EQ(FindPageFile({}, "/")->mType, "text/html; charset=utf-8");
-  EXPECT_EQ(FindPageFile({}, "/app.js")->mType, "text/javascript; charset=utf-8");
-  EXPECT_EQ(FindPageFile({}, "/app.css")->mType, "text/css; charset=utf-8");
-  EXPECT_FALSE(FindPageFile({}, "/nothing.js"));
-  EXPECT_FALSE(FindPageFile({}, ""));
+  EXPECT_EQ(files.Find("/")->mBytes, files.Find("/index.html")->mBytes);
+  EXPECT_EQ(files.Find("/?kiosk")->mBytes, files.Find("/index.html")->mBytes);
+  EXPECT_EQ(files.Find("/")->mType, "text/html; charset=utf-8");
+  EXPECT_EQ(files.Find("/app.js")->mType, "text/javascript; charset=utf-8");
+  EXPECT_EQ(files.Find("/app.css")->mType, "text/css; charset=utf-8");
+  EXPECT_FALSE(files.Find("/nothing.js"));
+  EXPECT_FALSE(files.Find(""));
 }
 
 TEST_F(PageFilesTest, ServesAFolderInstead) {
@@ -99,10 +101,32 @@ TEST_F(PageFilesTest, ServesTheStationsOwnDialogsAsStrictJson) {
   EXPECT_EQ(Page("/local/d.json"), "none");
 }
 
+TEST_F(PageFilesTest, HoldsOneCopyForAllUntilTheFileChanges) {
+  Options options;
+  options.mLocalFolder = options.mPageFolder = mFolder;
+  PageFiles files(options);
+  for (const std::string path : {"/local/d.json", "/index.html", "/local/inner/a.svg"}) {
+    EXPECT_EQ(files.Find(path), files.Find(path)) << path;
+  }
+  EXPECT_EQ(files.Find("/d.json")->mBytes, "{'Name':\"d\",\"Title\":}") << "as it is";
+  const auto before = files.Find("/local/d.json");
+  Write("d.json", R"({"Name":"e"})");
+  const auto after = files.Find("/local/d.json");
+  EXPECT_EQ(before->mBytes, R"({"Name":"d"})") << "somebody may still be getting it";
+  EXPECT_EQ(after->mBytes, R"({"Name":"e"})");
+  EXPECT_NE(after->mTag, before->mTag);
+  fs::remove(mFolder / "d.json");
+  EXPECT_EQ(files.Find("/local/d.json"), nullptr);
+}
+
 TEST_F(PageFilesTest, TagsFollowTheBytes) {
-  EXPECT_EQ(dorn::gateway::TagOf("a"), dorn::gateway::TagOf("a"));
-  EXPECT_NE(dorn::gateway::TagOf("a"), dorn::gateway::TagOf("b"));
-  EXPECT_EQ(dorn::gateway::TagOf("a").front(), '"');
+  Options options;
+  options.mPageFolder = mFolder;
+  PageFiles files(options);
+  const std::string tag = files.Find("/index.html")->mTag;
+  EXPECT_EQ(tag.front(), '"');
+  EXPECT_EQ(tag, files.Find("/inside.html")->mTag);
+  EXPECT_NE(tag, files.Find("/inner/a.svg")->mTag);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
+#include <boost/beast/http/serializer.hpp>
 #include <boost/beast/http/write.hpp>
 #include <optional>
 #include <utility>
@@ -18,6 +19,8 @@ namespace http = boost::beast::http;
 
 namespace {
 
+constexpr std::size_t kTimedPiece = 65536;
+
 template <class Stream>
 class HttpSession : public std::enable_shared_from_this<HttpSession<Stream>> {
  public:
@@ -31,6 +34,8 @@ class HttpSession : public std::enable_shared_from_this<HttpSession<Stream>> {
   void OnRead(const beast::error_code& error);
   void OnRequest();
   void Write(Response response);
+  void WriteSome();
+  void OnWrittenSome(const beast::error_code& error, std::size_t bytes);
   void OnWritten(const beast::error_code& error);
   using std::enable_shared_from_this<HttpSession<Stream>>::shared_from_this;
 
@@ -41,6 +46,8 @@ class HttpSession : public std::enable_shared_from_this<HttpSession<Stream>> {
   beast::flat_buffer mBuffer;
   std::optional<http::request_parser<http::string_body>> mParser;
   std::optional<Response> mResponse;
+  std::optional<http::response_serializer<SharedBody>> mSerializer;
+  std::size_t mTaken = 0;  // Bytes that the browser took since its time began.
 };
 
 template <class Stream>
@@ -90,22 +97,43 @@ void HttpSession<Stream>::OnRequest() {
 template <class Stream>
 void HttpSession<Stream>::Write(Response response) {
   const bool isHead = mParser->get().method() == http::verb::head;
-  const auto length = response.body().size();
+  const auto length = SharedBody::size(response.body());
   mResponse.emplace(std::move(response));
   if (isHead) {
-    mResponse->body().clear();
+    mResponse->body().reset();
     mResponse->content_length(length);
   }
+  mSerializer.emplace(*mResponse);
+  mTaken = 0;
   beast::get_lowest_layer(mStream).expires_after(mShared.mOptions.mTimes.mIdle);
-  http::async_write(mStream, *mResponse,
-                    [self = shared_from_this()](const beast::error_code& error, std::size_t) {
-                      self->OnWritten(error);
-                    });
+  WriteSome();
+}
+
+template <class Stream>
+void HttpSession<Stream>::WriteSome() {
+  http::async_write_some(
+      mStream, *mSerializer,
+      [self = shared_from_this()](const beast::error_code& error, std::size_t bytes) {
+        self->OnWrittenSome(error, bytes);
+      });
+}
+
+// A slow browser gets a long file all the same: the time begins anew with each piece.
+template <class Stream>
+void HttpSession<Stream>::OnWrittenSome(const beast::error_code& error, std::size_t bytes) {
+  if (error || mSerializer->is_done()) return OnWritten(error);
+  mTaken += bytes;
+  if (mTaken >= kTimedPiece) {
+    mTaken = 0;
+    beast::get_lowest_layer(mStream).expires_after(mShared.mOptions.mTimes.mIdle);
+  }
+  WriteSome();
 }
 
 template <class Stream>
 void HttpSession<Stream>::OnWritten(const beast::error_code& error) {
   const bool goesOn = !error && mResponse->keep_alive() && !mShared.mIsStopping;
+  mSerializer.reset();
   mResponse.reset();
   if (!goesOn) {
     beast::error_code ignored;

@@ -1,5 +1,7 @@
 #include "tools/dorn-gateway/PageFiles.h"
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -14,7 +16,7 @@ namespace dorn::gateway {
 
 namespace {
 
-constexpr std::uintmax_t kMaxFile = std::uintmax_t{16} * 1024 * 1024;
+constexpr off_t kMaxFile = off_t{16} * 1024 * 1024;
 constexpr std::string_view kLocal = "local/";
 
 constexpr std::pair<std::string_view, std::string_view> kTypes[] = {
@@ -57,52 +59,30 @@ bool IsPlainName(std::string_view name) {
   }
 }
 
-// A link that leads out of the folder is no file of it.
-std::optional<std::string> ReadFileIn(const std::string& folder, std::string_view name) {
+// The real name of a file in the folder: a link that leads out of it is no file of it. Empty: none.
+std::string PathIn(const std::string& folder, std::string_view name) {
   namespace fs = std::filesystem;
   std::error_code error;
   const fs::path root = fs::canonical(folder, error);
-  if (error) return std::nullopt;
-  const fs::path path = fs::canonical(root / name, error);
-  if (error || !fs::is_regular_file(path, error)) return std::nullopt;
+  if (error) return "";
+  fs::path path = fs::canonical(root / name, error);
+  if (error || !fs::is_regular_file(path, error)) return "";
   const fs::path inside = path.lexically_relative(root);
-  if (inside.empty() || *inside.begin() == "..") return std::nullopt;
-  if (fs::file_size(path, error) > kMaxFile || error) return std::nullopt;
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(in), {});
+  return inside.empty() || *inside.begin() == ".." ? "" : path.string();
 }
 
-std::optional<PageFile> FindLocalFile(const Options& options, std::string_view name) {
-  if (options.mLocalFolder.empty() || !IsPlainName(name)) return std::nullopt;
-  std::optional<std::string> bytes = ReadFileIn(options.mLocalFolder, name);
-  if (!bytes) return std::nullopt;
-  if (EndsWith(name, ".json")) {
-    const station::ReadText read = station::Reader(options.mReading).Read(*bytes);
-    if (read.mReading == station::Reading::kTolerant) *bytes = read.mJson.Written();
+// What tells one state of a file from another.
+std::string KeyOf(const std::string& path, const struct stat& status) {
+  std::string key = path;
+  for (const long long each :
+       {static_cast<long long>(status.st_ino), static_cast<long long>(status.st_size),
+        static_cast<long long>(status.st_mtim.tv_sec),
+        static_cast<long long>(status.st_mtim.tv_nsec),
+        static_cast<long long>(status.st_ctim.tv_sec),
+        static_cast<long long>(status.st_ctim.tv_nsec)}) {
+    key += '/' + std::to_string(each);
   }
-  return PageFile{std::move(*bytes), TypeOf(name)};
-}
-
-}  // namespace
-
-std::optional<PageFile> FindPageFile(const Options& options, std::string_view path) {
-  path = path.substr(0, path.find('?'));
-  if (path.empty() || path.front() != '/') return std::nullopt;
-  std::string_view name = path.substr(1);
-  if (name.empty()) name = "index.html";
-  if (name.substr(0, kLocal.size()) == kLocal) {
-    return FindLocalFile(options, name.substr(kLocal.size()));
-  }
-  if (!IsPlainName(name)) return std::nullopt;
-  if (!options.mPageFolder.empty()) {
-    std::optional<std::string> bytes = ReadFileIn(options.mPageFolder, name);
-    if (!bytes) return std::nullopt;
-    return PageFile{std::move(*bytes), TypeOf(name)};
-  }
-  const auto bytes = EmbeddedFile(name);
-  if (!bytes) return std::nullopt;
-  return PageFile{std::string(*bytes), TypeOf(name)};
+  return key;
 }
 
 std::string TagOf(std::string_view bytes) {
@@ -112,6 +92,50 @@ std::string TagOf(std::string_view bytes) {
   std::snprintf(text, sizeof text, "\"%zx-%016llx\"", bytes.size(),
                 static_cast<unsigned long long>(hash));
   return text;
+}
+
+}  // namespace
+
+std::shared_ptr<const PageFile> PageFiles::Find(std::string_view path) {
+  path = path.substr(0, path.find('?'));
+  if (path.empty() || path.front() != '/') return nullptr;
+  std::string_view name = path.substr(1);
+  if (name.empty()) name = "index.html";
+  const bool isLocal = name.substr(0, kLocal.size()) == kLocal;
+  if (isLocal) name.remove_prefix(kLocal.size());
+  if (!IsPlainName(name)) return nullptr;
+  const std::string& folder = isLocal ? mOptions.mLocalFolder : mOptions.mPageFolder;
+  if (!folder.empty()) return FindIn(folder, name, isLocal);
+  const auto bytes = isLocal ? std::nullopt : EmbeddedFile(name);
+  if (!bytes) return nullptr;
+  const std::string key(name);
+  if (auto kept = mKept.Find(key); kept) return kept;
+  return Keep(key, {std::string(*bytes), TypeOf(name), ""});
+}
+
+std::shared_ptr<const PageFile> PageFiles::FindIn(const std::string& folder, std::string_view name,
+                                                  bool isLocal) {
+  const std::string path = PathIn(folder, name);
+  struct stat status {};
+  if (path.empty() || stat(path.c_str(), &status) != 0) return nullptr;
+  if (status.st_size > kMaxFile) return nullptr;
+  const std::string key = (isLocal ? "local:" : "page:") + KeyOf(path, status);
+  if (auto kept = mKept.Find(key); kept) return kept;
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return nullptr;
+  PageFile file{std::string(std::istreambuf_iterator<char>(in), {}), TypeOf(name), ""};
+  if (isLocal && EndsWith(name, ".json")) {
+    const station::ReadText read = station::Reader(mOptions.mReading).Read(file.mBytes);
+    if (read.mReading == station::Reading::kTolerant) file.mBytes = read.mJson.Written();
+  }
+  return Keep(key, std::move(file));
+}
+
+std::shared_ptr<const PageFile> PageFiles::Keep(const std::string& key, PageFile file) {
+  file.mTag = TagOf(file.mBytes);
+  auto kept = std::make_shared<const PageFile>(std::move(file));
+  mKept.Add(key, kept, kept->mBytes.size());
+  return kept;
 }
 
 }  // namespace dorn::gateway

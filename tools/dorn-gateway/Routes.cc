@@ -34,7 +34,7 @@ std::string Lower(std::string_view text) {
 
 // The headers that every answer has.
 Response MakeResponse(http::status status, unsigned version, std::string_view type,
-                      std::string bytes) {
+                      std::shared_ptr<const std::string> bytes) {
   Response response(status, version);
   response.set(http::field::content_type, boost::beast::string_view(type.data(), type.size()));
   response.set(http::field::cache_control, "no-cache");
@@ -45,6 +45,11 @@ Response MakeResponse(http::status status, unsigned version, std::string_view ty
   response.body() = std::move(bytes);
   response.prepare_payload();
   return response;
+}
+
+Response MakeResponse(http::status status, unsigned version, std::string_view type,
+                      std::string bytes) {
+  return MakeResponse(status, version, type, std::make_shared<const std::string>(std::move(bytes)));
 }
 
 Response MakeText(const Request& request, http::status status, std::string text) {
@@ -119,20 +124,20 @@ Response AnswerHealth(const Shared& shared, const Request& request) {
   return response;
 }
 
-Response AnswerFile(const Shared& shared, const Request& request) {
-  std::optional<PageFile> file = FindPageFile(shared.mOptions, PathOf(request));
+Response AnswerFile(Shared& shared, const Request& request) {
+  const auto file = shared.mFiles.Find(PathOf(request));
   if (!file) return MakeText(request, http::status::not_found, "no such file");
-  const std::string tag = TagOf(file->mBytes);
-  const bool isKnown = View(request[http::field::if_none_match]) == tag;
-  Response response =
-      MakeResponse(isKnown ? http::status::not_modified : http::status::ok, request.version(),
-                   file->mType, isKnown ? std::string() : std::move(file->mBytes));
-  response.set(http::field::etag, tag);
+  const bool isKnown = View(request[http::field::if_none_match]) == file->mTag;
+  std::shared_ptr<const std::string> bytes;
+  if (!isKnown) bytes = {file, &file->mBytes};
+  Response response = MakeResponse(isKnown ? http::status::not_modified : http::status::ok,
+                                   request.version(), file->mType, std::move(bytes));
+  response.set(http::field::etag, file->mTag);
   response.keep_alive(request.keep_alive());
   return response;
 }
 
-Response AnswerGet(const Shared& shared, const Request& request, const Address& peer) {
+Response AnswerGet(Shared& shared, const Request& request, const Address& peer) {
   const std::string_view path = PathOf(request);
   if (path == "/healthz") return AnswerHealth(shared, request);
   if (path == "/metrics") return AnswerMetrics(shared, request, peer);
@@ -190,7 +195,7 @@ std::optional<Response> RefuseWebSocket(const Shared& shared, const Request& req
   return std::nullopt;
 }
 
-Response Answer(const Shared& shared, const Request& request, const Address& peer) {
+Response Answer(Shared& shared, const Request& request, const Address& peer) {
   if (request.method() != http::verb::get && request.method() != http::verb::head) {
     Response response =
         MakeText(request, http::status::method_not_allowed, "GET and HEAD are served");

@@ -6,11 +6,12 @@
 #include <boost/beast/http/string_body.hpp>
 
 #include "tools/dorn-gateway/Shared.h"
+#include "tools/dorn-gateway/SharedBody.h"
 
 namespace dorn::gateway {
 
 using Request = boost::beast::http::request<boost::beast::http::string_body>;
-using Response = boost::beast::http::response<boost::beast::http::string_body>;
+using Response = boost::beast::http::response<SharedBody>;
 
 // The browser's address: that of the connection, or behind a trusted proxy what it forwards.
 Address BrowserOf(const Shared& shared, const Request& request, const Address& peer);
@@ -25,7 +26,7 @@ constexpr std::string_view kSubprotocol = "dorn.1";
 bool OffersSubprotocol(const Request& request);
 
 // For all other requests.
-Response Answer(const Shared& shared, const Request& request, const Address& peer);
+Response Answer(Shared& shared, const Request& request, const Address& peer);
 // For what is no request at all.
 Response AnswerError(boost::beast::http::status status, std::string_view why);
 

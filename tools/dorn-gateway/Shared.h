@@ -15,6 +15,7 @@
 #include "tools/dorn-gateway/LoginDelay.h"
 #include "tools/dorn-gateway/Metrics.h"
 #include "tools/dorn-gateway/Options.h"
+#include "tools/dorn-gateway/PageFiles.h"
 #include "tools/dorn-gateway/WaitingFrames.h"
 
 namespace dorn::gateway {
@@ -28,6 +29,7 @@ struct Shared {
         mLog(log),
         mConversion(options.mReading),
         mLoginDelay(options.mTimes.mLogInDelay, options.mTimes.mLogInQueue),
+        mFiles(mOptions),
         mTrustedProxies(ReadNetworks(options.mTrustedProxies)),
         mMetricsFrom(ReadNetworks(options.mMetricsFrom)) {}
 
@@ -41,6 +43,7 @@ struct Shared {
   WaitingFrames mWaiting;
   Conversion mConversion;
   LoginDelay mLoginDelay;
+  PageFiles mFiles;
   const std::vector<Network> mTrustedProxies;
   const std::vector<Network> mMetricsFrom;
   std::unordered_set<std::shared_ptr<PageSession>> mPages;
