@@ -43,6 +43,12 @@ class ScreenMaker {
     return screen;
   }
 
+  // Without a place, and as visible and enabled as it is by itself.
+  Item MakeAlone(const Object& object) {
+    const Json::Object attributes = mReplica.ShownAttributes(object);
+    return MakeItem(object, Words(attributes, mLanguage), {});
+  }
+
  private:
   static Card CardOf(const Item& item) {
     Card card;
@@ -59,14 +65,18 @@ class ScreenMaker {
 
   std::vector<Item> MakeChildren(const Object& group, const Inherited& inherited) {
     std::vector<std::pair<long long, Item>> ordered;
+    ordered.reserve(group.mChildren.size());
     for (const auto& child : group.mChildren) {
       const Json::Object attributes = mReplica.ShownAttributes(*child);
       const Words words(attributes, mLanguage);
       ordered.emplace_back(words.Integer(Attribute::kOrder).value_or(0),
                            MakeItem(*child, words, inherited));
     }
-    std::stable_sort(ordered.begin(), ordered.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    const auto isBefore = [](const auto& a, const auto& b) { return a.first < b.first; };
+    // Most need no order, and sorting moves all of them.
+    if (!std::is_sorted(ordered.begin(), ordered.end(), isBefore)) {
+      std::stable_sort(ordered.begin(), ordered.end(), isBefore);
+    }
     std::vector<Item> items;
     items.reserve(ordered.size());
     for (auto& [order, item] : ordered) items.push_back(std::move(item));
@@ -265,10 +275,46 @@ class ScreenMaker {
   std::string_view mLanguage;
 };
 
+Item* FindItem(std::vector<Item>& items, std::string_view name) {
+  for (Item& item : items) {
+    if (item.mName == name) return &item;
+    if (Item* child = FindItem(item.mChildren, name)) return child;
+  }
+  return nullptr;
+}
+
+Item* FindItem(Screen& screen, std::string_view name) {
+  for (Card& card : screen.mCards) {
+    if (Item* item = FindItem(card.mItems, name)) return item;
+  }
+  return nullptr;
+}
+
+// Where a value neither moves nor switches anything else.
+bool ShowsItsValueAlone(Widget widget) {
+  return widget == Widget::kEdit || widget == Widget::kCheck || widget == Widget::kSlider ||
+         widget == Widget::kList || widget == Widget::kCombo;
+}
+
 }  // namespace
 
 Screen MakeScreen(const Replica& replica, std::string_view language) {
   return ScreenMaker(replica, language).Make();
+}
+
+bool ShowAction(Screen& screen, const Replica& replica, std::string_view language,
+                std::string_view name) {
+  Item* item = FindItem(screen, name);
+  const Object* object = replica.Confirmed().Find(name);
+  if (item == nullptr || object == nullptr || !ShowsItsValueAlone(item->mWidget)) return false;
+  Item now = ScreenMaker(replica, language).MakeAlone(*object);
+  if (now.mWidget != item->mWidget) return false;
+  item->mRaw = std::move(now.mRaw);
+  item->mValue = std::move(now.mValue);
+  item->mIsOn = now.mIsOn;
+  item->mState = now.mState;
+  item->mIsPending = now.mIsPending;
+  return true;
 }
 
 }  // namespace dorn::station

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "station/Replica.h"
@@ -117,6 +118,13 @@ struct Screen {
 
 // `language` is as in "Label:ja"; empty: none.
 Screen MakeScreen(const Replica& replica, std::string_view language);
+
+// Shows in place what an action has set: the value of one object, whether it is on, its state, and
+// that it is pending. All else stays as it was, so that this costs little on a screen of thousands.
+// False, and nothing has changed, where the action shows elsewhere too or the object is another one
+// by now: the screen has to be made anew.
+bool ShowAction(Screen& screen, const Replica& replica, std::string_view language,
+                std::string_view name);
 
 // What is sent of something that was typed, or why it is not.
 struct Typed {

@@ -10,6 +10,7 @@
 namespace dorn::terminal {
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -83,6 +84,32 @@ TEST(TerminalViewTest, TouchesAButton) {
   EXPECT_THAT(stage.LineWith("[ Go ]"), HasSubstr("  [ Go ]"));
   stage.Type(" ");
   EXPECT_THAT(stage.Sent(), ElementsAre(Condition("go", "CLICK")));
+}
+
+// Of a thousand objects the one that was acted on is made anew; the host's changes have their time.
+TEST(TerminalViewTest, ShowsAnActionWithoutMakingTheScreenAnew) {
+  Stage stage;
+  stage.Show(R"({"Name":"speed","Type":"SLIDER","Min":0,"Max":100,"High":50,"Value":50},)"
+             R"({"Name":"on","Type":"CHECK","Value":"OFF"},)"
+             R"({"Name":"other","Type":"LABEL","Value":"old"})");
+  stage.Focus("speed");
+  static_cast<void>(stage.Picture());
+  const std::string update = R"({"Command":"UPDATE","Objects":[{"Name":"other","Value":"new"}]})";
+  stage.mSession.Received(stage.mSession.Line(), "\x02" + update + "\x03", stage.mNow);
+  stage.mView.OnHost(stage.mNow);
+  // Without what the host has changed.
+  const auto line = [&stage](int y) { return stage.mView.Draw(stage.mNow).LineText(y); };
+  stage.Press(KeyCode::kRight);
+  EXPECT_THAT(line(2), AllOf(HasSubstr("… speed"), HasSubstr("51")));
+  EXPECT_EQ(stage.mView.Draw(stage.mNow).At(38, 2).mStyle.mTone, Tone::kWarn);
+  stage.Press(KeyCode::kRight);
+  stage.Press(KeyCode::kTab);
+  stage.Type(" ");
+  EXPECT_THAT(line(2), HasSubstr("52"));
+  EXPECT_THAT(line(4), HasSubstr("… [x] on"));
+  EXPECT_THAT(line(5), HasSubstr("old"));
+  EXPECT_THAT(stage.LineWith("other"), HasSubstr("new"));
+  EXPECT_THAT(stage.LineWith("speed"), HasSubstr("52"));
 }
 
 TEST(TerminalViewTest, AsksBeforeAButtonThatWantsIt) {

@@ -3,20 +3,20 @@
 
 usage: measure.py PROGRAM GALLERY [SECONDS]
 """
-import os, sys, tempfile, time
+import itertools, os, sys, tempfile, time
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from stations import Host, RawTerminal
 
 
-def measured(what, program, arguments, host, prepare, key, every, seconds, width=132, height=43):
+def measured(what, program, arguments, host, prepare, keys, every, seconds, width=132, height=43):
     figures = tempfile.mktemp()
     terminal = RawTerminal(program, [*arguments, "--figures", figures, "127.0.0.1:%d" % host.port], width, height)
     terminal.see(b"online")
     prepare(terminal)
     end = time.monotonic() + seconds
     while time.monotonic() < end:
-        if key:
-            terminal.type(key)
+        if keys:
+            terminal.type(next(keys))
         until = time.monotonic() + every
         while time.monotonic() < until:
             terminal.read()
@@ -41,10 +41,12 @@ def main(program, gallery, seconds="10"):
     seconds = float(seconds)
     guest = ["--id", "guest", "--pass", "guest"]
     many = [*guest, "--dialog", "many"]
-    measured("typing, a quiet host", program, guest, host, lambda t: t.type(b"/story\r"), b"x", 0.03, seconds)
+    measured("typing, a quiet host", program, guest, host, lambda t: t.type(b"/story\r"), itertools.repeat(b"x"), 0.03, seconds)
     measured("1,000 updates a second of 1,000 numbers", program, many, host, rate(10), None, 0.1, seconds)
     measured("2,000 updates a second of 1,000 numbers", program, many, host, rate(20), None, 0.1, seconds)
-    measured("moving at 1,000 updates a second", program, many, host, rate(10), b"\x1b[6~\x1b[5~", 0.1, seconds)
+    measured("moving at 1,000 updates a second", program, many, host, rate(10),
+             itertools.repeat(b"\x1b[6~\x1b[5~"), 0.1, seconds)
+    measured("a slider at 1,000 updates a second", program, many, host, rate(10), itertools.cycle((b"\x1bOC", b"\x1bOD")), 0.1, seconds)
     measured("the widest, 1,000 updates a second", program, many, host, rate(10), None, 0.1, seconds, 200, 60)
     host.stop()
 

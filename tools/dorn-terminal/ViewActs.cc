@@ -94,11 +94,12 @@ void View::TouchButton(const Item& item, bool isConfirmed, Ms now) {
 }
 
 bool View::Set(const Item& item, const char* key, const std::string& value, Ms now) {
+  const std::string name = item.mName;
   const bool isSent =
       IsOperable() &&
       mSession.Act(item.mName, item.mActionType, {{item.mName, {{key, Json::String(value)}}}}, now);
   if (!isSent) mNote = Words().notSent;
-  mHasActed = true;
+  if (!station::ShowAction(mScreen, mSession.Dialog(), Language(), name)) mHasActed = true;
   return isSent;
 }
 
