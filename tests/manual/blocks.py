@@ -5,9 +5,11 @@ cpp          stands so in a source that this tree compiles; on a page of the tut
 cmake        stands so in a CMakeLists.txt of this tree
 scene        is a scene that dorn-station can read; on a page of the tutorial, one of that step
 json         stands so in a resource file, or is a dialog in which dorn-lint finds nothing, or other JSON;
-             on a page of the tutorial, in a resource of that step
+             on a page of the tutorial, in a resource of that step. On a page of the guides a dialog is a
+             whole file of an example, and a vector one of the stations'
 text         on a page of the tutorial: what dorn-lint --preview prints of a resource of that step
-text         elsewhere: words that programs print, which are not looked at
+text         elsewhere: below a line that asks dorn-lint for a preview, what it prints; all other words are
+             not looked at
 sh           quick-start.md: run by the test of the packages. Elsewhere each block stands in
              commands.txt with how it is known to be right; options exist in the program's --help
 ini          stands in commands.txt likewise
@@ -94,16 +96,26 @@ def scene(page, text):
     return None if code == 0 else said
 
 
+def json_of_guide(whole, text):
+    if "rule" in whole:
+        counts["vector"] += 1
+        return None if whole in vectors else "is no vector of the stations"
+    counts["dialog"] += 1
+    files = manual.glob(f"examples/*/resources/{whole.get('Name')}.json")
+    return None if any(resources[file] == text for file in files) else f"is not the file {whole.get('Name')}.json"
+
+
 def json_block(page, text):
     if step_of(page):
         return None if excerpt(text, resources, step_of(page)) else "stands in no resource of this step"
-    if excerpt(text, resources, root):
-        return None
     try:
         whole = json.loads(text)
     except ValueError as wrong:
-        return f"is no JSON, and stands in no resource file: {wrong}"
-    if isinstance(whole, dict) and whole.get("Command") == "DIALOG":
+        return None if excerpt(text, resources, root) else f"is no JSON, and stands in no resource file: {wrong}"
+    is_dialog = isinstance(whole, dict) and whole.get("Command") == "DIALOG"
+    if page.parent.name == "guides" and (is_dialog or "rule" in whole):
+        return json_of_guide(whole, text)
+    if is_dialog and not excerpt(text, resources, root):
         with tempfile.TemporaryDirectory() as work:
             file = pathlib.Path(work) / f"{whole.get('Name')}.json"
             file.write_text(text, encoding="utf-8")
@@ -111,15 +123,22 @@ def json_block(page, text):
         return None if code == 0 else said
 
 
+def preview(file, size):
+    _, shown = run(programs / "dorn-lint", "--preview", size, file)
+    return "\n".join(line.rstrip() for line in shown.rstrip().split("\n")) + "\n"
+
+
 def text_block(page, text):
-    if not step_of(page):
+    if step_of(page):
+        files = step_of(page).glob("resources/*.json")
+        return None if any(preview(file, "80x24") == text for file in files) else "is no preview of a resource of this step"
+    asked = re.match(r"\$ dorn-lint --preview (\w+) (resources/\w+\.json)\n", text)
+    if not asked:
         return None
-    for file in step_of(page).glob("resources/*.json"):
-        _, shown = run(programs / "dorn-lint", "--preview", "80x24", file)
-        shown = "\n".join(line.rstrip() for line in shown.rstrip().split("\n")) + "\n"
-        if shown == text:
-            return None
-    return "is no preview of a resource of this step"
+    counts["preview"] += 1
+    files = manual.glob("examples/*/" + asked[2])
+    shown = [preview(file, asked[1]) for file in files]
+    return None if text[asked.end():] in shown else "".join(["another picture:\n", *shown])
 
 
 def help_of(program, words):
@@ -168,7 +187,10 @@ sources = texts_of(compiled())
 cmakes = texts_of(root.glob("[!b]*/**/CMakeLists.txt"))
 scenes = texts_of(manual.rglob("*.scene"))
 resources = texts_of([*root.glob("examples/*/resources/**/*.json"), *manual.rglob("resources/*.json")])
+vectors = [vector for file in sorted((root / "station/vectors").glob("*.json"))
+           for vector in json.loads(file.read_text(encoding="utf-8"))["vectors"]]
 known, used = read_known(), set()
+counts = {"dialog": 0, "preview": 0, "vector": 0}
 
 count = 0
 for page in sorted(pages.rglob("*.md")):
@@ -181,6 +203,8 @@ for page in sorted(pages.rglob("*.md")):
             failures.append(f"{page.relative_to(pages)}:{first}: {wrong}")
 for page, first in known.keys() - used:
     failures.append(f"commands.txt:{known[page, first]}: there is no such block any more")
+if 0 in counts.values():
+    failures.append(f"nothing of the guides to compare: {counts}")
 if count < 60:
     failures.append(f"only {count} blocks were found")
 print("\n".join(failures) or f"{count} blocks hold")

@@ -8,9 +8,10 @@ trap 'rm -rf "$work"' EXIT
 wrong() { # EXPECTED PAGE SED-EXPRESSION
   local said
   rm -rf "$work/pages"
-  mkdir -p "$work/pages/tutorial"
+  mkdir -p "$work/pages/tutorial" "$work/pages/guides"
   cp docs/manual/*.md "$work/pages"
   cp docs/manual/tutorial/*.md "$work/pages/tutorial"
+  cp docs/manual/guides/*.md "$work/pages/guides"
   sed -i "$3" "$work/pages/$2"
   cmp -s "docs/manual/$2" "$work/pages/$2" && { echo "FAILED: nothing was changed in $2 by $3" >&2; exit 1; }
   said=$("$here/blocks.py" "$build" "$programs" "$work/pages") && { echo "FAILED: not found: $1" >&2; exit 1; }
@@ -31,3 +32,6 @@ wrong 'that does not end' faq.md '$ a```sh'
 wrong 'is no JSON' faq.md '$ a```json\n{"Name": }\n```'
 wrong 'lost-value' faq.md '$ a```json\n{"Command": "DIALOG", "Name": "x", "Objects": [{"Name": "y", "Type": "LABEL", "Value": 1.5}]}\n```'
 wrong 'unknown word' faq.md '$ a```scene\na: clack lamp\n```'
+wrong 'is not the file kiln' guides/screen-author.md 's/"Title": "Kiln"/"Title": "Oven"/'
+wrong 'is no vector' guides/station-builder.md 's/entering: updates behind the fence/entering: updates before the fence/'
+wrong 'another picture' guides/screen-author.md 's/^│  Temperature /│  temperature /'
