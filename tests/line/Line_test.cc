@@ -13,6 +13,7 @@
 #include "tests/support/Deadline.h"
 #include "tests/support/TcpPeer.h"
 
+using dorn::tools::Addresses;
 using dorn::tools::Line;
 using dorn::tools::ReadHostAndPort;
 using dorn::tools::SteadyMs;
@@ -200,6 +201,28 @@ TEST_F(LineTest, SaysThatAHostIsUnknown) {
   ASSERT_TRUE(mLoop.RunUntilEnd());
   EXPECT_EQ(mLoop.mEnd, Line::End::kNoSuchHost);
   EXPECT_THAT(mLoop.mWhy, HasSubstr("cannot find host no.such.host.invalid: "));
+}
+
+TEST_F(LineTest, ManyLinesShareOneLookUp) {
+  const Addresses host("localhost", mHost.Port());
+  for (int i = 0; i < 3; ++i) {
+    LineLoop loop;
+    loop.mLine.Open(host, 5'000, SteadyMs());
+    ASSERT_TRUE(loop.RunUntilOpen());
+    EXPECT_GE(mHost.Accept().Fd(), 0);
+    // Again after its end.
+    loop.mLine.Open(host, 5'000, SteadyMs());
+    loop.mOpened = 0;
+    ASSERT_TRUE(loop.RunUntilOpen());
+    EXPECT_GE(mHost.Accept().Fd(), 0);
+  }
+  const Addresses none("no.such.host.invalid", 5000);
+  for (int i = 0; i < 2; ++i) {
+    mLoop.mEnded = 0;
+    mLoop.mLine.Open(none, 5'000, SteadyMs());
+    ASSERT_TRUE(mLoop.RunUntilEnd());
+    EXPECT_EQ(mLoop.mEnd, Line::End::kNoSuchHost);
+  }
 }
 
 TEST_F(LineTest, GivesUpWhenNobodyAnswersInTime) {

@@ -30,6 +30,16 @@ TEST_F(TextsTest, TellsFences) {
   EXPECT_EQ(digest.mFences, std::vector<unsigned long>{17});
 }
 
+TEST_F(TextsTest, KnowsAnUpdateByItsFirstLetters) {
+  EXPECT_TRUE(IsUpdate(R"({"Command":"UPDATE","Objects":[]})"));
+  EXPECT_TRUE(IsUpdate(R"( { "Command" : "UPDATE", "Objects":[)"));
+  EXPECT_FALSE(IsUpdate(R"({"Commands":[{"Command":"UPDATE"}]})"));
+  EXPECT_FALSE(IsUpdate(R"({"Command":"UPDATED"})"));
+  EXPECT_FALSE(IsUpdate(R"({"Command":"KEEPALIVE"})"));
+  EXPECT_FALSE(IsUpdate(R"({"Command":)"));
+  EXPECT_FALSE(IsUpdate(""));
+}
+
 TEST_F(TextsTest, TellsValuesOfTargets) {
   const Digest& digest = mTexts.Read(
       R"({'Commands':[{"Command":"UPDATE","Objects":[{"Value":"1","Name":"e"},{"Value":"2","Name":"other"},)"

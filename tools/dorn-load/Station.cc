@@ -44,6 +44,7 @@ Run::Run(const Options& options, const Targets& targets, std::string dialog)
     : mOptions(options),
       mTargets(targets),
       mDialog(std::move(dialog)),
+      mAddresses(options.mAt.mHost, options.mAt.mPort),
       mTexts(targets),
       mMarks(static_cast<std::size_t>(options.mStations), targets.All().size(), options.mTimeout) {}
 
@@ -53,9 +54,8 @@ void Station::Come(Us meant) {
   mReturnAt = -1;
   mFraming.emplace(static_cast<dorn::station::Framing::Sink&>(*this));
   mState = State::kConnecting;
-  const auto& at = mRun.mOptions.mAt;
   const Us limit = mRun.mOptions.mTimeout / kMillisecond;
-  mLine.Open(at.mHost, at.mPort, limit, mRun.mNow / kMillisecond);
+  mLine.Open(mRun.mAddresses, limit, mRun.mNow / kMillisecond);
   // A connection that could not even be begun is told by the next Ready(), which nothing wakes.
   if (mLine.Descriptor() < 0) mLine.Ready(0, mRun.mNow / kMillisecond);
   Watch();
@@ -71,8 +71,8 @@ void Station::Touch(std::size_t target, const std::string& value, Us meant) {
   const char* const type = touched.mKind == Target::Kind::kButton ? "CLICK" : "CHANGE";
   const unsigned long before = ++mFences;
   Await(meant, Use::kAction);
-  Send(dorn::station::ActText(before, dorn::station::ConditionText(touched.mName, type, {object}),
-                              mFences));
+  Send({dorn::station::ActText(before, dorn::station::ConditionText(touched.mName, type, {object}),
+                               mFences)});
   Watch();
 }
 
@@ -84,7 +84,7 @@ void Station::Enter(Us meant) {
 void Station::Ask() {
   if (!IsIn()) return;
   Await(mRun.mNow, Use::kHeartbeat);
-  Send(dorn::station::FenceText(mFences));
+  Send({dorn::station::FenceText(mFences)});
   Watch();
 }
 
@@ -126,7 +126,7 @@ void Station::GiveUpWaiting(Error error) {
 void Station::OnOpen() {
   mState = State::kLoggingIn;
   mFences = mAnswered = 0;
-  Send(dorn::station::HelloText(mRun.mOptions.LogInOf(static_cast<int>(mNumber) + 1)));
+  Send({dorn::station::HelloText(mRun.mOptions.LogInOf(static_cast<int>(mNumber) + 1))});
 }
 
 void Station::OnReceive(std::string_view bytes) {
@@ -145,23 +145,26 @@ void Station::OnEnd(Line::End end, const std::string& why) {
 
 void Station::OnText(std::string_view text) {
   mRun.mRecord.Count([](Figures& figures) { ++figures.mTraffic.mMessagesIn; });
+  // What comes while it enters is no change that somebody waits for.
+  if (mEntries > 0 && IsUpdate(text)) return;
   const Digest& digest = mRun.mTexts.Read(text);
   if (!digest.mIsReadable) mRun.mRecord.Count(Error::kUnreadable);
-  if (digest.mAsks) Send(dorn::station::KeepaliveText());
+  if (digest.mAsks) Send({dorn::station::KeepaliveText()});
   if (digest.mIsRefusal) OnRefused();
   if (digest.mOpens) OnOpened();
   OnTold(digest);
   for (const unsigned long fence : digest.mFences) OnFence(fence);
 }
 
-void Station::Send(const std::string& text) {
+void Station::Send(const std::vector<std::string>& texts) {
   if (mLine.GetState() == Line::State::kClosed) return;
-  const std::string framed = Framed(text);
-  mLine.Send(framed);
+  std::string frames;
+  for (const std::string& text : texts) frames += Framed(text);
+  mLine.Send(frames);
   mSentAt = mRun.mNow;
   mRun.mRecord.Count([&](Figures& figures) {
-    ++figures.mTraffic.mMessagesOut;
-    figures.mTraffic.mBytesOut += framed.size();
+    figures.mTraffic.mMessagesOut += texts.size();
+    figures.mTraffic.mBytesOut += frames.size();
   });
 }
 
@@ -170,8 +173,7 @@ void Station::SendEntry(Us meant, Use use) {
   const unsigned long before = ++mFences;
   Await(meant, use);
   ++mEntries;
-  Send(dorn::station::EnterText(before, mRun.mDialog));
-  Send(dorn::station::FenceText(mFences));
+  Send({dorn::station::EnterText(before, mRun.mDialog), dorn::station::FenceText(mFences)});
 }
 
 void Station::Await(Us meant, Use use) { mAwaited.push_back({++mFences, meant, mRun.mNow, use}); }

@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "station/Framing.h"
 #include "tools/dorn-load/Figures.h"
@@ -34,6 +35,7 @@ struct Run {
   const Options& mOptions;
   const Targets& mTargets;
   const std::string mDialog;
+  const dorn::tools::Addresses mAddresses;  // Of the host: a name is looked up once.
   Texts mTexts;
   Marks mMarks;
   Record mRecord;
@@ -89,7 +91,8 @@ class Station : private dorn::tools::Line::Hooks, private dorn::station::Framing
   void OnPayload(std::string_view, bool) override {}
   void OnTooLong() override { mRun.mRecord.Count(Error::kUnreadable); }
 
-  void Send(const std::string& text);
+  // In one piece, so that the host is woken once.
+  void Send(const std::vector<std::string>& texts);
   void SendEntry(Us meant, Use use);
   void Await(Us meant, Use use);
   void OnOpened();

@@ -1,10 +1,29 @@
 #include "tools/dorn-load/Texts.h"
 
+#include <algorithm>
+
 #include "station/Commands.h"
 
 namespace dorn::load {
 
 using dorn::station::Json;
+
+namespace {
+
+// Behind blanks; false when something else stands there.
+bool Take(std::string_view& text, std::string_view word) {
+  text.remove_prefix(std::min(text.find_first_not_of(" \n\r\t"), text.size()));
+  if (text.substr(0, word.size()) != word) return false;
+  text.remove_prefix(word.size());
+  return true;
+}
+
+}  // namespace
+
+bool IsUpdate(std::string_view text) {
+  return Take(text, "{") && Take(text, "\"Command\"") && Take(text, ":") &&
+         Take(text, "\"UPDATE\"");
+}
 
 const Digest& Texts::Read(std::string_view text) {
   Known& known = PlaceOf(text);

@@ -47,15 +47,36 @@ std::int64_t SteadyMs() {
       .count();
 }
 
-void Line::Open(const std::string& host, int port, Ms limitMs, Ms now) {
+Addresses::Addresses(const std::string& host, int port) : mHost(host), mPort(port) {
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* found = nullptr;
+  const int error = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found);
+  const std::unique_ptr<addrinfo, FreeAddresses> owner(found);
+  if (error != 0) {
+    mWhyNone = "cannot find host " + host + ": " + gai_strerror(error);
+    return;
+  }
+  for (const addrinfo* each = found; each != nullptr; each = each->ai_next) {
+    mAll.push_back(
+        {each->ai_family, {reinterpret_cast<const char*>(each->ai_addr), each->ai_addrlen}});
+  }
+}
+
+void Line::Open(const Addresses& addresses, Ms limitMs, Ms now) {
   Close();
-  mHost = host;
-  mPort = port;
+  mHost = addresses.mHost;
+  mPort = addresses.mPort;
   mLimitMs = limitMs;
   mDeadline = now + limitMs;
-  mWhy.clear();
+  mWhy = addresses.mWhyNone;
   mState = State::kConnecting;
-  if (Resolve()) TryNext(now);
+  if (!mWhy.empty()) {
+    mFailure = End::kNoSuchHost;
+    return;
+  }
+  mAddresses.assign(addresses.mAll.begin(), addresses.mAll.end());
+  TryNext(now);
 }
 
 void Line::Close() {
@@ -110,24 +131,6 @@ void Line::Ready(short revents, Ms now) {
   if (mState == State::kClosed || revents == 0) return;
   if ((revents & POLLOUT) != 0) SendQueued();
   if ((revents & ~POLLOUT) != 0) Receive();
-}
-
-bool Line::Resolve() {
-  addrinfo hints{};
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* found = nullptr;
-  const int error = getaddrinfo(mHost.c_str(), std::to_string(mPort).c_str(), &hints, &found);
-  const std::unique_ptr<addrinfo, FreeAddresses> owner(found);
-  if (error != 0) {
-    mFailure = End::kNoSuchHost;
-    mWhy = "cannot find host " + mHost + ": " + gai_strerror(error);
-    return false;
-  }
-  for (const addrinfo* each = found; each != nullptr; each = each->ai_next) {
-    mAddresses.push_back(
-        {each->ai_family, {reinterpret_cast<const char*>(each->ai_addr), each->ai_addrlen}});
-  }
-  return true;
 }
 
 // Each address gets its share of the time that is left.

@@ -25,6 +25,25 @@ namespace dorn::tools {
 // Milliseconds of the steady clock.
 std::int64_t SteadyMs();
 
+// The addresses of a host, for one line or many. A name is looked up in the constructor, which
+// takes as long as the system's resolver does; an address costs nothing.
+class Addresses {
+ public:
+  Addresses(const std::string& host, int port);
+
+ private:
+  friend class Line;
+  struct Address {
+    int mFamily;
+    std::string mBytes;  // A sockaddr.
+  };
+
+  std::string mHost;
+  int mPort;
+  std::vector<Address> mAll;
+  std::string mWhyNone;  // Empty when there are some.
+};
+
 class Line {
  public:
   using Ms = std::int64_t;
@@ -57,10 +76,13 @@ class Line {
   Line(const Line&) = delete;
   Line& operator=(const Line&) = delete;
 
-  // Begins to connect, after Close(). All addresses of the name share `limitMs`. A name is looked
-  // up before this returns, which takes as long as the system's resolver does; an address costs
-  // nothing. What goes wrong is told by the next Ready().
-  void Open(const std::string& host, int port, Ms limitMs, Ms now);
+  // Begins to connect, after Close(). All addresses share `limitMs`. What goes wrong is told by the
+  // next Ready(), a host without an address as well.
+  void Open(const Addresses& addresses, Ms limitMs, Ms now);
+  // Looks the name up before it returns.
+  void Open(const std::string& host, int port, Ms limitMs, Ms now) {
+    Open(Addresses(host, port), limitMs, now);
+  }
   // Ends the line without a hook; what was not sent yet is dropped.
   void Close();
 
@@ -84,12 +106,8 @@ class Line {
   void Ready(short revents, Ms now);
 
  private:
-  struct Address {
-    int mFamily;
-    std::string mBytes;  // A sockaddr.
-  };
+  using Address = Addresses::Address;
 
-  bool Resolve();
   void TryNext(Ms now);
   void GiveUp(Ms now, const std::string& why);
   void EndConnecting(Ms now);
