@@ -1,0 +1,170 @@
+// Who is told of a change, and who shows it already.
+#include "tests/site/host/HostTest.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class EchoTest : public HostTest {};
+
+TEST_F(EchoTest, OthersAreToldTheOneThatSentItIsNot) {
+  StartSite();
+  Station mine = Enter("u1");
+  Station other = Enter("u2");
+  Set(mine, "a", "2");
+  EXPECT_EQ("2", Value("a"));
+  EXPECT_THAT(Take(other), ElementsAre(AllOf(HasSubstr(R"("Value":"2")"), HasSubstr(R"("a")"))));
+  EXPECT_THAT(Take(mine), IsEmpty());
+}
+
+TEST_F(EchoTest, NothingChangesBeforeTheLogHasIt) {
+  StartSite();
+  Station mine = Enter("u1");
+  Station other = Enter("u2");
+  mCarrier->SetCut(true);
+  Set(mine, "a", "2");
+  EXPECT_EQ("1", Value("a"));
+  EXPECT_THAT(Take(other), IsEmpty());
+  mCarrier->SetCut(false);
+  Pass();
+  EXPECT_EQ("2", Value("a"));
+  EXPECT_THAT(Take(other), ElementsAre(HasSubstr(R"("Value":"2")")));
+}
+
+TEST_F(EchoTest, AnotherStationOfTheSameSessionIsTold) {
+  StartSite();
+  Station mine = Enter("u1");
+  Station second = Connect();
+  Tell(second, R"({"Command":"CHANGE","SessionId":"S-u1","DialogName":"panel"})");
+  ASSERT_THAT(Take(second), Not(IsEmpty()));
+  Set(mine, "a", "2");
+  EXPECT_THAT(Take(second), ElementsAre(HasSubstr(R"("Value":"2")")));
+  EXPECT_THAT(Take(mine), IsEmpty());
+}
+
+// What the station shows by then is what the other one has set.
+TEST_F(EchoTest, IsToldWhenTheObjectWasSentMeanwhile) {
+  StartSite();
+  OtherHost& other = Join();
+  Wait(300);
+  Station mine = Enter("u1");
+  mCarrier->SetCut(true);
+  Set(mine, "a", "2");
+  other.Set("a", "Value", "3");
+  mCarrier->SetCut(false);
+  Pass();
+  EXPECT_EQ("2", Value("a")) << "the other host's came first";
+  EXPECT_THAT(Take(mine), Contains(HasSubstr(R"("Value":"2")")));
+}
+
+// The same with the rounds apart: the other's change is sent before this one comes back.
+TEST_F(EchoTest, IsToldWhenTheObjectWasSentBefore) {
+  StartSite();
+  OtherHost& other = Join();
+  Wait(300);
+  Station mine = Enter("u1");
+  other.Set("a", "Value", "3");
+  Set(mine, "a", "2");
+  Pass();
+  const std::vector<std::string> told = Take(mine);
+  EXPECT_EQ("2", Value("a"));
+  EXPECT_THAT(told, Contains(HasSubstr(R"("Value":"2")")));
+  EXPECT_THAT(told.back(), HasSubstr(R"("Value":"2")"));
+}
+
+TEST_F(EchoTest, IsNotToldWhenOnlyAnotherObjectWasSentMeanwhile) {
+  StartSite();
+  OtherHost& other = Join();
+  Wait(300);
+  Station mine = Enter("u1");
+  mCarrier->SetCut(true);
+  Set(mine, "a", "2");
+  other.Set("b", "Value", "3");
+  mCarrier->SetCut(false);
+  Pass();
+  const std::vector<std::string> told = Take(mine);
+  EXPECT_THAT(told, ElementsAre(HasSubstr(R"("Name":"b")")));
+  EXPECT_THAT(told, Not(Contains(HasSubstr(R"("Name":"a")"))));
+}
+
+// A slider that is drawn: what comes back of its way must not pull it back.
+TEST_F(EchoTest, IsNotToldOfItsOwnEarlierChange) {
+  StartSite();
+  Station mine = Enter("u1");
+  mCarrier->SetCut(true);
+  for (const char* value : {"2", "3", "4"}) Set(mine, "a", value);
+  mCarrier->SetCut(false);
+  Pass();
+  EXPECT_EQ("4", Value("a"));
+  EXPECT_THAT(Take(mine), IsEmpty());
+}
+
+TEST_F(EchoTest, IsToldWhenItWasSentASnapshotMeanwhile) {
+  StartSite();
+  Station mine = Enter("u1");
+  mCarrier->SetCut(true);
+  Set(mine, "a", "2");
+  Tell(mine, R"({"Command":"CHANGE","DialogName":"panel"})");
+  EXPECT_THAT(Take(mine), ElementsAre(HasSubstr(R"("Value":"1")")));
+  mCarrier->SetCut(false);
+  Pass();
+  EXPECT_THAT(Take(mine), ElementsAre(HasSubstr(R"("Value":"2")")));
+}
+
+TEST_F(EchoTest, IsToldWhenItHasFetchedTheTreeMeanwhile) {
+  StartSite();
+  Station mine = Enter("u1");
+  mCarrier->SetCut(true);
+  Set(mine, "a", "2");
+  Tell(mine, R"({"Command":"GETFILE","File":"panel.json"})");
+  Take(mine);
+  mCarrier->SetCut(false);
+  Pass();
+  EXPECT_THAT(Take(mine), Contains(HasSubstr(R"("Value":"2")")));
+}
+
+TEST_F(EchoTest, WhatTheDialogPutsRightIsSentToTheStationToo) {
+  StartSite();
+  Station mine = Enter("u1");
+  TheDialog().apply = [](Panel& panel, const Panel::Change&) {
+    panel.GetResourceShare()->SearchName("a")->SetDirty("Value");
+  };
+  Set(mine, "a", "2");
+  EXPECT_EQ("1", Value("a"));
+  EXPECT_THAT(Take(mine), ElementsAre(HasSubstr(R"("Value":"1")")));
+}
+
+TEST_F(EchoTest, ANewConnectionOfTheSameNumberIsNotSpared) {
+  StartSite();
+  Station mine = Enter("u1");
+  VQClientSocket* client = Find("S-u1");
+  ASSERT_NE(nullptr, client);
+  mCarrier->SetCut(true);
+  Set(mine, "a", "2");
+  client->Authentication("S-other");
+  mCarrier->SetCut(false);
+  Pass();
+  EXPECT_THAT(Take(mine), ElementsAre(HasSubstr(R"("Value":"2")")));
+  EXPECT_THAT(Calls(), Not(Contains(HasSubstr("OnApplied"))));
+}
+
+TEST_F(EchoTest, TwoDeletionsAreBothTold) {
+  StartSite();
+  Station mine = Enter("u1");
+  Station other = Enter("u2");
+  TheDialog().apply = [](Panel& panel, const Panel::Change& change) {
+    const KZString name = change.command->mObjectList.at(0)->mName;
+    if (VQJsonObject* object = panel.GetResourceShare()->SearchName(name)) object->Delete("THIS");
+  };
+  Tell(mine, R"({"Commands":[{"Command":"CONDITION","Objects":[{"Name":"a"}]},)"
+             R"({"Command":"CONDITION","Objects":[{"Name":"b"}]}]})");
+  EXPECT_THAT(Take(other), ElementsAre(HasSubstr(R"("Delete":"THIS","Name":"a")"),
+                                       HasSubstr(R"("Delete":"THIS","Name":"b")")));
+}
+
+}  // namespace
