@@ -143,6 +143,28 @@ test('a slider moves by its step', async ({open, station}) => {
   await hostHolds(station, 'speed', 'Value').toBe('100');
 });
 
+test('a slider is sent once, however long an arrow key is held', async ({open, station}) => {
+  const page = await open();
+  const speed = page.getByRole('slider', {name: 'Speed'});
+  await expect(speed).toHaveValue('40');
+  const sent = await page.evaluateHandle(() => {
+    const texts: string[] = [];
+    const {send} = WebSocket.prototype;
+    WebSocket.prototype.send = function (data) {
+      if (String(data).includes('"CONDITION"')) texts.push(String(data));
+      send.call(this, data);
+    };
+    return texts;
+  });
+  await speed.focus();
+  for (let i = 0; i < 6; ++i) await page.keyboard.down('ArrowRight');
+  await expect(speed).toHaveValue('70');
+  expect(await sent.evaluate((texts) => texts.length)).toBe(0);
+  await page.keyboard.up('ArrowRight');
+  await hostHolds(station, 'speed', 'Value').toBe('70');
+  expect(await sent.evaluate((texts) => texts.length)).toBe(1);
+});
+
 test('a list has all options in view', async ({open, station}) => {
   const page = await open();
   const fruit = page.getByRole('listbox', {name: 'Fruit'});

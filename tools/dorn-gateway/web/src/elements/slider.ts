@@ -12,6 +12,7 @@ export class SliderElement extends ObjectElement {
   private readonly unit = make("span", "unit");
   private readonly gauge = new Gauge(this);
   private isHeld = false;
+  private isKeyDown = false;
 
   protected build(): void {
     this.input.type = "range";
@@ -26,10 +27,17 @@ export class SliderElement extends ObjectElement {
       if (this.isHeld) this.showReading(this.input.value);
       else this.input.value = this.item.raw;
     });
-    this.input.addEventListener("change", () => this.letGo());
+    // Held, an arrow key moves it on and on, and each step is a change.
+    this.input.addEventListener("keydown", () => (this.isKeyDown = true));
+    this.input.addEventListener("change", () => {
+      if (!this.isKeyDown) this.letGo();
+    });
     // Back where it was when it is let go of, it has not changed.
     for (const type of ["pointerup", "keyup", "blur"]) {
-      this.input.addEventListener(type, () => setTimeout(() => this.letGo()));
+      this.input.addEventListener(type, () => {
+        this.isKeyDown = false;
+        setTimeout(() => this.letGo());
+      });
     }
   }
 
