@@ -39,14 +39,11 @@ bool HasNoDescriptor(const KZFdData& record) {
 // A call of OnAuth() that is running. OnAuth() may have others called.
 class Connection::Asking {
  public:
-  explicit Asking(Connection& connection) : mConnection(connection), mOuter(sInnermost) {
-    ++mConnection.mAsking;
+  explicit Asking(Connection& connection)
+      : mConnection(connection), mDepth(connection.mDepth), mOuter(sInnermost) {
     sInnermost = this;
   }
-  ~Asking() {
-    --mConnection.mAsking;
-    sInnermost = mOuter;
-  }
+  ~Asking() { sInnermost = mOuter; }
 
   Asking(const Asking&) = delete;
   Asking& operator=(const Asking&) = delete;
@@ -54,15 +51,31 @@ class Connection::Asking {
   static Connection* Innermost() {
     return sInnermost != nullptr ? &sInnermost->mConnection : nullptr;
   }
+  // How deep the message lies of which the innermost one is.
+  static int InnermostDepth() { return sInnermost != nullptr ? sInnermost->mDepth : 0; }
 
  private:
   static const Asking* sInnermost;
 
   Connection& mConnection;
+  const int mDepth;
   const Asking* mOuter;
 };
 
 const Connection::Asking* Connection::Asking::sInnermost = nullptr;
+
+// Stands while a message is executed.
+class Connection::Depth {
+ public:
+  explicit Depth(Connection& connection) : mConnection(connection) { ++mConnection.mDepth; }
+  ~Depth() { --mConnection.mDepth; }
+
+  Depth(const Depth&) = delete;
+  Depth& operator=(const Depth&) = delete;
+
+ private:
+  Connection& mConnection;
+};
 
 namespace {
 
@@ -225,34 +238,70 @@ void Connection::ExecuteFrom(const KZString& message, std::size_t first, Greetin
   const ReadMessage read(message);
   const std::vector<VQJsonObject*>& entries = read.Entries();
   const int ends = mEnds;
+  const Depth depth(*this);
   for (std::size_t i = first; i < entries.size(); ++i) {
     VQJsonObject* entry = entries[i];
-    const WaitingLogIn* const before = mWaitingLogIn.get();
+    const int waitsBefore = mWaits;
     if (entry != nullptr && greeting != Greeting::kNew && i == first) {
       ResumeGreeting(mSocket, entry, greeting);
     } else if (entry != nullptr) {
       ExecuteCommand(mSocket, entry);
     }
     // Kept: the command that closed the connection is finished. Nothing behind it is executed.
-    if (IsRemoved(mSocket) || mEnds != ends) break;
-    if (mWaitingLogIn.get() != before && mWaitingLogIn != nullptr) {
-      mWaitingLogIn->message = message;
-      mWaitingLogIn->index = i;
-      break;
-    }
+    if (HasEndedSince(ends) || LeavesRest(message, i, waitsBefore)) break;
   }
 }
 
-void Connection::DelayLogIn(unsigned long ms) {
+// Whether what is left of the message has to wait, which is noted. A log-in of a message that a
+// hook had executed takes what is behind the command of that hook along, or a station could have
+// many guesses looked at while one waits.
+bool Connection::LeavesRest(const KZString& message, std::size_t index, int waitsBefore) {
+  if (std::exchange(mComesBehind, false)) {
+    mBehind.push_back({message, index});
+    return true;
+  }
+  if (mWaitingLogIn == nullptr || mWaits == waitsBefore) return false;
+  if (mWaitingLogIn->depth == mDepth) {
+    mWaitingLogIn->message = message;
+    mWaitingLogIn->index = index;
+    mWaitingLogIn->depth = 0;
+  } else {
+    mBehind.push_back({message, index + 1});
+  }
+  return true;
+}
+
+void Connection::BeginToWait() {
   mWaitingLogIn = std::make_unique<WaitingLogIn>();
+  mWaitingLogIn->depth = mDepth;
+  ++mWaits;
+}
+
+void Connection::DelayLogIn(unsigned long ms) {
+  mComesBehind = mWaitingLogIn != nullptr;
+  if (mComesBehind) return;
+  BeginToWait();
   mTimers.DelayLogIn(ms);
+}
+
+// What is executed may have a further log-in that has to wait: the rest remains behind that.
+void Connection::GoOn(const WaitingLogIn& due, Greeting greeting) {
+  const std::vector<RestOfMessage> behind = std::exchange(mBehind, {});
+  const int ends = mEnds;
+  ExecuteFrom(due.message, due.index, greeting);
+  auto next = behind.begin();
+  while (next != behind.end() && mWaitingLogIn == nullptr && !HasEndedSince(ends)) {
+    ExecuteFrom(next->message, next->index, Greeting::kNew);
+    ++next;
+  }
+  if (!HasEndedSince(ends)) mBehind.insert(mBehind.end(), next, behind.end());
 }
 
 // Messages behind it are still in the buffer, so the loop comes back for them by itself.
 void Connection::ResumeLogIn() {
   const std::unique_ptr<WaitingLogIn> due = std::move(mWaitingLogIn);
   if (due == nullptr || IsRemoved(mSocket)) return;
-  ExecuteFrom(due->message, due->index, Greeting::kDelayed);
+  GoOn(*due, Greeting::kDelayed);
 }
 
 bool Connection::AskHost(const KZString& id, const KZString& pass) {
@@ -269,8 +318,10 @@ Connection* Connection::LoggingIn() { return Asking::Innermost(); }
 unsigned int Connection::HoldLogIn() {
   static unsigned int sLast = 0;
   if (mSocket.mAuth || IsRemoved(mSocket)) return 0;
-  if (mWaitingLogIn != nullptr) return mWaitingLogIn->held;
-  mWaitingLogIn = std::make_unique<WaitingLogIn>();
+  const int depth = Asking::InnermostDepth();
+  if (mWaitingLogIn != nullptr) return mWaitingLogIn->depth == depth ? mWaitingLogIn->held : 0;
+  BeginToWait();
+  mWaitingLogIn->depth = depth;
   mWaitingLogIn->held = ++sLast != 0 ? sLast : ++sLast;
   mTimers.LimitLogIn();
   return mWaitingLogIn->held;
@@ -280,8 +331,8 @@ unsigned int Connection::HoldLogIn() {
 void Connection::FinishLogIn() {
   const std::unique_ptr<WaitingLogIn> held = std::move(mWaitingLogIn);
   if (mSocket.mAuth) mTimers.HeldLogInIsGood();
-  if (mAsking > 0 || IsRemoved(mSocket)) return;
-  ExecuteFrom(held->message, held->index, Greeting::kHeld);
+  if (held->depth != 0 || IsRemoved(mSocket)) return;
+  GoOn(*held, Greeting::kHeld);
 }
 
 void Connection::GiveUpHeldLogIn() {
@@ -291,6 +342,8 @@ void Connection::GiveUpHeldLogIn() {
 }
 
 void Connection::ForgetLogIn() {
+  mBehind.clear();
+  mComesBehind = false;
   if (mWaitingLogIn == nullptr) return;
   mWaitingLogIn.reset();
   mTimers.ForgetLogIn();

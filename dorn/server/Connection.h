@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "dorn/base/KZString.h"
 #include "dorn/server/Commands.h"
@@ -30,6 +31,14 @@ struct WaitingLogIn {
   KZString message;
   std::size_t index = 0;
   unsigned int held = 0;  // The number that the host knows it by; 0: it waits for its time.
+  // How deep the message lies of which it is, until that is noted here; then 0.
+  int depth = 0;
+};
+
+// The commands of a message from one of them on.
+struct RestOfMessage {
+  KZString message;
+  std::size_t index = 0;
 };
 
 // The rooms of one connection, and what is done with the bytes of its receive buffer.
@@ -71,7 +80,8 @@ class Connection {
   void Execute(const KZString& message) { ExecuteFrom(message, 0, Greeting::kNew); }
 
   // The log-in that is being executed is to be looked at so much later, and with it all that the
-  // station sends behind it. For ExecuteCommand() only.
+  // station sends behind it. For ExecuteCommand() only. Where another one waits already, as when
+  // the host executes a message of its own, it comes behind that.
   void DelayLogIn(unsigned long ms);
   // Goes on with it, if there is one and the connection is still open.
   void ResumeLogIn();
@@ -99,9 +109,13 @@ class Connection {
 
  private:
   class Asking;
+  class Depth;
 
   void ExecuteMessages();
   void ExecuteFrom(const KZString& message, std::size_t first, Greeting greeting);
+  bool LeavesRest(const KZString& message, std::size_t index, int waitsBefore);
+  void GoOn(const WaitingLogIn& due, Greeting greeting);
+  void BeginToWait();
   void DropGarbage();
   bool TakeMessage(KZString& text);
   bool HasMessage();
@@ -119,7 +133,10 @@ class Connection {
   Peer mPeer;
   int mEnds = 0;
   std::unique_ptr<WaitingLogIn> mWaitingLogIn;  // Null: none is waiting.
-  int mAsking = 0;  // How many calls of OnAuth() are running; more than one if it calls us.
+  int mWaits = 0;                               // How many have waited so far.
+  std::vector<RestOfMessage> mBehind;           // What is executed behind the one that waits.
+  bool mComesBehind = false;  // The log-in that is being executed is to be of that.
+  int mDepth = 0;  // How many messages are being executed; more than one if a hook calls us.
   std::uint64_t mCommands = 0;
   std::size_t mMoved = 0;  // How many bytes taking messages has moved in this Receive().
   int mLeft = -1;          // What the last Receive() left in the buffer; -1 before the first.

@@ -18,8 +18,9 @@ namespace dorn {
 // does not end them while the log-in is held. When they are over the station is told that the
 // log-in failed, as if the host had said so, and the connection is closed.
 //
-// Returns 0, and nothing is held, outside OnAuth(), when the connection was closed, and when it is
-// authenticated already. Called again, the same number comes back.
+// Returns 0, and nothing is held, outside OnAuth(), when the connection was closed, when it is
+// authenticated already, and for a message that the host executes itself while another log-in of
+// the connection waits. Called again, the same number comes back.
 DORN_EXPORT unsigned int HoldLogIn();
 
 // Goes on with a held log-in as if OnAuth() returned only now: a station that was authenticated

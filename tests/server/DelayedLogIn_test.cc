@@ -219,6 +219,45 @@ TEST_F(DelayedLogInTest, AMessageFullOfGuessesWaitsForEach) {
   EXPECT_THAT(Calls(), SizeIs(7));
 }
 
+// Such as a host that takes a card's number for a log-in of its own.
+TEST_F(DelayedLogInTest, OneThatOnAuthHasExecutedIsTheOneThatWaits) {
+  UseUp("u1");
+  app.auth = [](const KZString& id, const KZString&, VQClientSocket* client) {
+    if (id == "card") {
+      client->DoCommand(KZString(Hello("u1", "p")));
+    } else {
+      client->Authentication("S1");
+    }
+  };
+  app.CreateSession("S1", 0);
+  Link link = Connect();
+  Tell(link, R"({"Commands":[)" + Hello("card", "1") + R"(,{"Command":"HELLO","Type":"same"}]})");
+  Tell(link, R"({"Command":"HELLO","Type":"behind"})");
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth card 1"));
+  Wait(1000);
+  Pass(2);
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth card 1", "OnAuth u1 p", "OnStart  0 0",
+                                   "OnStart same 0 0", "OnStart behind 0 0"));
+  EXPECT_TRUE(Find(link)->mAuth);
+}
+
+TEST_F(DelayedLogInTest, OneThatAHostExecutesMeanwhileIsLookedAtBehindTheStations) {
+  UseUp("u1");
+  Link link = Connect();
+  Tell(link, R"({"Commands":[)" + Hello("u1", "x") + "," + Hello("u1", "y") + "]}");
+  Wait(600);
+  Find(link)->DoCommand(KZString(Hello("u1", "host")));
+  EXPECT_THAT(Calls(), IsEmpty());
+  Wait(400);
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth u1 x"));
+  Wait(2000);
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth u1 x", "OnAuth u1 y"));
+  Wait(4000);
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth u1 x", "OnAuth u1 y", "OnAuth u1 host"));
+  Wait(2000);
+  EXPECT_THAT(Calls(), SizeIs(3));
+}
+
 TEST_F(DelayedLogInTest, TheNextStationOfAnObjectDoesNotWaitForTheFormerOnesGuesses) {
   Link link = Connect();
   for (const char* id : {"a", "b", "c", "d", "e"}) Guess(link, id, 1);

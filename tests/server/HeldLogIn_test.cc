@@ -322,4 +322,35 @@ TEST_F(HeldLogInTest, AStationThatComesToTheSameObjectIsNotLetIn) {
   EXPECT_THAT(Calls(), Not(Contains("OnStart  0 0")));
 }
 
+TEST_F(HeldLogInTest, OfAMessageThatOnAuthHasExecutedIsTheOneThatGoesOn) {
+  app.auth = [this](const KZString& id, const KZString&, VQClientSocket* client) {
+    if (id == "card") {
+      client->DoCommand(R"({"Command":"HELLO","Id":"u1","Pass":"p","Type":"inner"})");
+    } else {
+      mHeld.push_back(dorn::HoldLogIn());
+    }
+  };
+  Link link = Connect();
+  Tell(link, R"({"Commands":[{"Command":"HELLO","Id":"card","Type":"outer"},)"
+             R"({"Command":"HELLO","Type":"behind"}]})");
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth card ", "OnAuth u1 p"));
+  EXPECT_TRUE(LetIn(Last()));
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth card ", "OnAuth u1 p", "OnStart inner 0 0",
+                                   "OnStart behind 0 0"));
+}
+
+TEST_F(HeldLogInTest, StaysHeldWhateverTheHostExecutesMeanwhile) {
+  app.auth = [this](const KZString& id, const KZString&, VQClientSocket* client) {
+    mHeld.push_back(dorn::HoldLogIn());
+    if (id == "u1") client->DoCommand(R"({"Command":"HELLO","Id":"other"})");
+  };
+  Link link = Connect();
+  Tell(link, R"({"Command":"HELLO","Id":"u1","Type":"own"})");
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth u1 ", "OnAuth other "));
+  ASSERT_EQ(2U, mHeld.size());
+  EXPECT_EQ(0U, mHeld[1]);
+  EXPECT_TRUE(LetIn(mHeld[0]));
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth u1 ", "OnAuth other ", "OnStart own 0 0"));
+}
+
 }  // namespace
