@@ -318,6 +318,9 @@ def pipes(host):
     t.expect('<- {"Command":"OPEN"')
     t.do("quit")
     t.end(0)
+    t.absent("page> ")
+    if b"\x1b" in t.bytes:
+        fail("on a dumb terminal: %r" % t.bytes)
     t = Terminal(host.port, "--id", "user", "--pass", "right", "say argument", "quit")
     t.expect("argument")
     t.end(0)
