@@ -16,6 +16,8 @@ struct Rules {
   bool goBackN = true;
   // Nothing is called refused before a newer generation has come back.
   bool generation = true;
+  // An end of a session that was used since its keeper asked for it ends nothing.
+  bool endsTheIdleOnly = true;
 };
 
 }  // namespace dorn::site

@@ -112,7 +112,8 @@ Verdict State::Count(Sequence sequence, const Manifest& manifest) {
 Verdict State::Count(Sequence /*sequence*/, const SessionEnd& end) {
   Verdict verdict;
   const KnownSession* session = Session(end.session);
-  verdict.counts = !IsFenced(end.token) && session != nullptr && session->extended == end.extended;
+  if (session == nullptr || IsFenced(end.token)) return verdict;
+  verdict.counts = !mRules.endsTheIdleOnly || session->extended == end.extended;
   if (verdict.counts) EndSession(end.session);
   return verdict;
 }

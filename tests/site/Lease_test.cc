@@ -44,6 +44,8 @@ TEST_F(LeaseTest, TakesAtOnceWhatNobodyHasEverKept) {
   EXPECT_EQ(UntilTake(), 1s) << "and asks again until it comes back";
 }
 
+TEST_F(LeaseTest, TakesNothingBeforeTheLogHasAnswered) { EXPECT_EQ(UntilTake(false), 60s); }
+
 TEST_F(LeaseTest, TakesThreeSecondsAfterTheLastNewRenewal) {
   mLease.OnTake(5, Origin(2), mNow);
   for (std::uint64_t i = 1; i <= 50; ++i) {

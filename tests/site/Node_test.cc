@@ -224,6 +224,23 @@ TEST_F(NodeTest, AChangeIsAppliedWhenItComesBackAndNotBefore) {
   EXPECT_EQ(mState.own, std::vector<Ticket>{*ticket});
 }
 
+TEST_F(NodeTest, WhatIsMissingBeforeAnOwnChangeIsSentAgainAtOnce) {
+  BeginAsOther();
+  mNode.Submit(ChangeOf("lost"));
+  mNode.Flush();
+  mTransport.TakePublished();
+  mNode.Submit(ChangeOf("next"));
+  mNode.Flush();
+  Return();
+  const auto again = mTransport.TakePublished<Batch>();
+  ASSERT_EQ(again.size(), 1U);
+  EXPECT_EQ(again[0].first, 1U);
+  EXPECT_EQ(again[0].items.size(), 2U);
+  Deliver(again[0]);
+  EXPECT_EQ(mState.text, "begin;lost;next;");
+  EXPECT_EQ(mNode.Count().sentAgain, 1U);
+}
+
 TEST_F(NodeTest, OnlyTheKeeperProposes) {
   BeginAsOther();
   EXPECT_FALSE(mNode.Propose(ChangeOf("x")));

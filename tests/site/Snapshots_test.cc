@@ -82,6 +82,16 @@ TEST_F(SnapshotsTest, AMarkAfterTenThousandChangesButNotWithinFiveSeconds) {
   EXPECT_EQ(Pass(100ms).size(), 1U);
 }
 
+TEST_F(SnapshotsTest, ANewKeeperMarksNotWithinFiveSecondsBehindTheFormer) {
+  Begin();
+  Pass(100s);
+  mSnapshots.OnMark(mNow);  // The former keeper's.
+  mSnapshots.OnTake();
+  for (std::uint64_t i = 0; i < kMarkAfterChanges; ++i) mSnapshots.OnChanged();
+  EXPECT_EQ(Pass(4900ms).size(), 0U);
+  EXPECT_EQ(Pass(100ms).size(), 1U);
+}
+
 TEST_F(SnapshotsTest, TheManifestFollowsTheStoringAndIsSaidUntilItComesBack) {
   const Sequence mark = MarkAndStore();
   const auto published = Pass(2s);

@@ -211,5 +211,19 @@ TEST_F(StateTest, BrokenBytesAreRefused) {
   }
 }
 
+TEST_F(StateTest, TwoSessionsOfOneIdentifierAreRefused) {
+  Begin();
+  Apply(BatchOf(1, {SessionStart{Sid(7), 100, ""}}));
+  Apply(BatchOf(2, {SessionStart{Sid(8), 100, ""}}));
+  std::string bytes = Bytes();
+  const auto second = bytes.rfind('\x08');
+  ASSERT_NE(second, std::string::npos);
+  bytes[second] = '\x07';
+  State loaded{Rules()};
+  ByteReader in(bytes);
+  loaded.Load(in);
+  EXPECT_FALSE(in.IsSound());
+}
+
 }  // namespace
 }  // namespace dorn::site

@@ -32,7 +32,8 @@ void SharedLog::Arrive(const std::string& bytes, Ms at) { mOnTheWay.emplace(at, 
 void SharedLog::Enter(const std::string& bytes) {
   mEntries.push_back({bytes, mNow});
   const auto entry = DecodeEntry(bytes);
-  if (entry && std::holds_alternative<Manifest>(*entry)) mNewestManifest = Last();
+  if (std::holds_alternative<Manifest>(*entry)) mNewestManifest = Last();
+  if (onEnter) onEnter(Last(), *entry);
 }
 
 void SharedLog::ForwardAgain() {

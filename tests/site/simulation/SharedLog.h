@@ -8,6 +8,7 @@
 #ifndef TESTS_SITE_SIMULATION_SHAREDLOG_H_
 #define TESTS_SITE_SIMULATION_SHAREDLOG_H_
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -45,6 +46,9 @@ class SharedLog {
   void CalmDown(Ms now);
 
   bool IsAway() const { return mNow < mElectionUntil; }
+
+  // Sees each entry that comes in.
+  std::function<void(Sequence, const Entry&)> onEnter;
 
   // --- what it holds ---
   Sequence Last() const { return mEntries.size(); }

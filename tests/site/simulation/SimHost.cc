@@ -193,7 +193,7 @@ void SimHost::OnSessionEnd(Sequence session) {
   const auto entry = DecodeEntry(mWorld.log.At(last).bytes);
   const auto* end = std::get_if<SessionEnd>(&*entry);
   if (end == nullptr || end->session != session || !mWorld.clocksAreTrue) return;
-  mWorld.truth.OnEnded(*end, mWorld.log.At(end->extended).at);
+  mWorld.truth.OnEnded(last, *end);
 }
 
 void SimHost::OnKeep() {

@@ -13,6 +13,9 @@ Simulation::Simulation(const Options& options) : mWorld(options.seed) {
   mWorld.rules = options.rules;
   mWorld.applyAtOnce = options.applyAtOnce;
   mWorld.isTraced = options.isTraced;
+  mWorld.log.onEnter = [this](Sequence sequence, const Entry& entry) {
+    mWorld.truth.OnEntered(sequence, entry, mWorld.now);
+  };
   ChooseMix();
   mPlaces.resize(static_cast<std::size_t>(mWorld.random.Of(2, 4)));
   for (Place& place : mPlaces) place.startsAt = mWorld.random.Ms(0, 3000);

@@ -86,6 +86,8 @@ INSTANTIATE_TEST_SUITE_P(
         TakenOut{"WithoutHoles", [](Options& options) { options.rules.withoutHoles = false; }},
         TakenOut{"GoBackN", [](Options& options) { options.rules.goBackN = false; }},
         TakenOut{"Generation", [](Options& options) { options.rules.generation = false; }},
+        TakenOut{"EndsTheIdleOnly",
+                 [](Options& options) { options.rules.endsTheIdleOnly = false; }},
         TakenOut{"ApplyWhenItComesBack", [](Options& options) { options.applyAtOnce = true; }}),
     [](const auto& rule) { return std::string(rule.param.name); });
 

@@ -1,6 +1,7 @@
 #include "Truth.h"
 
 #include <algorithm>
+#include <variant>
 
 namespace dorn::site::simulation {
 namespace {
@@ -73,9 +74,35 @@ void Truth::OnEndPublished(const SessionEnd& end, Ms now) {
   mEndsPublished.emplace(std::make_pair(end.session, end.extended), now);
 }
 
-void Truth::OnEnded(const SessionEnd& end, Ms extendedAt) {
+void Truth::OnEntered(Sequence sequence, const Entry& entry, Ms now) {
+  if (const auto* batch = std::get_if<Batch>(&entry)) {
+    NoteItems(sequence, *batch, now);
+  } else if (const auto* next = std::get_if<NewGeneration>(&entry)) {
+    Order& order = mOrders[next->origin];
+    if (next->generation > order.generation) order = {next->generation, 0};
+  } else if (const auto* end = std::get_if<SessionEnd>(&entry)) {
+    mExtendedAtEnd[sequence] = mExtended[end->session];
+  }
+}
+
+void Truth::NoteItems(Sequence sequence, const Batch& batch, Ms now) {
+  Order& order = mOrders[batch.origin];
+  if (batch.generation != order.generation) return;
+  std::uint64_t number = batch.first;
+  for (const Item& item : batch.items) {
+    if (number == order.last + 1) {
+      ++order.last;
+      if (std::holds_alternative<SessionStart>(item)) mExtended[sequence] = now;
+      const auto* extend = std::get_if<SessionExtend>(&item);
+      if (extend != nullptr) mExtended[extend->session] = now;
+    }
+    ++number;
+  }
+}
+
+void Truth::OnEnded(Sequence sequence, const SessionEnd& end) {
   if (!mEnded.insert(end.session).second) return;
-  const Ms idle = mEndsPublished[{end.session, end.extended}] - extendedAt;
+  const Ms idle = mEndsPublished[{end.session, end.extended}] - mExtendedAtEnd[sequence];
   if (4 * idle < 5 * Ms(mIntervals[end.session])) {
     Fail("session " + std::to_string(end.session) + " was ended " + std::to_string(idle.count()) +
          " ms after it was used");

@@ -52,14 +52,22 @@ class Truth {
   void OnSession(Sequence session, std::uint32_t intervalMs);
   // A keeper says that it has been idle for long enough.
   void OnEndPublished(const SessionEnd& end, Ms now);
-  // ... and that has come back; the extension that it names had come into the log at that time.
-  void OnEnded(const SessionEnd& end, Ms extendedAt);
+  // The log grows: notes when each session was really extended.
+  void OnEntered(Sequence sequence, const Entry& entry, Ms now);
+  // An end with that sequence has counted.
+  void OnEnded(Sequence sequence, const SessionEnd& end);
 
   std::size_t Applied() const { return mApplied.size(); }
   std::size_t Refused() const { return mRefused.size(); }
   std::size_t Ends() const { return mEnded.size(); }
 
  private:
+  void NoteItems(Sequence sequence, const Batch& batch, Ms now);
+
+  struct Order {
+    std::uint32_t generation = 0;
+    std::uint64_t last = 0;
+  };
   struct Application {
     Sequence sequence = 0;
     Handed what;
@@ -73,6 +81,9 @@ class Truth {
   Sequence mLastToken = 0;
   std::map<Sequence, std::uint32_t> mIntervals;
   std::map<std::pair<Sequence, Sequence>, Ms> mEndsPublished;  // By session and extension.
+  std::map<OriginId, Order> mOrders;
+  std::map<Sequence, Ms> mExtended;       // When a session was extended last, and
+  std::map<Sequence, Ms> mExtendedAtEnd;  // how that was when an end came into the log.
   std::set<Sequence> mEnded;
 };
 

@@ -30,6 +30,7 @@ bool TakeOut(const std::string& rule, Options& options) {
   if (rule == "without-holes") return !(options.rules.withoutHoles = false);
   if (rule == "go-back-n") return !(options.rules.goBackN = false);
   if (rule == "generation") return !(options.rules.generation = false);
+  if (rule == "ends-the-idle-only") return !(options.rules.endsTheIdleOnly = false);
   if (rule == "apply-when-back") return options.applyAtOnce = true;
   return false;
 }
@@ -63,7 +64,8 @@ int main(int count, char** words) {
   if (!arguments.areGood) {
     std::fputs(
         "usage: dorn_site_simulation [--schedules N] [--seed N] [--trace] [--without RULE]\n"
-        "rules: fencing, each-once, without-holes, go-back-n, generation, apply-when-back\n",
+        "rules: fencing, each-once, without-holes, go-back-n, generation, ends-the-idle-only,\n"
+        "apply-when-back\n",
         stderr);
     return 2;
   }
