@@ -260,12 +260,13 @@ def signals(program):
 
 
 def hung_up(program):
-    """The terminal goes away."""
-    terminal = RawTerminal(program, ["--interval", "3600", serve(TEXT)])
-    terminal.see(b"1.2K")
-    terminal.hang_up()
-    if terminal.exit_code(reads=False) != 0:
-        fail("it ended with %s" % terminal.process.returncode)
+    """The terminal goes away, with a signal and, where it is not the program's own, without one."""
+    for is_its_own in True, False:
+        terminal = RawTerminal(program, ["--interval", "3600", serve(TEXT)], is_its_own=is_its_own)
+        terminal.see(b"1.2K")
+        terminal.hang_up()
+        if terminal.exit_code(reads=False) != 0:
+            fail("it ended with %s" % terminal.process.returncode)
 
 
 run({name: thing for name, thing in globals().items() if callable(thing)})

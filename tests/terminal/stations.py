@@ -46,9 +46,9 @@ class Terminal:
 
 
 class RawTerminal:
-    """dorn-terminal on a pseudo terminal of which every byte is seen."""
+    """A program on a pseudo terminal of which every byte is seen; its own one, from which it gets signals, or not."""
 
-    def __init__(self, program, arguments, width=80, height=24, locale="C.UTF-8", term="xterm-256color"):
+    def __init__(self, program, arguments, width=80, height=24, locale="C.UTF-8", term="xterm-256color", is_its_own=True):
         self.bytes = b""
         self.code = None
         self.master, self.slave = pty.openpty()
@@ -58,7 +58,8 @@ class RawTerminal:
 
         def lead():
             os.setsid()
-            fcntl.ioctl(0, termios.TIOCSCTTY, 0)
+            if is_its_own:
+                fcntl.ioctl(0, termios.TIOCSCTTY, 0)
         self.process = subprocess.Popen([program, *arguments], stdin=self.slave, stdout=self.slave,
                                         stderr=self.slave, env=environment, preexec_fn=lead)
 
