@@ -54,7 +54,7 @@ saying = Saying(b"go", b"".join([
     text('{"Command":"UPDATE","Objects":[]}'),
     text('{"Command":"PUTFILE","File":"yes.d","Length":3}') + b"\x02\x00\x03"]))
 saying.over.set()
-lines, raw = run(saying.port, '{"Command":"go"}', "--expect", "closed by", code=0)
+lines, raw = run(saying.port, '{"Command":"go"}', "--expect", "closed by", "--timeout", "60", code=0)
 same(without_time(lines), [
     {"direction": "out", "message": {"Command": "go"}},
     {"direction": "in", "message": {"Command": "UPDATE", "Objects": [
@@ -79,7 +79,7 @@ pieces = ['{', '}', '[', ']', ':', ',', '"', "'", '"a":', '"Command":', '"PUTFIL
 texts = ["{" + "".join(random.choices(pieces, k=random.randrange(20))) + random.choice(["", "}", '"}']) for _ in range(3000)]
 saying = Saying(b"go", b"".join(map(text, texts)) + text(b"{\"a\":\"" + bytes(range(4, 256)) * 4000 + b"\"}"))
 saying.over.set()
-lines, raw = run(saying.port, '{"Command":"go"}', "--expect", "closed by")
+lines, raw = run(saying.port, '{"Command":"go"}', "--expect", "closed by", "--timeout", "60")
 same(len(without_time(lines)), len(texts) + 3)
 kinds = [set(line) - {"direction"} for line in lines]
 same([kind for kind in kinds if kind not in ({"message"}, {"unreadable"}, {"closed"})], [])

@@ -297,13 +297,13 @@ def pipes(host):
     if not done.stdout.startswith(b'-> {"Command":"HELLO","Id":"user","Pass":"right"'):
         fail("a pipe: %r" % done.stdout)
     # The last line needs no end; without any input it listens and ends.
+    command = [station, "--port", str(host.port), "--id", "user", "--pass", "right", "--linger", "0.2", "--expect", "OPEN",
+               "--timeout", str(PATIENCE)]
     for given, said in ((b"say one\nsay two", b"\ntwo\n"), (b"say one", b"\none\n"), (b"", b"OPEN")):
-        done = subprocess.run([station, "--port", str(host.port), "--id", "user", "--pass", "right", "--linger", "0.2"],
-                              input=given, capture_output=True, timeout=PATIENCE)
+        done = subprocess.run(command, input=given, capture_output=True, timeout=PATIENCE)
         if done.returncode != 0 or said not in done.stdout:
             fail("%r: %r" % (given, done))
-    done = subprocess.run(["sh", "-c", 'exec "$0" "$@" <&-', station, "--port", str(host.port), "--id", "user", "--pass",
-                           "right", "--linger", "0.2"], capture_output=True, timeout=PATIENCE)
+    done = subprocess.run(["sh", "-c", 'exec "$0" "$@" <&-', *command], capture_output=True, timeout=PATIENCE)
     if done.returncode != 0 or b"OPEN" not in done.stdout:
         fail("closed input: %r" % done)
     process = subprocess.Popen([station, "--port", str(host.port), "--id", "user", "--pass", "right"],

@@ -99,6 +99,12 @@ TEST_F(LoginDelayTest, FailuresAreForgottenInTime) {
   EXPECT_EQ(Begin(), Ms(0));
 }
 
+TEST_F(LoginDelayTest, RemembersWhatIsUnderWayBesideTooManyAddresses) {
+  for (int i = 0; i < 5; ++i) EXPECT_TRUE(mDelay.Enter("busy", mNow));
+  for (std::size_t i = 0; i < LoginDelay::kMaxAddresses; ++i) Fail(1, std::to_string(i));
+  EXPECT_FALSE(mDelay.Enter("busy", mNow));
+}
+
 TEST_F(LoginDelayTest, ForgetsTheOldestOfTooManyAddresses) {
   Fail(5, "first");
   mNow += Ms(1);

@@ -1,7 +1,6 @@
 #include "tools/dorn-gateway/LoginDelay.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace dorn::gateway {
 
@@ -60,16 +59,23 @@ void LoginDelay::CountSuccess(const std::string& address) {
   if (found->second.mUnderWay == 0) mFailures.erase(found);
 }
 
-// What is old goes; if nothing is, what failed longest ago.
+// What is old goes; if nothing is, what failed longest ago. Attempts under way are not forgotten:
+// there are no more of them than pages.
 void LoginDelay::Forget(Ms now) {
+  auto oldest = mFailures.end();
   for (auto entry = mFailures.begin(); entry != mFailures.end();) {
-    const bool isOld = now - entry->second.mLast > kForgottenAfter && entry->second.mUnderWay == 0;
-    entry = isOld ? mFailures.erase(entry) : std::next(entry);
+    const Failures& failures = entry->second;
+    if (failures.mUnderWay == 0 && now - failures.mLast > kForgottenAfter) {
+      entry = mFailures.erase(entry);
+      continue;
+    }
+    if (failures.mUnderWay == 0 &&
+        (oldest == mFailures.end() || failures.mLast < oldest->second.mLast)) {
+      oldest = entry;
+    }
+    ++entry;
   }
-  if (mFailures.size() < kMaxAddresses) return;
-  mFailures.erase(std::min_element(
-      mFailures.begin(), mFailures.end(),
-      [](const auto& a, const auto& b) { return a.second.mLast < b.second.mLast; }));
+  if (mFailures.size() >= kMaxAddresses && oldest != mFailures.end()) mFailures.erase(oldest);
 }
 
 }  // namespace dorn::gateway

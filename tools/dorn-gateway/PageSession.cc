@@ -14,6 +14,8 @@ namespace {
 constexpr std::size_t kMaxFences = 1'000;
 constexpr std::string_view kTooManyLogIns =
     "too many log-ins have failed here: try again in a minute";
+constexpr std::string_view kNoTurn =
+    "the host has not answered those who log in here before you: try again in a minute";
 
 std::size_t PagesWithHost(const Shared& shared) {
   return static_cast<std::size_t>(std::count_if(shared.mPages.begin(), shared.mPages.end(),
@@ -82,7 +84,7 @@ void PageSession::TickLogIn(Ms now) {
   const Times& times = mShared.mOptions.mTimes;
   if (mHasTurn && !mDelay && now - mTurnAt > times.mLogInTurn) EndTurn();
   if (mWaitingLogIn && now - mWaitingLogIn->mSince > times.mLogInQueue) {
-    Refuse(kTooManyLogIns, std::exchange(mWaitingLogIn, std::nullopt)->mNumber);
+    Refuse(kNoTurn, std::exchange(mWaitingLogIn, std::nullopt)->mNumber);
   }
 }
 

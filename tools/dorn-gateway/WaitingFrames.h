@@ -10,7 +10,8 @@
 
 namespace dorn::gateway {
 
-// A frame that waits for many pages is held once, and counts once.
+// A frame that waits for many pages is held once, and counts once. It is known by its place:
+// whoever adds a frame holds it until he has removed it.
 class WaitingFrames {
  public:
   // What one waiting message takes beside its payload.
@@ -28,7 +29,7 @@ class WaitingFrames {
     mBytes += kOverhead;
   }
 
-  // As often as it was added.
+  // As often as it was added, and never a frame that was not.
   void Remove(const Frame& frame) {
     mBytes -= kOverhead;
     const auto found = mPages.find(frame.get());

@@ -24,7 +24,7 @@ using dorn::station::Object;
 const char* const kWords[] = {"absent", "diff", "enter", "expect", "get",     "help", "quit",
                               "say",    "set",  "touch", "tree",   "unwatch", "wait", "watch"};
 
-// "Value "3 pumps"", the value between quotes where it needs them.
+// `Value="3 pumps"`, the value between quotes where it needs them.
 std::string Written(const std::string& key, const std::string& value) {
   return key + "=" + dorn::scene::WrittenWord(value);
 }
