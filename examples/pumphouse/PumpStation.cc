@@ -20,6 +20,12 @@ void PumpStation::SwitchPump(std::size_t pump, bool on) {
   if (mMode == Mode::kManual && pump < kPumps) mRunning[pump] = on;
 }
 
+void PumpStation::Restore(Mode mode, const std::array<bool, kPumps>& running, int levelCm) {
+  mMode = mode;
+  mRunning = running;
+  mLevelCm = levelCm;
+}
+
 void PumpStation::Tick() {
   mLevelCm += kInflowCm;
   for (const bool running : mRunning) mLevelCm -= running ? kPumpedCm : 0;

@@ -18,6 +18,9 @@ class PumpStation {
   void SwitchPump(std::size_t pump, bool on);
   bool IsRunning(std::size_t pump) const { return mRunning[pump]; }
 
+  // Puts it in the state that another one was found in.
+  void Restore(Mode mode, const std::array<bool, kPumps>& running, int levelCm);
+
   // One second passes.
   void Tick();
 
