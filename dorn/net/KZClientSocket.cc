@@ -55,8 +55,6 @@ int KZClientSocket::Create(int sd, int buffersize) {
   SetAutoDelete(1);
   static_cast<void>(CreateBuffer(buffersize));
   SetFDStatus(kStatusActive);
-  // As for a socket that is opened again: the readiness was the old descriptor's.
-  SetSelect(0);
   AddEvent();
   return 1;
 }

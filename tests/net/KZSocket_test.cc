@@ -536,32 +536,14 @@ TEST_F(ReopeningTest, ASocketThatIsOpenAgainIsNotClosedForWhatHappenedBefore) {
   Settle();
 }
 
-// The readiness was that of its former descriptor, on the new one there is nothing to read.
-TEST_F(ReopeningTest, ASocketThatGotAnotherDescriptorInThePassInWhichItWasReadyStaysOpen) {
-  TestClient first(kLogSize, &mLog, List());
-  TestClient second(kLogSize, &mLog, List());
-  TcpPeer peers[] = {Join(first), Join(second)};
-  first.AddEvent();
-  second.AddEvent();
-  Settle();
-  TestClient spare(kLogSize, &mLog, List());
-  const TcpPeer next = Join(spare);
-  first.mOnReceive = [&] {
-    first.Take();
-    if (second.Has("close")) return;
-    second.Close();
-    second.Create(dup(spare.GetFD()), 3000);
-    second.SetAutoDelete(0);
-  };
-  peers[1].Send("lost with the old descriptor");
-  peers[0].Send("x");
-  mApp.RunPass();
-  ASSERT_TRUE(second.Has("close"));
-  Settle();
-  EXPECT_GE(second.GetFD(), 0);
-  EXPECT_EQ(second.GetFDStatus(), 2);
-  EXPECT_FALSE(second.Has("notice 1002 11"));
-  for (TestClient* client : {&first, &second, &spare}) client->Close();
+// Kept: only the loop says what is ready.
+TEST_F(ReopeningTest, AnAdoptedDescriptorLeavesTheReadinessAsItWas) {
+  TestClient client(kLogSize, &mLog, List());
+  client.SetSelect(1);
+  client.Create(dup(0), 3000);
+  client.SetAutoDelete(0);
+  EXPECT_EQ(client.IsSelect(), 1);
+  client.Close();
   Settle();
 }
 
