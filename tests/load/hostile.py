@@ -8,7 +8,7 @@ No test looks at how fast anything was: counts, kinds of errors and exit codes a
 import re, resource, select, signal, socket, sys, threading
 
 sys.dont_write_bytecode = True
-from support import GUEST, SLOWLY, FakeHost, Host, Listener, begin, check, end, load_json, run
+from support import GUEST, SLOWLY, FakeHost, Host, Listener, begin, check, end, load, load_json, run
 
 
 def during(program, what, *arguments):
@@ -178,6 +178,26 @@ def closes_at_once():
     code, report, err = load_json(Closing().at)
     check(code == 3 and "the host closed the connection" in err or " broke: " in err, err)
     check(report["errors"]["closed_by_host"] == 1 and report["errors"]["sum"] == 1, report)
+
+
+def escape_sequences():
+    """What a host says is shown, and not obeyed by the terminal."""
+    class Painting(FakeHost):
+        def send(self, peer, text, payload=b""):
+            super().send(peer, text.replace(b'"DialogName":"d"', b'"DialogName":"d\\u001b]0;gone\\u0007\\u009b2J"'), payload)
+
+    at = Painting().at
+    common = ["--stations", "1", "--rate", "10", "--for", "100ms", "--ramp", "1ms", *SLOWLY, at]
+    code, out, err = load(*common)
+    check(code == 0 and "1 stations enter d\\u001b]0;gone\\u0007\\u009b2J; of " in out, out + err)
+    check_printable(out + err)
+    code, out, err = load("--mix", "edit:1", *common)
+    check(code == 3 and "nothing in d\\u001b]0;gone\\u0007\\u009b2J is edited" in err, out + err)
+    check_printable(out + err)
+
+
+def check_printable(text):
+    check(all(letter.isprintable() or letter == "\n" for letter in text), repr(text))
 
 
 def descriptors():

@@ -3,11 +3,13 @@
 #include <cstdio>
 #include <utility>
 
+#include "station/Utf8.h"
 #include "tools/dorn-load/ReportJson.h"
 
 namespace dorn::load {
 
 using dorn::station::Json;
+using dorn::station::Printable;
 
 namespace {
 
@@ -105,7 +107,8 @@ Report::Report(const Options& options)
 }
 
 void Report::Failed(const std::string& why, std::optional<Error> error) {
-  std::fprintf(stderr, "dorn-load: %s\n", why.c_str());
+  // The host names its dialog in it.
+  std::fprintf(stderr, "dorn-load: %s\n", Printable(why).c_str());
   Figures figures;
   if (error) ++figures.mErrors[static_cast<std::size_t>(*error)];
   Add("failed", Json::String(why));
@@ -115,8 +118,8 @@ void Report::Failed(const std::string& why, std::optional<Error> error) {
 void Report::Started(const Targets& targets, const std::string& dialog, const Mix& mix) {
   Add("dialog", Json::String(dialog));
   if (mOptions.mIsJson) return;
-  std::printf("%d stations enter %s; of %d actions %s\n", mOptions.mStations, dialog.c_str(),
-              mix.Sum(), ShareText(targets, mix).c_str());
+  std::printf("%d stations enter %s; of %d actions %s\n", mOptions.mStations,
+              Printable(dialog).c_str(), mix.Sum(), ShareText(targets, mix).c_str());
   std::fflush(stdout);
 }
 
@@ -204,7 +207,7 @@ void Report::Searched(const Search& search) {
 
 void Report::Ended(const std::string& why) {
   Add("ended_early", Json::String(why));
-  if (!mOptions.mIsJson) std::printf("ended early: %s\n", why.c_str());
+  if (!mOptions.mIsJson) std::printf("ended early: %s\n", Printable(why).c_str());
 }
 
 void Report::Finish(int exitCode) {
