@@ -8,13 +8,15 @@ No test looks at how fast anything was: counts, kinds of errors and exit codes a
 import re, resource, select, signal, socket, sys, threading
 
 sys.dont_write_bytecode = True
-from support import GUEST, SLOWLY, FakeHost, Host, Listener, begin, check, end, load, load_json, run
+from support import (GUEST, PATIENCE, SLOWLY, SOON, SOON_OUT, FakeHost, Host, Listener, await_ramp, await_second, begin, check, end,
+                     load, load_json, run)
 
 
 def during(program, what, *arguments):
     """The report of a run at whose host `what` happens in the middle."""
     with Host(program) as host:
         process = begin("--stations", "4", "--rate", "20", "--for", "10m", "--ramp", "1ms", *arguments, *GUEST, host.at)
+        await_ramp(process)
         await_second(process)
         what(host)
         code, out, err = end(process)
@@ -31,12 +33,12 @@ def host_vanishes(program):
 
 def slow_host():
     """A host that takes every click and confirms none: none is left out of the percentiles."""
-    code, report, err = load_json("--stations", "3", "--rate", "10", "--for", "1s", "--timeout", "1s", "--ramp", "1ms", "--mix",
+    code, report, err = load_json("--stations", "3", "--rate", "10", "--for", "1s", *SOON_OUT, "--ramp", "1ms", "--mix",
                                   "click:1", FakeHost(on_click=lambda peer: None).at)
     result = report["result"]
     check(code == 1 and result["actions"] == 10, report)
     check(result["errors"]["time_outs"] == 10 and result["errors"]["sum"] == 10, result)
-    check(result["confirm"]["count"] == 10 and result["confirm"]["p50_ms"] >= 1000, result)
+    check(result["confirm"]["count"] == 10 and result["confirm"]["p50_ms"] >= SOON * 1000, result)
 
 
 def closing_host():
@@ -50,7 +52,7 @@ def closing_host():
 
 def babbling_host():
     """A host that answers clicks with what is no text, and then as it should not."""
-    code, report, err = load_json("--stations", "3", "--rate", "10", "--for", "1s", "--timeout", "1s", "--ramp", "1ms", "--mix",
+    code, report, err = load_json("--stations", "3", "--rate", "10", "--for", "1s", *SOON_OUT, "--ramp", "1ms", "--mix",
                                   "click:1", FakeHost(on_click=lambda peer: peer.sendall(b"\x02nonsense\x03")).at)
     errors = report["result"]["errors"]
     check(code == 1 and errors["unreadable"] == 10 and errors["time_outs"] == 10, report)
@@ -82,7 +84,7 @@ def nobody_listens():
 
 
 def never_answers():
-    code, report, err = load_json("--timeout", "500ms", Listener().at)
+    code, report, err = load_json(*SOON_OUT, Listener().at)
     check(code == 3 and "the host does not answer" in err, err)
     check(report["errors"]["time_outs"] == 1, report)
 
@@ -117,7 +119,7 @@ def bad_for_stations():
     for turned, kind in ((lambda peer: None, "time_outs"), (lambda peer: peer.sendall(b"\x02nonsense\x03"), "unreadable"),
                          (lambda peer: peer.sendall(file), "unreadable"),
                          (lambda peer: peer.shutdown(socket.SHUT_RDWR), "closed_by_host")):
-        code, report, err = load_json("--stations", "3", "--timeout", "500ms", "--ramp", "1ms", TurningHost(turned).at)
+        code, report, err = load_json("--stations", "3", *SOON_OUT, "--ramp", "1ms", TurningHost(turned).at)
         check(code == 3 and "no station got in: " in err and "result" not in report, err)
         check(report["ramp"]["errors"][kind] >= 3, "no %s in %s" % (kind, report["ramp"]["errors"]))
 
@@ -162,7 +164,7 @@ class DyingHost(FakeHost):
 
 
 def dies_in_the_ramp():
-    code, report, err = load_json("--stations", "20", "--timeout", "1s", "--ramp", "1ms", DyingHost().at)
+    code, report, err = load_json("--stations", "20", "--timeout", "%ds" % (PATIENCE / 6), "--ramp", "1ms", DyingHost().at)
     check(code == 1 and "the host is gone: " in report["ended_early"] and "result" not in report, "%d %s" % (code, report))
     ramp = report["ramp"]
     check(ramp["log_in"]["count"] == 2 and ramp["stations_in"] == 0, ramp)
@@ -214,15 +216,6 @@ def descriptors():
     check(code == 0 and "\n100 of 100 stations are in after " in out, out + err)
 
 
-def await_second(process):
-    """A line of figures."""
-    line = ""
-    while not line[:5].strip().isdigit() or line.count("|") < 4:
-        line = process.stdout.readline()
-        check(line, "ended")
-    return line
-
-
 def stopped_ahead():
     silent = Listener()
     process = begin("--timeout", "10m", silent.at)
@@ -234,7 +227,8 @@ def stopped_ahead():
 
 def stopped_in_the_ramp():
     process = begin("--stations", "2", "--ramp", "20m", *SLOWLY, FakeHost().at)
-    await_second(process)
+    while await_second(process)[1] != "1":
+        pass
     process.send_signal(signal.SIGTERM)
     code, out, err = end(process)
     check(code == 0 and "1 of 2 stations are in after " in out, out + err)
@@ -258,7 +252,7 @@ def takes_nothing():
     """A host that reads nothing any more."""
     process = begin("--stations", "1", "--rate", "100000", "--for", "10m", "--timeout", "10m", "--mix", "click:1",
                     FakeHost(on_click=lambda peer: threading.Event().wait()).at)
-    while await_second(process).split()[-1] == "0":
+    while await_second(process)[-1] == "0":
         pass
     process.send_signal(signal.SIGINT)
     process.send_signal(signal.SIGTERM)
@@ -270,6 +264,7 @@ def too_fast():
     """At a rate that nobody can keep it takes answers, tells of each second and heeds signals."""
     process = begin("--stations", "3", "--rate", "1000000", "--for", "10m", "--timeout", "10m", "--mix", "click:1",
                     FakeHost().at)
+    await_ramp(process)
     await_second(process)
     await_second(process)
     process.send_signal(signal.SIGINT)
@@ -281,11 +276,11 @@ def too_fast():
 
 def too_much():
     """What could not be sent in time is not left out."""
-    code, report, err = load_json("--stations", "3", "--rate", "1000000", "--for", "1s", "--timeout", "1s", "--ramp", "1ms",
+    code, report, err = load_json("--stations", "3", "--rate", "1000000", "--for", "2s", "--timeout", "4s", "--ramp", "1ms",
                                   "--mix", "click:1", FakeHost().at)
     result = report["result"]
     check(code == 1 and result["errors"]["not_sent"] > 0, report)
-    check(result["actions"] + result["errors"]["not_sent"] == 1000000, result)
+    check(result["actions"] + result["errors"]["not_sent"] == 2000000, result)
 
 
 class LateHost(FakeHost):
@@ -310,8 +305,8 @@ class LateHost(FakeHost):
 def late_between_trials():
     """A trial does not begin with what the one before has left."""
     host = LateHost()
-    code, report, err = load_json("--stations", "1", "--rate", "0.2", "--for", "500ms", "--until", "p50=10ms", "--timeout",
-                                  "1s", "--mix", "click:1", host.at)
+    code, report, err = load_json("--stations", "1", "--rate", "0.2", "--for", "500ms", "--until", "p50=10ms", *SOON_OUT,
+                                  "--mix", "click:1", host.at)
     check(code == 1 and [each["rate"] for each in report["trials"]] == [0.2, 0.1], report)
     check(host.clicks == 2 and host.asked >= 1, "%d clicks, asked %d times" % (host.clicks, host.asked))
     check(not host.is_early, "the second trial begins before the host has answered")

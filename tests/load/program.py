@@ -8,7 +8,7 @@ No test looks at how fast anything was: counts, kinds of errors and exit codes a
 import re, signal, sys
 
 sys.dont_write_bytecode = True
-from support import GUEST, SLOWLY, Host, begin, check, end, load, load_json, run
+from support import GUEST, SLOWLY, Host, await_ramp, await_second, begin, check, end, load, load_json, run
 
 
 def usage():
@@ -123,10 +123,8 @@ def until_none(program):
 def stopped_by_signal(program):
     with Host(program) as host:
         process = begin("--stations", "3", "--rate", "10", "--for", "10m", "--ramp", "1ms", *SLOWLY, *GUEST, host.at)
-        line = ""
-        while " | " not in line:
-            line = process.stdout.readline()
-            check(line, "ended")
+        await_ramp(process)
+        await_second(process)
         process.send_signal(signal.SIGINT)
         code, out, err = end(process)
     check(code == 0 and "\nconfirm" in out and out.endswith("ended early: stopped by a signal\n"), out + err)

@@ -6,7 +6,11 @@ from programs import PATIENCE, Host, until
 
 PROGRAM = sys.argv[2]
 # A machine that is busy for seconds is no host that does not answer.
-SLOWLY = ["--timeout", "30s"]
+SLOWLY = ["--timeout", "%ds" % (PATIENCE / 2)]
+# Where a time-out is what a test wants: long enough for a host in Python to let stations in, and less
+# than the silence after which they ask whether it is there.
+SOON = PATIENCE / 20
+SOON_OUT = ["--timeout", "%ds" % SOON]
 GUEST = ["--id", "guest", "--pass", "guest"]
 
 
@@ -85,6 +89,24 @@ def begin(*arguments, **settings):
 def end(process):
     out, err = process.communicate(timeout=PATIENCE * 3)
     return process.returncode, out, err
+
+
+def await_line(process, is_it):
+    """The first line of which that is true."""
+    while True:
+        line = process.stdout.readline()
+        check(line, "ended")
+        if is_it(line):
+            return line
+
+
+def await_ramp(process):
+    await_line(process, lambda line: " stations are in after " in line)
+
+
+def await_second(process):
+    """A line of figures of a whole second, in columns."""
+    return await_line(process, lambda line: line[:5].strip().isdigit() and line.count("|") >= 4).split()
 
 
 def load(*arguments):
