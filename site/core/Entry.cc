@@ -113,4 +113,9 @@ std::optional<Entry> DecodeEntry(std::string_view bytes) {
   return entry;
 }
 
+bool IsManifest(std::string_view bytes) {
+  static const auto kKind = static_cast<char>(Entry(Manifest()).index());
+  return bytes.size() > 1 && bytes[0] == kEntryVersion && bytes[1] == kKind;
+}
+
 }  // namespace dorn::site

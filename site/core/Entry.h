@@ -121,6 +121,10 @@ std::string Encode(const Entry& entry);
 // Nothing when the bytes are not exactly one entry of this version.
 std::optional<Entry> DecodeEntry(std::string_view bytes);
 
+// Whether the bytes of an entry are those of a manifest, which the log keeps apart so that the
+// newest is found.
+bool IsManifest(std::string_view bytes);
+
 }  // namespace dorn::site
 
 #endif  // SITE_CORE_ENTRY_H_

@@ -109,6 +109,14 @@ TEST(EntryTest, EveryKindIsReadBackWithAllItsMembers) {
   }
 }
 
+TEST(EntryTest, AManifestIsKnownByItsBytes) {
+  for (const Entry& entry : SomeEntries()) {
+    EXPECT_EQ(IsManifest(Encode(entry)), std::holds_alternative<Manifest>(entry));
+  }
+  EXPECT_FALSE(IsManifest(""));
+  EXPECT_FALSE(IsManifest("\1"));
+}
+
 TEST(EntryTest, AByteTooFewOrTooManyIsRefused) {
   for (const Entry& entry : SomeEntries()) {
     const std::string bytes = Encode(entry);

@@ -1,0 +1,284 @@
+#include "site/nats/Exchange.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace dorn::site {
+namespace {
+
+constexpr std::chrono::milliseconds kAnswersApart{100};
+
+}  // namespace
+
+Exchange& Exchange::Make(std::size_t maxWaiting, std::size_t maxWaitingBytes) {
+  static std::mutex& mutex = *new std::mutex;
+  static auto& all = *new std::vector<std::unique_ptr<Exchange>>;
+  const std::lock_guard<std::mutex> lock(mutex);
+  return *all.emplace_back(std::make_unique<Exchange>(maxWaiting, maxWaitingBytes));
+}
+
+Exchange::Exchange(std::size_t maxWaiting, std::size_t maxWaitingBytes)
+    : mMaxWaiting(maxWaiting),
+      mMaxWaitingBytes(maxWaitingBytes),
+      mDescriptor(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
+
+Exchange::~Exchange() {
+  if (mDescriptor >= 0) close(mDescriptor);
+}
+
+bool Exchange::Publish(std::string entry) {
+  const Lock lock(mMutex);
+  if (mEntries.size() >= mMaxWaiting || mEntryBytes >= mMaxWaitingBytes) return false;
+  mEntryBytes += entry.size();
+  mEntries.push_back(std::move(entry));
+  mWork.notify_one();
+  return true;
+}
+
+void Exchange::Read(Sequence last) {
+  const Lock lock(mMutex);
+  mRequests.read = ReadRequest{++mReading, last};
+  mWork.notify_one();
+}
+
+// One at a time: a snapshot that is not stored yet is as good as the next one.
+void Exchange::Store(Sequence mark, std::string bytes) {
+  const Lock lock(mMutex);
+  if (!mStoring.empty()) return Push(0, SnapshotStored{mark, false});
+  std::uint32_t piece = 0;
+  for (std::size_t begin = 0; begin < bytes.size() || piece == 0; begin += kPieceBytes) {
+    mPieces.push_back({bytes.substr(begin, kPieceBytes), mark, piece++});
+  }
+  mStoring[mark] = {piece, true};
+  mWork.notify_one();
+}
+
+void Exchange::Fetch(Sequence mark, std::uint32_t pieces) {
+  const Lock lock(mMutex);
+  mRequests.fetches.push_back({mark, pieces});
+  mWork.notify_one();
+}
+
+void Exchange::Forget(Sequence first) {
+  const Lock lock(mMutex);
+  mRequests.forget = std::max(first, mRequests.forget.value_or(0));
+  mWork.notify_one();
+}
+
+std::optional<Incoming> Exchange::Take() {
+  const Lock lock(mMutex);
+  while (!mIncoming.empty()) {
+    Tagged next = std::move(mIncoming.front());
+    mIncoming.pop_front();
+    if (const auto* came = std::get_if<EntryCame>(&next.incoming)) {
+      --mArrived;
+      mArrivedBytes -= came->entry.size();
+      mRoom.notify_all();
+    }
+    if (next.reading == 0 || next.reading == mReading) return std::move(next.incoming);
+  }
+  if (mIsSignalled) {
+    std::uint64_t count = 0;
+    // Nothing to read would mean that somebody else has read it.
+    static_cast<void>(read(mDescriptor, &count, sizeof count));
+    mIsSignalled = false;
+  }
+  return std::nullopt;
+}
+
+bool Exchange::TakeAnswered() {
+  const Lock lock(mMutex);
+  return std::exchange(mIsAnswered, false);
+}
+
+bool Exchange::Stop(std::chrono::milliseconds patience) {
+  Lock lock(mMutex);
+  mIsStopped = true;
+  mWork.notify_all();
+  mRoom.notify_all();
+  const bool hasEnded = mEnd.wait_for(lock, patience, [this] { return mHasEnded; });
+  // What stays of it for late callbacks should be small.
+  mEntries.clear();
+  mPieces.clear();
+  mIncoming.clear();
+  return hasEnded;
+}
+
+bool Exchange::IsStopped() const {
+  const Lock lock(mMutex);
+  return mIsStopped;
+}
+
+void Exchange::SayEnded() {
+  const Lock lock(mMutex);
+  mHasEnded = true;
+  mEnd.notify_all();
+}
+
+void Exchange::Wait(std::chrono::milliseconds time, bool canSend) {
+  Lock lock(mMutex);
+  mWork.wait_for(lock, time, [&] {
+    const bool hasRequests = mRequests.read || !mRequests.fetches.empty() || mRequests.forget;
+    return mIsStopped ||
+           (canSend && (!mEntries.empty() || !mPieces.empty() || hasRequests || mHasGap));
+  });
+}
+
+std::optional<Outgoing> Exchange::Next() {
+  const Lock lock(mMutex);
+  Outgoing next;
+  if (!mEntries.empty()) {
+    next.bytes = std::move(mEntries.front());
+    mEntries.pop_front();
+    mEntryBytes -= next.bytes.size();
+  } else if (!mPieces.empty()) {
+    next = std::move(mPieces.front());
+    mPieces.pop_front();
+  } else {
+    return std::nullopt;
+  }
+  return next;
+}
+
+void Exchange::PutBack(Outgoing outgoing) {
+  const Lock lock(mMutex);
+  if (outgoing.mark != 0) return mPieces.push_front(std::move(outgoing));
+  mEntryBytes += outgoing.bytes.size();
+  mEntries.push_front(std::move(outgoing.bytes));
+}
+
+void Exchange::GiveUp(const Outgoing& outgoing) {
+  const Lock lock(mMutex);
+  if (outgoing.mark != 0) NotePiece(outgoing.mark, false);
+}
+
+Requests Exchange::TakeRequests() {
+  const Lock lock(mMutex);
+  return std::exchange(mRequests, {});
+}
+
+void Exchange::Put(Incoming incoming) {
+  const Lock lock(mMutex);
+  Push(0, std::move(incoming));
+}
+
+Subscription& Exchange::Subscribe(const ReadRequest& request, Sequence target) {
+  const Lock lock(mMutex);
+  mActive = static_cast<unsigned>(mSubscriptions.size()) + 1;
+  mActiveRequest = request;
+  mNext = request.last + 1;
+  mTarget = target;
+  mHasGap = false;
+  if (request.last >= target) Push(request.number, CaughtUp{});
+  return mSubscriptions.emplace_back(Subscription{this, mActive});
+}
+
+std::optional<ReadRequest> Exchange::Interrupt() {
+  const Lock lock(mMutex);
+  mActive = 0;
+  mHasGap = false;
+  mRoom.notify_all();
+  if (mNext == 0) return std::nullopt;
+  return ReadRequest{mActiveRequest.number, mNext - 1};
+}
+
+bool Exchange::HasGap() const {
+  const Lock lock(mMutex);
+  return mHasGap;
+}
+
+Sequence Exchange::NextExpected() const {
+  const Lock lock(mMutex);
+  return mActive != 0 ? mNext : 0;
+}
+
+bool Exchange::IsFull() const {
+  const Lock lock(mMutex);
+  return !HasRoom();
+}
+
+void Exchange::Arrive(const Subscription& subscription, Sequence sequence, std::string_view entry) {
+  Lock lock(mMutex);
+  const auto isOver = [&] { return mIsStopped || mActive != subscription.number; };
+  mRoom.wait(lock, [&] { return isOver() || HasRoom(); });
+  if (isOver() || sequence < mNext) return;
+  NoteAnswer();
+  if (sequence > mNext) {
+    mHasGap = true;
+    mActive = 0;
+    mWork.notify_one();
+    return;
+  }
+  ++mNext;
+  ++mArrived;
+  mArrivedBytes += entry.size();
+  Push(mActiveRequest.number, EntryCame{sequence, std::string(entry)});
+  if (sequence == mTarget) Push(mActiveRequest.number, CaughtUp{});
+}
+
+void Exchange::PieceDone(Sequence mark, bool isStored) {
+  const Lock lock(mMutex);
+  NotePiece(mark, isStored);
+}
+
+void Exchange::Answer() {
+  const Lock lock(mMutex);
+  NoteAnswer();
+}
+
+void Exchange::AnswerLast(Sequence last) {
+  const Lock lock(mMutex);
+  mLastKnown = last;
+  NoteAnswer();
+}
+
+std::optional<Sequence> Exchange::LastKnown() const {
+  const Lock lock(mMutex);
+  return mLastKnown;
+}
+
+std::chrono::steady_clock::time_point Exchange::AnsweredAt() const {
+  const Lock lock(mMutex);
+  return mAnsweredAt;
+}
+
+bool Exchange::HasRoom() const {
+  return mArrived < mMaxWaiting && mArrivedBytes < mMaxWaitingBytes;
+}
+
+void Exchange::Push(unsigned reading, Incoming incoming) {
+  if (mIsStopped) return;
+  mIncoming.push_back({reading, std::move(incoming)});
+  Signal();
+}
+
+void Exchange::NotePiece(Sequence mark, bool isStored) {
+  const auto storing = mStoring.find(mark);
+  if (storing == mStoring.end()) return;
+  storing->second.isStored = storing->second.isStored && isStored;
+  if (--storing->second.left != 0) return;
+  Push(0, SnapshotStored{mark, storing->second.isStored});
+  mStoring.erase(storing);
+}
+
+void Exchange::NoteAnswer() {
+  const auto now = std::chrono::steady_clock::now();
+  if (mIsStopped || now - mAnsweredAt < kAnswersApart) return;
+  mAnsweredAt = now;
+  mIsAnswered = true;
+  Signal();
+}
+
+void Exchange::Signal() {
+  if (std::exchange(mIsSignalled, true)) return;
+  const std::uint64_t one = 1;
+  // Cannot fail: the counter is far from its end.
+  static_cast<void>(write(mDescriptor, &one, sizeof one));
+}
+
+}  // namespace dorn::site

@@ -1,0 +1,191 @@
+// What the loop thread and the broker thread hand to each other. Knows nothing of NATS.
+//
+// Both ways are bounded. When there is no room outwards, nothing more is taken; when there is none
+// inwards, whoever brings an entry waits, so that the broker holds the rest back.
+#ifndef SITE_NATS_EXCHANGE_H_
+#define SITE_NATS_EXCHANGE_H_
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "site/core/Transport.h"
+
+namespace dorn::site {
+
+// For the loop thread.
+struct Opened {
+  std::optional<TransportListener::NewestManifest> newest;
+};
+struct EntryCame {
+  Sequence sequence;
+  std::string entry;
+};
+struct CaughtUp {};
+struct SnapshotStored {
+  Sequence mark;
+  bool isStored;
+};
+struct SnapshotFetched {
+  Sequence mark;
+  std::optional<std::string> bytes;
+};
+using Incoming = std::variant<Opened, EntryCame, CaughtUp, SnapshotStored, SnapshotFetched>;
+
+// For the broker thread. A piece has the number of its snapshot; an entry has 0.
+struct Outgoing {
+  std::string bytes;
+  Sequence mark = 0;
+  std::uint32_t piece = 0;
+};
+struct ReadRequest {
+  unsigned number;  // What is read for an earlier one is not delivered any more.
+  Sequence last;
+};
+struct FetchRequest {
+  Sequence mark;
+  std::uint32_t pieces;
+};
+struct Requests {
+  std::optional<ReadRequest> read;
+  std::deque<FetchRequest> fetches;
+  std::optional<Sequence> forget;
+};
+
+class Exchange;
+
+// One subscription; what its callbacks bring counts as long as it is the active one.
+struct Subscription {
+  Exchange* exchange;
+  unsigned number;
+};
+
+class Exchange {
+ public:
+  // Lives as long as the process: callbacks may come when the connection is long closed, and
+  // nothing tells which one is the last.
+  static Exchange& Make(std::size_t maxWaiting, std::size_t maxWaitingBytes);
+
+  Exchange(std::size_t maxWaiting, std::size_t maxWaitingBytes);
+  ~Exchange();
+  Exchange(const Exchange&) = delete;
+  Exchange& operator=(const Exchange&) = delete;
+
+  // --- The loop thread ---
+
+  int Descriptor() const { return mDescriptor; }
+  bool Publish(std::string entry);
+  void Read(Sequence last);
+  void Store(Sequence mark, std::string bytes);
+  void Fetch(Sequence mark, std::uint32_t pieces);
+  void Forget(Sequence first);
+
+  // The next thing that has come; nothing when that was all, and then the descriptor is not
+  // readable any more.
+  std::optional<Incoming> Take();
+  bool TakeAnswered();
+
+  // Nobody takes anything any more. Gives the thread so long to end, and says whether it has.
+  bool Stop(std::chrono::milliseconds patience);
+
+  // --- The broker thread ---
+
+  bool IsStopped() const;
+  void SayEnded();
+
+  // Until there is something to do, or the time is over. Without a connection nothing can be sent.
+  void Wait(std::chrono::milliseconds time, bool canSend);
+
+  // Entries before pieces.
+  std::optional<Outgoing> Next();
+  void PutBack(Outgoing outgoing);  // It is the next once more.
+  void GiveUp(const Outgoing& outgoing);
+
+  Requests TakeRequests();
+  void Put(Incoming incoming);
+
+  // From here on entries behind `last` count, when that subscription brings them. Everything up to
+  // `target` is what is read now. The result lives as long as the process.
+  Subscription& Subscribe(const ReadRequest& request, Sequence target);
+
+  // The same once more from where it stands; nothing if there has not been one.
+  std::optional<ReadRequest> Interrupt();
+
+  // Whether the active subscription has left out an entry.
+  bool HasGap() const;
+  Sequence NextExpected() const;  // 0: nothing is read.
+  bool IsFull() const;
+
+  // --- Callbacks, on any thread ---
+
+  // Waits for room.
+  void Arrive(const Subscription& subscription, Sequence sequence, std::string_view entry);
+  void PieceDone(Sequence mark, bool isStored);
+  void Answer();
+  void AnswerLast(Sequence last);  // The last one that the log holds.
+  std::optional<Sequence> LastKnown() const;
+  std::chrono::steady_clock::time_point AnsweredAt() const;
+
+ private:
+  using Lock = std::unique_lock<std::mutex>;
+
+  struct Tagged {
+    unsigned reading;  // 0: of none.
+    Incoming incoming;
+  };
+  struct Storing {
+    std::size_t left;
+    bool isStored;
+  };
+
+  bool HasRoom() const;
+  void Push(unsigned reading, Incoming incoming);
+  void NotePiece(Sequence mark, bool isStored);
+  void NoteAnswer();
+  void Signal();
+
+  const std::size_t mMaxWaiting;
+  const std::size_t mMaxWaitingBytes;
+  int mDescriptor;
+
+  mutable std::mutex mMutex;  // Guards what follows.
+  std::condition_variable mWork;
+  std::condition_variable mRoom;
+  std::condition_variable mEnd;
+  bool mIsStopped = false;
+  bool mHasEnded = false;
+
+  std::deque<std::string> mEntries;
+  std::size_t mEntryBytes = 0;
+  std::deque<Outgoing> mPieces;
+  std::map<Sequence, Storing> mStoring;
+  Requests mRequests;
+  unsigned mReading = 0;  // The newest request.
+
+  std::deque<Tagged> mIncoming;
+  std::size_t mArrived = 0;  // Entries among them, and their bytes.
+  std::size_t mArrivedBytes = 0;
+  bool mIsSignalled = false;
+  bool mIsAnswered = false;
+  std::chrono::steady_clock::time_point mAnsweredAt;
+  std::optional<Sequence> mLastKnown;
+
+  std::deque<Subscription> mSubscriptions;
+  unsigned mActive = 0;  // 0: none.
+  ReadRequest mActiveRequest{0, 0};
+  Sequence mNext = 0;
+  Sequence mTarget = 0;
+  bool mHasGap = false;
+};
+
+}  // namespace dorn::site
+
+#endif  // SITE_NATS_EXCHANGE_H_

@@ -1,0 +1,95 @@
+#include "tests/site/NatsServer.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace dorn::site {
+namespace {
+
+std::string Contents(const std::string& file) {
+  std::ostringstream contents;
+  contents << std::ifstream(file).rdbuf();
+  return contents.str();
+}
+
+[[noreturn]] void BeServer(const std::string& folder, pid_t parent) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(1);
+  const std::string log = folder + "/log";
+  const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+  dup2(output, STDOUT_FILENO);
+  dup2(output, STDERR_FILENO);
+  const std::string config = folder + "/config";
+  execlp("nats-server", "nats-server", "-c", config.c_str(), nullptr);
+  _exit(127);
+}
+
+}  // namespace
+
+NatsServer::NatsServer() : mFolder(testing::TempDir() + "dorn-nats-XXXXXX") {
+  if (mkdtemp(mFolder.data()) == nullptr) ADD_FAILURE() << "no folder " << mFolder;
+  Launch();
+  FindPort();
+}
+
+NatsServer::~NatsServer() {
+  Kill();
+  std::error_code ignored;
+  std::filesystem::remove_all(mFolder, ignored);
+}
+
+void NatsServer::Kill() {
+  if (mProcess <= 0) return;
+  kill(mProcess, SIGKILL);
+  waitpid(mProcess, nullptr, 0);
+  mProcess = -1;
+}
+
+void NatsServer::Start() { Launch(); }
+
+void NatsServer::Pause() { kill(mProcess, SIGSTOP); }
+
+void NatsServer::Resume() { kill(mProcess, SIGCONT); }
+
+void NatsServer::Launch() {
+  std::ofstream(mFolder + "/config")
+      << "host: 127.0.0.1\nport: " << mPort << "\nports_file_dir: \"" << mFolder
+      << "\"\njetstream { store_dir: \"" << mFolder << "/streams\" }\n"
+      << "ping_interval: \"1s\"\nping_max: 2\nwrite_deadline: \"2s\"\n";
+  const pid_t parent = getpid();
+  mProcess = fork();
+  if (mProcess == 0) BeServer(mFolder, parent);
+}
+
+// It says so in a file, soon after it has begun.
+void NatsServer::FindPort() {
+  const std::string file = mFolder + "/nats-server_" + std::to_string(mProcess) + ".ports";
+  const std::string before = "\"nats://127.0.0.1:";
+  constexpr int kTries = 3000;
+  for (int i = 0; i < kTries; ++i) {
+    const std::string ports = Contents(file);
+    const std::size_t port = ports.find(before);
+    const std::size_t end = ports.find('"', port + before.size());
+    if (port != std::string::npos && end != std::string::npos) {
+      mPort = ports.substr(port + before.size(), end - port - before.size());
+      mUrl = "nats://127.0.0.1:" + mPort;
+      return;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  ADD_FAILURE() << "nats-server does not run (script/setup site installs it): "
+                << Contents(mFolder + "/log");
+}
+
+}  // namespace dorn::site
