@@ -8,8 +8,8 @@ No test looks at how fast anything was: counts, kinds of errors and exit codes a
 import re, resource, select, signal, socket, sys, threading
 
 sys.dont_write_bytecode = True
-from support import (GUEST, PATIENCE, SLOWLY, SOON, SOON_OUT, FakeHost, Host, Listener, await_ramp, await_second, begin, check, end,
-                     load, load_json, run)
+from support import (GUEST, PATIENCE, SLOWLY, SOON, SOON_OUT, FakeHost, Host, Listener, await_ramp, await_second, begin, check,
+                     check_seconds, end, load, load_json, run)
 
 
 def during(program, what, *arguments):
@@ -38,6 +38,8 @@ def slow_host():
     result = report["result"]
     check(code == 1 and result["actions"] == 10, report)
     check(result["errors"]["time_outs"] == 10 and result["errors"]["sum"] == 10, result)
+    check_seconds(result)
+    check(result["seconds"] == 1 and result["counted_s"] >= SOON, result)
     check(result["confirm"]["count"] == 10 and result["confirm"]["p50_ms"] >= SOON * 1000, result)
 
 

@@ -8,7 +8,7 @@ No test looks at how fast anything was: counts, kinds of errors and exit codes a
 import re, signal, sys
 
 sys.dont_write_bytecode = True
-from support import GUEST, SLOWLY, Host, await_ramp, await_second, begin, check, end, load, load_json, run
+from support import GUEST, SLOWLY, Host, await_ramp, await_second, begin, check, check_seconds, end, load, load_json, run
 
 
 def usage():
@@ -33,7 +33,9 @@ def check_clean(code, report, actions):
     check(code == 0, "ends with %d: %s" % (code, report))
     check(report["ramp"]["stations_in"] == report["stations"], "not all are in: %s" % report["ramp"])
     check(report["ramp"]["log_in"]["count"] == report["stations"], "log-ins: %s" % report["ramp"])
+    check_seconds(report["ramp"])
     result = report["result"]
+    check_seconds(result)
     check(result["actions"] == actions and result["confirm"]["count"] == actions, "actions: %s" % result)
     check(result["errors"]["sum"] == 0, "errors: %s" % result["errors"])
     confirm = result["confirm"]
@@ -48,7 +50,7 @@ def gallery(program):
                               str(host.process.pid), *SLOWLY, *GUEST, host.at)
     check(code == 0, out + err)
     for text in ("20 stations enter gallery; of 100 actions 70 clicks on", "20 of 20 stations are in after",
-                 "100 actions in 2.0 s, 50.0 a second", "\nconfirm         100 ", "\nupdate ", "\nreceived ", "\nsent ",
+                 "100 actions in 2.0 s, 50.0 a second, of 50.0 asked for", "\nconfirm         100 ", "\nupdate ", "\nreceived ", "\nsent ",
                  "% of a processor", "\nerrors    none\n", "us of processor time for each message"):
         check(text in out, "no %r in\n%s" % (text, out))
 

@@ -121,6 +121,16 @@ def load_json(*arguments):
     return code, report, err
 
 
+def check_seconds(trial):
+    """What was counted is in one of the seconds."""
+    seconds = trial["each_second"]
+    for what, key in (("traffic", "messages_in"), ("traffic", "messages_out"), ("traffic", "bytes_in"), ("traffic", "bytes_out"),
+                      ("confirm", "count"), ("update", "count"), ("errors", "sum")):
+        told = sum(each[what][key] for each in seconds)
+        check(told == trial[what][key], "%s %s: %d of %d" % (what, key, told, trial[what][key]))
+    check(sum(each["actions"] for each in seconds) == trial["actions"], seconds)
+
+
 def run(tests):
     """The one that the command line names."""
     tests[sys.argv[1]](*sys.argv[3:])

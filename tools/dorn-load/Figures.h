@@ -46,6 +46,9 @@ struct Figures {
   std::uint64_t Errors() const {
     return std::accumulate(mErrors.begin(), mErrors.end(), std::uint64_t{0});
   }
+  bool IsEmpty() const {
+    return mActions == 0 && mTraffic.mBytesIn == 0 && mTraffic.mMessagesOut == 0 && Errors() == 0;
+  }
   std::uint64_t Of(Error error) const { return mErrors[static_cast<std::size_t>(error)]; }
 };
 

@@ -84,9 +84,11 @@ void Load::Begin() {
 }
 
 Trial Load::End(double rate) {
+  mRun.mNow = SteadyUs();
+  if (!mRun.mRecord.Second().IsEmpty()) TellSecond(false);
   Trial trial;
   trial.mRate = rate;
-  trial.mTook = mRun.mNow - mBegin.mAt;
+  trial.mTook = trial.mCounted = mRun.mNow - mBegin.mAt;
   trial.mIn = mCrowd.In();
   trial.mFigures = mRun.mRecord.All();
   trial.mOwnCpu = OwnCpu() - mCpuAtBegin;
@@ -98,15 +100,15 @@ Trial Load::End(double rate) {
 // one that is gone.
 void Load::Turn(Us until) {
   mCrowd.Turn(std::min(until, mNextSecond));
-  if (mRun.mNow >= mNextSecond) TellSecond();
+  if (mRun.mNow < mNextSecond) return;
+  if (mCrowd.In() > 0) mLastIn = mRun.mNow;
+  mIsGone = mRun.mNow - mLastIn > mRun.mOptions.mTimeout + kSecond;
+  TellSecond(true);
 }
 
-void Load::TellSecond() {
-  const std::size_t in = mCrowd.In();
-  if (in > 0) mLastIn = mRun.mNow;
-  mIsGone = mRun.mNow - mLastIn > mRun.mOptions.mTimeout + kSecond;
-  mOnSecond(mRun.mNow - mBegin.mAt,
-            {mRun.mRecord.Second(), mRun.mNow - mSecond.mAt, in, UseSince(mSecond)});
+void Load::TellSecond(bool isWhole) {
+  mOnSecond(mRun.mNow - mBegin.mAt, {mRun.mRecord.Second(), mRun.mNow - mSecond.mAt, mCrowd.In(),
+                                     isWhole, UseSince(mSecond)});
   mRun.mRecord.BeginSecond();
   mSecond = MarkNow();
   while (mNextSecond <= mRun.mNow) mNextSecond += kSecond;

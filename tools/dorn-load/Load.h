@@ -28,12 +28,14 @@ struct Span {
   const Figures& mFigures;
   Us mTook;
   std::size_t mIn;  // Stations at the end.
+  bool mIsWhole;    // A second, not what is left at the end of a trial.
   std::optional<HostUse> mHost;
 };
 
 struct Trial {
   double mRate = 0;  // 0: the ramp.
   Us mTook = 0;      // Without what was waited for answers at the end.
+  Us mCounted = 0;   // With that: what the figures were counted over.
   std::size_t mIn = 0;
   Figures mFigures;
   Us mOwnCpu = 0;  // Processor time of this program.
@@ -42,7 +44,8 @@ struct Trial {
 
 class Load {
  public:
-  // Told of each second while it goes on: when it ended, counted from the beginning of the trial.
+  // Told of each second while it goes on, and at the end of what is left: when it ended, counted
+  // from the beginning of the trial.
   using OnSecond = std::function<void(Us end, const Span& second)>;
 
   Load(Run& run, OnSecond onSecond, CountStops stops);
@@ -70,7 +73,7 @@ class Load {
   void Begin();
   Trial End(double rate);
   void Turn(Us until);
-  void TellSecond();
+  void TellSecond(bool isWhole);
   void Do(Us meant);
   void TouchOneOf(Station& station, const std::vector<std::size_t>& targets, Us meant);
   void AwaitAnswers();

@@ -17,7 +17,9 @@ constexpr int kLinesBelowHeads = 20;
 // Beyond this the figures say more of this program's machine than of the host.
 constexpr Us kTooLate = 10 * kMillisecond;
 
-double Kilo(std::uint64_t bytes) { return static_cast<double>(bytes) / 1000; }
+double PerSecond(std::uint64_t count, Us took) {
+  return took > 0 ? static_cast<double>(count) / InSeconds(took) : 0;
+}
 
 std::string ErrorsText(const Figures& figures) {
   std::string text;
@@ -40,13 +42,11 @@ void PrintTimes(const char* what, const Histogram& times) {
 }
 
 void PrintTraffic(const Traffic& traffic, Us took) {
-  const double seconds = InSeconds(took);
   const auto line = [=](const char* what, std::uint64_t messages, std::uint64_t bytes) {
     std::printf("%-9s %9llu messages, %.0f a second, %.1f KB a second\n", what,
-                static_cast<unsigned long long>(messages), static_cast<double>(messages) / seconds,
-                Kilo(bytes) / seconds);
+                static_cast<unsigned long long>(messages), PerSecond(messages, took),
+                PerSecond(bytes, took) / 1000);
   };
-  if (seconds <= 0) return;
   line("received", traffic.mMessagesIn, traffic.mBytesIn);
   line("sent", traffic.mMessagesOut, traffic.mBytesOut);
 }
@@ -70,7 +70,7 @@ void PrintFigures(const Trial& trial) {
   std::puts("              count      p50      p90      p99    worst  ms");
   PrintTimes("confirm", figures.mConfirm);
   PrintTimes("update", figures.mUpdate);
-  PrintTraffic(figures.mTraffic, trial.mTook);
+  PrintTraffic(figures.mTraffic, trial.mCounted);
   if (trial.mHost) {
     std::printf("host      %8.1f %% of a processor, %.1f MiB\n", trial.mHost->mPercent,
                 trial.mHost->mMiB);
@@ -130,13 +130,13 @@ void Report::Second(Us end, const Span& second) {
   }
   if (mLines++ % kLinesBelowHeads == 0) PrintHeads();
   const Figures& figures = second.mFigures;
-  const double seconds = InSeconds(second.mTook);
+  const Us took = second.mTook;
   const Traffic& traffic = figures.mTraffic;
-  std::printf("%5.0f %5zu %7llu |%s |%s | %6.0f %6.0f %7.1f %7.1f |", InSeconds(end), second.mIn,
-              static_cast<unsigned long long>(figures.mActions), Column(figures.mConfirm).c_str(),
-              Column(figures.mUpdate).c_str(), static_cast<double>(traffic.mMessagesIn) / seconds,
-              static_cast<double>(traffic.mMessagesOut) / seconds, Kilo(traffic.mBytesIn) / seconds,
-              Kilo(traffic.mBytesOut) / seconds);
+  std::printf("%5.*f %5zu %7llu |%s |%s | %6.0f %6.0f %7.1f %7.1f |", second.mIsWhole ? 0 : 1,
+              InSeconds(end), second.mIn, static_cast<unsigned long long>(figures.mActions),
+              Column(figures.mConfirm).c_str(), Column(figures.mUpdate).c_str(),
+              PerSecond(traffic.mMessagesIn, took), PerSecond(traffic.mMessagesOut, took),
+              PerSecond(traffic.mBytesIn, took) / 1000, PerSecond(traffic.mBytesOut, took) / 1000);
   if (second.mHost) std::printf(" %5.1f %6.1f |", second.mHost->mPercent, second.mHost->mMiB);
   std::printf(" %llu\n", static_cast<unsigned long long>(figures.Errors()));
   std::fflush(stdout);
@@ -165,9 +165,10 @@ void Report::Measured(const Trial& trial) {
     json.mMembers.emplace("each_second", std::exchange(mSeconds, Json::MakeArray()));
     return Add("result", std::move(json));
   }
-  std::printf("\n%llu actions in %.1f s, %.1f a second\n",
-              static_cast<unsigned long long>(trial.mFigures.mActions), InSeconds(trial.mTook),
-              trial.mRate);
+  const std::uint64_t actions = trial.mFigures.mActions;
+  std::printf("\n%llu actions in %.1f s, %.1f a second, of %.1f asked for\n",
+              static_cast<unsigned long long>(actions), InSeconds(trial.mTook),
+              PerSecond(actions, trial.mTook), trial.mRate);
   PrintFigures(trial);
 }
 

@@ -73,6 +73,7 @@ Json TrialJson(const Trial& trial) {
     members.emplace("log_in", TimesJson(trial.mFigures.mLogIn));
   }
   members.emplace("seconds", DecimalJson(InSeconds(trial.mTook)));
+  members.emplace("counted_s", DecimalJson(InSeconds(trial.mCounted)));
   members.emplace("own_late", TimesJson(trial.mFigures.mLate));
   members.emplace("own_cpu_s", DecimalJson(InSeconds(trial.mOwnCpu)));
   if (messages > 0) {
