@@ -52,17 +52,6 @@ void Crowd::Turn(Us until) {
   for (const auto& station : mStations) station->LookAtClock();
 }
 
-std::size_t Crowd::In() const {
-  return static_cast<std::size_t>(std::count_if(
-      mStations.begin(), mStations.end(), [](const auto& station) { return station->IsIn(); }));
-}
-
-std::size_t Crowd::Refused() const {
-  return static_cast<std::size_t>(
-      std::count_if(mStations.begin(), mStations.end(),
-                    [](const auto& station) { return station->IsRefused(); }));
-}
-
 bool Crowd::IsWaiting() const {
   return std::any_of(mStations.begin(), mStations.end(),
                      [](const auto& station) { return station->IsWaiting(); });

@@ -24,8 +24,8 @@ class Crowd {
 
   std::size_t Size() const { return mStations.size(); }
   Station& At(std::size_t number) { return *mStations[number]; }
-  std::size_t In() const;
-  std::size_t Refused() const;
+  std::size_t In() const { return mRun.mIn; }
+  std::size_t Refused() const { return mRun.mRefused; }
   bool IsWaiting() const;
   // Somebody is not in, or something that was asked is not answered.
   bool IsBehind() const;

@@ -21,12 +21,6 @@ void Histogram::Add(Us us) {
   mWorst = std::max(mWorst, counted);
 }
 
-void Histogram::Clear() {
-  std::fill(mSlots.begin(), mSlots.end(), 0);
-  mCount = 0;
-  mWorst = 0;
-}
-
 Us Histogram::Quantile(double part) const {
   const double rank = std::ceil(part * static_cast<double>(mCount));
   const std::uint64_t wanted = std::max<std::uint64_t>(static_cast<std::uint64_t>(rank), 1);

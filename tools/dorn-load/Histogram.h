@@ -22,7 +22,6 @@ class Histogram {
 
   // A negative duration counts as none.
   void Add(Us us);
-  void Clear();
 
   std::uint64_t Count() const { return mCount; }
   Us Worst() const { return mWorst; }

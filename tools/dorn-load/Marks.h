@@ -22,9 +22,9 @@ namespace dorn::load {
 
 class Marks {
  public:
-  // What it remembers of each of so many stations and objects. A change that nobody was told of
-  // within `memory` is forgotten.
-  Marks(std::size_t stations, std::size_t targets, Us memory);
+  // A change that nobody was told of within `memory` is forgotten. Only what was touched lately
+  // takes memory: a host may have any number of objects.
+  Marks(std::size_t stations, Us memory) : mMemory(memory), mStations(stations) {}
 
   // A station has set the value, which was meant for this time.
   void Set(std::size_t station, std::size_t target, const std::string& value, Us meant);
@@ -38,14 +38,18 @@ class Marks {
     std::size_t mStation;
   };
 
+  struct Changes {
+    std::unordered_map<std::string, Mark> mMarks;  // By value.
+    std::vector<std::uint32_t> mSeen;              // The last one, for each station; or of nobody.
+  };
+
   void Forget(Us before);
 
   const Us mMemory;
-  const std::size_t mTargets;
-  std::uint32_t mChanges = 0;
+  const std::size_t mStations;
+  std::uint32_t mCount = 0;  // Of changes.
   Us mForgotten = 0;
-  std::vector<std::unordered_map<std::string, Mark>> mMarks;  // By target.
-  std::vector<std::uint32_t> mSeen;  // The last change, for each target of each station.
+  std::unordered_map<std::size_t, Changes> mChanged;  // By target.
 };
 
 }  // namespace dorn::load

@@ -27,7 +27,6 @@ class Pace {
     ++mTaken;
     return at;
   }
-  long long Taken() const { return mTaken; }
   // How many that are meant for before `end` are not taken.
   std::uint64_t LeftBefore(Us end) const {
     const double meant = std::ceil(static_cast<double>(end - mStart) * mPerSecond / kSecond);

@@ -5,18 +5,18 @@
 
 #include "tools/dorn-load/Options.h"
 #include "tools/dorn-load/Process.h"
+#include "tools/dorn-load/Program.h"
+#include "tools/dorn-load/Search.h"
 
 namespace dorn::load {
 
 namespace {
 
-constexpr int kUsage = 2;
-
-struct Texts {
+struct Given {
   std::string mAt, mMix, mFor, mRamp, mTimeout, mUntil;
 };
 
-void DescribeLoad(CLI::App& cli, Options& options, Texts& texts) {
+void DescribeLoad(CLI::App& cli, Options& options, Given& texts) {
   cli.add_option("host", texts.mAt, "Where the host listens; 5000 without a port")
       ->type_name("HOST:PORT");
   cli.add_option("--stations", options.mStations, "So many stations")
@@ -24,7 +24,7 @@ void DescribeLoad(CLI::App& cli, Options& options, Texts& texts) {
       ->check(CLI::Range(1, 60000));
   cli.add_option("--rate", options.mRate, "Actions a second, of all stations together")
       ->capture_default_str()
-      ->check(CLI::Range(0.1, 1e6));
+      ->check(CLI::Range(Search::kLowest, Search::kHighest));
   cli.add_option("--mix", texts.mMix, "What they do, in proportion (click:70,edit:20,enter:10)")
       ->type_name("MIX");
   cli.add_option("--for", texts.mFor, "How long, or each trial of --until (10s)")
@@ -56,7 +56,7 @@ void DescribeStations(CLI::App& cli, Options& options) {
   cli.add_flag("--json", options.mIsJson, "Print one JSON object at the end and nothing else");
 }
 
-void Describe(CLI::App& cli, Options& options, Texts& texts) {
+void Describe(CLI::App& cli, Options& options, Given& texts) {
   DescribeLoad(cli, options, texts);
   DescribeStations(cli, options);
   cli.footer(
@@ -64,7 +64,7 @@ void Describe(CLI::App& cli, Options& options, Texts& texts) {
       "\nIt clicks and changes what the dialog shows. Never let it loose on a plant.\n"
       "\nExit codes: 0 done, or a rate was found; 1 there were errors, or no rate holds;\n"
       "2 wrong usage; 3 nothing could be measured: nobody listens, the log-in is refused,\n"
-      "there is no such dialog, or nothing in it to touch.\n"
+      "there is no such dialog, or nothing in it that --mix or --only ask for.\n"
       "\nExample:\n"
       "  dorn-load --stations 900 --rate 10 --mix click:70,edit:20,enter:10 --for 60s \\\n"
       "    --id guest --pass guest 127.0.0.1:5000\n");
@@ -80,7 +80,7 @@ bool TakeDuration(const char* option, const std::string& text, std::optional<Us>
   return false;
 }
 
-bool TakeTimes(const Texts& texts, Options& options) {
+bool TakeTimes(const Given& texts, Options& options) {
   std::optional<Us> length, timeout;
   if (!TakeDuration("--for", texts.mFor, length)) return false;
   if (!TakeDuration("--timeout", texts.mTimeout, timeout)) return false;
@@ -90,7 +90,7 @@ bool TakeTimes(const Texts& texts, Options& options) {
   return true;
 }
 
-bool TakeWords(const Texts& texts, Options& options) {
+bool TakeWords(const Given& texts, Options& options) {
   if (!texts.mMix.empty()) {
     const auto mix = ReadMix(texts.mMix);
     if (!mix) {
@@ -115,7 +115,7 @@ bool TakeWords(const Texts& texts, Options& options) {
   return true;
 }
 
-bool TakeNumbersAndHost(const Texts& texts, Options& options) {
+bool TakeNumbersAndHost(const Given& texts, Options& options) {
   if (texts.mAt.empty()) {
     std::fputs("dorn-load: HOST:PORT is missing; such as 127.0.0.1:5000\n", stderr);
     return false;
@@ -145,7 +145,7 @@ std::optional<Options> ReadOptions(int argc, char** argv, int& exitCode) {
   CLI::App cli{"Tells how many stations a dialog server bears."};
   cli.name("dorn-load");
   Options options;
-  Texts texts;
+  Given texts;
   Describe(cli, options, texts);
   exitCode = kUsage;
   try {

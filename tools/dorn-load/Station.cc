@@ -46,7 +46,7 @@ Run::Run(const Options& options, const Targets& targets, std::string dialog)
       mDialog(std::move(dialog)),
       mAddresses(options.mAt.mHost, options.mAt.mPort),
       mTexts(targets),
-      mMarks(static_cast<std::size_t>(options.mStations), targets.All().size(), options.mTimeout) {}
+      mMarks(static_cast<std::size_t>(options.mStations), options.mTimeout) {}
 
 void Station::Come(Us meant) {
   mCame = meant;
@@ -191,6 +191,7 @@ void Station::OnRefused() {
   mRun.mRecord.Count(Error::kRefusedLogIn);
   mRun.mLastWords = "the log-in was refused";
   mState = State::kRefused;
+  ++mRun.mRefused;
   mLine.Close();
 }
 
@@ -203,6 +204,7 @@ void Station::OnFence(unsigned long fence) {
     if (answered.mUse == Use::kLogIn || answered.mUse == Use::kEntry) --mEntries;
     if (answered.mUse == Use::kLogIn) {
       mState = State::kIn;
+      ++mRun.mIn;
       mRun.mRecord.Count([=](Figures& figures) { figures.mLogIn.Add(took); });
     } else if (answered.mUse != Use::kHeartbeat) {
       mRun.mRecord.Count([=](Figures& figures) { figures.mConfirm.Add(took); });
@@ -244,6 +246,7 @@ void Station::DropLate() {
 }
 
 void Station::GoOut() {
+  if (IsIn()) --mRun.mIn;
   mState = State::kOut;
   MissAll(Error::kUnanswered);
   mReturnAt = mRun.mNow + kReturn + static_cast<Us>(mNumber * 7919 % 1000) * kMillisecond;

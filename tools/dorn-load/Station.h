@@ -40,7 +40,9 @@ struct Run {
   Marks mMarks;
   Record mRecord;
   int mEpoll = -1;
-  Us mNow = 0;             // Of the present pass of the loop.
+  Us mNow = 0;          // Of the present pass of the loop.
+  std::size_t mIn = 0;  // Stations.
+  std::size_t mRefused = 0;
   std::string mLastWords;  // Why a connection last ended or could not be made.
 };
 
@@ -61,7 +63,7 @@ class Station : private dorn::tools::Line::Hooks, private dorn::station::Framing
 
   bool IsIn() const { return mState == State::kIn; }
   bool IsRefused() const { return mState == State::kRefused; }
-  // Actions are not answered yet.
+  // Something is not answered yet: an action, an entry, a log-in or a heartbeat.
   bool IsWaiting() const { return !mAwaited.empty(); }
   // It has to come back, or the host owes it answers, be they too late to be counted.
   bool IsBehind() const { return !IsRefused() && (!IsIn() || mAnswered < mFences); }
