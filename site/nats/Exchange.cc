@@ -47,7 +47,7 @@ void Exchange::Read(Sequence last) {
 }
 
 // One at a time: a snapshot that is not stored yet is as good as the next one.
-void Exchange::Store(Sequence mark, std::string bytes) {
+void Exchange::Store(Sequence mark, const std::string& bytes) {
   const Lock lock(mMutex);
   if (!mStoring.empty()) return Push(0, SnapshotStored{mark, false});
   std::uint32_t piece = 0;

@@ -84,7 +84,7 @@ class Exchange {
   int Descriptor() const { return mDescriptor; }
   bool Publish(std::string entry);
   void Read(Sequence last);
-  void Store(Sequence mark, std::string bytes);
+  void Store(Sequence mark, const std::string& bytes);
   void Fetch(Sequence mark, std::uint32_t pieces);
   void Forget(Sequence first);
 

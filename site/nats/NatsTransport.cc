@@ -63,9 +63,7 @@ bool NatsTransport::Publish(std::string entry) { return mExchange.Publish(std::m
 
 void NatsTransport::Read(Sequence last) { mExchange.Read(last); }
 
-void NatsTransport::Store(Sequence mark, std::string bytes) {
-  mExchange.Store(mark, std::move(bytes));
-}
+void NatsTransport::Store(Sequence mark, std::string bytes) { mExchange.Store(mark, bytes); }
 
 void NatsTransport::Fetch(Sequence mark, std::uint32_t pieces) { mExchange.Fetch(mark, pieces); }
 
