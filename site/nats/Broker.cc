@@ -26,7 +26,6 @@ constexpr int kStallMs = 1;
 
 constexpr milliseconds kTick{50};
 constexpr milliseconds kProbesApart{300};
-constexpr milliseconds kTriesApart{200};
 constexpr milliseconds kSilent{700};  // Less than the two heartbeats that the library waits for.
 constexpr milliseconds kCalm{6000};   // More than it takes to make a reading anew.
 

@@ -16,6 +16,9 @@
 
 namespace dorn::site {
 
+// Between two tries of what has failed.
+inline constexpr std::chrono::milliseconds kTriesApart{200};
+
 // Destroys what the client library has made.
 struct NatsDestroy {
   void operator()(natsOptions* options) const { natsOptions_Destroy(options); }

@@ -11,7 +11,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::int64_t kHeartbeatNs = 500'000'000;
-constexpr milliseconds kTriesApart{200};
 constexpr milliseconds kStuck{3000};
 
 std::string_view DataOf(const Nats<natsMsg>& message) {

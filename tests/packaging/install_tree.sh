@@ -16,11 +16,13 @@ rm -rf "$work"
 mkdir -p "$work"
 files() { (cd "$1" && find . ! -type d | sed 's,^\./,,' | LC_ALL=C sort); }
 
+components=(runtime development tools gateway documentation)
+[ ! -f "$build/site/dorn-site.pc" ] || components+=(site)
 cmake --install "$build" --prefix "$work/all" >/dev/null
-for component in runtime development tools gateway documentation; do
+for component in "${components[@]}"; do
   cmake --install "$build" --prefix "$work/$component" --component "$component" >/dev/null
 done
-diff <(for component in runtime development tools gateway documentation; do files "$work/$component"; done | LC_ALL=C sort) \
+diff <(for component in "${components[@]}"; do files "$work/$component"; done | LC_ALL=C sort) \
   <(files "$work/all") || fail "a file belongs to no component or to two"
 
 lib=$(dirname "$(files "$work/runtime" | head -n 1)")
@@ -41,6 +43,8 @@ holds development "$lib/libdorn\.so" 'include/dorn/dorn\.h' 'include/dorn/(base|
 holds tools 'bin/dorn-(station|lint|load|terminal|top)' 'share/man/man1/dorn-(station|lint|load|terminal|top)\.1' \
   'share/dorn/resource\.schema\.json' 'share/dorn/dorn\.lua'
 holds gateway 'bin/dorn-gateway' 'share/man/man1/dorn-gateway\.1'
+[ ! -d "$work/site" ] || holds site "$lib/libdorn-site\.so" "$lib/libdorn-site\.so\.1" "$lib/libdorn-site\.so\.1\.8\.7" \
+  'include/dorn-site/site/(Archive|Export|SharedDialog|Site)\.h' "$lib/pkgconfig/dorn-site\.pc"
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z-]+\.md' \
   'share/doc/dorn/docs/images/[a-z]+\.png' 'share/doc/dorn/docs/manual/.+'
 

@@ -72,10 +72,11 @@ function objects(count: number, isMixed: boolean): JsonObject[] {
   });
 }
 
-// Eight times as many objects take eight times as long, and 64 times if each is paid for by all.
-const kFew = 500;
-const kMany = 8 * kFew;
-const kMostGrowth = 24;
+// 32 times as many objects take 32 times as long, and 1,024 times if each is paid for by all. The rest
+// is for what else the process does meanwhile, such as collecting garbage.
+const kFew = 1000;
+const kMany = 32 * kFew;
+const kMostGrowth = 256;
 
 function checkGrowth(act: (list: JsonObject[]) => Tree, isMixed: boolean): void {
   const secondsFor = (count: number) => {
