@@ -35,9 +35,11 @@ bool Sender::IsOpen(Ms now) const {
 std::optional<Ticket> Sender::Add(Item item, Ms now) {
   const std::size_t bytes =
       kItemOverhead + std::visit([](const auto& kind) { return BytesOf(kind); }, item);
-  if (!IsOpen(now) || bytes + kBatchOverhead > kMaxEntryBytes) return std::nullopt;
+  if (!IsOpen(now) || mWaitingBytes + bytes > kMaxWaitingBytes) return std::nullopt;
+  if (bytes + kBatchOverhead > kMaxEntryBytes) return std::nullopt;
   // Nobody asks what became of an extension.
   const Ticket ticket = std::holds_alternative<SessionExtend>(item) ? 0 : ++mLastTicket;
+  mWaitingBytes += bytes;
   mWaiting.push_back({ticket, std::move(item), bytes, now, false, false});
   return ticket;
 }
@@ -47,18 +49,20 @@ void Sender::Flush(Ms now) {
   // The pause counts from what is published into a quiet log, not from the last change of
   // yesterday.
   if (mSent == 0) mQuietSince = now;
-  while (mSent < mWaiting.size()) mSent = PublishBatch(mSent);
+  while (mSent < mWaiting.size() && PublishBatch(mSent)) {
+  }
 }
 
-// Returns the end of what was put into it.
-std::size_t Sender::PublishBatch(std::size_t begin) {
+// Whether it was handed over; then it goes on behind it. When it was not, there is no room for what
+// follows either.
+bool Sender::PublishBatch(std::size_t& begin) {
   const std::size_t end = BatchEnd(begin);
   Batch batch{mOrigin, mGeneration, mFirst + begin, {}};
   batch.items.reserve(end - begin);
   for (std::size_t i = begin; i < end; ++i) batch.items.push_back(mWaiting[i].item);
-  const bool wasHandedOver = mTransport.Publish(Encode(batch));
-  for (std::size_t i = begin; i < end; ++i) mWaiting[i].wasHandedOver |= wasHandedOver;
-  return end;
+  if (!mTransport.Publish(Encode(batch))) return false;
+  for (; begin < end; ++begin) mWaiting[begin].wasHandedOver = true;
+  return true;
 }
 
 std::size_t Sender::BatchEnd(std::size_t begin) const {
@@ -97,7 +101,9 @@ void Sender::SendAgain(Ms now) {
   mSentAgainAt = now;
   if (!mRules.goBackN) return;
   // Fewer entries than before, where many small ones wait.
-  for (std::size_t i = 0; i < mSent; ++mSentAgain) i = PublishBatch(i);
+  for (std::size_t i = 0; i < mSent && PublishBatch(i); ++mSentAgain) {
+    if (i > mSent) mSent = i;  // Some were sent for the first time.
+  }
 }
 
 void Sender::SawGap(Ms now) {
@@ -122,17 +128,23 @@ void Sender::Withdraw() {
   std::size_t kept = mWaiting.size();
   while (kept > 0 && !mWaiting[kept - 1].wasHandedOver) --kept;
   for (std::size_t i = kept; i < mWaiting.size(); ++i) AddTicket(mWaiting[i].ticket, mRefused);
-  mWaiting.resize(kept);
+  for (; mWaiting.size() > kept; mWaiting.pop_back()) mWaitingBytes -= mWaiting.back().bytes;
   mSent = std::min(mSent, kept);
 }
 
 std::optional<Ticket> Sender::CameBack(std::uint32_t generation, std::uint64_t number, Ms now) {
   if (generation != mGeneration || number != mFirst || mSent == 0) return std::nullopt;
+  const Ticket ticket = TakeFront();
+  Progress(now);
+  return ticket;
+}
+
+Ticket Sender::TakeFront() {
   const Ticket ticket = mWaiting.front().ticket;
+  mWaitingBytes -= mWaiting.front().bytes;
   mWaiting.pop_front();
   ++mFirst;
   --mSent;
-  Progress(now);
   return ticket;
 }
 
@@ -157,10 +169,7 @@ Sender::Settled Sender::Settle(std::uint32_t generation, std::uint64_t last, std
   if (generation < mGeneration) return settled;
   const std::uint64_t applied = generation == mGeneration ? last : before;
   while (mSent > 0 && mFirst <= applied) {
-    AddTicket(mWaiting.front().ticket, settled.passed);
-    mWaiting.pop_front();
-    ++mFirst;
-    --mSent;
+    AddTicket(TakeFront(), settled.passed);
   }
   if (!settled.passed.empty()) Progress(now);
   if (generation > mGeneration) {
@@ -174,6 +183,7 @@ std::vector<Ticket> Sender::TakeAll() {
   std::vector<Ticket> tickets;
   for (const Pending& pending : mWaiting) AddTicket(pending.ticket, tickets);
   mWaiting.clear();
+  mWaitingBytes = 0;
   mSent = 0;
   return tickets;
 }

@@ -24,6 +24,7 @@
 namespace dorn::site {
 
 inline constexpr std::size_t kMaxWaiting = 1000;
+inline constexpr std::size_t kMaxWaitingBytes = std::size_t{8} << 20;
 inline constexpr Ms kMaxWait{12'000};  // The oldest has waited so long: nothing more is taken.
 inline constexpr Ms kUnknownAfter{2000};
 inline constexpr Ms kFirstPause{100};     // Until what has not come back is published again,
@@ -80,7 +81,8 @@ class Sender {
     bool isUnknown = false;      // ... which the host was told.
   };
 
-  std::size_t PublishBatch(std::size_t begin);
+  bool PublishBatch(std::size_t& begin);
+  Ticket TakeFront();
   std::size_t BatchEnd(std::size_t begin) const;
   void SendAgain(Ms now);
   void GiveUp(Ms now);
@@ -92,6 +94,7 @@ class Sender {
   Transport& mTransport;
   const Rules mRules;
   std::deque<Pending> mWaiting;
+  std::size_t mWaitingBytes = 0;
   std::uint64_t mFirst = 1;  // The number of the first that waits.
   std::uint32_t mGeneration = 0;
   std::size_t mSent = 0;  // So many of those that wait were published at least once.

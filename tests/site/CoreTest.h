@@ -3,7 +3,9 @@
 #ifndef TESTS_SITE_CORETEST_H_
 #define TESTS_SITE_CORETEST_H_
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <utility>
 #include <variant>
@@ -33,7 +35,11 @@ inline Change ChangeOf(const std::string& command, Sequence token = 0) {
 class RecordingTransport final : public Transport {
  public:
   bool Publish(std::string entry) override {
-    if (!takes) return false;
+    if (!takes || room == 0) {
+      ++refused;
+      return false;
+    }
+    --room;
     published.push_back(*DecodeEntry(entry));
     return true;
   }
@@ -54,6 +60,8 @@ class RecordingTransport final : public Transport {
   }
 
   bool takes = true;
+  std::size_t room = std::numeric_limits<std::size_t>::max();  // So many entries are taken yet.
+  std::size_t refused = 0;
   std::vector<Entry> published;
   std::vector<Sequence> reads, fetched, forgotten;
   std::vector<std::pair<Sequence, std::string>> stored;

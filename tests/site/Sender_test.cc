@@ -212,6 +212,57 @@ TEST_F(SenderTest, ARefusedPublishIsTriedAgain) {
   EXPECT_EQ(Batches(), (Words{"1+1"}));
 }
 
+TEST_F(SenderTest, WhatWaitsIsBoundedInBytesToo) {
+  const std::string large(500'000, 'x');
+  for (int i = 0; i < 16; ++i) Add(large);
+  EXPECT_FALSE(mSender.Add(ChangeOf(large), mNow)) << "more than 8 MB";
+  Add("a small one");
+  mSender.Flush(mNow);
+  EXPECT_TRUE(mSender.CameBack(0, 1, mNow));
+  Add(large);
+  EXPECT_FALSE(mSender.Add(ChangeOf(large), mNow));
+  mSender.CameBack(NewGeneration{Origin(1), 1}, mNow);
+  for (int i = 0; i < 16; ++i) Add(large);
+}
+
+TEST_F(SenderTest, WhereThereIsNoRoomForOneEntryTheRestIsNotTried) {
+  AddAndFlush(640);
+  const Words all = Batches();
+  ASSERT_EQ(all.size(), 10U);
+  mTransport.room = 3;
+  Pass(100ms);
+  EXPECT_EQ(Batches().size(), 3U);
+  EXPECT_EQ(mTransport.refused, 1U);
+
+  mTransport.room = 20;
+  Pass(200ms);
+  EXPECT_EQ(Batches(), all);
+}
+
+TEST_F(SenderTest, WhatWasNotTakenGoesAsSoonAsThereIsRoom) {
+  mTransport.room = 1;
+  Add();
+  AddAndFlush(100);
+  EXPECT_EQ(Batches(), Words{"1+64"});
+  EXPECT_EQ(mTransport.refused, 1U);
+  mTransport.room = 20;
+  mSender.Flush(mNow);
+  EXPECT_EQ(Batches(), Words{"65+37"});
+}
+
+TEST_F(SenderTest, WhatGoesForTheFirstTimeBesideAnOlderOneComesBackAsAnyOther) {
+  const Tickets first = AddAndFlush(1);
+  mTransport.room = 0;
+  const Tickets second = AddAndFlush(1);
+  mTransport.room = 1;
+  Batches();
+  mSender.SawGap(mNow);
+  EXPECT_EQ(Batches(), Words{"1+2"});
+  EXPECT_EQ(mSender.CameBack(0, 1, mNow), first[0]);
+  EXPECT_EQ(mSender.CameBack(0, 2, mNow), second[0]);
+  EXPECT_EQ(mSender.Waiting(), 0U);
+}
+
 TEST_F(SenderTest, ASnapshotSettlesWhatWasAppliedInIt) {
   const Tickets tickets = AddAndFlush(3);
   const auto settled = mSender.Settle(0, 2, 0, mNow);
