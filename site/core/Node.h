@@ -104,8 +104,8 @@ class Node final : public TransportListener {
   // To be called at least ten times a second, with the time that has come.
   void Tick(Ms now);
 
-  // Hands in a change; `change.token` is ignored. Nothing when 1,000 wait, or the oldest has waited
-  // for 12 s, or the node does not serve: the change is refused.
+  // Hands in a change; `change.token` is ignored. Nothing when 1,000 or 8 MB wait, or the oldest
+  // has waited for 12 s, or the node does not serve: the change is refused.
   std::optional<Ticket> Submit(Change change);
 
   // Hands in a change of the keeper. Nothing unless OnKeep() may be called at the moment.
@@ -132,6 +132,7 @@ class Node final : public TransportListener {
   Sequence LastApplied() const;
 
   void OnOpened(const std::optional<NewestManifest>& newest) override;
+  void OnHole(Sequence next) override;
   void OnEntry(Sequence sequence, std::string_view entry) override;
   void OnCaughtUp() override;
   void OnAnswered() override;

@@ -1,11 +1,18 @@
 #include "site/core/NodeBody.h"
 
+#include <algorithm>
+#include <string>
 #include <utility>
 #include <variant>
 
 #include "site/core/Sha256.h"
 
 namespace dorn::site {
+namespace {
+
+constexpr Ms kOpenedWithin{10'000};
+
+}  // namespace
 
 Node::Body::Body(const OriginId& origin, Transport& transport, SharedState& shared,
                  NodeListener& listener, const Rules& rules)
@@ -23,6 +30,7 @@ Node::Body::Body(const OriginId& origin, Transport& transport, SharedState& shar
 
 void Node::Body::Tick(Ms now) {
   mNow = now;
+  TellUnopened();
   const bool isAway = mLease.IsAway(now);
   if (std::exchange(mToldAway, isAway) != isAway) mListener.OnLogAway(isAway);
   mSender.Tick(now);
@@ -38,6 +46,16 @@ void Node::Body::Tick(Ms now) {
   }
   if (IsKeeper()) mListener.OnKeep();
   mSender.Flush(now);
+}
+
+// Once: hosts that are started together with their brokers open sooner.
+void Node::Body::TellUnopened() {
+  if (!mBegun) mBegun = mNow;
+  if (mIsOpened || mToldUnopened || mNow - *mBegun < kOpenedWithin) return;
+  mToldUnopened = true;
+  mListener.OnWord(
+      "The site's log cannot be opened, which is tried on: see that the brokers run with JetStream, "
+      "no fewer than the log has replicas, and that addresses, user and certificates are right.");
 }
 
 void Node::Body::TellOutcomes() {
@@ -96,15 +114,33 @@ void Node::Body::Refuse(Ticket ticket) {
 // --- the log's side ---
 
 void Node::Body::OnOpened(const std::optional<NewestManifest>& newest) {
-  if (!newest) return Follow(0);
-  const auto entry = DecodeEntry(newest->entry);
+  const bool isFirst = !std::exchange(mIsOpened, true);
+  // Opened anew, the log has forgotten what follows here, and behind all older snapshots.
+  if (mIsFollowing) mForgottenBehind = std::max(mForgottenBehind, mLast);
+  if (mWanted && !IsOfUse(mWanted->manifest)) mWanted.reset();
+  mIsFollowing = false;
+  mIsWatching = false;
+  mIsCaughtUp = false;
+  Announce();
+  const auto manifest = newest ? ManifestIn(*newest) : std::nullopt;
+  if (manifest && IsOfUse(*manifest)) return Want(newest->sequence, *manifest);
+  // What a host that has already begun has applied is not the state before the first entry.
+  if (isFirst) {
+    Follow(0);
+  } else {
+    Watch();
+  }
+}
+
+std::optional<Manifest> Node::Body::ManifestIn(const NewestManifest& newest) {
+  const auto entry = DecodeEntry(newest.entry);
   const auto* manifest = entry ? std::get_if<Manifest>(&*entry) : nullptr;
-  if (manifest != nullptr) return Want(*manifest);
+  if (manifest != nullptr && IsPossible(newest.sequence, *manifest)) return *manifest;
   ++mCounters.refusedEntries;
   mListener.OnWord(
       "The newest snapshot of the site is announced in another format: see that all hosts have one "
       "version.");
-  Follow(0);
+  return std::nullopt;
 }
 
 void Node::Body::Follow(Sequence last) {
@@ -114,6 +150,26 @@ void Node::Body::Follow(Sequence last) {
   mIsCaughtUp = false;
   mTransport.Read(last);
   Announce();
+}
+
+void Node::Body::Watch() {
+  mLast = 0;
+  mIsFollowing = false;
+  mIsWatching = true;
+  mIsCaughtUp = false;
+  mTransport.Read(0);
+  Announce();
+}
+
+// All hosts that read this part from now on miss the same. Whoever has read it before will differ,
+// and shows it at the next mark.
+void Node::Body::OnHole(Sequence next) {
+  if (next <= mLast + 1) return;
+  mListener.OnWord("The brokers have lost entries " + std::to_string(mLast + 1) + " to " +
+                   std::to_string(next - 1) +
+                   " of the site's log: changes may be missing. See the brokers' disks, and who "
+                   "deletes from the log.");
+  mLast = next - 1;
 }
 
 void Node::Body::OnEntry(Sequence sequence, std::string_view bytes) {
@@ -137,7 +193,7 @@ void Node::Body::OnEntry(Sequence sequence, std::string_view bytes) {
     if (!verdict.counts && !std::holds_alternative<Batch>(*entry)) ++mCounters.dropped;
     std::visit([&](const auto& kind) { Carry(sequence, kind, verdict); }, *entry);
   } else if (const auto* manifest = std::get_if<Manifest>(&*entry)) {
-    Want(*manifest);
+    Want(sequence, *manifest);
   }
   Announce();
 }
@@ -157,7 +213,7 @@ void Node::Body::Carry(Sequence sequence, const Batch& batch, const Verdict& ver
     return;
   }
   mCounters.dropped += verdict.firstNew;
-  mSnapshots.OnChanged();
+  mSnapshots.OnChanged(batch.items.size() - verdict.firstNew);
   if (verdict.replaced != 0) TellEnd(verdict.replaced);
   for (std::size_t i = verdict.firstNew; i < batch.items.size(); ++i) {
     const auto mine =
@@ -215,7 +271,7 @@ void Node::Body::Carry(Sequence sequence, const Mark& mark, const Verdict& verdi
   mSnapshots.Store(sequence, std::move(bytes), digest, mShared.Resources(), mNow);
 }
 
-void Node::Body::Carry(Sequence /*sequence*/, const Manifest& manifest, const Verdict& verdict) {
+void Node::Body::Carry(Sequence sequence, const Manifest& manifest, const Verdict& verdict) {
   if (!verdict.counts) return;
   const bool isFirst = mState.OlderMark() == 0;
   mSnapshots.OnManifest(mState.NewestMark(), mState.OlderMark(), mNow);
@@ -224,12 +280,12 @@ void Node::Body::Carry(Sequence /*sequence*/, const Manifest& manifest, const Ve
         "The resource files of this host are not those of the site, whose dialogs it shows: "
         "install the same on all hosts.");
   }
-  Compare(manifest, isFirst);
+  Compare(sequence, manifest, isFirst);
 }
 
 void Node::Body::Carry(Sequence /*sequence*/, const SessionEnd& end, const Verdict& verdict) {
   if (!verdict.counts) return;
-  mSnapshots.OnChanged();
+  mSnapshots.OnChanged(1);
   TellEnd(end.session);
 }
 

@@ -45,6 +45,7 @@ class Node::Body {
   Sequence LastApplied() const { return mIsFollowing ? mLast : 0; }
 
   void OnOpened(const std::optional<NewestManifest>& newest);
+  void OnHole(Sequence next);
   void OnEntry(Sequence sequence, std::string_view bytes);
   void OnCaughtUp();
   void OnAnswered() { mLease.OnAnswered(mNow); }
@@ -59,7 +60,10 @@ class Node::Body {
   };
 
   bool MayKeep() const { return mIsFollowing && mIsCaughtUp && !mWanted && !mHasStopped; }
+  std::optional<Manifest> ManifestIn(const NewestManifest& newest);
   void Follow(Sequence last);
+  void Watch();
+  void TellUnopened();
   void Announce();
   void TellOutcomes();
   void DoKeepersWork();
@@ -75,8 +79,10 @@ class Node::Body {
   void CarryItem(Sequence sequence, const SessionStart& start, std::optional<Ticket> mine);
   void CarryItem(Sequence sequence, const SessionExtend& extend, std::optional<Ticket> mine);
 
-  void Compare(const Manifest& manifest, bool isFirst);
-  void Want(const Manifest& manifest);
+  void Compare(Sequence sequence, const Manifest& manifest, bool isFirst);
+  static bool IsPossible(Sequence sequence, const Manifest& manifest);
+  bool IsOfUse(const Manifest& manifest) const;
+  void Want(Sequence sequence, const Manifest& manifest);
   bool Load(const Manifest& manifest, std::string_view bytes);
   void SettleOwn();
   void TellSession(Sequence session, const SessionStart& start, std::optional<Ticket> mine);
@@ -98,16 +104,20 @@ class Node::Body {
   Counters mCounters;
 
   Ms mNow{0};
+  std::optional<Ms> mBegun;   // The first Tick().
   Sequence mLast = 0;         // The last entry that was delivered, or that a snapshot stands for.
   bool mIsFollowing = false;  // Entries are applied.
   bool mIsWatching = false;   // Only manifests are looked at.
   bool mIsCaughtUp = false;
-  bool mHasStopped = false;  // It differed twice within a minute.
+  bool mIsOpened = false;
+  Sequence mForgottenBehind = 0;  // From this entry or an earlier one the log leads nowhere.
+  bool mHasStopped = false;       // It differed twice within a minute.
   std::optional<Wanted> mWanted;
   std::optional<Ms> mReloadedAt;  // Because it differed.
   std::set<Sequence> mToldSessions;
   bool mToldServing = false;
   bool mToldAway = false;
+  bool mToldUnopened = false;
   bool mToldResources = false;
 };
 

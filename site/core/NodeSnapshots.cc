@@ -16,24 +16,34 @@ constexpr Ms kFetchAgainAfter{1000};
 }  // namespace
 
 // Compares what the keeper's state was with what this host's was.
-void Node::Body::Compare(const Manifest& manifest, bool isFirst) {
-  if (mWanted) return Want(manifest);
+void Node::Body::Compare(Sequence sequence, const Manifest& manifest, bool isFirst) {
+  if (mWanted) return Want(sequence, manifest);
   const auto own = mSnapshots.DigestAt(manifest.mark);
   if (own ? *own == manifest.digest : !isFirst) return;
   // Before the first manifest each host had its own beginning.
-  if (isFirst) return Want(manifest);
+  if (isFirst) return Want(sequence, manifest);
 
   ++mCounters.diverged;
   mHasStopped |= mReloadedAt && mNow - *mReloadedAt < kReloadAtMostEach;
   if (!mHasStopped) {
     mReloadedAt = mNow;
-    Want(manifest);
+    Want(sequence, manifest);
   }
   mListener.OnDiverged(manifest.mark, mHasStopped);
 }
 
+// A mark comes before its manifest. Whatever says otherwise would keep all others out.
+bool Node::Body::IsPossible(Sequence sequence, const Manifest& manifest) {
+  return manifest.mark != 0 && manifest.mark < sequence;
+}
+
+bool Node::Body::IsOfUse(const Manifest& manifest) const {
+  return manifest.mark > mForgottenBehind;
+}
+
 // A later one is as good as an earlier one, and will stay for longer.
-void Node::Body::Want(const Manifest& manifest) {
+void Node::Body::Want(Sequence sequence, const Manifest& manifest) {
+  if (!IsPossible(sequence, manifest) || !IsOfUse(manifest)) return;
   if (mWanted && manifest.mark <= mWanted->manifest.mark) return;
   mWanted = {manifest, std::nullopt};
   mTransport.Fetch(manifest.mark, manifest.pieces);
@@ -49,10 +59,7 @@ void Node::Body::OnFetched(Sequence mark, const std::optional<std::string>& byte
   // A piece was missing, perhaps because later snapshots have taken its place. Their manifests are
   // in the log, but not always behind this one: it may be a doubled one of long ago.
   mWanted->askAgainAt = mNow + kFetchAgainAfter;
-  if (mIsFollowing || mIsWatching) return;
-  mIsWatching = true;
-  mLast = 0;
-  mTransport.Read(0);
+  if (!mIsFollowing && !mIsWatching) Watch();
 }
 
 bool Node::Body::Load(const Manifest& manifest, std::string_view bytes) {

@@ -42,8 +42,8 @@ class Snapshots {
 
   // --- every host ---
 
-  // Something that counts in a snapshot was applied.
-  void OnChanged() { ++mChanges; }
+  // So many items that count in a snapshot have had their turn.
+  void OnChanged(std::uint64_t items) { mChanges += items; }
   void Remember(Sequence mark, const Digest& digest);
   // Of this host's own state behind that mark, if it is known.
   std::optional<Digest> DigestAt(Sequence mark) const;

@@ -24,8 +24,9 @@ class TransportListener {
  public:
   virtual ~TransportListener() = default;
 
-  // The engine was reached for the first time: the newest manifest that the log holds, with its own
-  // sequence, if there is one. Nothing is delivered before Read() is called.
+  // The engine was reached for the first time, or what was to be read next was forgotten meanwhile:
+  // the newest manifest that the log holds, with its own sequence, if there is one. Nothing more is
+  // delivered before Read() is called.
   struct NewestManifest {
     Sequence sequence = 0;
     std::string entry;
@@ -35,6 +36,10 @@ class TransportListener {
   // The next entry of the log. Each comes once, without a gap, in order; only what was forgotten
   // meanwhile is missing, which the sequence shows.
   virtual void OnEntry(Sequence sequence, std::string_view entry) = 0;
+
+  // The entries before `next` that have not come never will, to nobody: the engine has lost them
+  // from the midst of the log.
+  virtual void OnHole(Sequence /*next*/) {}
 
   // The log has been read up to what it held when it was asked; calls itself again after each
   // Read().
@@ -60,7 +65,8 @@ class Transport {
   virtual bool Publish(std::string entry) = 0;
 
   // Delivers the entries behind `last` from now on, and none of those before: also nothing that was
-  // on its way from an earlier reading. What was forgotten is left out.
+  // on its way from an earlier reading. What was forgotten is left out behind 0, so that it is the
+  // first kept entry that comes; elsewhere OnOpened() is called instead.
   virtual void Read(Sequence last) = 0;
 
   // Stores a snapshot in pieces.

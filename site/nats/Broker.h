@@ -72,6 +72,7 @@ class Broker {
   void Serve();
   void StartReading();
   void LookAfterReading();
+  bool IsHole(Sequence next) const;
   void FetchPieces();
   void ForgetOld();
   void ForgetSnapshots(Sequence first);
@@ -100,6 +101,14 @@ class Broker {
   Clock::time_point mNextTry, mNextProbe;
   Sequence mStuckAt = 0;
   Clock::time_point mStuckSince;
+
+  // What was left out last, and by how many readings in a row.
+  struct Gap {
+    Sequence next = 0;  // This should have come,
+    Sequence came = 0;  // and this has.
+    int times = 0;
+  };
+  Gap mGap;
 };
 
 }  // namespace dorn::site

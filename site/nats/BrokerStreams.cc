@@ -12,6 +12,7 @@ using std::chrono::milliseconds;
 
 constexpr std::int64_t kHeartbeatNs = 500'000'000;
 constexpr milliseconds kStuck{3000};
+constexpr int kTimesLeftOut = 2;  // Then it is worth asking for what was left out.
 
 std::string_view DataOf(const Nats<natsMsg>& message) {
   return {natsMsg_GetData(message.get()),
@@ -105,7 +106,20 @@ void Broker::Serve() {
   if (mAsked.forget) ForgetOld();
 }
 
+// Whether the log has lost that entry, rather than that it went astray on the way.
+bool Broker::IsHole(Sequence next) const {
+  if (mGap.next != next || mGap.times < kTimesLeftOut) return false;
+  natsMsg* message = nullptr;
+  const natsStatus status =
+      js_GetMsg(&message, mContext.get(), mLog.c_str(), next, nullptr, nullptr);
+  const Nats<natsMsg> owned(message);
+  return IsMissing(status);
+}
+
 void Broker::StartReading() {
+  // Asked before the log is asked where it begins: what is gone and not before that was not
+  // forgotten.
+  const bool isHole = IsHole(mAsked.read->last + 1);
   jsStreamInfo* info = nullptr;
   const natsStatus status = js_GetStreamInfo(&info, mContext.get(), mLog.c_str(), nullptr, nullptr);
   const Nats<jsStreamInfo> found(info);
@@ -113,12 +127,16 @@ void Broker::StartReading() {
     mNextTry = Clock::now() + kTriesApart;
     return;
   }
-  if (info->State.FirstSeq > mAsked.read->last + 1) {
+  const Sequence first = info->State.FirstSeq;
+  if (mAsked.read->last == 0 && first > 1) mAsked.read->last = first - 1;
+  if (first > mAsked.read->last + 1) {
     // The next entry is gone: the host begins anew, with a snapshot that the log still continues.
     mAsked.read.reset();
     mMustReopen = true;
+    mNextTry = Clock::now() + kTriesApart;
     return;
   }
+  if (isHole && first <= mGap.next) mAsked.read = mExchange.SkipHole(*mAsked.read, mGap.came);
   Subscription& subscription = mExchange.Subscribe(*mAsked.read, info->State.LastSeq);
   jsOptions options;
   jsOptions_Init(&options);
@@ -153,10 +171,16 @@ void Broker::LookAfterReading() {
     mStuckSince = Clock::now();
   }
   const bool isStuck = Clock::now() - mStuckSince > kStuck && isBehind;
-  if (!isStuck && !mExchange.HasGap()) return;
+  const Sequence came = mExchange.BehindGap();
+  if (!isStuck && came == 0) return;
   mStuckSince = Clock::now();
   StopReading();
   const std::optional<ReadRequest> again = mExchange.Interrupt();
+  mNextTry = Clock::now() + kTriesApart;
+  if (again && came != 0) {
+    const bool isSame = mGap.next == again->last + 1 && mGap.came == came;
+    mGap = {again->last + 1, came, isSame ? mGap.times + 1 : 1};
+  }
   if (!mAsked.read) mAsked.read = again;
 }
 

@@ -125,7 +125,7 @@ void Exchange::Wait(std::chrono::milliseconds time, bool canSend) {
   mWork.wait_for(lock, time, [&] {
     const bool hasRequests = mRequests.read || !mRequests.fetches.empty() || mRequests.forget;
     return mIsStopped ||
-           (canSend && (!mEntries.empty() || !mPieces.empty() || hasRequests || mHasGap));
+           (canSend && (!mEntries.empty() || !mPieces.empty() || hasRequests || mBehindGap != 0));
   });
 }
 
@@ -173,7 +173,7 @@ Subscription& Exchange::Subscribe(const ReadRequest& request, Sequence target) {
   mActiveRequest = request;
   mNext = request.last + 1;
   mTarget = target;
-  mHasGap = false;
+  mBehindGap = 0;
   if (request.last >= target) Push(request.number, CaughtUp{});
   return mSubscriptions.emplace_back(Subscription{this, mActive});
 }
@@ -181,15 +181,21 @@ Subscription& Exchange::Subscribe(const ReadRequest& request, Sequence target) {
 std::optional<ReadRequest> Exchange::Interrupt() {
   const Lock lock(mMutex);
   mActive = 0;
-  mHasGap = false;
+  mBehindGap = 0;
   mRoom.notify_all();
   if (mNext == 0) return std::nullopt;
   return ReadRequest{mActiveRequest.number, mNext - 1};
 }
 
-bool Exchange::HasGap() const {
+Sequence Exchange::BehindGap() const {
   const Lock lock(mMutex);
-  return mHasGap;
+  return mBehindGap;
+}
+
+ReadRequest Exchange::SkipHole(const ReadRequest& request, Sequence next) {
+  const Lock lock(mMutex);
+  Push(request.number, HoleCame{next});
+  return {request.number, next - 1};
 }
 
 Sequence Exchange::NextExpected() const {
@@ -209,7 +215,7 @@ void Exchange::Arrive(const Subscription& subscription, Sequence sequence, std::
   if (isOver() || sequence < mNext) return;
   NoteAnswer();
   if (sequence > mNext) {
-    mHasGap = true;
+    mBehindGap = sequence;
     mActive = 0;
     mWork.notify_one();
     return;

@@ -29,6 +29,9 @@ struct EntryCame {
   Sequence sequence;
   std::string entry;
 };
+struct HoleCame {
+  Sequence next;
+};
 struct CaughtUp {};
 struct SnapshotStored {
   Sequence mark;
@@ -38,7 +41,8 @@ struct SnapshotFetched {
   Sequence mark;
   std::optional<std::string> bytes;
 };
-using Incoming = std::variant<Opened, EntryCame, CaughtUp, SnapshotStored, SnapshotFetched>;
+using Incoming =
+    std::variant<Opened, EntryCame, HoleCame, CaughtUp, SnapshotStored, SnapshotFetched>;
 
 // For the broker thread. A piece has the number of its snapshot; an entry has 0.
 struct Outgoing {
@@ -119,8 +123,10 @@ class Exchange {
   // The same once more from where it stands; nothing if there has not been one.
   std::optional<ReadRequest> Interrupt();
 
-  // Whether the active subscription has left out an entry.
-  bool HasGap() const;
+  // What came instead of the next entry, if the active subscription has left out some; or 0.
+  Sequence BehindGap() const;
+  // The log does not hold what was left out any more: reading goes on with `next`.
+  ReadRequest SkipHole(const ReadRequest& request, Sequence next);
   Sequence NextExpected() const;  // 0: nothing is read.
   bool IsFull() const;
 
@@ -183,7 +189,7 @@ class Exchange {
   ReadRequest mActiveRequest{0, 0};
   Sequence mNext = 0;
   Sequence mTarget = 0;
-  bool mHasGap = false;
+  Sequence mBehindGap = 0;
 };
 
 }  // namespace dorn::site

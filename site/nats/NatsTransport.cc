@@ -18,6 +18,7 @@ class Teller {
 
   void operator()(const Opened& opened) const { mListener.OnOpened(opened.newest); }
   void operator()(const EntryCame& came) const { mListener.OnEntry(came.sequence, came.entry); }
+  void operator()(const HoleCame& hole) const { mListener.OnHole(hole.next); }
   void operator()(CaughtUp /*unused*/) const { mListener.OnCaughtUp(); }
   void operator()(const SnapshotStored& stored) const {
     mListener.OnStored(stored.mark, stored.isStored);

@@ -121,7 +121,7 @@ TEST_F(ExchangeTest, NothingIsDeliveredBehindAGap) {
   mExchange.Arrive(reading, 3, "3");
   mExchange.Arrive(reading, 2, "2");
   EXPECT_EQ(TakeAll(mExchange), Texts{"1"});
-  EXPECT_TRUE(mExchange.HasGap());
+  EXPECT_EQ(mExchange.BehindGap(), 3U);
 
   const std::optional<ReadRequest> again = mExchange.Interrupt();
   ASSERT_TRUE(again);
@@ -130,6 +130,19 @@ TEST_F(ExchangeTest, NothingIsDeliveredBehindAGap) {
   mExchange.Arrive(reading, 2, "of the old one");
   mExchange.Arrive(next, 2, "2");
   EXPECT_EQ(TakeAll(mExchange), Texts{"2"});
+}
+
+TEST_F(ExchangeTest, AHoleIsToldBehindWhatCameBeforeItAndReadingGoesOn) {
+  Subscription& reading = Reading(0, 4);
+  mExchange.Arrive(reading, 1, "1");
+  mExchange.Arrive(reading, 4, "4");
+  const ReadRequest next = mExchange.SkipHole(*mExchange.Interrupt(), 4);
+  EXPECT_EQ(next.last, 3U);
+  mExchange.Arrive(mExchange.Subscribe(next, 4), 4, "4");
+
+  EXPECT_EQ(std::get<EntryCame>(*mExchange.Take()).entry, "1");
+  EXPECT_EQ(std::get<HoleCame>(*mExchange.Take()).next, 4U);
+  EXPECT_EQ(TakeAll(mExchange), (Texts{"4", "^"}));
 }
 
 TEST_F(ExchangeTest, WhatWasReadBeforeANewReadingIsNotDelivered) {

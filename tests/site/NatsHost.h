@@ -101,6 +101,7 @@ class NatsHost : public TransportListener {
   void OnEntry(Sequence sequence, std::string_view entry) override {
     mEntries.emplace_back(sequence, entry);
   }
+  void OnHole(Sequence next) override { mHoles.push_back(next); }
   void OnCaughtUp() override { ++mCaughtUp; }
   void OnAnswered() override { ++mAnswered; }
   void OnStored(Sequence mark, bool isStored) override { mStored.emplace_back(mark, isStored); }
@@ -111,6 +112,7 @@ class NatsHost : public TransportListener {
   int mOpened = 0;
   std::optional<NewestManifest> mNewest;
   std::vector<std::pair<Sequence, std::string>> mEntries;
+  std::vector<Sequence> mHoles;
   int mCaughtUp = 0;
   int mAnswered = 0;
   std::vector<std::pair<Sequence, bool>> mStored;

@@ -126,5 +126,47 @@ TEST_F(NatsSnapshotsTest, AHostThatIsTooFarBehindIsOpenedAnew) {
   EXPECT_EQ(late.mEntries.front(), std::pair(Sequence{5}, std::string("5")));
 }
 
+// As when the newest manifest is one that came late, and its snapshot is gone: a host reads what
+// there is to find a better one.
+TEST_F(NatsSnapshotsTest, WhoReadsFromTheBeginningReadsWhatIsKept) {
+  for (int i = 1; i <= 5; ++i) mHost.Transport().Publish(std::to_string(i));
+  ASSERT_TRUE(mHost.Has(5));
+  mHost.Transport().Forget(4);
+  const std::string manifest = Encode(Manifest{1, 2, {}, 1, 1, {}});
+  mHost.Transport().Publish(manifest);
+  ASSERT_TRUE(mHost.Has(6));
+  NatsHost probe(OptionsFor(mServer), false);
+  ASSERT_TRUE(probe.Until([&] {
+    probe.Transport().Read(1);  // Answered by opening anew as soon as it is forgotten.
+    probe.RunFor(std::chrono::milliseconds(300));
+    return probe.mOpened > 1;
+  }));
+
+  NatsHost late(OptionsFor(mServer));
+  ASSERT_TRUE(late.Has(3));
+  EXPECT_THAT(late.mEntries, ElementsAre(Pair(4, "4"), Pair(5, "5"), Pair(6, manifest)));
+  EXPECT_TRUE(late.Until([&] { return late.mCaughtUp == 1; }));
+  EXPECT_EQ(late.mOpened, 1);
+}
+
+TEST_F(NatsSnapshotsTest, AnEmptiedLogIsReadWithoutOpeningItAgainAndAgain) {
+  for (int i = 1; i <= 5; ++i) mHost.Transport().Publish(std::to_string(i));
+  ASSERT_TRUE(mHost.Has(5));
+  mHost.Transport().Forget(6);
+  NatsHost probe(OptionsFor(mServer), false);
+  ASSERT_TRUE(probe.Until([&] {
+    probe.Transport().Read(1);
+    probe.RunFor(std::chrono::milliseconds(300));
+    return probe.mOpened > 1;
+  }));
+
+  NatsHost late(OptionsFor(mServer));
+  EXPECT_TRUE(late.Until([&] { return late.mCaughtUp == 1; }));
+  mHost.Transport().Publish("6");
+  ASSERT_TRUE(late.Has(1));
+  EXPECT_THAT(late.mEntries, ElementsAre(Pair(6, "6")));
+  EXPECT_EQ(late.mOpened, 1);
+}
+
 }  // namespace
 }  // namespace dorn::site

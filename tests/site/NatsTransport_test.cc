@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nats/nats.h>
 
 #include <memory>
 #include <string>
@@ -200,6 +201,33 @@ TEST(NatsTransportTest, AnswersAreToldWhileNothingHappensAndNotWithoutABroker) {
   EXPECT_EQ(host.mAnswered, 0);
   server.Start();
   EXPECT_TRUE(host.Until([&] { return host.mAnswered >= 2; }));
+}
+
+// As an administrator's tool does, or a broker whose file is damaged.
+bool IsDeleted(const NatsServer& server, Sequence sequence) {
+  natsConnection* connection = nullptr;
+  jsCtx* context = nullptr;
+  const bool isDeleted = natsConnection_ConnectTo(&connection, server.Url().c_str()) == NATS_OK &&
+                         natsConnection_JetStream(&context, connection, nullptr) == NATS_OK &&
+                         js_DeleteMsg(context, "DORN_test", sequence, nullptr, nullptr) == NATS_OK;
+  jsCtx_Destroy(context);
+  natsConnection_Destroy(connection);
+  return isDeleted;
+}
+
+TEST(NatsTransportTest, EntriesThatTheLogHasLostAreToldAndTheRestIsRead) {
+  NatsServer server;
+  NatsHost host(OptionsFor(server));
+  for (int i = 1; i <= 9; ++i) host.Transport().Publish(std::to_string(i));
+  ASSERT_TRUE(host.Has(9));
+  for (const Sequence lost : {3, 4, 7}) ASSERT_TRUE(IsDeleted(server, lost));
+
+  NatsHost late(OptionsFor(server));
+  ASSERT_TRUE(late.Has(6));
+  EXPECT_THAT(late.Texts(), ElementsAre("1", "2", "5", "6", "8", "9"));
+  EXPECT_THAT(late.mHoles, ElementsAre(5, 8));
+  EXPECT_TRUE(late.Until([&] { return late.mCaughtUp == 1; }));
+  EXPECT_TRUE(host.mHoles.empty());
 }
 
 TEST(NatsTransportTest, ItEndsSoonWhateverTheBrokerDoes) {

@@ -401,6 +401,124 @@ TEST_F(NodeTest, WhoHasMissedAForgottenPartBeginsWithASnapshot) {
   EXPECT_EQ(mNode.Waiting(), 0U);
 }
 
+TEST_F(NodeTest, OpenedAnewItNoLongerServesAndLooksForASnapshotThatIsThere) {
+  BeginAsOther();
+  Foreign("a");
+  mListener.words.clear();
+  Write(ForeignBatch("b"));
+  Write(Mark{mSite.Token(), 2});
+  const Sequence gone = mMark;
+  mNode.OnOpened(Newest(ManifestNow()));  // "b" is forgotten.
+  EXPECT_TRUE(mListener.Heard("not serving"));
+  EXPECT_EQ(mTransport.fetched.back(), gone);
+  const std::size_t reads = mTransport.reads.size();
+  mNode.OnFetched(gone, std::nullopt);
+  ASSERT_EQ(mTransport.reads.size(), reads + 1);
+  EXPECT_EQ(mTransport.reads.back(), 0U) << "all that is kept";
+
+  const Sequence forgotten = mLog.size();
+  Write(Mark{mSite.Token(), 3});
+  Write(ManifestNow());
+  ReadAgain(forgotten);
+  EXPECT_EQ(mTransport.fetched.back(), mMark);
+  mNode.OnFetched(mMark, mSnapshot);
+  ReadAgain(mMark);
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_EQ(mState.text, "begin;a;b;");
+}
+
+// It would come to the same place, where the log does not go on.
+TEST_F(NodeTest, OpenedAnewItDoesNotLoadWhatIsOlderThanItsOwnState) {
+  BeginAsOther();
+  Foreign("a");
+  const std::size_t fetched = mTransport.fetched.size();
+  mNode.OnOpened(Newest(ManifestNow()));
+  EXPECT_EQ(mTransport.fetched.size(), fetched);
+  EXPECT_EQ(mTransport.reads.back(), 0U);
+  const Sequence forgotten = mLog.size();
+  Write(ManifestNow());  // Doubled.
+  Write(Mark{mSite.Token(), 2});
+  ReadAgain(forgotten);
+  EXPECT_EQ(mTransport.fetched.size(), fetched);
+  EXPECT_FALSE(mNode.IsServing());
+  Deliver(ManifestNow());
+  EXPECT_EQ(mTransport.fetched.back(), mMark);
+  mNode.OnFetched(mMark, mSnapshot);
+  ReadAgain(mMark);
+  EXPECT_TRUE(mNode.IsServing());
+}
+
+TEST_F(NodeTest, OpenedAnewWithoutAManifestItAppliesNothingToWhatItHas) {
+  BeginAsOther();
+  mNode.OnOpened(std::nullopt);
+  mNode.OnCaughtUp();
+  EXPECT_FALSE(mNode.IsServing());
+  mNode.OnEntry(1, Encode(mLog[0]));
+  mNode.OnEntry(2, Encode(ForeignBatch("a")));
+  EXPECT_EQ(mState.text, "begin;");
+}
+
+TEST_F(NodeTest, AManifestOfAMarkThatIsStillToComeIsNotBelieved) {
+  Write(Take{Origin(2), 0});
+  Write(Mark{mSite.Token(), 1});
+  Manifest wrong = ManifestNow();
+  wrong.mark = 4;
+  mNode.OnOpened(Newest(wrong));
+  EXPECT_TRUE(mTransport.fetched.empty());
+  EXPECT_EQ(mTransport.reads, std::vector<Sequence>{0});
+  EXPECT_TRUE(mListener.Heard("word: "));
+  wrong.mark = 1'000'000;
+  mNode.OnEntry(Write(wrong), Encode(wrong));  // A gap: it looks for a manifest.
+  EXPECT_TRUE(mTransport.fetched.empty());
+  Deliver(ManifestNow());
+  ASSERT_EQ(mTransport.fetched, std::vector<Sequence>{mMark});
+  mNode.OnFetched(mMark, mSnapshot);
+  ReadAgain(mMark);
+  EXPECT_TRUE(mNode.IsServing());
+}
+
+TEST_F(NodeTest, EntriesThatTheLogHasLostAreSaidAndLeftOut) {
+  BeginAsOther();
+  Foreign("a");
+  Write(NewGeneration{Origin(9), 1});
+  const Sequence lost = Write(NewGeneration{Origin(9), 2});
+  mNode.OnHole(lost + 1);
+  EXPECT_TRUE(mListener.Heard("word: The brokers have lost entries " + std::to_string(lost - 1) +
+                              " to " + std::to_string(lost) + " "));
+  Foreign("b");
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_EQ(mState.text, "begin;a;b;");
+}
+
+TEST_F(NodeTest, AMarkFollowsTenThousandChangesInWhateverEntries) {
+  BeginAsKeeper();
+  Pass(kMarkAtMostEach);
+  Return();
+  std::uint64_t marks = mSite.Marks();
+  std::uint64_t changes = 0;
+  while (changes < kMarkAfterChanges) {
+    Pass(100ms);
+    Return();
+    EXPECT_EQ(mSite.Marks(), marks) << changes;
+    Batch batch{Origin(2), 0, changes + 1, {}};
+    for (int i = 0; i < 50; ++i, ++changes) batch.items.emplace_back(ChangeOf("x"));
+    if (changes == kMarkAfterChanges) mTransport.TakePublished();
+    Deliver(batch);
+  }
+  Pass(100ms);
+  EXPECT_EQ(mTransport.TakePublished<Mark>().size(), 1U);
+}
+
+TEST_F(NodeTest, ALogThatIsNotOpenedForTenSecondsIsSaidOnce) {
+  Pass(9900ms, false);
+  EXPECT_FALSE(mListener.Heard("word: "));
+  Pass(200ms, false);
+  EXPECT_TRUE(mListener.Heard("word: The site's log cannot be opened"));
+  mListener.words.clear();
+  Pass(60s, false);
+  EXPECT_FALSE(mListener.Heard("word: "));
+}
+
 TEST_F(NodeTest, SessionsAreKnownByTheirEntry) {
   BeginAsOther();
   ASSERT_TRUE(mNode.StartSession({Sid(7), 4000, "data"}));

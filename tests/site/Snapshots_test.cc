@@ -62,22 +62,22 @@ TEST_F(SnapshotsTest, TheFirstMarkGoesAtOnce) {
 TEST_F(SnapshotsTest, AMarkEachMinuteIfAnythingHasChanged) {
   Begin();
   EXPECT_EQ(Pass(200s).size(), 0U);
-  mSnapshots.OnChanged();
+  mSnapshots.OnChanged(1);
   EXPECT_EQ(Pass(100ms).size(), 1U);
   ReturnManifest(MarkAndStore());
-  mSnapshots.OnChanged();
+  mSnapshots.OnChanged(1);
   EXPECT_EQ(Pass(59'900ms).size(), 0U);
   EXPECT_EQ(Pass(100ms).size(), 1U);
 }
 
 TEST_F(SnapshotsTest, AMarkAfterTenThousandChangesButNotWithinFiveSeconds) {
   Begin();
-  for (std::uint64_t i = 0; i < kMarkAfterChanges - 1; ++i) mSnapshots.OnChanged();
+  for (std::uint64_t i = 0; i < kMarkAfterChanges - 1; ++i) mSnapshots.OnChanged(1);
   EXPECT_EQ(Pass(10s).size(), 0U);
-  mSnapshots.OnChanged();
+  mSnapshots.OnChanged(1);
   EXPECT_EQ(Pass(100ms).size(), 1U);
   ReturnManifest(MarkAndStore());
-  for (std::uint64_t i = 0; i < kMarkAfterChanges; ++i) mSnapshots.OnChanged();
+  for (std::uint64_t i = 0; i < kMarkAfterChanges; ++i) mSnapshots.OnChanged(1);
   EXPECT_EQ(Pass(4900ms).size(), 0U);
   EXPECT_EQ(Pass(100ms).size(), 1U);
 }
@@ -87,7 +87,7 @@ TEST_F(SnapshotsTest, ANewKeeperMarksNotWithinFiveSecondsBehindTheFormer) {
   Pass(100s);
   mSnapshots.OnMark(mNow);  // The former keeper's.
   mSnapshots.OnTake();
-  for (std::uint64_t i = 0; i < kMarkAfterChanges; ++i) mSnapshots.OnChanged();
+  for (std::uint64_t i = 0; i < kMarkAfterChanges; ++i) mSnapshots.OnChanged(1);
   EXPECT_EQ(Pass(4900ms).size(), 0U);
   EXPECT_EQ(Pass(100ms).size(), 1U);
 }
