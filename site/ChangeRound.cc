@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "dorn/model/VQJsonParser.h"
+#include "site/Objects.h"
 
 namespace dorn::site {
 
@@ -26,14 +27,6 @@ std::string_view MarkIn(const std::string& entry) {
   const std::size_t between = entry.find(kBetween);
   if (between == std::string::npos) return {};
   return std::string_view(entry).substr(between + kBetween.size());
-}
-
-template <class Visit>
-void ForEachChild(VQJsonObject& object, Visit&& visit) {
-  if (!object.HasGroup()) return;
-  for (VQJsonObject* child : static_cast<VQJsonObjectHasList&>(object).mObjectList) {
-    if (child != nullptr) visit(*child);
-  }
 }
 
 // A key that several connections have changed goes to all of them, so that one record of it does:

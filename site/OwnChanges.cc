@@ -33,6 +33,8 @@ void OwnChanges::Sent(int connection, const std::string& dialog,
     OwnChange& change = mChanges.at(ticket);
     if (!change.isShown || change.dialog != dialog) continue;
     change.isShown = std::none_of(change.objects.begin(), change.objects.end(), isSent);
+    // What the tree did not have may be among what was added to it; that holds for any name.
+    if (change.namesOthers && isSent(std::string())) change.isShown = false;
   }
 }
 

@@ -18,7 +18,8 @@ struct OwnChange {
   int connection = 0;   // The number of its record.
   std::string session;  // To which it was bound then: a number may be another connection's later.
   std::string dialog;
-  std::vector<std::string> objects;
+  std::vector<std::string> objects;  // That the tree had, each once.
+  bool namesOthers = false;          // Beside them.
 
   // The station shows what it has sent: nothing else about these objects went to it since.
   bool isShown = true;

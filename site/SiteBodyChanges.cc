@@ -7,6 +7,7 @@
 #include "dorn/server/VQApplication.h"
 #include "site/ChangeRound.h"
 #include "site/Connections.h"
+#include "site/Objects.h"
 #include "site/SiteBody.h"
 #include "site/StationTexts.h"
 #include "site/core/TreeCodec.h"
@@ -21,14 +22,6 @@ std::int64_t NowUs() {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   return now.tv_sec * kUsPerSecond + now.tv_nsec / 1000;
-}
-
-std::vector<std::string> ObjectsOf(const VQJsonCommand& command) {
-  std::vector<std::string> objects;
-  for (const VQJsonObject* object : command.mObjectList) {
-    if (object != nullptr && !object->mName.empty()) objects.push_back(object->mName);
-  }
-  return objects;
 }
 
 // Every host's log and every reader of the log would know them.
@@ -59,7 +52,9 @@ void SiteBody::Submit(SharedDialog& dialog, VQClientSocket& client, VQJsonComman
   own.connection = client.GetId();
   own.session = client.GetSessionId();
   own.dialog = dialog.mDialogName;
-  own.objects = ObjectsOf(command);
+  const std::vector<std::string> names = NamesIn(command);
+  own.objects = KnownNames(*dialog.GetResourceShare(), names);
+  own.namesOthers = own.objects.size() < std::set<std::string>(names.begin(), names.end()).size();
   DropSecrets(command);
   site::Change change;
   change.dialog = own.dialog;
@@ -188,7 +183,7 @@ void SiteBody::TellTreesWord(const OwnChange& own, const char* error) {
   VQClientSocket* client = StationOf(own);
   SharedDialog* dialog = Find(own.dialog);
   if (client == nullptr || dialog == nullptr) return;
-  mErrors.Add(own.connection, own.dialog, own.objects);
+  mErrors.Add(own.connection, own.dialog, KnownNames(*dialog->GetResourceShare(), own.objects));
   if (client->mDialogName != dialog->mDialogName) return;
   SendChanges(*dialog);  // The station must not get what is older behind it.
   const KZString text = TreesWord(*dialog->GetResourceShare(), own.objects, error);
@@ -201,6 +196,7 @@ void SiteBody::TellTreesWord(const OwnChange& own, const char* error) {
 
 // An object with another change that nobody knows about keeps its word.
 void SiteBody::TakeBackErrors(const OwnChange& own) {
+  if (!mErrors.Has(own.connection)) return;
   std::vector<std::string> objects;
   for (const std::string& object : own.objects) {
     if (!mOwn.HasUnknown(own.connection, own.dialog, object)) objects.push_back(object);

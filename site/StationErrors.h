@@ -30,6 +30,8 @@ class StationErrors {
     return taken;
   }
 
+  bool Has(int connection) const { return mShown.count(connection) != 0; }
+
   // All objects of the dialog.
   std::vector<std::string> Of(int connection, const std::string& dialog) const {
     std::vector<std::string> objects;

@@ -1,10 +1,12 @@
 #include "site/StationTexts.h"
 
 #include <optional>
+#include <set>
 #include <sstream>
 #include <utility>
 
 #include "dorn/model/VQJsonRadioButton.h"
+#include "site/Objects.h"
 
 namespace dorn::site {
 
@@ -64,12 +66,20 @@ class WithError {
   std::optional<VQValue> mKept;
 };
 
+// What an update has said, or is going to say.
+struct Told {
+  std::set<const VQJsonObject*> objects;
+  std::set<const VQJsonRadioButtonGroup*> groups;  // With all of their buttons.
+};
+
 // The station has switched them off by itself.
-void AddOtherButtons(UpdateText& update, VQJsonObject& button) {
+void AddOtherButtons(UpdateText& update, VQJsonObject& button, Told& told) {
   auto* group = dynamic_cast<VQJsonRadioButtonGroup*>(button.GetParent());
   if (group == nullptr || dynamic_cast<VQJsonRadioButtonObject*>(&button) == nullptr) return;
+  if (!told.groups.insert(group).second) return;
   for (VQJsonObject* other : group->mObjectList) {
-    if (other != nullptr && other != &button && !other->mName.empty()) update.AddWhole(*other);
+    if (other == nullptr || other->mName.empty()) continue;
+    if (told.objects.insert(other).second) update.AddWhole(*other);
   }
 }
 
@@ -78,10 +88,10 @@ void AddOtherButtons(UpdateText& update, VQJsonObject& button) {
 KZString TreesWord(VQJsonResource& tree, const std::vector<std::string>& objects,
                    const char* error) {
   UpdateText update;
-  for (const std::string& name : objects) {
-    VQJsonObject* object = tree.SearchName(KZString(name));
-    if (object == nullptr) continue;
-    AddOtherButtons(update, *object);
+  const std::vector<VQJsonObject*> found = FindObjects(tree, objects);
+  Told told{{found.begin(), found.end()}, {}};
+  for (VQJsonObject* object : found) {
+    AddOtherButtons(update, *object, told);
     const WithError with(*object, error);
     update.AddWhole(*object);
   }
@@ -90,11 +100,9 @@ KZString TreesWord(VQJsonResource& tree, const std::vector<std::string>& objects
 
 KZString ErrorTakenBack(VQJsonResource& tree, const std::vector<std::string>& objects) {
   UpdateText update;
-  for (const std::string& name : objects) {
-    VQJsonObject* object = tree.SearchName(KZString(name));
-    if (object == nullptr) continue;
+  for (VQJsonObject* object : FindObjects(tree, objects)) {
     const KZString error = object->HasKey(kError) ? object->GetValue(kError).GetString() : "";
-    update.AddOne(name, kError, error);
+    update.AddOne(object->mName, kError, error);
   }
   return update.Text();
 }

@@ -10,8 +10,8 @@
 
 namespace dorn::site {
 
-// The objects as the tree holds them, with the buttons that a radio button switches, and with
-// `error` as their "Error". Empty if the tree has none of them.
+// The objects as the tree holds them, with `error` as their "Error", and the other buttons of the
+// group for a radio button; each once. Empty if the tree has none of them.
 KZString TreesWord(VQJsonResource& tree, const std::vector<std::string>& objects,
                    const char* error);
 

@@ -128,6 +128,31 @@ TEST_F(EchoTest, IsToldWhenItHasFetchedTheTreeMeanwhile) {
   EXPECT_THAT(Take(mine), Contains(HasSubstr(R"("Value":"2")")));
 }
 
+// A change that was made before the tree had the object here.
+TEST_F(EchoTest, IsToldOfAnObjectThatWasAddedMeanwhile) {
+  StartSite();
+  Station mine = Enter("u1");
+  TheDialog().apply = [](Panel& panel, const Panel::Change& change) {
+    VQJsonResource& tree = *panel.GetResourceShare();
+    if (change.command->mObjectList.at(0)->mName == "a") {
+      auto added = std::make_unique<VQJsonObject>(&tree);
+      added->SetValue("Name", "new", 0, "");
+      added->SetValue("Value", "1", 0, "");
+      if (tree.AddObject(added.get(), -1)) static_cast<void>(added.release());
+    } else {
+      panel.UpdateResource(change.command, &tree, change.mark);
+    }
+  };
+  mCarrier->SetCut(true);
+  Set(mine, "a", "2");
+  Set(mine, "new", "2");
+  mCarrier->LetFirstThrough();
+  Pass();
+  EXPECT_THAT(Take(mine), Contains(HasSubstr(R"("ADD")")));
+  Wait(3000);
+  EXPECT_THAT(Take(mine), Contains(HasSubstr(R"("Value":"2")")));
+}
+
 TEST_F(EchoTest, WhatTheDialogPutsRightIsSentToTheStationToo) {
   StartSite();
   Station mine = Enter("u1");

@@ -17,6 +17,21 @@ class OutcomeTest : public HostTest {
     HostTest::SetUp();
     mOptions.statusObject = "none";
   }
+
+  // In the dialog of a host that takes no changes yet.
+  Station EnterEarly() {
+    StartSite(false);
+    app.CreateSession("S1", 0);
+    app.mStationSocket.SetFDStatus(KZFdData::kStatusActive);
+    app.mStationSocket.AddEvent();
+    Station station = Connect();
+    Tell(station, R"({"Command":"KEEPALIVE"})");
+    VQClientSocket* client = Find("");
+    EXPECT_NE(nullptr, client);
+    client->Authentication("S1");
+    client->mDialogName = "panel";
+    return station;
+  }
 };
 
 TEST_F(OutcomeTest, IsPendingAfterTwoSecondsForItsStationAlone) {
@@ -95,20 +110,60 @@ TEST_F(OutcomeTest, TellsTheOtherRadioButtonsToo) {
 }
 
 TEST_F(OutcomeTest, IsRefusedAtOnceWhenTheHostDoesNotServe) {
-  StartSite(false);
-  app.CreateSession("S1", 0);
-  app.mStationSocket.SetFDStatus(KZFdData::kStatusActive);
-  app.mStationSocket.AddEvent();
-  Station mine = Connect();
-  Tell(mine, R"({"Command":"KEEPALIVE"})");
-  VQClientSocket* client = Find("");
-  ASSERT_NE(nullptr, client);
-  client->Authentication("S1");
-  client->mDialogName = "panel";
+  Station mine = EnterEarly();
   Set(mine, "a", "2");
   EXPECT_THAT(Take(mine),
               ElementsAre(AllOf(HasSubstr(R"("Value":"1")"), HasSubstr(R"("Error":"refused")"))));
   EXPECT_EQ("1", Value("a"));
+}
+
+// Names are the station's to make up: they would be kept for as long as it stays.
+TEST_F(OutcomeTest, ForgetsRefusedNamesThatTheTreeDoesNotHave) {
+  Station mine = EnterEarly();
+  Set(mine, "new", "2");
+  EXPECT_THAT(Take(mine), IsEmpty());
+  VQJsonResource& tree = *TheDialog().GetResourceShare();
+  auto added = std::make_unique<VQJsonObject>(&tree);
+  added->SetValue("Name", "new", 0, "");
+  if (tree.AddObject(added.get(), 0)) static_cast<void>(added.release());
+  Tell(mine, R"({"Command":"CHANGE","DialogName":"panel"})");
+  EXPECT_THAT(Take(mine), ElementsAre(HasSubstr(R"("new")")));
+}
+
+TEST_F(OutcomeTest, TellsEachObjectOnceHoweverOftenTheStationNamesIt) {
+  StartSite();
+  Station mine = Enter("u1");
+  mCarrier->SetCut(true);
+  Tell(mine, R"({"Command":"CONDITION","Objects":[{"Name":"r2","Attr":"ON"},{"Name":"r2"},)"
+             R"({"Name":"r1"},{"Name":"g"},{"Name":"a"},{"Name":"r2","Attr":"ON"}]})");
+  Wait(2500);
+  const std::vector<std::string> told = Take(mine);
+  ASSERT_EQ(1U, told.size());
+  for (const char* name : {"r1", "r2", "g", "a"}) {
+    const std::string text = R"("Name":")" + std::string(name) + '"';
+    const std::size_t first = told[0].find(text);
+    EXPECT_NE(std::string::npos, first) << text;
+    EXPECT_EQ(std::string::npos, told[0].find(text, first + 1)) << text;
+  }
+}
+
+TEST_F(OutcomeTest, TellsEachOtherRadioButtonOnce) {
+  StartSite();
+  Station mine = Enter("u1");
+  auto* group =
+      dynamic_cast<VQJsonRadioButtonGroup*>(TheDialog().GetResourceShare()->SearchName("g"));
+  ASSERT_NE(nullptr, group);
+  auto third = std::make_unique<VQJsonRadioButtonObject>(group);
+  third->SetValue("Name", "r3", 0, "");
+  if (group->AddObject(third.get(), 0)) static_cast<void>(third.release());
+  mCarrier->SetCut(true);
+  Tell(mine, R"({"Command":"CONDITION","Objects":[{"Name":"g"},{"Name":"r1"},{"Name":"r2"}]})");
+  Wait(2500);
+  const std::vector<std::string> told = Take(mine);
+  ASSERT_EQ(1U, told.size());
+  const std::size_t first = told[0].find(R"("r3")");
+  ASSERT_NE(std::string::npos, first);
+  EXPECT_EQ(std::string::npos, told[0].find(R"("r3")", first + 1));
 }
 
 TEST_F(OutcomeTest, IsRefusedWhenAThousandWait) {
