@@ -47,4 +47,9 @@ std::vector<std::string> NamesIn(const VQJsonCommand& command) {
   return names;
 }
 
+void NameChangedObjects(VQJsonObject& tree) {
+  if (!tree.mDirty.empty() && !tree.mName.empty()) tree.mList.try_emplace("Name");
+  ForEachChild(tree, [](VQJsonObject& child) { NameChangedObjects(child); });
+}
+
 }  // namespace dorn::site

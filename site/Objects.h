@@ -28,6 +28,10 @@ std::vector<std::string> KnownNames(VQJsonObject& tree, const std::vector<std::s
 // Of the objects that a command is about, as it says them.
 std::vector<std::string> NamesIn(const VQJsonCommand& command);
 
+// Gives each changed object that has a name the attribute "Name" as well. The update for stations
+// does so as it is written: a host without stations would come to differ from the others.
+void NameChangedObjects(VQJsonObject& tree);
+
 }  // namespace dorn::site
 
 #endif  // SITE_OBJECTS_H_

@@ -112,6 +112,7 @@ void SiteBody::Apply(Sequence /*sequence*/, const site::Change& change,
   } else {
     dialog->OnApply(told);
   }
+  NameChangedObjects(*dialog->GetResourceShare());
   mChanged.insert(change.dialog);
   // Only one deletion is recorded.
   if (HasDeletion(*dialog->GetResourceShare())) SendChanges(*dialog);

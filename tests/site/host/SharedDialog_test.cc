@@ -1,6 +1,7 @@
 // What a dialog that all hosts share gets to do, and what becomes of it.
 #include "tests/site/host/HostTest.h"
 
+#include "site/core/TreeCodec.h"
 #include "tests/support/CapturedStdout.h"
 
 namespace {
@@ -31,6 +32,26 @@ TEST_F(SharedDialogTest, StartsOnlyWithDialogsThatAreShared) {
     dorn::site::SiteBody site(app, mOptions, std::move(carrier), [this] { return mNow; });
     EXPECT_FALSE(site.Start()) << name;
   }
+}
+
+// An update completes the objects that it writes; hosts without stations write none.
+TEST_F(SharedDialogTest, TheTreeIsTheSameWithStationsAndWithout) {
+  StartSite();
+  OtherHost& other = Join();
+  Wait(300);
+  VQJsonResource& tree = *TheDialog().GetResourceShare();
+  tree.SearchName("a")->mList.erase("Name");
+  const std::string before = dorn::site::EncodeTree(tree);
+  other.Set("a", "Value", "2");
+  Wait(300);
+  ASSERT_EQ("2", Value("a"));
+  const std::string without = dorn::site::EncodeTree(tree);
+  ASSERT_TRUE(dorn::site::DecodeTree(before, tree));
+  Station station = Enter("u1");
+  other.Set("a", "Value", "2");
+  Wait(300);
+  EXPECT_THAT(Take(station), Contains(HasSubstr(R"("Value":"2")")));
+  EXPECT_EQ(without, dorn::site::EncodeTree(tree));
 }
 
 TEST_F(SharedDialogTest, ADialogThatWasNotNamedTakesNothing) {
