@@ -1,5 +1,6 @@
 #include "site/core/TreeCodec.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <typeinfo>
 #include <unordered_map>
@@ -62,6 +63,9 @@ Class ClassOf(const VQJsonObject& object) {
 
 class TreeWriter {
  public:
+  // Null pointers in lists are written in trees, not in commands.
+  explicit TreeWriter(bool writesNone) : mWritesNone(writesNone) {}
+
   std::string Write(const VQJsonObject& root);
 
  private:
@@ -70,6 +74,7 @@ class TreeWriter {
   void PutTable(const VQJsonGrid& grid);
   void PutList(const VQJsonObjectHasList& group);
 
+  const bool mWritesNone;
   ByteWriter mOut;
   ValueWriter mValues{mOut};
   std::vector<std::pair<const VQJsonObject*, Class>> mObjects;
@@ -122,10 +127,13 @@ void TreeWriter::PutTable(const VQJsonGrid& grid) {
 
 void TreeWriter::PutList(const VQJsonObjectHasList& group) {
   mOut.Put(group.mListKey);
-  mOut.Put(static_cast<std::uint32_t>(group.mObjectList.size()));
+  std::vector<Place> children;
   for (const VQJsonObject* child : group.mObjectList) {
-    mOut.Put(child != nullptr ? mPlaces.at(child) : Place{0});
+    if (child == nullptr && !mWritesNone) continue;
+    children.push_back(child != nullptr ? mPlaces.at(child) : Place{0});
   }
+  mOut.Put(static_cast<std::uint32_t>(children.size()));
+  for (const Place child : children) mOut.Put(child);
 }
 
 // One object as it was read; nothing of the tree is touched before all are known to be sound.
@@ -151,6 +159,9 @@ class TreeReader {
 
   // The root, which must be of that class, is the first of the nodes.
   bool Read(Class root);
+
+  // Whether no list has a null pointer.
+  bool IsWhole() const;
 
   std::vector<Node>& Nodes() { return mNodes; }
   const Order& ParentsFirst() const { return mParentsFirst; }
@@ -194,6 +205,12 @@ bool TreeReader::Read(Class root) {
     if (!Ascend(i)) return false;
   }
   return true;
+}
+
+bool TreeReader::IsWhole() const {
+  return std::all_of(mNodes.begin(), mNodes.end(), [](const Node& node) {
+    return std::find(node.children.begin(), node.children.end(), 0U) == node.children.end();
+  });
 }
 
 void TreeReader::Get(Node& node) {
@@ -324,7 +341,7 @@ void Build(TreeReader& reader, VQJsonObjectHasList& root) {
 
 }  // namespace
 
-std::string EncodeTree(const VQJsonResource& tree) { return TreeWriter().Write(tree); }
+std::string EncodeTree(const VQJsonResource& tree) { return TreeWriter(true).Write(tree); }
 
 bool DecodeTree(std::string_view bytes, VQJsonResource& tree) {
   TreeReader reader(bytes);
@@ -337,11 +354,11 @@ bool DecodeTree(std::string_view bytes, VQJsonResource& tree) {
   return true;
 }
 
-std::string EncodeCommand(const VQJsonCommand& command) { return TreeWriter().Write(command); }
+std::string EncodeCommand(const VQJsonCommand& command) { return TreeWriter(false).Write(command); }
 
 std::unique_ptr<VQJsonCommand> DecodeCommand(std::string_view bytes) {
   TreeReader reader(bytes);
-  if (!reader.Read(Class::kCommand)) return nullptr;
+  if (!reader.Read(Class::kCommand) || !reader.IsWhole()) return nullptr;
   auto command = std::make_unique<VQJsonCommand>(reader.Nodes().front().name);
   Build(reader, *command);
   return command;

@@ -34,9 +34,10 @@ std::string EncodeTree(const VQJsonResource& tree);
 // destroyed otherwise.
 bool DecodeTree(std::string_view bytes, VQJsonResource& tree);
 
+// As EncodeTree(), but null pointers in lists are left out: dialogs do not expect them in commands.
 std::string EncodeCommand(const VQJsonCommand& command);
 
-// Null when the bytes are broken.
+// Null when the bytes are broken, or a list has a null pointer.
 std::unique_ptr<VQJsonCommand> DecodeCommand(std::string_view bytes);
 
 }  // namespace dorn::site

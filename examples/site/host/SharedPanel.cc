@@ -38,6 +38,7 @@ void SharedPanel::OnApply(const Change& change) {
 // As VQDialog does, but for what stations may not change: that is sent as the host has it.
 void SharedPanel::Operate(const Change& change) {
   for (VQJsonObject* source : change.command->mObjectList) {
+    if (source == nullptr) continue;
     VQJsonObject* target = GetResourceShare()->SearchName(source->mName);
     if (target == nullptr) continue;
     for (const auto& [key, value] : source->GetObject()) {

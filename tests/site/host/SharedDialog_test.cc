@@ -54,6 +54,15 @@ TEST_F(SharedDialogTest, TheTreeIsTheSameWithStationsAndWithout) {
   EXPECT_EQ(without, dorn::site::EncodeTree(tree));
 }
 
+// No station sends it, and dialogs look at each child of a command.
+TEST_F(SharedDialogTest, ACommandIsWrittenWithoutNullChildren) {
+  VQJsonCommand command("CONDITION");
+  command.mObjectList.push_back(nullptr);
+  const auto read = dorn::site::DecodeCommand(dorn::site::EncodeCommand(command));
+  ASSERT_NE(nullptr, read);
+  EXPECT_THAT(read->mObjectList, IsEmpty());
+}
+
 TEST_F(SharedDialogTest, ADialogThatWasNotNamedTakesNothing) {
   StartSite();
   Station station = Enter("u1", "second");
