@@ -94,6 +94,7 @@ class SiteBody final : public SharedState, public NodeListener {
   bool WatchDescriptors();
   void Work();
   void AskForWork();
+  void TellInapplicable(const std::string& dialog);
   void SendAll();
   void SendChanges(SharedDialog& dialog);
   void TellOrigins();
@@ -119,7 +120,8 @@ class SiteBody final : public SharedState, public NodeListener {
   OwnChanges mOwn;
   StationErrors mErrors;
 
-  std::set<std::string> mChanged;  // Dialogs with something to send.
+  std::set<std::string> mChanged;       // Dialogs with something to send.
+  std::set<std::string> mInapplicable;  // Whose changes cannot be applied here: told once.
   std::vector<Applied> mApplied;
   bool mIsServing = false;
   bool mIsLogAway = false;

@@ -1,4 +1,5 @@
 // What happens to changes, on their way to the log and back to the stations.
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
@@ -88,10 +89,7 @@ void SiteBody::Apply(Sequence /*sequence*/, const site::Change& change,
   std::optional<OwnChange> own = mine.has_value() ? mOwn.Take(*mine) : std::nullopt;
   SharedDialog* dialog = Find(change.dialog);
   std::unique_ptr<VQJsonCommand> command = DecodeCommand(change.command);
-  if (dialog == nullptr || command == nullptr) {
-    OnWord("a change of dialog \"" + change.dialog + "\" cannot be applied here");
-    return;
-  }
+  if (dialog == nullptr || command == nullptr) return TellInapplicable(change.dialog);
   SharedDialog::Change told;
   told.command = command.get();
   told.time.tv_sec = change.timeUs / kUsPerSecond;
@@ -117,6 +115,14 @@ void SiteBody::Apply(Sequence /*sequence*/, const site::Change& change,
   // Only one deletion is recorded.
   if (HasDeletion(*dialog->GetResourceShare())) SendChanges(*dialog);
   if (own.has_value()) mApplied.push_back({std::move(*own), std::move(command), std::move(told)});
+}
+
+// Once for each name, and not for ever more names: each change would be a line.
+void SiteBody::TellInapplicable(const std::string& dialog) {
+  constexpr std::size_t kNames = 100;
+  if (mInapplicable.size() >= kNames || !mInapplicable.insert(dialog).second) return;
+  OnWord("a change of dialog \"" + dialog +
+         "\" cannot be applied here: start all hosts with the same dialogs and version");
 }
 
 void SiteBody::SendAll() {

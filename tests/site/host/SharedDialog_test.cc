@@ -1,6 +1,9 @@
 // What a dialog that all hosts share gets to do, and what becomes of it.
 #include "tests/site/host/HostTest.h"
 
+#include <algorithm>
+
+#include "site/core/Bytes.h"
 #include "site/core/TreeCodec.h"
 #include "tests/support/CapturedStdout.h"
 
@@ -61,6 +64,34 @@ TEST_F(SharedDialogTest, ACommandIsWrittenWithoutNullChildren) {
   const auto read = dorn::site::DecodeCommand(dorn::site::EncodeCommand(command));
   ASSERT_NE(nullptr, read);
   EXPECT_THAT(read->mObjectList, IsEmpty());
+}
+
+TEST_F(SharedDialogTest, ChangesThatCannotBeAppliedAreToldOnceForEachDialog) {
+  StartSite();
+  // A command of no attributes, whose only child is none.
+  dorn::site::ByteWriter bytes;
+  bytes.Put(std::uint32_t{1});
+  bytes.Put(static_cast<unsigned char>(5));
+  for (int i = 0; i < 4; ++i) bytes.Put(0);  // Tag, parent, name and members.
+  bytes.Put("Objects");
+  for (const std::uint32_t number : {1U, 0U}) bytes.Put(number);
+  dorn::site::Change broken;
+  broken.dialog = "panel";
+  broken.command = bytes.Take();
+  dorn::site::Change unknown;
+  unknown.dialog = "elsewhere";
+  unknown.command = dorn::site::EncodeCommand(VQJsonCommand("CONDITION"));
+  int applied = 0;
+  TheDialog().apply = [&applied](Panel&, const Panel::Change&) { ++applied; };
+  testing::internal::CaptureStderr();
+  for (int i = 0; i < 3; ++i) {
+    mSite->Apply(1, broken, std::nullopt);
+    mSite->Apply(1, unknown, std::nullopt);
+  }
+  const std::string told = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(0, applied);
+  EXPECT_EQ(2, std::count(told.begin(), told.end(), '\n')) << told;
+  EXPECT_THAT(told, AllOf(HasSubstr(R"("panel")"), HasSubstr(R"("elsewhere")")));
 }
 
 TEST_F(SharedDialogTest, ADialogThatWasNotNamedTakesNothing) {
