@@ -19,7 +19,10 @@ namespace dorn::site {
 // known that it was accepted.
 //
 // A dialog loads its shared tree in OnInit(), with LoadJsonShare(), and sends it in OnChange(),
-// with SendSnapshot(). Per-session trees stay what they are: each lives on one host.
+// with SendSnapshot(). Per-session trees stay what they are: each lives on one host. The shared
+// tree is to have objects of the library's classes only. It is written down and read back, by the
+// keeper's snapshots and in debug builds at each change: an object of a host's own class comes back
+// as one of the library's class that it derives from, without what it had beside.
 //
 // A station whose change is not known to be accepted after two seconds is shown what the tree
 // holds, with "Error" "pending" at each object of the change; the same with "refused" if it will
