@@ -1,9 +1,8 @@
 #include "site/NatsCarrier.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "site/nats/NatsTransport.h"
@@ -31,18 +30,13 @@ class NatsCarrier final : public Carrier {
   NatsTransport mTransport;
 };
 
-// It becomes part of the names of streams and subjects.
-bool IsName(const std::string& name) {
-  return !name.empty() && std::all_of(name.begin(), name.end(), [](unsigned char c) {
-    return std::isalnum(c) != 0 || c == '-' || c == '_';
-  });
-}
-
 }  // namespace
 
 std::unique_ptr<Carrier> MakeNatsCarrier(const SiteOptions& options) {
-  if (!IsName(options.name)) {
-    std::fputs("dorn-site: a site's name has letters, digits, '-' and '_'\n", stderr);
+  if (!IsSiteName(std::string_view(options.name))) {
+    std::fputs(
+        "dorn-site: a site's name has letters, digits, '-' and '_', and does not end in _SNAP\n",
+        stderr);
     return nullptr;
   }
   if (options.brokers.empty()) {

@@ -22,7 +22,8 @@ namespace dorn::site {
 inline constexpr std::size_t kMostSessionData = 4096;
 
 struct SiteOptions {
-  // The same on all hosts of the site: letters, digits, '-' and '_'.
+  // The same on all hosts of the site: letters, digits, '-' and '_', without "_SNAP" at its
+  // end.
   KZString name;
 
   // Where the log is, such as "nats://10.0.0.1:4222"; all of the site's brokers.

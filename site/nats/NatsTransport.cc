@@ -1,5 +1,7 @@
 #include "site/nats/NatsTransport.h"
 
+#include <algorithm>
+#include <cctype>
 #include <utility>
 
 #include "site/nats/Broker.h"
@@ -32,6 +34,15 @@ class Teller {
 };
 
 }  // namespace
+
+bool IsSiteName(std::string_view name) {
+  const auto ends = [name](std::string_view end) {
+    return name.size() >= end.size() && name.substr(name.size() - end.size()) == end;
+  };
+  return !name.empty() && !ends("_SNAP") &&
+         std::all_of(name.begin(), name.end(),
+                     [](unsigned char c) { return std::isalnum(c) != 0 || c == '-' || c == '_'; });
+}
 
 NatsTransport::NatsTransport(const NatsOptions& options)
     : mExchange(Exchange::Make(options.maxWaiting, options.maxWaitingBytes)),

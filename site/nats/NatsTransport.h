@@ -20,8 +20,12 @@
 
 namespace dorn::site {
 
+// Letters, digits, '-' and '_'; not "_SNAP" at its end, which would make its log the snapshots of
+// another site.
+bool IsSiteName(std::string_view name);
+
 struct NatsOptions {
-  std::string site;                  // Letters, digits, '-' and '_'.
+  std::string site;                  // As IsSiteName() says.
   std::vector<std::string> servers;  // Such as nats://10.0.0.1:4222, or tls:// with TLS.
   int replicas = 1;                  // Of streams that are made: 1, 3 or 5.
 

@@ -18,6 +18,15 @@ using testing::Pair;
 
 std::string SomeManifest(Sequence mark) { return Encode(Manifest{1, mark, {}, 5, 1, {}}); }
 
+TEST(NatsTransportTest, NoSiteIsNamedAsAnothersSnapshots) {
+  for (const char* name : {"plant", "Plant-1_b", "SNAP", "x_SNAP_1", "x_snap"}) {
+    EXPECT_TRUE(IsSiteName(name)) << name;
+  }
+  for (const char* name : {"", "x_SNAP", "_SNAP", "a b", "a.b", "a*"}) {
+    EXPECT_FALSE(IsSiteName(name)) << name;
+  }
+}
+
 TEST(NatsTransportTest, WhatOneHostPublishesComesToAllInOneOrder) {
   NatsServer server;
   NatsHost one(OptionsFor(server));
