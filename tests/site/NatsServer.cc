@@ -58,7 +58,13 @@ void NatsServer::Kill() {
 
 void NatsServer::Start() { Launch(); }
 
-void NatsServer::Pause() { kill(mProcess, SIGSTOP); }
+// Until it stands still: what it was about to answer is answered.
+void NatsServer::Pause() {
+  kill(mProcess, SIGSTOP);
+  int status = 0;
+  EXPECT_EQ(waitpid(mProcess, &status, WUNTRACED), mProcess);
+  EXPECT_TRUE(WIFSTOPPED(status));
+}
 
 void NatsServer::Resume() { kill(mProcess, SIGCONT); }
 

@@ -35,7 +35,7 @@ class Band {
     for (int j = 0; j <= std::min(most, columns); ++j) band.At(j + most) = j;
     return band;
   }
-  int& At(int d) { return mCells[static_cast<std::size_t>(d + 1)]; }
+  int& At(int d) { return mCells[static_cast<std::size_t>(d) + 1]; }
 
  private:
   std::array<int, 2 * kMostMistakes + 3> mCells;
