@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "Machinery.h"
 #include "PumphouseApp.h"
 
 namespace {
@@ -58,7 +59,7 @@ bool PanelDialog::HasStation(const KZString& sessionId) const {
 
 void PanelDialog::OnCondition(VQClientSocket* client, VQJsonCommand* command) {
   UpdateResourceShare(command, client->GetSessionId());
-  ShowMachinery();
+  ShowMachinery(mStation, *GetResourceShare());
   SendUpdateShareToAll(false);
 }
 
@@ -87,7 +88,7 @@ void PanelDialog::OnTouch(VQClientSocket* client, VQJsonObject* touched, KZStrin
   }
   if (touched->mName == "off" && action == "CLICK") SwitchOff();
   if (action == "CLICK") SwitchPumps(touched->mName);
-  ShowMachinery();
+  ShowMachinery(mStation, *GetResourceShare());
   SendUpdateShareToAll(false);
 }
 
@@ -103,7 +104,7 @@ void PanelDialog::SwitchPumps(const KZString& button) {
 // The host switches the radio button itself, and with it the others off.
 void PanelDialog::SwitchOff() {
   mStation.SetMode(PumpStation::Mode::kOff);
-  Show("Attr", "ON", "mode_off");
+  GetResourceShare()->SetValueByName("Attr", "ON", "mode_off", -1, "");
 }
 
 void PanelDialog::OnTimer(timeval, unsigned int id) {
@@ -112,31 +113,12 @@ void PanelDialog::OnTimer(timeval, unsigned int id) {
   const bool highWater = mStation.LevelCm() > PumpStation::kAlarmLevelCm;
   if (highWater && !mHighWater) mAlarms.Raise("ALARM", "high water");
   mHighWater = highWater;
-  ShowMachinery();
+  ShowMachinery(mStation, *GetResourceShare());
   SendUpdateShareToAll(false);
 }
 
 // With a shared tree the dialog lives as long as the server; this is for a host that removes it.
 void PanelDialog::OnFinal() { app.SetTimerData(0, kTickTimer, mDialogName, 0); }
-
-void PanelDialog::Show(const char* key, const VQValue& value, const KZString& name) {
-  // No session made this change, so every station gets it.
-  GetResourceShare()->SetValueByName(key, value, name, -1, "");
-}
-
-void PanelDialog::ShowMachinery() {
-  Show("Value", mStation.LevelCm(), "level");
-  Show("Value", mStation.FlowLitresPerSecond(), "flow");
-  const char* isManual = mStation.GetMode() == PumpStation::Mode::kManual ? "ON" : "OFF";
-  for (std::size_t pump = 0; pump < PumpStation::kPumps; ++pump) {
-    const std::string prefix = "pump" + std::to_string(pump + 1);
-    const bool isRunning = mStation.IsRunning(pump);
-    Show("Value", isRunning ? "RUNNING" : "STOPPED", prefix + "_state");
-    Show("State", isRunning ? "NORMAL" : "OFF", prefix + "_state");
-    Show("Enabled", isManual, prefix + "_start");
-    Show("Enabled", isManual, prefix + "_stop");
-  }
-}
 
 // Each operator at the panel is an object of its own, so the stations receive ADD and DELETE.
 void PanelDialog::AddOperator(const KZString& sessionId) {

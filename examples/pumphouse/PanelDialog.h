@@ -25,8 +25,6 @@ class PanelDialog : public VQDialog, private dorn::Observer {
   void OnSessionEnd(const KZString& sid) override;
 
   bool HasStation(const KZString& sessionId) const;
-  void Show(const char* key, const VQValue& value, const KZString& name);
-  void ShowMachinery();
   void SwitchPumps(const KZString& button);
   void SwitchOff();
   void AddOperator(const KZString& sessionId);

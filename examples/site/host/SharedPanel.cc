@@ -3,6 +3,8 @@
 #include <array>
 #include <string>
 
+#include "Machinery.h"
+
 namespace {
 
 // What stations may change: the modes, but "mode_off", to which a button leads that asks first.
@@ -32,7 +34,7 @@ void SharedPanel::OnApply(const Change& change) {
     Operate(change);
     Touch(change);
   }
-  ShowMachinery();
+  ShowMachinery(mStation, *GetResourceShare());
 }
 
 // As VQDialog does, but for what stations may not change: that is sent as the host has it.
@@ -60,7 +62,7 @@ void SharedPanel::Touch(const Change& change) {
   const KZString button = change.command->GetValue("ActionName").GetString();
   if (button == "off") {
     mStation.SetMode(PumpStation::Mode::kOff);
-    Show("Attr", "ON", "mode_off");
+    GetResourceShare()->SetValueByName("Attr", "ON", "mode_off", -1, "");
   }
   for (std::size_t pump = 0; pump < PumpStation::kPumps; ++pump) {
     const std::string prefix = "pump" + std::to_string(pump + 1);
@@ -84,22 +86,4 @@ void SharedPanel::OnLoad(dorn::site::Reader& in) {
   for (bool& pump : running) pump = in.ReadBool();
   const auto levelCm = static_cast<int>(in.ReadInt());
   if (in.IsSound()) mStation.Restore(mode, running, levelCm);
-}
-
-void SharedPanel::Show(const char* key, const VQValue& value, const KZString& name) {
-  GetResourceShare()->SetValueByName(key, value, name, -1, "");
-}
-
-void SharedPanel::ShowMachinery() {
-  Show("Value", mStation.LevelCm(), "level");
-  Show("Value", mStation.FlowLitresPerSecond(), "flow");
-  const char* isManual = mStation.GetMode() == PumpStation::Mode::kManual ? "ON" : "OFF";
-  for (std::size_t pump = 0; pump < PumpStation::kPumps; ++pump) {
-    const std::string prefix = "pump" + std::to_string(pump + 1);
-    const bool isRunning = mStation.IsRunning(pump);
-    Show("Value", isRunning ? "RUNNING" : "STOPPED", KZString(prefix + "_state"));
-    Show("State", isRunning ? "NORMAL" : "OFF", KZString(prefix + "_state"));
-    Show("Enabled", isManual, KZString(prefix + "_start"));
-    Show("Enabled", isManual, KZString(prefix + "_stop"));
-  }
 }

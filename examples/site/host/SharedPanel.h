@@ -18,8 +18,6 @@ class SharedPanel : public dorn::site::SharedDialog {
  private:
   void Operate(const Change& change);
   void Touch(const Change& change);
-  void Show(const char* key, const VQValue& value, const KZString& name);
-  void ShowMachinery();
 
   PumpStation mStation;  // Simulated by the host that keeps the site, for all of them.
   long mProposedAt = 0;  // The second in which this host has let the last one pass.
