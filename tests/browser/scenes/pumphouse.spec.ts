@@ -1,4 +1,5 @@
 // The pumping station as an operator works with it.
+import {choose, isAccessible, themes, type Theme} from '../support/looks';
 import {expect, isSettled, object, part, test, typeLogIn, valueOf} from '../support/test';
 import type {Page} from '../support/test';
 
@@ -75,4 +76,26 @@ test('the level has its limits', async ({page, gateway}) => {
   await atPanel(page, gateway.address);
   await expect(object(page, 'level')).toHaveAttribute('data-state', 'NORMAL');
   await expect(part(object(page, 'level'), 'unit')).toHaveText('cm');
+});
+
+test('every screen is accessible in every theme', async ({page, gateway}) => {
+  test.slow();
+  const look = async (screen: string) => {
+    await isSettled(page);
+    for (const theme of Object.keys(themes) as Theme[]) {
+      await choose(page, theme);
+      await isAccessible(page, `${screen}, ${theme}`);
+    }
+  };
+  await atPanel(page, gateway.address);
+  await inPump(page, 1, 'Start').click();
+  await expect(valueOf(page, 'pump1_state')).toHaveText('RUNNING');
+  await look('panel');
+  await page.locator('nav [data-dialog="notes"]').click();
+  await expect(page.getByRole('textbox', {name: 'Note'})).toBeVisible();
+  await look('notes');
+  await page.getByRole('button', {name: 'To the panel'}).click();
+  await page.getByRole('button', {name: 'How it works'}).click();
+  await expect(page.getByRole('img', {name: 'Basin and pumps'})).toBeVisible();
+  await look('help');
 });
