@@ -22,20 +22,33 @@ local MAX_LOOKS = 1024                    -- At a text that does not end, in pie
 
 -- Texts -----------------------------------------------------------------------------------------
 
+-- What a character of several bytes begins with, and how many further ones it has.
+local BEGINNINGS = {
+  { "^[\194-\223][\128-\191]", 0 },
+  { "^\224[\160-\191]", 1 }, { "^\237[\128-\159]", 1 }, { "^[\225-\236\238\239][\128-\191]", 1 },
+  { "^\240[\144-\191]", 2 }, { "^\244[\128-\143]", 2 }, { "^[\241-\243][\128-\191]", 2 } }
+
+-- Behind the character at `at`, and whether it is one; else behind what may begin one.
+local function characterEnd(bytes, at)
+  for _, beginning in ipairs(BEGINNINGS) do
+    local _, last = bytes:find(beginning[1], at)
+    if last then
+      local further = #bytes:match("^[\128-\191]*", last + 1)
+      return last + 1 + math.min(further, beginning[2]), further >= beginning[2]
+    end
+  end
+  return at + 1, false
+end
+
 -- What is no UTF-8 becomes U+FFFD, as does a zero byte, at which Wireshark would end the text.
 local function clean(bytes)
   if not bytes:find("[\0\128-\255]") then return bytes end
   local out, at = {}, 1
   while at <= #bytes do
-    local good = bytes:match("^[\1-\127]+", at) or bytes:match("^[\194-\223][\128-\191]", at)
-      or bytes:match("^[\224-\239][\128-\191][\128-\191]", at)
-      or bytes:match("^[\240-\244][\128-\191][\128-\191][\128-\191]", at)
-    if good and (good:find("^\224[\128-\159]") or good:find("^\237[\160-\191]")
-        or good:find("^\240[\128-\143]") or good:find("^\244[\144-\191]")) then
-      good = nil
-    end
-    out[#out + 1] = good or "\239\191\189"
-    at = at + (good and #good or 1)
+    local behind, isGood = bytes:match("^[\1-\127]+()", at), true
+    if not behind then behind, isGood = characterEnd(bytes, at) end
+    out[#out + 1] = isGood and bytes:sub(at, behind - 1) or "\239\191\189"
+    at = behind
   end
   return table.concat(out)
 end
@@ -340,8 +353,8 @@ end
 
 -- The value, and whether the text is JSON; nil when it cannot be read.
 local function read(bytes)
-  local value = clean(bytes) == bytes and readAs(bytes, true)
-  if value then return value, true end
+  local value = readAs(bytes, true)
+  if value then return value, clean(bytes) == bytes end
   return readAs(bytes, false), false
 end
 
