@@ -1,38 +1,26 @@
 #!/usr/bin/env python3
 """prompt.py DORN-STATION HOST: dorn-station for somebody at a terminal."""
-import fcntl, os, pty, re, select, signal, struct, subprocess, sys, termios, time
+import os, re, signal, subprocess, sys, termios, time
 from hosts import PATIENCE, Host, Saying, fail, text, until
+from pseudo_terminal import PseudoTerminal
 
 station, host_program = sys.argv[1:3]
 SEQUENCE = re.compile(r"\x1b\[[0-9;]*[A-Za-z]")
 
 
-class Terminal:
+class Terminal(PseudoTerminal):
     """dorn-station on a terminal of its own."""
 
     def __init__(self, port, *arguments, columns=80, **environment):
-        self.master, self.slave = pty.openpty()
-        fcntl.ioctl(self.slave, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
-        self.modes = termios.tcgetattr(self.slave)
-        self.bytes = b""
         self.seen = 0
         names = dict(os.environ, TERM="xterm", NO_COLOR="1")
         names.update(environment)
         names = {key: value for key, value in names.items() if value is not None}
-        self.process = subprocess.Popen([station, "--port", str(port), *arguments], env=names, stdin=self.slave,
-                                        stdout=self.slave, stderr=self.slave, start_new_session=True,
-                                        preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
-
-    def read(self):
-        while select.select([self.master], [], [], 0)[0]:
-            self.bytes += os.read(self.master, 65536)
+        super().__init__([station, "--port", str(port), *arguments], width=columns, environment=names)
 
     def shown(self):
         self.read()
         return SEQUENCE.sub("", self.bytes.decode("utf-8", "replace")).replace("\r", "\n")
-
-    def type(self, keys):
-        os.write(self.master, keys.encode() if isinstance(keys, str) else keys)
 
     def expect(self, words):
         """Behind what was expected before."""
@@ -54,10 +42,10 @@ class Terminal:
             self.expect(words)
 
     def end(self, code):
-        got = self.process.wait(PATIENCE)
+        got = self.exit_code()
         if got != code:
             fail("ended with %d instead of %d: %r" % (got, code, self.shown()[-500:]))
-        if termios.tcgetattr(self.slave) != self.modes:
+        if self.attributes() != self.before:
             fail("the terminal is not as it was")
         self.read()
 
@@ -155,7 +143,7 @@ def endings(host):
     t = log_in(host)
     t.do("wait 100")
     t.expect("wait 100")
-    until(lambda: termios.tcgetattr(t.slave)[3] & termios.ISIG, "a terminal that interrupts")
+    until(lambda: t.attributes()[3] & termios.ISIG, "a terminal that interrupts")
     t.type("\x03")
     t.end(-signal.SIGINT)
     t = log_in(host)

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """terminal.py DORN-STATION: a terminal gets nothing of a host that it would obey; a pipe gets all."""
-import os, pty, subprocess, sys
-from scripted import PATIENCE, fail, host, run, text
+import subprocess, sys
+from scripted import fail, host, run, text
+from pseudo_terminal import PseudoTerminal
 
 station = sys.argv[1]
 said = b'{"Command":"ERROR","Message":"\x1b]0;owned\x07\x1b[2J\xc2\x9b\x9b\x7f \xe6\xb0\xb4"}'
@@ -16,19 +17,10 @@ done = run(station, host(tells), "--linger", "-1", "say hello")
 if said not in done.stdout:
     fail("through a pipe: %r" % done.stdout)
 
-ours, its = pty.openpty()
-process = subprocess.Popen([station, "--port", str(host(tells)), "--linger", "-1", "say hello"],
-                           stdin=subprocess.DEVNULL, stdout=its)
-os.close(its)
-got = b""
-while True:
-    try:
-        piece = os.read(ours, 4096)
-    except OSError:  # The program has ended.
-        break
-    if not piece:
-        break
-    got += piece
-process.wait(PATIENCE)
-if shown not in got or b"\x1b" in got:
+terminal = PseudoTerminal([station, "--port", str(host(tells)), "--linger", "-1", "say hello"],
+                          stdin=subprocess.DEVNULL)
+terminal.see(shown)
+terminal.exit_code()
+got = terminal.read()
+if b"\x1b" in got:
     fail("on a terminal: %r" % got)

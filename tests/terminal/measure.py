@@ -10,7 +10,7 @@ from stations import Host, RawTerminal
 
 def measured(what, program, arguments, host, prepare, keys, every, seconds, width=132, height=43):
     figures = tempfile.mktemp()
-    terminal = RawTerminal(program, [*arguments, "--figures", figures, "127.0.0.1:%d" % host.port], width, height)
+    terminal = RawTerminal(program, [*arguments, "--figures", figures, "127.0.0.1:%d" % host.port], width=width, height=height)
     terminal.see(b"online")
     prepare(terminal)
     end = time.monotonic() + seconds

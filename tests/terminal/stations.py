@@ -1,8 +1,9 @@
 """What the tests of dorn-terminal as a program need: hosts, terminals, time-outs."""
-import fcntl, os, pty, re, select, socket, struct, subprocess, sys, tempfile, termios, threading
+import os, re, socket, subprocess, sys, tempfile, threading
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
 from programs import Host, fail, until
+from pseudo_terminal import PseudoTerminal
 
 
 class Terminal:
@@ -45,54 +46,11 @@ class Terminal:
         self.tmux("kill-server")
 
 
-class RawTerminal:
-    """A program on a pseudo terminal of which every byte is seen; its own one, from which it gets signals, or not."""
+class RawTerminal(PseudoTerminal):
+    """dorn-terminal, or another program of the screen, without a tmux between."""
 
-    def __init__(self, program, arguments, width=80, height=24, locale="C.UTF-8", term="xterm-256color", is_its_own=True):
-        self.bytes = b""
-        self.code = None
-        self.master, self.slave = pty.openpty()
-        fcntl.ioctl(self.master, termios.TIOCSWINSZ, struct.pack("HHHH", height, width, 0, 0))
-        self.before = termios.tcgetattr(self.slave)
-        environment = dict(os.environ, LC_ALL=locale, TERM=term)
-
-        def lead():
-            os.setsid()
-            if is_its_own:
-                fcntl.ioctl(0, termios.TIOCSCTTY, 0)
-        self.process = subprocess.Popen([program, *arguments], stdin=self.slave, stdout=self.slave,
-                                        stderr=self.slave, env=environment, preexec_fn=lead)
-
-    def read(self):
-        """What has come so far."""
-        while self.master is not None and select.select([self.master], [], [], 0)[0]:
-            try:
-                self.bytes += os.read(self.master, 65536)
-            except OSError:
-                break
-        return self.bytes
-
-    def see(self, text):
-        until(lambda: text in self.read(), lambda: "%r in %r" % (text, self.bytes[-2000:]))
-
-    def type(self, data):
-        os.write(self.master, data)
-
-    def attributes(self):
-        return termios.tcgetattr(self.slave)
-
-    def exit_code(self, reads=True):
-        def code():
-            if reads:
-                self.read()
-            return self.process.poll() is not None
-        until(code, lambda: "the end of the terminal")
-        return self.process.returncode
-
-    def hang_up(self):
-        os.close(self.slave)
-        os.close(self.master)
-        self.master = None
+    def __init__(self, program, arguments, locale="C.UTF-8", term="xterm-256color", **more):
+        super().__init__([program, *arguments], environment=dict(os.environ, LC_ALL=locale, TERM=term), **more)
 
 
 class Proxy:
