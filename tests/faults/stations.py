@@ -1,11 +1,14 @@
 """Stations that write counters, come back when their connection ends, and note what they see and when."""
-import json, re, select, socket, threading, time
+import json, os, re, select, socket, sys, threading, time
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
+from programs import ComingBack
 
 REST = "s99:1"
 SILENCE = 0.1  # How long one waits for something to read before it looks whether it is time to write.
 
 
-class Station:
+class Station(ComingBack):
     """Writes 1, 2, 3 ... to the object of its name, as "NAME:NUMBER", a few times a second while it may."""
 
     def __init__(self, name, at, interval, seen):
@@ -16,17 +19,8 @@ class Station:
         self.session = None
         self.sessions_lost = 0
         self.may_write = threading.Event()
-        self.is_served = self.rests = self.ends = False
-        self.thread = threading.Thread(target=self.live, daemon=True)
-        self.thread.start()
-
-    def live(self):
-        while not self.ends:
-            try:
-                self.stay()
-            except OSError:
-                pass
-            time.sleep(0.05)
+        self.is_served = self.rests = False
+        super().__init__()
 
     def stay(self):
         with socket.create_connection(self.at, timeout=2) as line:

@@ -17,7 +17,7 @@ def comes_back(site, station, fault, what):
     gone = settled(site, station)
     before = len(station.served)
     began = time.monotonic()
-    site.hosts[gone].signal(fault)
+    site.hosts[gone].process.send_signal(fault)
     until(lambda: len(station.served) > before, "the station to be served again after " + what)
     print("%s: served again after %.2f s" % (what, station.served[before] - began))
     # A busy machine may have it moved once more; it ends up somewhere else, and the fault is seen.
@@ -36,7 +36,7 @@ def stopped():
         station = Station(site.proxy.port)
         gone = comes_back(site, station, signal.SIGSTOP, "SIGSTOP")
         began = time.monotonic()
-        site.hosts[gone].signal(signal.SIGCONT)
+        site.hosts[gone].process.send_signal(signal.SIGCONT)
         until(lambda: site.proxy.hosts()[gone][0].startswith("UP"), "the host to be taken back")
         print("SIGCONT: taken back after %.2f s" % (time.monotonic() - began))
 

@@ -1,46 +1,23 @@
 """What the tests of a proxy before hosts share: hosts, the proxy as examples/site sets it up, stations that come back."""
-import csv, getpass, grp, os, socket, subprocess, tempfile, threading, time
+import csv, getpass, grp, os, signal, socket, subprocess, sys, tempfile, time
 
-PATIENCE = 60 * float(os.environ.get("DORN_TEST_TIMEOUT_SCALE", "1"))
-
-
-def fail(why):
-    raise AssertionError(why)
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
+import programs
+from programs import PATIENCE, ComingBack, fail, until
 
 
-def until(condition, what):
-    """Waits until `condition()` gives something true, and returns it."""
-    end = time.monotonic() + PATIENCE
-    while not (got := condition()):
-        if time.monotonic() > end:
-            fail("waited in vain for " + what)
-        time.sleep(0.01)
-    return got
-
-
-class Host:
+class Host(programs.Host):
     """The pumphouse at a port that the system chooses; believes a proxy at 127.0.0.1."""
 
     def __init__(self, program, folder, name):
-        told = os.path.join(folder, name + ".told")
-        self.said = os.path.join(folder, name + ".said")
-        environment = dict(os.environ, DORN_STATION="127.0.0.1:0", DORN_STATION_FILE=told, PUMPHOUSE_PROXIES="127.0.0.1")
-        with open(self.said, "wb") as out:
-            self.process = subprocess.Popen([program], env=environment, cwd=os.path.dirname(program),
-                                            stdout=subprocess.DEVNULL, stderr=out, stdin=subprocess.DEVNULL)
-        until(lambda: os.path.exists(told) and ":" in open(told).read(), "a host to listen")
-        self.at = "127.0.0.1:" + open(told).read().rsplit(":", 1)[1].strip()
+        super().__init__(program, said=os.path.join(folder, name + ".said"), PUMPHOUSE_PROXIES="127.0.0.1")
         self.name = name
-
-    def signal(self, number):
-        self.process.send_signal(number)
 
     def log(self):
         return open(self.said, encoding="utf-8").read()
 
     def end(self):
-        self.process.kill()
-        self.process.wait()
+        self.stop(signal.SIGKILL)
 
 
 class Proxy:
@@ -84,22 +61,13 @@ class Proxy:
         self.process.wait()
 
 
-class Station:
+class Station(ComingBack):
     """Logs in, and again whenever its connection ends; notes when."""
 
     def __init__(self, port, address="127.0.0.1"):
         self.port, self.address = port, address
         self.served, self.lost = [], []
-        self.ends = False
-        threading.Thread(target=self.live, daemon=True).start()
-
-    def live(self):
-        while not self.ends:
-            try:
-                self.stay()
-            except OSError:
-                pass
-            time.sleep(0.05)
+        super().__init__()
 
     def stay(self):
         with socket.create_connection(("127.0.0.1", self.port), timeout=PATIENCE, source_address=(self.address, 0)) as line:
