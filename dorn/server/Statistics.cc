@@ -60,7 +60,7 @@ std::string Statistics::Text() const {
   AppendGauge(out, "sessions", "Sessions, the shared one included.", sessions);
   AppendGauge(out, "dialogs", "Dialogs.", dialogs);
   AppendGauge(out, "timers", "Timers that are waiting.", timers);
-  AppendGauge(out, "queued_bytes", "Bytes that wait for stations.", queuedBytes);
+  AppendGauge(out, "queued_bytes", "Bytes of memory that wait for stations.", queuedBytes);
   AppendCounter(out, "messages_in_total", "Messages from stations.", messagesIn);
   AppendCounter(out, "bytes_in_total", "Bytes of these messages.", bytesIn);
   AppendCounter(out, "messages_out_total", "Messages to stations.", messagesOut);
