@@ -56,6 +56,22 @@ finds script/extra 'a\tb\n' 'script/extra has tabs'
 finds dorn/base/B.cc 'auto a = u8"a";\n' 'dorn/base/B.cc has u8 literals'
 [ $failures = 0 ] || fail "$failures findings are missing"
 
+# What needs a build, where there is one: stand-ins for what looks at resource files and at the library.
+mkdir -p build/dev tests/lint tests/packaging stand-ins
+touch build/dev/build.ninja
+echo build >.gitignore
+for each in stand-ins/cmake stand-ins/ninja stand-ins/abidiff tests/lint/resources.sh tests/packaging/abi.sh; do
+  printf '#!/bin/sh\n' >$each
+  chmod +x $each
+done
+PATH=$PWD/stand-ins:$PATH
+script/check --no-tidy >/dev/null || fail "a sound tree that has been built is refused"
+finds tests/lint/resources.sh '#!/bin/sh\nexit 1\n' 'dorn-lint finds something'
+finds tests/packaging/abi.sh '#!/bin/sh\nexit 1\n' 'the binary interface has changed'
+finds stand-ins/cmake '#!/bin/sh\necho no rule\nexit 1\n' 'build/dev cannot be built: no rule'
+[ $failures = 0 ] || fail "$failures findings of what needs a build are missing"
+rm -r build
+
 rm dorn/server/A.cc
 script/check --no-tidy >/dev/null || fail "a deleted file is missed"
 
