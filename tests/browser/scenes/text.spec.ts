@@ -15,18 +15,20 @@ const texts = [
   '👍 café',
   '\\u0041 \\n',
 ];
-for (const text of texts) {
-  test(`typed: ${text}`, async ({open}) => {
-    const [one, two] = [await open(), await open()];
-    await box(one).fill(text);
-    await box(one).press('Enter');
-    await expect(object(one, 'name')).not.toHaveAttribute('aria-busy', 'true');
-    for (const page of [one, two]) await expect(box(page)).toHaveValue(text);
-    await one.reload();
-    await expect(box(one)).toHaveValue(text);
-    for (const page of [one, two]) {
-      await expect(object(page, 'code').getByRole('textbox')).toHaveValue('0000');
-      await expect(page.locator('[data-part="unreadable"]')).toBeHidden();
-    }
-  });
-}
+test('what is typed at one page is read at another', async ({open}) => {
+  const [one, two] = [await open(), await open()];
+  for (const text of texts) {
+    await test.step(`typed: ${text}`, async () => {
+      await box(one).fill(text);
+      await box(one).press('Enter');
+      await expect(object(one, 'name')).not.toHaveAttribute('aria-busy', 'true');
+      for (const page of [one, two]) await expect(box(page)).toHaveValue(text);
+      await one.reload();
+      await expect(box(one)).toHaveValue(text);
+      for (const page of [one, two]) {
+        await expect(object(page, 'code').getByRole('textbox')).toHaveValue('0000');
+        await expect(page.locator('[data-part="unreadable"]')).toBeHidden();
+      }
+    });
+  }
+});
