@@ -42,6 +42,29 @@ test('a new alarm is on the bar of every page, and leaves it when somebody has s
   }
 });
 
+test('the bar unfolds, acknowledges, and its sound stays turned off', async ({open}) => {
+  const page = await open('tables');
+  const line = (text: string) => bar(page).getByRole('listitem').filter({hasText: text});
+  for (const alarm of ['Alarm 3', 'Alarm 4']) {
+    await page.getByRole('button', {name: 'Raise an alarm'}).click();
+    await expect(line(alarm)).toBeVisible();
+  }
+  await expect(line('Alarm 3')).toBeHidden();
+  const unfold = bar(page).getByRole('button', {name: /^Show/});
+  await expect(unfold).toHaveAttribute('aria-expanded', 'false');
+  await unfold.click();
+  await expect(unfold).toHaveAttribute('aria-expanded', 'true');
+  await line('Alarm 3').getByRole('button', {name: ack}).click();
+  await expect(line('Alarm 3')).toHaveCount(0);
+  await expect(line('Alarm 4')).toBeVisible();
+  const sound = page.locator('[data-part="sound"]');
+  await expect(sound).toHaveAttribute('aria-pressed', 'true');
+  await sound.click();
+  await expect(sound).toHaveAttribute('aria-pressed', 'false');
+  await page.reload();
+  await expect(sound).toHaveAttribute('aria-pressed', 'false');
+});
+
 test('what is acknowledged is told by the key of its row', async ({open, host}) => {
   const page = await open('tables');
   await table(page, 'Alarms').getByRole('row').filter({hasText: 'Alarm 2'}).getByRole('button', {name: ack}).click();
