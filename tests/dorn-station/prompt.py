@@ -260,6 +260,22 @@ def lost(host):
     t.end(3)
 
 
+def namesakes(_):
+    """Objects of one name, or without any, are told each for itself."""
+    fence = text('{"Command":"PUTFILE","File":"?f1","Info":"FILE NOT FOUND","Status":"ERROR"}')
+    tree = (b'{"Name":"d","Objects":[{"Name":"a","Type":"LABEL","Value":"1"},{"Name":"a","Type":"EDIT","Value":"2"},'
+            b'{"Type":"LABEL","Value":"3"},{"Type":"EDIT","Value":"4"}]}')
+    head = text('{"Command":"PUTFILE","Date":"26-01-01 00:00:00","File":"d.json","Length":%d}' % len(tree))
+    saying = Saying(b"GETFILE", fence + head + tree)
+    t = Terminal(saying.port)
+    t.do("enter d", "d> ")
+    t.do("tree", "\n  a LABEL Value=1\n", "  a EDIT Value=2\n", "   LABEL Value=3\n", "   EDIT Value=4\n")
+    # By its name it is the first one.
+    t.do("watch a", "a Value=1")
+    saying.over.set()
+    t.end(4)
+
+
 def colours(host):
     t = log_in(host, NO_COLOR=None)
     t.do("rubbish", "unknown word")
@@ -315,7 +331,7 @@ def pipes(host):
     t.absent("> \n")
 
 
-for test in (tree_and_changes, editing, completion, endings, hostile, narrow, huge, lost, colours, pipes):
+for test in (tree_and_changes, namesakes, editing, completion, endings, hostile, narrow, huge, lost, colours, pipes):
     host = Host(host_program)
     try:
         test(host)

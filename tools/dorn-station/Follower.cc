@@ -19,12 +19,6 @@ std::string TextOf(const Json& json) {
   return json.IsArray() || json.IsObject() ? json.Written() : std::string(json.Text());
 }
 
-Attributes Texts(const Replica& replica, const Object& object) {
-  Attributes texts;
-  for (const auto& [key, value] : replica.ShownAttributes(object)) texts[key] = TextOf(value);
-  return texts;
-}
-
 void ForEach(const Object& object, const std::function<void(const Object&)>& call) {
   call(object);
   for (const auto& child : object.mChildren) ForEach(*child, call);
@@ -143,12 +137,18 @@ std::string Follower::Act(const std::string& condition,
 Snapshot Follower::Objects() const {
   Snapshot snapshot;
   ForEach(mReplica.Confirmed().Root(),
-          [&](const Object& object) { snapshot.emplace(object.mName, Texts(mReplica, object)); });
+          [&](const Object& object) { snapshot.emplace(object.mName, AttributesOf(object)); });
   return snapshot;
+}
+
+Attributes Follower::AttributesOf(const Object& object) const {
+  Attributes texts;
+  for (const auto& [key, value] : mReplica.ShownAttributes(object)) texts[key] = TextOf(value);
+  return texts;
 }
 
 std::optional<Attributes> Follower::AttributesOf(const std::string& name) const {
   const Object* object = mReplica.Confirmed().Find(name);
   if (object == nullptr) return std::nullopt;
-  return Texts(mReplica, *object);
+  return AttributesOf(*object);
 }

@@ -53,7 +53,8 @@ class Follower {
   // That have been named so far.
   const std::set<std::string>& Dialogs() const { return mDialogs; }
   Snapshot Objects() const;
-  // Nothing when there is no such object.
+  Attributes AttributesOf(const dorn::station::Object& object) const;
+  // Of the first one of this name; nothing when there is no such object.
   std::optional<Attributes> AttributesOf(const std::string& name) const;
 
  private:

@@ -89,7 +89,7 @@ void Shell::Tree(const std::string& name) {
 }
 
 void Shell::TreeOf(const Object& object, int depth) {
-  const auto attributes = mFollower.AttributesOf(object.mName).value_or(Attributes{});
+  const auto attributes = mFollower.AttributesOf(object);
   const auto at = [&](const char* key) {
     const auto found = attributes.find(key);
     return found == attributes.end() ? std::string() : found->second;
