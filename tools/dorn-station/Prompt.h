@@ -26,7 +26,6 @@ class Prompt {
 
   // Ends the line, which is remembered unless it is empty, as the one before, or holds a password.
   std::string TakeLine();
-  void Remember(const std::string& line);
 
   // Up to the caret.
   std::string BeforeCaret() const { return mEditor.Text().substr(0, mEditor.Caret()); }
@@ -44,6 +43,7 @@ class Prompt {
   bool TakeText();
   void Press(dorn::terminal::KeyCode code);
   void EraseWord();
+  void Remember(const std::string& line);
   void Recall(bool isOlder);
 
   std::string mBytes;  // Not looked at yet.
