@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""prompt.py DORN-STATION HOST: dorn-station for somebody at a terminal."""
-import os, re, signal, subprocess, sys, termios, time
+"""prompt.py DORN-STATION HOST [STOPPED-LINE]: dorn-station for somebody at a terminal."""
+import os, re, signal, subprocess, sys, tempfile, termios, time
 from hosts import PATIENCE, Host, Saying, fail, text, until
 from pseudo_terminal import PseudoTerminal
 
-station, host_program = sys.argv[1:3]
+station, host_program, *stopped_line = sys.argv[1:]
 SEQUENCE = re.compile(r"\x1b\[[0-9;]*[A-Za-z]")
 
 
@@ -276,6 +276,22 @@ def namesakes(_):
     t.end(4)
 
 
+def stopped(host):
+    """A terminal that shows nothing more keeps nobody from ending the program."""
+    for how in signal.SIGTERM, signal.SIGHUP:
+        with tempfile.TemporaryDirectory() as folder:
+            flag = os.path.join(folder, "stopped")
+            t = log_in(host, DORN_STOPPED_LINE=flag, LD_PRELOAD=" ".join(stopped_line))
+            t.do("wait 100")
+            until(lambda: t.attributes()[3] & termios.ISIG, "a terminal that can be stopped")
+            open(flag, "w").close()
+            t.process.send_signal(how)
+            try:
+                t.end(-how)
+            finally:
+                t.process.kill()
+
+
 def colours(host):
     t = log_in(host, NO_COLOR=None)
     t.do("rubbish", "unknown word")
@@ -331,7 +347,7 @@ def pipes(host):
     t.absent("> \n")
 
 
-for test in (tree_and_changes, namesakes, editing, completion, endings, hostile, narrow, huge, lost, colours, pipes):
+for test in (tree_and_changes, namesakes, editing, completion, endings, stopped, hostile, narrow, huge, lost, colours, pipes):
     host = Host(host_program)
     try:
         test(host)

@@ -16,9 +16,10 @@ termios raw;
 
 constexpr int kEndings[] = {SIGHUP, SIGINT, SIGTERM, SIGQUIT};
 
-// Signals end the program as if there were no handler, but for the terminal.
+// Signals end the program as if there were no handler, but for the terminal. What it has not shown
+// is not waited for: its output may be stopped.
 void Restore(int signal) {
-  static_cast<void>(tcsetattr(STDIN_FILENO, TCSADRAIN, &found));
+  static_cast<void>(tcsetattr(STDIN_FILENO, TCSANOW, &found));
   static_cast<void>(std::signal(signal, SIG_DFL));
   static_cast<void>(std::raise(signal));
 }
