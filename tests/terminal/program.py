@@ -260,6 +260,23 @@ def ascii_only(program, host_program):
     host.stop()
 
 
+def colours(program, host_program):
+    """Where the terminal has them and nobody asks for none; marks tell the states in any case."""
+    host = Host(host_program)
+    for term, options, no_color, has in (("xterm-256color", [], "", True), ("xterm-256color", ["--mono"], "", False),
+                                         ("xterm-256color", [], "1", False), ("vt100", [], "", False)):
+        at = "127.0.0.1:%d" % host.port
+        os.environ["NO_COLOR"] = no_color
+        terminal = RawTerminal(program, ["--id", "guest", "--pass", "guest", *options, at], term=term)
+        for seen in b"is bad", b"!!", b"??":
+            terminal.see(seen)
+        terminal.type(b"q")
+        terminal.exit_code()
+        if bool(re.search(rb"\x1b\[[0-9;]*[34][0-7](;|m)", terminal.read())) != has:
+            fail("%s %s NO_COLOR=%s: %s colours" % (term, options, no_color, "no" if has else "has"))
+    host.stop()
+
+
 def unknown_keys(program, host_program):
     """Sequences that the terminal's description does not know are no text; arrows are arrows in both forms."""
     with typing(program, host_program, "ac") as (_, terminal):
