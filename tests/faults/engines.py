@@ -90,6 +90,7 @@ class Proxy(Engine):
     def hosts_up(self):
         """How many hosts it takes for good ones."""
         with socket.socket(socket.AF_UNIX) as asking:
+            asking.settimeout(3)
             try:
                 asking.connect(str(self.socket))
                 asking.sendall(b"show stat\n")

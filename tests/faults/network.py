@@ -11,7 +11,8 @@ mount -t tmpfs none /run
 ip netns add site-try
 ip link add site-try type bridge
 ip link add to-try type veth peer name eth0 netns site-try
-ip link set to-try master site-try up"""
+ip link set to-try master site-try up
+ip netns exec site-try ip link set lo up"""
 
 
 def run(*command, **settings):
