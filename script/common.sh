@@ -33,11 +33,12 @@ can_write() {
   exit 1
 }
 
-# npm_packages FOLDER: what its lock file names, fetched once, and again when that file has changed.
+# npm_packages FOLDER: what its lock file names, fetched once, and again when that file has changed. A registry that does
+# not answer is asked again after a minute, not after five.
 npm_packages() {
   needs npm
   cmp -s "$1/package-lock.json" "$1/node_modules/.dorn-lock" && return
-  (cd "$1" && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --silent --no-audit --no-fund >&2) || return
+  (cd "$1" && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --silent --no-audit --no-fund --fetch-timeout=60000 --fetch-retries=4 >&2) || return
   cp "$1/package-lock.json" "$1/node_modules/.dorn-lock"
 }
 
