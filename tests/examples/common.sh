@@ -37,8 +37,24 @@ start_server_anywhere() { # PROGRAM
   rm -f "$file"
 }
 
-# speak MESSAGE...: sends messages over one connection to $port and prints, one a line, what comes
-# back until the server closes, or for as long as $1 says.
+# converse LAST MESSAGE...: sends messages over one connection to $port and prints at once, one a line, what comes back
+# until something matches the pattern LAST, the server closes, or nothing has come for a minute.
+converse() { # LAST MESSAGE...
+  local last=$1 message said
+  shift
+  exec {wire}<>"/dev/tcp/127.0.0.1/$port"
+  for message in "$@"; do printf '\002%s\003' "$message" >&$wire; done
+  while IFS= read -r -t 60 -d $'\003' -u $wire said; do
+    printf '%s\n' "${said#$'\002'}"
+    # shellcheck disable=SC2053
+    [[ $said != $last ]] || break
+  done
+  exec {wire}>&-
+}
+# ask MESSAGE...: until all are answered, as the answer to one behind them tells, or a log-in is refused.
+ask() { converse '*@("File":"?behind"|"Command":"ERROR")*' "$@" '{"Command":"GETFILE","File":"?behind"}'; }
+
+# speak SECONDS MESSAGE...: the same for so long, or until the server closes.
 speak() { # SECONDS MESSAGE...
   local seconds=$1 message
   shift

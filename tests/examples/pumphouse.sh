@@ -17,21 +17,21 @@ says() { # TEXT WHAT: $said holds it
 speak 60 "$hello" "$enter" >/dev/null &
 watching=$!
 
-said=$(speak 1 '{"Command":"HELLO","Id":"visitor","Pass":"look"}')
+said=$(ask '{"Command":"HELLO","Id":"visitor","Pass":"look"}')
 says '"DialogName":"panel","File":"panel.json","FileSource":"SERVER","Interval":2,"Menu":["panel","notes","help@pumps"]' "OPEN"
 
-said=$(speak 1 "$hello" "$enter" "$(choose mode_auto)" "$(touch_it pump1_start)" "$(choose mode_off)")
+said=$(ask "$hello" "$enter" "$(choose mode_auto)" "$(touch_it pump1_start)" "$(choose mode_off)")
 says '{"Enabled":"OFF","Name":"pump1_start"}' "the buttons are not disabled in AUTO"
 says '{"Attr":"OFF","Name":"mode_off"}' "OFF can be chosen without being asked"
 ! grep -qE '"Value":"RUNNING"[^}]*"Name":"pump1_state"' <<<"$said" || fail "a disabled button starts a pump: $said"
-said=$(speak 1 "$hello" "$enter" "$(choose mode_manual)" "$(touch_it pump2_start)" "$(touch_it off)")
+said=$(ask "$hello" "$enter" "$(choose mode_manual)" "$(touch_it pump2_start)" "$(touch_it off)")
 says '{"State":"NORMAL","Value":"RUNNING","Name":"pump2_state"}' "the pump does not start"
 says '{"Attr":"ON","Name":"mode_off"}' "nothing is switched off"
 says '{"State":"OFF","Value":"STOPPED","Name":"pump2_state"}' "the pump goes on"
 
-said=$(speak 1 "$hello" '{"Command":"GETFILE","File":"help/pumps.png"}' | tr -d '\000')
+said=$(ask "$hello" '{"Command":"GETFILE","File":"help/pumps.png"}')
 says "\"Length\":$(stat -c %s examples/pumphouse/resources/help/pumps.png)" "the picture of the help page"
-said=$(speak 1 "$hello" '{"Command":"CHANGE","DialogName":"notes"}' \
+said=$(ask "$hello" '{"Command":"CHANGE","DialogName":"notes"}' \
   '{"Command":"CONDITION","ActionName":"note","ActionType":"CHANGE","Objects":[{"Name":"note","Value":"3/4\" pipe"}]}')
 says '"Value":"9 characters","Name":"saved"' "a note with a quote"
 
@@ -41,6 +41,6 @@ for _ in $(seq 100); do
 done
 said=$(grep -m1 '"Rows":\[\["1",' "$log") || fail "no alarm"
 grep -qE '"Rows":\[\["1","[0-9:]{8}","ALARM","high water",""\]\]' <<<"$said" || fail "another alarm: $said"
-said=$(speak 1 "$hello" "$enter" "$(touch_it alarms ACK ',"Row":"1"')")
+said=$(ask "$hello" "$enter" "$(touch_it alarms ACK ',"Row":"1"')")
 grep -qE '\["1","[0-9:]{8}","ALARM","high water","tanaka [0-9:]{8}"\]' <<<"$said" || fail "not acknowledged: $said"
 kill $watching 2>/dev/null || true

@@ -5,11 +5,12 @@ set -euo pipefail
 . "$(dirname "$0")/common.sh"
 start_server_anywhere "$1"
 hello='{"Command":"HELLO","Id":"tanaka","Pass":"water"}'
-first=$(speak 1 "$hello" | sed -n 's/.*"SessionId":"\([0-9a-f]*\)".*/\1/p')
+first=$(ask "$hello" | sed -n 's/.*"SessionId":"\([0-9a-f]*\)".*/\1/p')
 [ ${#first} = 32 ] || fail "the session id is \"$first\""
-speak 1 "{\"Command\":\"HELLO\",\"SessionId\":\"$first\"}" | grep -q OPEN || fail "the session does not re-attach"
-for _ in $(seq 20); do speak 0.1 "$hello" >/dev/null; done
-speak 1 "{\"Command\":\"HELLO\",\"SessionId\":\"$first\"}" | grep -q InvalidSessionId || fail "the oldest session is still there"
+again="{\"Command\":\"HELLO\",\"SessionId\":\"$first\"}"
+grep -q OPEN <<<"$(ask "$again")" || fail "the session does not re-attach"
+for _ in $(seq 20); do ask "$hello" >/dev/null; done
+grep -q InvalidSessionId <<<"$(ask "$again")" || fail "the oldest session is still there"
 ended=$(grep -c 'Remove sessionid=' "$log")
 [ "$ended" = 1 ] || fail "$ended sessions were ended"
 
@@ -17,6 +18,6 @@ spellings=()
 for name in help@pumps help@.@pumps help@@pumps help/pumps help@x@..@pumps help@./pumps; do
   spellings+=("{\"Command\":\"CHANGE\",\"Id\":\"tanaka\",\"Pass\":\"water\",\"DialogName\":\"$name\"}")
 done
-speak 1 "${spellings[@]}" >/dev/null
+ask "${spellings[@]}" >/dev/null
 loads=$(grep -c 'Load:.*pumps.json' "$log")
 [ "$loads" = 1 ] || fail "one page was loaded $loads times"
