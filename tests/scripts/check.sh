@@ -70,6 +70,8 @@ finds tests/lint/resources.sh '#!/bin/sh\nexit 1\n' 'dorn-lint finds something'
 finds tests/packaging/abi.sh '#!/bin/sh\nexit 1\n' 'the binary interface has changed'
 finds stand-ins/cmake '#!/bin/sh\necho no rule\nexit 1\n' 'build/dev cannot be built: no rule'
 [ $failures = 0 ] || fail "$failures findings of what needs a build are missing"
+printf '#!/bin/sh\nexit 1\n' >stand-ins/cmake
+script/check --no-tidy --no-build >/dev/null || fail "--no-build builds"
 rm -r build
 
 rm dorn/server/A.cc
