@@ -10,7 +10,7 @@ namespace dorn {
 class Outgoing;
 
 // The timers of one connection, whose id B is their first one:
-//   B+0  armed when the listener has accepted the connection, cancelled by Authentication()
+//   B+0  armed by the listener, and anew by LimitLogIn() if need be; cancelled by Authentication()
 //   B+1  armed anew whenever bytes arrive
 //   B+2  armed when a KEEPALIVE is sent, cancelled by the station's KEEPALIVE; armed anew, five
 //        times at most, when it fires and queued bytes have gone out meanwhile

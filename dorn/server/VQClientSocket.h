@@ -71,10 +71,10 @@ class DORN_EXPORT VQClientSocket : public KZClientSocket {
   void OnClose() override;
 
   // Called by the loop when bytes were appended to the receive buffer, and in every pass as long as
-  // an incomplete message stays in it. Executes all complete messages in order and returns 0.
-  // Bytes before the first STX are dropped, once for each call: what lies between an ETX and the
-  // next STX of the same call becomes the start of the next message's text.
-  // A buffer that is full without an ETX can never become a message: the connection is closed.
+  // an incomplete message stays in it. Executes all complete messages in order, in several calls if
+  // a pile has come behind a log-in that waited, and returns 0. Bytes before the first STX are
+  // dropped, once for each call: what lies between an ETX and the next STX of the same call becomes
+  // the start of the next message's text. A buffer full without an ETX closes the connection.
   int OnReceive(sockaddr* addr, unsigned int addrlen) override;
   using KZClientSocket::OnReceive;
 
