@@ -2,6 +2,7 @@
 #include "dorn/server/OutgoingQueue.h"
 #include "tests/server/FileTransferTest.h"
 
+#include <sys/eventfd.h>
 #include <sys/inotify.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -432,6 +433,18 @@ TEST_F(FileTransferTest, WhatIsNoRegularFileIsNotOpened) {
   Get(name);
   EXPECT_EQ(-1, read(watch, event, sizeof event));
   close(watch);
+}
+
+// Neither file nor folder, pipe or device: what the system calls by a number alone.
+TEST_F(FileTransferTest, WhatHasNoTypeIsNotRegular) {
+  const int nameless = eventfd(0, EFD_CLOEXEC);
+  ASSERT_GE(nameless, 0);
+  const std::string name = Folder() + "/nameless";
+  const std::string target = "/proc/self/fd/" + std::to_string(nameless);
+  ASSERT_EQ(0, symlink(target.c_str(), Path(name).c_str()));
+  Get(name);
+  EXPECT_EQ(Frame(Error(name, "FILE IS NOT REGULAR")), mLink.station.Bytes());
+  close(nameless);
 }
 
 // It may have become one since it was looked at.
