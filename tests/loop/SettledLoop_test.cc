@@ -373,6 +373,32 @@ TEST_F(SettledLoopTest, ADescriptorThatACallOfTheNextPassOpensAnewIsFoundAgain) 
   close(ends[1]);
 }
 
+// No descriptor is ready in that pass.
+TEST_F(SettledLoopTest, ADescriptorThatAHookForBufferedDataOpensAnewIsFoundAgain) {
+  Make(5);
+  SelectSpy spy;
+  // The real one with a time-out of its own.
+  spy.mReplacement = [](fd_set* reads, fd_set* writes) {
+    timespec timeout{0, 110000000};
+    return pselect(FD_SETSIZE, reads, writes, nullptr, &timeout, nullptr);
+  };
+  while (spy.mCalls.empty() || spy.mCalls.back().mTimeout) mApp.RunPass();
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+  At(0).mHook = [&] {
+    At(0).ClearData();
+    ASSERT_EQ(dup2(ends[0], At(3).mFD), At(3).mFD);
+    ASSERT_EQ(write(ends[1], "x", 1), 1);
+  };
+  char byte = 'x';
+  EXPECT_TRUE(At(0).SetDataToBuffer(&byte, 1));
+  mApp.RunPass();
+  mApp.RunPass();
+  EXPECT_THAT(TakeServed(), ElementsAre(100, 103));
+  close(ends[0]);
+  close(ends[1]);
+}
+
 // Ten times a second, and as long as hooks run.
 TEST_F(SettledLoopTest, LookingForSuchDescriptorsWakesNobodyWhenNothingRuns) {
   Make(5);

@@ -162,6 +162,13 @@ TEST_F(VQApplicationTest, AWrappedSocketIdSkipsThoseWithPendingTimers) {
   EXPECT_NE(nullptr, Find(0x800000A));
 }
 
+TEST_F(VQApplicationTest, AWrappedSocketIdTakesOneBelowATimerOfTheNext) {
+  app.SetApplicationSingleTimerInterval(1000, 0x800000A);
+  app.mSocketId = 0xD000000;
+  Link link = Connect();
+  EXPECT_NE(nullptr, Find(0x8000000));
+}
+
 TEST_F(VQApplicationTest, SessionTimerIdsStartAgainBeforeTheyLeaveTheirRange) {
   app.mSessionTimerId = 0xFFFFFFF;
   app.CreateSession("S1", 1000);

@@ -288,6 +288,15 @@ TEST_F(LongDialogListTest, ADialogThatWasPutInAnothersPlaceByHandIsNotLeftBehind
   delete before;
 }
 
+TEST_F(LongDialogListTest, ADialogThatWasPutInAnothersPlaceByHandTooLosesBothNames) {
+  VQDialog* const before = std::exchange(mList.mDialogList["d21"], mList.mDialogList["d20"]);
+  mList.Remove("d21");
+  EXPECT_FALSE(mList.Has("d20"));
+  EXPECT_FALSE(mList.Has("d21"));
+  EXPECT_THAT(Calls(), ElementsAre("OnFinal d20"));
+  delete before;
+}
+
 // Whether it was made before or after somebody has searched.
 TEST_F(LongDialogListTest, ASessionsEndFindsADialogWithoutTreesThatWasPutInAnothersPlaceByHand) {
   for (const bool isSearched : {false, true}) {
