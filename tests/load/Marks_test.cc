@@ -45,6 +45,15 @@ TEST(MarksTest, CountsItAgainWhenTheFirstOneCannotBeUnderWay) {
   EXPECT_EQ(marks.Told(1, 0, "ON", 3000 + kMemory), 2000 + kMemory);
 }
 
+// What is too old is forgotten now and then, all of it together.
+TEST(MarksTest, CountsItAgainThoughTheFirstOneIsNotForgottenYet) {
+  Marks marks(2, kMemory);
+  marks.Set(0, 0, "ON", kSecond);
+  marks.Set(0, 1, "1", kMemory + kSecond / 2);
+  marks.Set(0, 0, "ON", kMemory + 2 * kSecond);
+  EXPECT_EQ(marks.Told(1, 0, "ON", kMemory + 3 * kSecond), kMemory + 2 * kSecond);
+}
+
 // What a station is told of an older change once it knows the newer one is a repetition.
 TEST(MarksTest, DoesNotCountWhatIsOlderThanWhatWasSeen) {
   Marks marks(2, kMemory);
