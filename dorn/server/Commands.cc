@@ -170,7 +170,8 @@ void CountLogIn(const VQClientSocket& client, const KZString& id) {
   }
 }
 
-// False when the answer has to wait.
+// False when the answer has to wait, or when whoever asked is gone and another station has come to
+// the connection in OnAuth().
 bool LogIn(VQClientSocket& client, VQJsonCommand* command, Greeting greeting) {
   const KZString id = TextOf(command, kKeyId);
   Connection& connection = Connection::Of(client);
@@ -181,7 +182,9 @@ bool LogIn(VQClientSocket& client, VQJsonCommand* command, Greeting greeting) {
   }
   if (greeting != Greeting::kHeld) {
     MessageBatch::BeforeHook();
+    const int ends = connection.Ends();
     if (connection.AskHost(id, TextOf(command, "Pass"))) return false;
+    if (connection.IsAnothersSince(ends)) return false;
   }
   CountLogIn(client, id);
   return true;

@@ -40,7 +40,10 @@ bool HasNoDescriptor(const KZFdData& record) {
 class Connection::Asking {
  public:
   explicit Asking(Connection& connection)
-      : mConnection(connection), mDepth(connection.mDepth), mOuter(sInnermost) {
+      : mConnection(connection),
+        mDepth(connection.mDepth),
+        mEnds(connection.mEnds),
+        mOuter(sInnermost) {
     sInnermost = this;
   }
   ~Asking() { sInnermost = mOuter; }
@@ -53,12 +56,17 @@ class Connection::Asking {
   }
   // How deep the message lies of which the innermost one is.
   static int InnermostDepth() { return sInnermost != nullptr ? sInnermost->mDepth : 0; }
+  // Whether its connection was closed meanwhile. One must be running.
+  static bool HasInnermostEnded() {
+    return sInnermost->mConnection.HasEndedSince(sInnermost->mEnds);
+  }
 
  private:
   static const Asking* sInnermost;
 
   Connection& mConnection;
   const int mDepth;
+  const int mEnds;
   const Asking* mOuter;
 };
 
@@ -317,7 +325,7 @@ Connection* Connection::LoggingIn() { return Asking::Innermost(); }
 // Nobody may stay without a log-in for ever, so the limit counts even where the host has ended it.
 unsigned int Connection::HoldLogIn() {
   static unsigned int sLast = 0;
-  if (mSocket.mAuth || IsRemoved(mSocket)) return 0;
+  if (mSocket.mAuth || Asking::HasInnermostEnded()) return 0;
   const int depth = Asking::InnermostDepth();
   if (mWaitingLogIn != nullptr) return mWaitingLogIn->depth == depth ? mWaitingLogIn->held : 0;
   BeginToWait();

@@ -75,6 +75,8 @@ class Connection {
 
   // Whether it was closed since it had ended that often, be it open again or not.
   bool HasEndedSince(int ends) const { return IsRemoved(mSocket) || mEnds != ends; }
+  // Whether it was closed since and is open again: for another station.
+  bool IsAnothersSince(int ends) const { return !IsRemoved(mSocket) && mEnds != ends; }
 
   // Executes the commands of one message.
   void Execute(const KZString& message) { ExecuteFrom(message, 0, Greeting::kNew); }

@@ -81,8 +81,9 @@ void ConnectionTimers::Expire(int kind) {
     // "Connection time-out."
     std::puts("コネクションタイムアウト");
     const ClosingFor reason(&Statistics::closedNoLogin);
+    const int ends = connection.Ends();
     if (connection.HeldLogIn() != 0) connection.GiveUpHeldLogIn();
-    mSocket.Close();
+    if (!connection.IsAnothersSince(ends)) mSocket.Close();
   } else if (kind == kDelayedLogIn) {
     mResumedIn = TimerRound();
     Connection::Of(mSocket).ResumeLogIn();
@@ -96,7 +97,7 @@ void ConnectionTimers::AskForAnswer() {
   mSocket.SendData(command.GetJson());
   // A host's own SendData() may close the connection and open it again: who is there now was not
   // asked. Kept: if it is only closed, the timer is set all the same and comes to the host.
-  if (connection.Ends() != ends && !IsRemoved(mSocket)) return;
+  if (connection.IsAnothersSince(ends)) return;
   static_cast<void>(mOutgoing.TakeProgress());  // What went out so far does not count.
   mIsAsked = true;
   mDelays = 0;

@@ -1,4 +1,5 @@
 // Which timer reaches whom: dialogs, connections, sessions, the host.
+#include "tests/server/LeavingClient.h"
 #include "tests/server/ServerTest.h"
 
 namespace {
@@ -79,18 +80,6 @@ TEST_F(ApplicationTimersTest, ConnectionThatDoesNotAnswerIsClosed) {
   EXPECT_EQ("KEEPALIVE応答タイムアウト\nsocket delete\n", console.Text());
   EXPECT_TRUE(link.station.IsClosed());
 }
-
-// A connection that is closed while it sends, and perhaps opened again.
-class LeavingClient : public VQClientSocket {
- public:
-  using VQClientSocket::VQClientSocket;
-  int SendData(const KZString&) override {
-    Close();
-    if (mNext >= 0) Create(std::exchange(mNext, -1), 3000);
-    return -1;
-  }
-  int mNext = -1;
-};
 
 // Kept: the timer is set all the same, and the host hears of it.
 TEST_F(ApplicationTimersTest, AConnectionThatEndsWithTheQuestionLeavesItsTimerToTheHost) {

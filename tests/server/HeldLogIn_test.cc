@@ -1,6 +1,11 @@
 // Log-ins that the host answers later.
 #include "dorn/server/HeldLogIn.h"
 
+#include <sys/socket.h>
+
+#include <utility>
+
+#include "tests/server/LeavingClient.h"
 #include "tests/server/ServerTest.h"
 
 namespace {
@@ -173,6 +178,47 @@ TEST_F(HeldLogInTest, NothingIsHeldForAConnectionThatTheHookHasClosed) {
   Link link = Connect();
   Tell(link, kHello);
   EXPECT_THAT(mHeld, ElementsAre(0U));
+}
+
+// The two ends of a line to the next station of a connection.
+std::pair<int, Station> NextLine() {
+  int pair[2];
+  EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair));
+  return {pair[0], Station(pair[1])};
+}
+
+// Whoever finished it would let in a station that has not asked.
+TEST_F(HeldLogInTest, NothingIsHeldForAStationThatCameToTheConnectionInTheHook) {
+  auto [fd, next] = NextLine();
+  app.auth = [this, fd = fd](const KZString&, const KZString&, VQClientSocket* client) {
+    client->Close();
+    client->Create(fd, 3000);
+    mHeld.push_back(dorn::HoldLogIn());
+  };
+  Link link = Connect();
+  Tell(link, kHello);
+  EXPECT_THAT(mHeld, ElementsAre(0U));
+  Pass();
+  EXPECT_NE(nullptr, Find(link));
+  EXPECT_THAT(next.Messages(), IsEmpty()) << "the former one's log-in has failed, not its own";
+}
+
+TEST_F(HeldLogInTest, WhoeverCameToTheConnectionWhenTheTimeWasOverStays) {
+  auto [fd, station] = NextLine();
+  auto [nextFd, next] = NextLine();
+  auto* client = new LeavingClient(&app.mLog, app.GetFdDataList());
+  client->Create(fd, 3000);
+  Pass();
+  Link link;
+  link.station = std::move(station);
+  link.id = client->GetId();
+  Tell(link, kHello);
+  EXPECT_NE(0U, Last());
+  client->mNext = nextFd;
+  Wait(10000);
+  Pass();
+  EXPECT_EQ(client, Find(client->GetId()));
+  EXPECT_FALSE(next.IsClosed());
 }
 
 TEST_F(HeldLogInTest, TheHookItselfMayFinishIt) {
