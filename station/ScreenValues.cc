@@ -1,5 +1,6 @@
 // Values as they are shown, and as they are typed.
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 #include "station/Numbers.h"
@@ -19,12 +20,27 @@ std::string TimeText(long long seconds) {
   return text;
 }
 
+// What lies so far away that a browser's Date does not take it, and the C library forgets summer
+// times, is shown by years of the same calendar.
+constexpr long long kFarthest = 8'000'000'000'000;
+constexpr long long kCycle = 146'097LL * 86'400;
+constexpr long long kCycleYears = 400;
+
+long long CyclesBeyond(long long seconds) {
+  const long long beyond = std::llabs(seconds) - kFarthest;
+  if (beyond <= 0) return 0;
+  return (seconds < 0 ? -1 : 1) * (beyond / kCycle + 1);
+}
+
 std::string DatetimeText(long long seconds) {
-  const auto time = static_cast<std::time_t>(seconds);
+  const long long cycles = CyclesBeyond(seconds);
+  const auto time = static_cast<std::time_t>(seconds - cycles * kCycle);
   std::tm fields{};
-  char text[64] = "";
-  if (localtime_r(&time, &fields) == nullptr) return text;
-  static_cast<void>(std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields));
+  if (localtime_r(&time, &fields) == nullptr) return "";
+  char text[100];
+  std::snprintf(text, sizeof text, "%lld-%02d-%02d %02d:%02d:%02d",
+                fields.tm_year + 1900 + cycles * kCycleYears, fields.tm_mon + 1, fields.tm_mday,
+                fields.tm_hour, fields.tm_min, fields.tm_sec);
   return text;
 }
 

@@ -21,12 +21,18 @@ function timeText(seconds: number): string {
   return `${seconds < 0 ? "-" : ""}${Math.floor(size / 3600)}:${clock}`;
 }
 
-const kCycleYears = 400; // After them the calendar is the same again.
-const kCycle = 146_097 * 86_400; // In seconds.
+// What lies farther away is shown by years of the same calendar, those next to it.
 const kFarthest = 8e12; // Seconds that a Date takes.
+const kCycle = 146_097 * 86_400; // In seconds.
+const kCycleYears = 400;
+
+function cyclesBeyond(seconds: number): number {
+  const beyond = Math.abs(seconds) - kFarthest;
+  return beyond > 0 ? Math.sign(seconds) * (Math.trunc(beyond / kCycle) + 1) : 0;
+}
 
 function datetimeText(seconds: number): string {
-  const cycles = Math.abs(seconds) > kFarthest ? Math.trunc(seconds / kCycle) : 0;
+  const cycles = cyclesBeyond(seconds);
   const date = new Date((seconds - cycles * kCycle) * 1000);
   const year = date.getFullYear() + cycles * kCycleYears;
   const day = [year, twoDigits(date.getMonth() + 1), twoDigits(date.getDate())];
