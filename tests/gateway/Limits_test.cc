@@ -43,6 +43,7 @@ TEST_F(LimitsTest, TheDefaultsAreThoseThatTheManualNames) {
   EXPECT_EQ(options.mLimits.mLoggedIn, 900u);
   EXPECT_EQ(options.mLimits.mWebSockets, 1000u);
   EXPECT_EQ(options.mLimits.mWebSocketsOfPlace, 250u);
+  EXPECT_EQ(options.mLimits.mConnectionsOfPlace, 550u);
   EXPECT_EQ(options.mLimits.mQueuedTexts, 8388608u);
   EXPECT_EQ(options.mLimits.mQueuedFiles, 67108864u);
   EXPECT_EQ(options.mLimits.mQueuedUnserved, 65536u);
@@ -286,6 +287,32 @@ TEST_F(LimitsTest, AcceptsSoManyConnectionsAndNoMore) {
   while (HttpGet(gateway.Port(), "/healthz").empty() && !deadline.IsOver()) {
   }
   EXPECT_FALSE(deadline.IsOver());
+}
+
+// Whoever holds as many as one address may have keeps nobody else away.
+TEST_F(LimitsTest, AcceptsSoManyConnectionsOfOneAddressAndNoMore) {
+  mOptions.mLimits.mConnectionsOfPlace = 2;
+  mOptions.mLimits.mIsLoopbackSpared = false;
+  RunningGateway gateway(mOptions);
+  std::vector<TcpPeer> peers(3);
+  for (TcpPeer& peer : peers) ASSERT_TRUE(peer.Connect(gateway.Port()));
+  EXPECT_TRUE(peers[2].WaitForClose());
+  EXPECT_FALSE(peers[0].IsClosed());
+  peers[0].Close();
+  const Deadline deadline;
+  while (HttpGet(gateway.Port(), "/healthz").empty() && !deadline.IsOver()) {
+  }
+  EXPECT_FALSE(deadline.IsOver());
+}
+
+TEST_F(LimitsTest, AcceptsAllConnectionsOfATrustedProxy) {
+  mOptions.mLimits.mConnectionsOfPlace = 1;
+  mOptions.mLimits.mIsLoopbackSpared = false;
+  mOptions.mTrustedProxies = {"127.0.0.1"};
+  RunningGateway gateway(mOptions);
+  std::vector<TcpPeer> peers(3);
+  for (TcpPeer& peer : peers) ASSERT_TRUE(peer.Connect(gateway.Port()));
+  EXPECT_NE(HttpGet(gateway.Port(), "/healthz"), "");
 }
 
 TEST_F(LimitsTest, PingsPagesAndDropsThoseThatAreDead) {

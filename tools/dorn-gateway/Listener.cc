@@ -75,7 +75,7 @@ std::string Listener::Url() const {
 }
 
 void Listener::Accept() {
-  mAcceptor.async_accept(mNext,
+  mAcceptor.async_accept(mNext, mNextPeer,
                          [this](const boost::system::error_code& error) { OnAccepted(error); });
 }
 
@@ -94,19 +94,36 @@ void Listener::OnAccepted(const boost::system::error_code& error) {
     boost::system::error_code ignored;
     socket.set_option(asio::socket_base::send_buffer_size(bytes), ignored);
   }
-  if (auto slot = TakeSlot(); slot) ServeHttp(mShared, std::move(socket), mTls, std::move(slot));
+  if (auto slot = TakeSlot(Plain(mNextPeer.address())); slot)
+    ServeHttp(mShared, std::move(socket), mTls, std::move(slot));
   Accept();
 }
 
+// Whether all the connections may be of this address.
+bool Listener::IsSpared(const Address& peer) const {
+  return (mShared.mOptions.mLimits.mIsLoopbackSpared && peer.is_loopback()) ||
+         IsIn(mShared.mTrustedProxies, peer);
+}
+
 // Null when there are as many connections as are allowed: then this one is closed.
-std::shared_ptr<void> Listener::TakeSlot() {
+std::shared_ptr<void> Listener::TakeSlot(const Address& peer) {
   Metrics& metrics = mShared.mMetrics;
-  if (metrics.mConnections >= mShared.mOptions.mLimits.mConnections) {
+  const Limits& limits = mShared.mOptions.mLimits;
+  std::string place = PlaceOf(peer);
+  const auto known = mShared.mConnectionsOf.find(place);
+  const std::size_t ofPlace = known == mShared.mConnectionsOf.end() ? 0 : known->second;
+  if (metrics.mConnections >= limits.mConnections ||
+      (ofPlace >= limits.mConnectionsOfPlace && !IsSpared(peer))) {
     ++metrics.mRejected;
     return nullptr;
   }
   ++metrics.mConnections;
-  return {&metrics, [](Metrics* counted) { --counted->mConnections; }};
+  ++mShared.mConnectionsOf[place];
+  return {&mShared, [place = std::move(place)](Shared* shared) {
+            --shared->mMetrics.mConnections;
+            const auto counted = shared->mConnectionsOf.find(place);
+            if (--counted->second == 0) shared->mConnectionsOf.erase(counted);
+          }};
 }
 
 }  // namespace dorn::gateway

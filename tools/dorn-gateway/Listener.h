@@ -31,12 +31,14 @@ class Listener {
  private:
   void Accept();
   void OnAccepted(const boost::system::error_code& error);
-  std::shared_ptr<void> TakeSlot();
+  std::shared_ptr<void> TakeSlot(const Address& peer);
+  bool IsSpared(const Address& peer) const;
 
   Shared& mShared;
   std::shared_ptr<boost::asio::ssl::context> mTls;
   boost::asio::basic_socket_acceptor<boost::asio::ip::tcp, Executor> mAcceptor;
   TcpSocket mNext;
+  boost::asio::ip::tcp::endpoint mNextPeer;
   boost::asio::steady_timer mPause;
 };
 

@@ -39,8 +39,10 @@ struct Times {
 struct Limits {
   std::size_t mLoggedIn = 900;  // Connections to the host, which takes 999.
   std::size_t mWebSockets = 1'000;
-  std::size_t mWebSocketsOfPlace = 250;  // Of one address; loopback, where proxies are, takes all.
-  std::size_t mConnections = 1'300;      // WebSockets, requests and handshakes together.
+  std::size_t mWebSocketsOfPlace = 250;   // Of one address; loopback, where proxies are, takes all.
+  std::size_t mConnections = 1'300;       // WebSockets, requests and handshakes together.
+  std::size_t mConnectionsOfPlace = 550;  // Of one address; loopback and trusted proxies take all.
+  bool mIsLoopbackSpared = true;          // Proxies that nobody told about come from there.
   std::size_t mQueuedTexts = std::size_t{8} * 1024 * 1024;   // Bytes that wait for one page.
   std::size_t mQueuedFiles = std::size_t{64} * 1024 * 1024;  // The same, of files and trees.
   std::size_t mQueuedUnserved = std::size_t{64} * 1024;  // Texts, before a host serves the page.

@@ -12,6 +12,8 @@ namespace dorn::gateway {
 namespace {
 
 constexpr int kUsage = 2;
+// Requests and handshakes, beside the pages that may be open.
+constexpr std::size_t kOtherConnections = 300;
 
 // HOST:PORT, with an IPv6 address in brackets.
 std::optional<Endpoint> ReadEndpoint(const std::string& text) {
@@ -162,7 +164,8 @@ void TakeTexts(const Texts& texts, Options& options) {
   options.mReading = texts.mReading == "literal" ? station::Reader::Strings::kLiteral
                                                  : station::Reader::Strings::kStrictFirst;
   options.mLogsJson = texts.mLog == "json";
-  options.mLimits.mConnections = options.mLimits.mWebSockets + 300;
+  options.mLimits.mConnections = options.mLimits.mWebSockets + kOtherConnections;
+  options.mLimits.mConnectionsOfPlace = options.mLimits.mWebSocketsOfPlace + kOtherConnections;
 }
 
 }  // namespace

@@ -189,7 +189,8 @@ std::optional<Response> RefuseWebSocket(const Shared& shared, const Request& req
   if (shared.mIsStopping || shared.mPages.size() >= limits.mWebSockets) {
     return MakeBusy(request, "no more pages are served");
   }
-  if (!browser.is_loopback() && PagesOf(shared, browser) >= limits.mWebSocketsOfPlace) {
+  const bool isSpared = limits.mIsLoopbackSpared && browser.is_loopback();
+  if (!isSpared && PagesOf(shared, browser) >= limits.mWebSocketsOfPlace) {
     return MakeBusy(request, "no more pages of this address are served; see --max-per-address");
   }
   return std::nullopt;

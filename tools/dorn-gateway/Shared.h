@@ -6,6 +6,8 @@
 #include <boost/asio/io_context.hpp>
 #include <chrono>
 #include <memory>
+#include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -47,7 +49,8 @@ struct Shared {
   const std::vector<Network> mTrustedProxies;
   const std::vector<Network> mMetricsFrom;
   std::unordered_set<std::shared_ptr<PageSession>> mPages;
-  std::unordered_set<WebSocketLine*> mLines;  // That live, in whatever state.
+  std::unordered_set<WebSocketLine*> mLines;                    // That live, in whatever state.
+  std::unordered_map<std::string, std::size_t> mConnectionsOf;  // Of each place that has any.
   bool mIsStopping = false;
   // Into which long texts of hosts are read, and from which they are gone before the next are: a
   // connection's own room is small.
