@@ -208,6 +208,20 @@ TEST_F(VQDialogListTest, FinalMayAddAnotherDialogUnderItsName) {
   EXPECT_EQ(1, HookedDialog::sAlive);
 }
 
+// In a short list and in a long one. What comes before it in the order of names has had its turn.
+TEST_F(VQDialogListTest, WhatFinalAddsBehindItsDialogGoesWithTheSessionToo) {
+  for (const int others : {0, 40}) {
+    for (int i = 0; i < others; ++i) Add(("o" + std::to_string(i)).c_str())->AddSession("other");
+    Add("d")->final = [&](HookedDialog&) {
+      Add("c");
+      Add("e");
+    };
+    mList.RemoveBySession("S1");
+    EXPECT_TRUE(mList.Has("c")) << others;
+    EXPECT_FALSE(mList.Has("e")) << others;
+  }
+}
+
 // Many dialogs
 
 TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogOfOthers) {
