@@ -10,7 +10,26 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-class EchoTest : public HostTest {};
+class EchoTest : public HostTest {
+ protected:
+  // In the dialog of a host that has another one beside it.
+  Station EnterBesideAnother() {
+    StartSite();
+    mOther = &Join();
+    Wait(300);
+    return Enter("u1");
+  }
+  // The station changes "a", and the other host its object, before either hears of the other.
+  void ChangeBoth(Station& mine, const char* othersObject) {
+    mCarrier->SetCut(true);
+    Set(mine, "a", "2");
+    mOther->Set(othersObject, "Value", "3");
+    mCarrier->SetCut(false);
+    Pass();
+  }
+
+  OtherHost* mOther = nullptr;
+};
 
 TEST_F(EchoTest, OthersAreToldTheOneThatSentItIsNot) {
   StartSite();
@@ -49,26 +68,16 @@ TEST_F(EchoTest, AnotherStationOfTheSameSessionIsTold) {
 
 // What the station shows by then is what the other one has set.
 TEST_F(EchoTest, IsToldWhenTheObjectWasSentMeanwhile) {
-  StartSite();
-  OtherHost& other = Join();
-  Wait(300);
-  Station mine = Enter("u1");
-  mCarrier->SetCut(true);
-  Set(mine, "a", "2");
-  other.Set("a", "Value", "3");
-  mCarrier->SetCut(false);
-  Pass();
+  Station mine = EnterBesideAnother();
+  ChangeBoth(mine, "a");
   EXPECT_EQ("2", Value("a")) << "the other host's came first";
   EXPECT_THAT(Take(mine), Contains(HasSubstr(R"("Value":"2")")));
 }
 
 // The same with the rounds apart: the other's change is sent before this one comes back.
 TEST_F(EchoTest, IsToldWhenTheObjectWasSentBefore) {
-  StartSite();
-  OtherHost& other = Join();
-  Wait(300);
-  Station mine = Enter("u1");
-  other.Set("a", "Value", "3");
+  Station mine = EnterBesideAnother();
+  mOther->Set("a", "Value", "3");
   Set(mine, "a", "2");
   Pass();
   const std::vector<std::string> told = Take(mine);
@@ -78,15 +87,8 @@ TEST_F(EchoTest, IsToldWhenTheObjectWasSentBefore) {
 }
 
 TEST_F(EchoTest, IsNotToldWhenOnlyAnotherObjectWasSentMeanwhile) {
-  StartSite();
-  OtherHost& other = Join();
-  Wait(300);
-  Station mine = Enter("u1");
-  mCarrier->SetCut(true);
-  Set(mine, "a", "2");
-  other.Set("b", "Value", "3");
-  mCarrier->SetCut(false);
-  Pass();
+  Station mine = EnterBesideAnother();
+  ChangeBoth(mine, "b");
   const std::vector<std::string> told = Take(mine);
   EXPECT_THAT(told, ElementsAre(HasSubstr(R"("Name":"b")")));
   EXPECT_THAT(told, Not(Contains(HasSubstr(R"("Name":"a")"))));
