@@ -261,15 +261,9 @@ TEST_F(DelayedLogInTest, OneThatAHostExecutesMeanwhileIsLookedAtBehindTheStation
 TEST_F(DelayedLogInTest, TheNextStationOfAnObjectDoesNotWaitForTheFormerOnesGuesses) {
   Link link = Connect();
   for (const char* id : {"a", "b", "c", "d", "e"}) Guess(link, id, 1);
-  VQClientSocket* client = Find(link);
-  client->Close();
-  int pair[2];
-  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair));
-  client->Create(pair[0], 3000);
-  link.station = Station(pair[1]);
-  Pass();
+  Reopen(link);
   Tell(link, Hello("u1", "p"));
-  EXPECT_TRUE(client->mAuth);
+  EXPECT_TRUE(Find(link)->mAuth);
 }
 
 TEST_F(DelayedLogInTest, TheCommandIsPrintedOnce) {

@@ -68,13 +68,7 @@ TEST_F(PeerAddressTest, StaysKnownWhenTheConnectionIsClosed) {
 TEST_F(PeerAddressTest, IsNotThatOfAFormerStationOfTheObject) {
   dorn::SetTrustedProxies({"10.1.2.3"});
   Link link = From("10.1.2.3");
-  VQClientSocket* client = Find(link);
-  client->Close();
-  int pair[2];
-  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair));
-  client->Create(pair[0], 3000);
-  link.station = Station(pair[1]);
-  Pass();
+  Reopen(link);
   EXPECT_EQ("", AddressOf(link));
   EXPECT_EQ("", AddressAtLogIn(link, std::string(kLine) + "\x02" + kHello + "\x03"));
 }

@@ -97,6 +97,16 @@ Link ServerTest::ConnectTcp(int receiveBuffer) {
   return Adopt(dup(server.Fd()), dup(station.Fd()));
 }
 
+void ServerTest::Reopen(Link& link) {
+  VQClientSocket* client = Find(link);
+  client->Close();
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair));
+  client->Create(pair[0], 3000);
+  link.station = Station(pair[1]);
+  Pass();
+}
+
 Link ServerTest::LoggedIn(const std::string& sid, const std::string& dialog) {
   Link link = Connect();
   const KZString name(sid);

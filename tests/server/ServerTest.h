@@ -49,6 +49,8 @@ class ServerTest : public testing::Test {
   Link Connect();
   Link ConnectTcp(int receiveBuffer = 0);
   Link Adopt(int serverFd, int stationFd);
+  // Closes a connection from this side; its record serves another station then.
+  static void Reopen(Link& link);
   // A connection of session `sid` (created without expiry if need be) that shows `dialog`.
   Link LoggedIn(const std::string& sid, const std::string& dialog = "");
 
