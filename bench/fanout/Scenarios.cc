@@ -14,8 +14,8 @@
 
 #include "bench/fanout/Crowd.h"
 #include "bench/fanout/Protocol.h"
-#include "bench/fanout/Report.h"
 #include "bench/fanout/Server.h"
+#include "bench/support/Report.h"
 
 namespace {
 

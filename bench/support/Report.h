@@ -1,6 +1,6 @@
 // Medians, and the lines that script/bench makes its table of.
-#ifndef BENCH_FANOUT_REPORT_H_
-#define BENCH_FANOUT_REPORT_H_
+#ifndef BENCH_SUPPORT_REPORT_H_
+#define BENCH_SUPPORT_REPORT_H_
 
 #include <string>
 #include <vector>
@@ -18,4 +18,4 @@ void PrintRow(const std::string& what, const std::string& must, const std::strin
 // A number with two digits behind the point.
 std::string Number(double value);
 
-#endif  // BENCH_FANOUT_REPORT_H_
+#endif  // BENCH_SUPPORT_REPORT_H_

@@ -1,4 +1,4 @@
-#include "bench/fanout/Report.h"
+#include "bench/support/Report.h"
 
 #include <algorithm>
 #include <cstdio>
