@@ -1,0 +1,173 @@
+// How much goes through a site, how fast, and for how much work of its hosts.
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/site/Crowd.h"
+#include "bench/site/Engines.h"
+#include "bench/site/Scenarios.h"
+#include "bench/site/Table.h"
+#include "bench/support/Report.h"
+
+namespace {
+
+constexpr int kChangers = 16;
+
+// Two hosts of one site, or one host without, with a watching station at each and changers at some.
+struct Plant {
+  Plant(int brokerCount, int changersAtFirst) {
+    if (brokerCount > 0) brokers = std::make_unique<Brokers>(brokerCount);
+    for (int i = 0; i < (brokers ? 2 : 1); ++i) {
+      hosts.push_back(std::make_unique<Host>(brokers.get()));
+      watchers.push_back(crowd.Enter(hosts.back()->Port(), true));
+    }
+    for (int i = 0; i < kChangers; ++i) {
+      const std::size_t at = i < changersAtFirst || !brokers ? 0 : 1;
+      crowd.AddChanger(crowd.Enter(hosts[at]->Port(), false), watchers[at]);
+    }
+  }
+
+  // Fails when a host has applied another number of changes than were made, or a station was told
+  // of trouble.
+  void Check(long changes) {
+    for (const int watcher : watchers) {
+      if (crowd.Counted(watcher) != changes) Fail("changes were lost, or applied twice");
+    }
+    if (crowd.Errors() != 0) Fail("a station was told that a change was not accepted");
+  }
+
+  std::unique_ptr<Brokers> brokers;
+  std::vector<std::unique_ptr<Host>> hosts;
+  Crowd crowd;
+  std::vector<int> watchers;
+};
+
+long Scaled(double count, double scale) { return std::max(1L, static_cast<long>(count * scale)); }
+
+std::string WithBrokers(int brokers) {
+  return brokers == 1 ? ", one broker" : ", three brokers, three replicas";
+}
+
+// The median of some rounds behind one to warm up.
+double ChangesPerSecond(Plant& plant, double scale) {
+  constexpr int kRounds = 5;
+  constexpr long kWindow = 50;
+  const long each = Scaled(500, scale);
+  std::vector<double> rates;
+  for (int round = 0; round <= kRounds; ++round) {
+    const double seconds = plant.crowd.Rush(each, kWindow);
+    if (round > 0) rates.push_back(static_cast<double>(each * kChangers) / seconds);
+  }
+  plant.Check(each * kChangers * (kRounds + 1));
+  return Median(rates);
+}
+
+// The median of five runs' p50 and p99, behind five seconds to warm up.
+struct Delay {
+  double p50 = 0;
+  double p99 = 0;
+};
+Delay DelayOf(Plant& plant, double scale) {
+  constexpr int kRuns = 5;
+  constexpr double kPerSecond = 200;
+  constexpr double kSeconds = 5;
+  const long changes = Scaled(kPerSecond * kSeconds, scale);
+  const int watcher = plant.watchers.back();
+  plant.crowd.Pace(kPerSecond, changes, watcher);
+  std::vector<double> middle;
+  std::vector<double> late;
+  for (int run = 0; run < kRuns; ++run) {
+    const std::vector<double> delays = plant.crowd.Pace(kPerSecond, changes, watcher);
+    middle.push_back(Median(delays));
+    late.push_back(Quantile(delays, 0.99));
+  }
+  plant.Check(changes * (kRuns + 1));
+  return {Median(middle), Median(late)};
+}
+
+std::string Text(const Delay& delay) {
+  return Number(delay.p99) + " ms (p50 " + Number(delay.p50) + " ms)";
+}
+
+// What one round costs each host, in microseconds for each change.
+std::vector<double> CostOf(Plant& plant, long changes, double perSecond) {
+  std::vector<double> before;
+  for (const auto& host : plant.hosts) before.push_back(host->Program().CpuSeconds());
+  plant.crowd.Pace(perSecond, changes, plant.watchers.back());
+  std::vector<double> cost;
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    const double seconds = plant.hosts[i]->Program().CpuSeconds() - before[i];
+    cost.push_back(seconds * 1e6 / static_cast<double>(changes));
+  }
+  return cost;
+}
+
+std::string Times(const std::vector<double>& one, const std::vector<double>& alone) {
+  std::vector<double> ratios;
+  for (std::size_t i = 0; i < one.size(); ++i) ratios.push_back(one[i] / alone[i]);
+  return Number(Median(ratios)) + " x (" + Whole(Median(one)) + " us)";
+}
+
+}  // namespace
+
+void MeasureThrough(double scale) {
+  double alone = 0;
+  {
+    Plant plant(0, kChangers);
+    alone = ChangesPerSecond(plant, scale);
+  }
+  for (const int brokers : {1, 3}) {
+    Plant plant(brokers, kChangers / 2);
+    const double rate = ChangesPerSecond(plant, scale);
+    PrintLine("changes a second through two hosts" + WithBrokers(brokers),
+              brokers == 1 ? "5,000" : "2,000", Whole(rate) + " (" + Number(rate / alone) + " x)",
+              Whole(alone));
+  }
+}
+
+void MeasureDelay(double scale) {
+  Delay alone;
+  {
+    Plant plant(0, kChangers);
+    alone = DelayOf(plant, scale);
+  }
+  for (const int brokers : {1, 3}) {
+    Plant plant(brokers, kChangers);
+    PrintLine(
+        "from a station to one at the other host, p99, 200 changes a second" + WithBrokers(brokers),
+        brokers == 1 ? "5 ms" : "15 ms", Text(DelayOf(plant, scale)), Text(alone));
+  }
+}
+
+void MeasureCpu(double scale) {
+  constexpr int kStations = 50;
+  constexpr int kRounds = 5;
+  constexpr double kPerSecond = 2000;
+  Plant alone(0, kChangers);
+  Plant site(1, kChangers);
+  for (Plant* plant : {&alone, &site}) {
+    for (std::size_t i = 0; i < plant->hosts.size(); ++i) {
+      const int there = i == 0 ? 1 + kChangers : 1;
+      for (int j = there; j < kStations; ++j) plant->crowd.Enter(plant->hosts[i]->Port(), false);
+    }
+  }
+  const long changes = Scaled(2 * kPerSecond, scale);
+  std::vector<double> aloneUs;
+  std::vector<double> originUs;
+  std::vector<double> otherUs;
+  for (int round = 0; round <= kRounds; ++round) {
+    const double aloneNow = CostOf(alone, changes, kPerSecond)[0];
+    const std::vector<double> siteNow = CostOf(site, changes, kPerSecond);
+    if (round == 0) continue;  // To warm up.
+    aloneUs.push_back(aloneNow);
+    originUs.push_back(siteNow[0]);
+    otherUs.push_back(siteNow[1]);
+  }
+  for (Plant* plant : {&alone, &site}) plant->Check(changes * (kRounds + 1));
+  const std::string behind = ", 2,000 a second, 50 stations at each host";
+  const std::string once = Whole(Median(aloneUs)) + " us";
+  PrintLine("CPU for each change at its origin" + behind, "3 x", Times(originUs, aloneUs), once);
+  PrintLine("CPU for each change at the other host" + behind, "2 x", Times(otherUs, aloneUs), once);
+}
