@@ -16,7 +16,7 @@ SiteBody* Started() {
 
 bool CreateSession(const KZString& sid, int ms, std::string_view data) {
   SiteBody* site = Started();
-  return site != nullptr && site->Sessions().Create(sid, ms, data);
+  return site != nullptr && site->CreateSession(sid, ms, data);
 }
 
 bool Reattach(const KZString& sid, VQClientSocket* client) {

@@ -174,6 +174,12 @@ void SiteBody::AskForWork() {
   [[maybe_unused]] const ssize_t ignored = write(mEvent, &one, sizeof one);
 }
 
+bool SiteBody::CreateSession(const KZString& sid, int ms, std::string_view data) {
+  const bool isTaken = mSessions.Create(sid, ms, data);
+  if (isTaken) AskForWork();  // A station waits for the answer: not until the next tick.
+  return isTaken;
+}
+
 // Connections that come meanwhile wait in the system's queue.
 void SiteBody::SetAccepting(bool isAccepting) {
   if (isAccepting == mIsAccepting) return;

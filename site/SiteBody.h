@@ -58,6 +58,8 @@ class SiteBody final : public SharedState, public NodeListener {
   // For the dialogs.
   void Submit(SharedDialog& dialog, VQClientSocket& client, VQJsonCommand& command);
   bool Propose(SharedDialog& dialog, const VQJsonCommand& command);
+  // As the function of that name in Site.h.
+  bool CreateSession(const KZString& sid, int ms, std::string_view data);
   // Around everything that shows a station the whole tree.
   void BeforeSnapshot(SharedDialog& dialog);
   void AfterSnapshot(SharedDialog& dialog, VQClientSocket& client);

@@ -38,6 +38,14 @@ TEST_F(SessionsTest, ALogInIsAnsweredWhenTheLogHasIt) {
   EXPECT_FALSE(SessionData("S-u2").has_value());
 }
 
+// Not at the next tick.
+TEST_F(SessionsTest, ALogInGoesToTheLogAtOnce) {
+  StartSite();
+  Station station = Connect();
+  Tell(station, kHello);
+  EXPECT_TRUE(LogHolds(mLog, "data"));
+}
+
 TEST_F(SessionsTest, ALogInWaitsUntilTheHostServes) {
   StartSite(false);
   app.mStationSocket.SetFDStatus(KZFdData::kStatusActive);
