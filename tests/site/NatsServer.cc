@@ -9,8 +9,10 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 #include <thread>
 
@@ -78,7 +80,8 @@ void NatsServer::Launch() {
   if (mProcess == 0) BeServer(mFolder, parent);
 }
 
-// It says so in a file, soon after it has begun.
+// It says so in a file, soon after it has begun. Without a server each test would wait in vain for
+// all that it waits for.
 void NatsServer::FindPort() {
   const std::string file = mFolder + "/nats-server_" + std::to_string(mProcess) + ".ports";
   const std::string before = "\"nats://127.0.0.1:";
@@ -92,10 +95,12 @@ void NatsServer::FindPort() {
       mUrl = "nats://127.0.0.1:" + mPort;
       return;
     }
+    if (waitpid(mProcess, nullptr, WNOHANG) == mProcess) break;
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
-  ADD_FAILURE() << "nats-server does not run (script/setup site installs it): "
-                << Contents(mFolder + "/log");
+  std::cerr << "nats-server does not run (script/setup site installs it): "
+            << Contents(mFolder + "/log") << std::endl;
+  std::_Exit(1);
 }
 
 }  // namespace dorn::site
