@@ -7,7 +7,10 @@
 #include <boost/beast/ssl.hpp>
 #include <boost/beast/websocket.hpp>
 #include <deque>
+#include <type_traits>
 #include <utility>
+
+#include "tools/dorn-gateway/DirectStream.h"
 
 namespace dorn::gateway {
 
@@ -54,6 +57,9 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
     kGone
   };
 
+  static constexpr bool kIsDirect = std::is_same_v<Stream, DirectStream>;
+  using Taken = DirectStream::Taken;
+
   struct Item {
     Frame mFrame;
     Kind mKind;
@@ -65,8 +71,11 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   void Read();
   void OnRead(const beast::error_code& error, std::size_t bytes);
   void TakeMessage();
+  Taken Offer(const Item& item);
+  void WriteRest();
   void Write();
   void OnWritten(const beast::error_code& error);
+  void CountWritten(const Item& item);
   void StartClose();
   void Ping();
   void Gone();
@@ -96,6 +105,7 @@ class Line final : public WebSocketLine, public std::enable_shared_from_this<Lin
   Ms mCloseBy{0};
   int mUnanswered = 0;  // Pings since the page was last heard.
   bool mIsPinging = false;
+  bool mIsLeft = false;                         // The page has sent its close.
   int mControls = 0;                            // Control frames since the last tick.
   std::unique_ptr<asio::steady_timer> mCutOff;  // Of a page that has closed.
 };
@@ -124,6 +134,7 @@ void Line<Stream>::Accept(const Request& request) {
     mUnanswered = 0;
     ++mControls;
     if (type != websocket::frame_type::close) return;
+    mIsLeft = true;
     asio::post(mShared.mIo, [self = shared_from_this()] { self->LeavePage(); });
   });
   mSocket.async_accept(request, [self = shared_from_this()](const beast::error_code& error) {
@@ -220,11 +231,39 @@ void Line<Stream>::Send(const Frame& frame, Kind kind) {
     GiveWay();
     return;
   }
+  const Taken taken = mIsWriting ? Taken::kNothing : Offer(item);
+  if (taken == Taken::kAll) return CountWritten(item);
   QueuedBytes(kind) += item.Cost();
   mShared.mWaiting.Add(item.mFrame);
   mShared.mMetrics.mQueuedBytes = mShared.mWaiting.Bytes();
   mQueue.push_back(std::move(item));
+  if (taken == Taken::kPart) return WriteRest();
   if (!mIsWriting) Write();
+}
+
+// Most messages find that nothing waits for the page, and go at once and whole.
+template <class Stream>
+DirectStream::Taken Line<Stream>::Offer(const Item& item) {
+  if constexpr (kIsDirect) {
+    const std::string& payload = *item.mFrame;
+    if (mIsLeft || payload.size() > kPiece) return Taken::kNothing;
+    const FrameHead head(item.mKind != Kind::kBinary, payload.size());
+    return mSocket.next_layer().Offer(head, payload);
+  } else {
+    return Taken::kNothing;
+  }
+}
+
+template <class Stream>
+void Line<Stream>::WriteRest() {
+  if constexpr (kIsDirect) {
+    const Frame& frame = mQueue.front().mFrame;
+    mIsWriting = true;
+    mSocket.next_layer().Finish(*frame,
+                                [self = shared_from_this(), frame](const beast::error_code& error) {
+                                  self->OnWritten(error);
+                                });
+  }
 }
 
 template <class Stream>
@@ -242,12 +281,17 @@ void Line<Stream>::OnWritten(const beast::error_code& error) {
   mIsWriting = false;
   if (mState == State::kGone) return;
   if (error) return Gone();
-  ++mShared.mMetrics.mMessagesOut;
-  mShared.mMetrics.mBytesOut += mQueue.front().mFrame->size();
+  CountWritten(mQueue.front());
   Forget(mQueue.front());
   mQueue.pop_front();
   if (!mQueue.empty()) return Write();
   if (mState == State::kDraining) StartClose();
+}
+
+template <class Stream>
+void Line<Stream>::CountWritten(const Item& item) {
+  ++mShared.mMetrics.mMessagesOut;
+  mShared.mMetrics.mBytesOut += item.mFrame->size();
 }
 
 template <class Stream>
@@ -369,7 +413,7 @@ std::shared_ptr<WebSocketLine> Open(Shared& shared, Stream&& stream, const Reque
 std::shared_ptr<WebSocketLine> OpenWebSocket(Shared& shared, TcpStream&& stream,
                                              const Request& request, std::shared_ptr<void> slot,
                                              WebSocketLine::Owner& owner) {
-  return Open(shared, std::move(stream), request, std::move(slot), owner);
+  return Open(shared, DirectStream(std::move(stream)), request, std::move(slot), owner);
 }
 
 std::shared_ptr<WebSocketLine> OpenWebSocket(Shared& shared, TlsStream&& stream,
