@@ -4,7 +4,9 @@
 #define DORN_SERVER_APPLICATIONSTATE_H_
 
 #include <atomic>
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "dorn/model/KeptCommands.h"
 #include "dorn/server/LoginGuard.h"
@@ -34,6 +36,7 @@ struct ApplicationState {
 
   // Null: nobody asked for it. The loop's list owns it.
   StatisticsServer* statisticsServer = nullptr;
+  std::function<std::string()> moreStatistics;  // Empty: there are no more.
 
   // Null until a connection waits for room in its socket.
   std::unique_ptr<OutgoingDrainer> drainer;

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <utility>
 
 #include "dorn/server/ApplicationState.h"
@@ -98,7 +99,8 @@ StatisticsServer::~StatisticsServer() {
   if (GetFD() >= 0) close(GetFD());
 }
 
-// The text is much shorter than what a new socket takes at once.
+// The text is much shorter than what a new socket takes at once. If others add more than it takes,
+// the rest is cut off.
 void StatisticsServer::ReadyToRead() {
   const int peer = accept4(GetFD(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
   if (peer < 0) {
@@ -106,7 +108,9 @@ void StatisticsServer::ReadyToRead() {
     if (errno == EMFILE || errno == ENFILE) usleep(kPauseUs);
     return;
   }
-  const std::string text = mApp.Statistics().Text();
+  std::string text = mApp.Statistics().Text();
+  const std::function<std::string()> more = StateOf(mApp).moreStatistics;
+  if (more) text += more();
   static_cast<void>(send(peer, text.data(), text.size(), MSG_NOSIGNAL));  // Its loss if it is gone.
   close(peer);
 }
@@ -123,6 +127,10 @@ void StatisticsServer::RemoveName() {
 }
 
 }  // namespace dorn
+
+void VQApplication::SetMoreStatistics(std::function<std::string()> text) {
+  dorn::StateOf(*this).moreStatistics = std::move(text);
+}
 
 bool VQApplication::ServeStatistics(const char* path) {
   dorn::StatisticsServer*& server = dorn::StateOf(*this).statisticsServer;

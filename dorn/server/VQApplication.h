@@ -5,6 +5,9 @@
 
 #include <sys/time.h>
 
+#include <functional>
+#include <string>
+
 #include "dorn/base/Export.h"
 #include "dorn/base/KZLog.h"
 #include "dorn/base/KZString.h"
@@ -142,6 +145,10 @@ class DORN_EXPORT VQApplication : public KZApplication {
   // is replaced; with null or "" the one that is offered is taken away again, as it is at the end
   // of Run(). False, with a line on standard error, when it cannot be had.
   bool ServeStatistics(const char* path);
+
+  // What `text` returns is offered behind that: lines of the same kind, complete, of a library or a
+  // host that counts more. It is asked whenever somebody connects. An empty function ends it.
+  void SetMoreStatistics(std::function<std::string()> text);
 
   // Sends the log of the station socket and of every later connection to `stream`, which is not
   // owned and must outlive them. Null: nowhere, as it is by default.

@@ -14,7 +14,10 @@
 
 namespace {
 
+using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 
 class StatisticsTest : public ServerTest {
  protected:
@@ -198,6 +201,18 @@ TEST_F(StatisticsTest, IsServedAtASocket) {
   EXPECT_THAT(text, HasSubstr("\ndorn_stations 1\n"));
   Link another = Connect();
   EXPECT_THAT(Ask(SocketPath()), HasSubstr("\ndorn_stations 2\n"));
+}
+
+TEST_F(StatisticsTest, ServesWhatOthersAddBehindIt) {
+  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  Pass();
+  int asked = 0;
+  app.SetMoreStatistics([&asked] { return "plant_pumps " + std::to_string(++asked) + "\n"; });
+  EXPECT_THAT(Ask(SocketPath()),
+              AllOf(HasSubstr("dorn_passes_total "), EndsWith("\nplant_pumps 1\n")));
+  EXPECT_THAT(Ask(SocketPath()), EndsWith("\nplant_pumps 2\n"));
+  app.SetMoreStatistics({});
+  EXPECT_THAT(Ask(SocketPath()), Not(HasSubstr("plant_pumps")));
 }
 
 TEST_F(StatisticsTest, IsForTheOwnUserAlone) {
