@@ -92,6 +92,7 @@ bool SharedTrees::Load(std::string_view bytes, std::vector<Loaded>& loaded,
   for (const auto& [name, one] : all) {
     const auto found = mDialogs.find(name);
     if (found == mDialogs.end()) {
+      if (IsFormer(name)) continue;
       mOthers.emplace(name, one);
       missing.push_back(name);
       continue;

@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "site/SharedDialog.h"
@@ -17,7 +18,9 @@ class SharedTrees {
  public:
   using Dialogs = std::map<std::string, SharedDialog*>;
 
-  explicit SharedTrees(const Dialogs& dialogs) : mDialogs(dialogs) {}
+  // What is `former` is passed over: the site had such dialogs, and has them no longer.
+  SharedTrees(const Dialogs& dialogs, std::set<std::string> former)
+      : mDialogs(dialogs), mFormer(std::move(former)) {}
 
   // All dialogs in the order of their names; also what was loaded for dialogs that are not here.
   std::string Save() const;
@@ -32,12 +35,17 @@ class SharedTrees {
   // host that the bytes do not have, and those that this host does not have.
   bool Load(std::string_view bytes, std::vector<Loaded>& loaded, std::vector<std::string>& missing);
 
+  // Whether there are dialogs that this host does not have.
+  bool HasOthers() const { return !mOthers.empty(); }
+  bool IsFormer(const std::string& name) const { return mFormer.count(name) != 0; }
+
   // One dialog.
   static std::string SaveOne(SharedDialog& dialog);
   static bool LoadOne(std::string_view bytes, SharedDialog& dialog);
 
  private:
   const Dialogs& mDialogs;
+  const std::set<std::string> mFormer;
   std::map<std::string, std::string> mOthers;  // Of dialogs that this host does not have.
 };
 

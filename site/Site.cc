@@ -30,6 +30,8 @@ SiteOptions OptionsFromEnvironment() {
   options.name = text("DORN_SITE");
   std::istringstream brokers(text("DORN_SITE_BROKERS"));
   for (std::string broker; brokers >> broker;) options.brokers.emplace_back(broker);
+  std::istringstream former(text("DORN_SITE_FORMER_DIALOGS"));
+  for (std::string dialog; former >> dialog;) options.formerDialogs.emplace_back(dialog);
   const int replicas = std::atoi(text("DORN_SITE_REPLICAS"));
   if (replicas > 0) options.replicas = replicas;
   options.user = text("DORN_SITE_USER");

@@ -46,6 +46,11 @@ struct SiteOptions {
   // The shared dialogs, by name. Start() makes them, by the application's maker.
   std::vector<KZString> dialogs;
 
+  // Dialogs that the site had and has no longer: what its log and snapshots say of them is passed
+  // over. The same on all hosts of the site. Any other dialog that the site has and this host does
+  // not is a mistake: the host says so, and does not keep the site.
+  std::vector<KZString> formerDialogs;
+
   // The object of a shared dialog whose "State" tells stations whether the log answers.
   KZString statusObject = "site";
 
@@ -60,14 +65,17 @@ struct SiteOptions {
 
 // What the environment says: DORN_SITE (the name), DORN_SITE_BROKERS (with blanks between them),
 // DORN_SITE_REPLICAS, DORN_SITE_USER, DORN_SITE_PASSWORD, DORN_SITE_CREDENTIALS, DORN_SITE_CA,
-// DORN_SITE_CERTIFICATE and DORN_SITE_KEY. The dialogs are still to be named.
+// DORN_SITE_CERTIFICATE, DORN_SITE_KEY and DORN_SITE_FORMER_DIALOGS (with blanks between them). The
+// dialogs are still to be named.
 DORN_SITE_EXPORT SiteOptions OptionsFromEnvironment();
 
+// How a host of the site is doing.
 struct SiteStatus {
   bool isServing = false;   // Changes are taken.
   bool isLogAway = false;   // The log does not answer.
   bool isKeeper = false;    // OnKeep() is called here.
   bool isHealthy = false;   // Stations are let in: it serves, and the log was there 15 s ago.
+  bool isWhole = true;      // It has all dialogs that the site has; otherwise it does not keep it.
   std::size_t waiting = 0;  // What was handed in and has not come back.
   std::uint64_t applied = 0;
   std::uint64_t unknown = 0;

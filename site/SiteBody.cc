@@ -59,7 +59,7 @@ SiteBody::SiteBody(VQApplication& app, SiteOptions options, std::unique_ptr<Carr
       mOptions(std::move(options)),
       mCarrier(std::move(carrier)),
       mClock(std::move(clock)),
-      mTrees(mDialogs),
+      mTrees(mDialogs, {mOptions.formerDialogs.begin(), mOptions.formerDialogs.end()}),
       mSessions(app) {
   if (gCurrent == nullptr) gCurrent = this;
 }
@@ -136,6 +136,7 @@ SiteStatus SiteBody::Status() const {
   status.isLogAway = mIsLogAway;
   status.isKeeper = mNode->IsKeeper();
   status.isHealthy = mIsAccepting;
+  status.isWhole = IsWhole();
   status.waiting = mNode->Waiting();
   status.applied = count.applied;
   status.unknown = count.unknown;
@@ -257,8 +258,11 @@ bool SiteBody::Load(std::string_view bytes) {
   std::vector<SharedTrees::Loaded> loaded;
   std::vector<std::string> missing;
   if (!mTrees.Load(bytes, loaded, missing)) return false;
+  mHasMissed = false;
   for (const std::string& name : missing) {
-    OnWord("dialog \"" + name + "\" is not the same on all hosts: start all with the same dialogs");
+    OnWord("dialog \"" + name + "\" is not the same on all hosts: start all with the same dialogs" +
+           (Find(name) == nullptr ? "; this host, which does not have it, does not keep the site"
+                                  : ""));
   }
   for (const SharedTrees::Loaded& each : loaded) ShowWholeTree(*each.dialog, each.isSameShape);
   return true;

@@ -69,6 +69,7 @@ class SiteBody final : public SharedState, public NodeListener {
   void Apply(Sequence sequence, const site::Change& change, std::optional<Ticket> mine) override;
   std::string Save() override;
   bool Load(std::string_view bytes) override;
+  bool IsWhole() const override { return !mHasMissed && !mTrees.HasOthers(); }
   Digest Resources() override { return mResources; }
 
   // NodeListener
@@ -96,7 +97,8 @@ class SiteBody final : public SharedState, public NodeListener {
   bool WatchDescriptors();
   void Work();
   void AskForWork();
-  void TellInapplicable(const std::string& dialog);
+  void Miss(const std::string& dialog);
+  void TellInapplicable(const std::string& dialog, const char* why);
   void SendAll();
   void SendChanges(SharedDialog& dialog);
   void TellOrigins();
@@ -124,6 +126,7 @@ class SiteBody final : public SharedState, public NodeListener {
 
   std::set<std::string> mChanged;       // Dialogs with something to send.
   std::set<std::string> mInapplicable;  // Whose changes cannot be applied here: told once.
+  bool mHasMissed = false;  // A change of a dialog that is not here, since the last snapshot.
   std::vector<Applied> mApplied;
   bool mIsServing = false;
   bool mIsLogAway = false;

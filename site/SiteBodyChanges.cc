@@ -88,8 +88,11 @@ void SiteBody::Apply(Sequence /*sequence*/, const site::Change& change,
                      std::optional<Ticket> mine) {
   std::optional<OwnChange> own = mine.has_value() ? mOwn.Take(*mine) : std::nullopt;
   SharedDialog* dialog = Find(change.dialog);
+  if (dialog == nullptr) return Miss(change.dialog);
   std::unique_ptr<VQJsonCommand> command = DecodeCommand(change.command);
-  if (dialog == nullptr || command == nullptr) return TellInapplicable(change.dialog);
+  if (command == nullptr) {
+    return TellInapplicable(change.dialog, "cannot be read: start all hosts with the same version");
+  }
   SharedDialog::Change told;
   told.command = command.get();
   told.time.tv_sec = change.timeUs / kUsPerSecond;
@@ -117,12 +120,21 @@ void SiteBody::Apply(Sequence /*sequence*/, const site::Change& change,
   if (own.has_value()) mApplied.push_back({std::move(*own), std::move(command), std::move(told)});
 }
 
+// What this host would store from now on is not what the site knows.
+void SiteBody::Miss(const std::string& dialog) {
+  if (mTrees.IsFormer(dialog)) return;
+  mHasMissed = true;
+  TellInapplicable(
+      dialog,
+      "cannot be applied here, where there is no such dialog: start all hosts with the "
+      "same dialogs; until then this one does not keep the site");
+}
+
 // Once for each name, and not for ever more names: each change would be a line.
-void SiteBody::TellInapplicable(const std::string& dialog) {
+void SiteBody::TellInapplicable(const std::string& dialog, const char* why) {
   constexpr std::size_t kNames = 100;
   if (mInapplicable.size() >= kNames || !mInapplicable.insert(dialog).second) return;
-  OnWord("a change of dialog \"" + dialog +
-         "\" cannot be applied here: start all hosts with the same dialogs and version");
+  OnWord("a change of dialog \"" + dialog + "\" " + why);
 }
 
 void SiteBody::SendAll() {

@@ -29,7 +29,7 @@ class SharedState {
   virtual ~SharedState() = default;
 
   // The next change of the site; the same on every host. `mine` is the ticket if it was handed in
-  // here. A change of a dialog that this host does not have is kept for its snapshots, not lost.
+  // here.
   virtual void Apply(Sequence sequence, const Change& change, std::optional<Ticket> mine) = 0;
 
   // The exact bytes of all dialogs, the same on hosts that have applied the same.
@@ -38,6 +38,10 @@ class SharedState {
   // Takes over what Save() of another host has written. False, and nothing is changed, when the
   // bytes are broken.
   virtual bool Load(std::string_view bytes) = 0;
+
+  // False while this host lacks something that the site has, so that what it saves is not what the
+  // site knows: it does not keep the site then.
+  virtual bool IsWhole() const { return true; }
 
   // Of the resource files that this host would begin with.
   virtual Digest Resources() = 0;

@@ -174,6 +174,7 @@ void Node::Body::OnHole(Sequence next) {
 
 void Node::Body::OnEntry(Sequence sequence, std::string_view bytes) {
   if (sequence <= mLast) return;
+  ++mCounters.entries;
   if (mIsFollowing && sequence != mLast + 1) {
     mListener.OnWord(
         "This host was away for longer than the log is kept: it waits for a snapshot.");

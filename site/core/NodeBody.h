@@ -39,7 +39,7 @@ class Node::Body {
 
   const State& GetState() const { return mState; }
   bool IsServing() const;
-  bool IsKeeper() const { return IsServing() && mLease.IsSure(mNow); }
+  bool IsKeeper() const { return IsServing() && MayKeep() && mLease.IsSure(mNow); }
   std::size_t Waiting() const { return mSender.Waiting(); }
   const Counters& Count();
   Sequence LastApplied() const { return mIsFollowing ? mLast : 0; }
@@ -59,7 +59,8 @@ class Node::Body {
     std::optional<Ms> askAgainAt;  // While nothing is on its way.
   };
 
-  bool MayKeep() const { return mIsFollowing && mIsCaughtUp && !mWanted && !mHasStopped; }
+  bool IsCurrent() const { return mIsFollowing && mIsCaughtUp && !mWanted && !mHasStopped; }
+  bool MayKeep() const { return IsCurrent() && mShared.IsWhole(); }
   std::optional<Manifest> ManifestIn(const NewestManifest& newest);
   void Follow(Sequence last);
   void Watch();

@@ -30,8 +30,10 @@ class ListState final : public SharedState {
     text = bytes;
     return true;
   }
+  bool IsWhole() const override { return whole; }
   Digest Resources() override { return resources; }
 
+  bool whole = true;
   std::string text;
   std::vector<Ticket> own;
   Digest resources{};
@@ -268,6 +270,36 @@ TEST_F(NodeTest, TheKeeperIsAskedWhileARenewalOfItsOwnIsFresh) {
   EXPECT_FALSE(mNode.IsKeeper());
   EXPECT_FALSE(mNode.Propose(ChangeOf("x")));
   EXPECT_LE(mListener.kept - kept, 20);
+}
+
+TEST_F(NodeTest, AKeeperThatLacksSomethingGivesUp) {
+  BeginAsKeeper();
+  Pass(100ms);
+  ASSERT_TRUE(mNode.IsKeeper());
+  mTransport.TakePublished();
+  mState.whole = false;
+  const int kept = mListener.kept;
+  Deliver(Mark{mSite.Token(), 2});  // That it published before.
+  Pass(70s);
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_FALSE(mNode.IsKeeper());
+  EXPECT_FALSE(mNode.Propose(ChangeOf("x")));
+  EXPECT_EQ(mListener.kept, kept);
+  EXPECT_EQ(mTransport.stored.size(), 1U) << "the one of the beginning";
+  EXPECT_TRUE(mTransport.TakePublished().empty());
+  mState.whole = true;
+  Pass(2s);
+  EXPECT_EQ(mTransport.TakePublished<Renew>().size(), 2U);
+}
+
+TEST_F(NodeTest, WhoLacksSomethingDoesNotTake) {
+  BeginAsOther();
+  mState.whole = false;
+  Pass(20s);
+  EXPECT_TRUE(mTransport.TakePublished<Take>().empty());
+  mState.whole = true;
+  Pass(200ms);
+  EXPECT_EQ(mTransport.TakePublished<Take>().size(), 1U);
 }
 
 TEST_F(NodeTest, AProposalBehindATakeOfAnotherIsRefused) {
