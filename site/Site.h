@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -71,18 +72,42 @@ DORN_SITE_EXPORT SiteOptions OptionsFromEnvironment();
 
 // How a host of the site is doing.
 struct SiteStatus {
-  bool isServing = false;   // Changes are taken.
-  bool isLogAway = false;   // The log does not answer.
-  bool isKeeper = false;    // OnKeep() is called here.
-  bool isHealthy = false;   // Stations are let in: it serves, and the log was there 15 s ago.
-  bool isWhole = true;      // It has all dialogs that the site has; otherwise it does not keep it.
-  std::size_t waiting = 0;  // What was handed in and has not come back.
-  std::uint64_t applied = 0;
-  std::uint64_t unknown = 0;
-  std::uint64_t refused = 0;
-  std::uint64_t diverged = 0;
-  std::uint64_t snapshots = 0;
-  std::uint64_t unequal = 0;  // Changes that gave two different results when applied twice.
+  // At the moment.
+  bool isServing = false;  // Changes are taken.
+  bool isLogAway = false;  // The log has not answered for 1.5 s.
+  bool isKeeper = false;   // OnKeep() is called here.
+  bool isHealthy = false;  // Stations are let in: it serves, and the log was there 15 s ago.
+  bool isWhole = true;     // It has all dialogs that the site has; otherwise it does not keep it.
+
+  std::size_t waiting = 0;  // Changes and log-ins that were handed in and have not come back.
+
+  // The last entry of the log that is in the dialogs; 0 while there is none. Hosts that are far
+  // apart for long are in trouble.
+  std::uint64_t position = 0;
+
+  // Grows with each host that becomes the keeper, and is the same on all hosts that agree on who it
+  // is; 0: nobody yet.
+  std::uint64_t keeper = 0;
+
+  // Milliseconds since the log has answered; -1: never.
+  std::int64_t answeredMsAgo = -1;
+
+  // Since the start of the host.
+  std::uint64_t entries = 0;    // Read from the log.
+  std::uint64_t applied = 0;    // Changes.
+  std::uint64_t unknown = 0;    // Own ones that had not come back after 2 s.
+  std::uint64_t refused = 0;    // Own ones that were never applied.
+  std::uint64_t sentAgain = 0;  // Entries, since they did not come back.
+  std::uint64_t dropped = 0;    // Came twice, late, or of a host that is not the keeper any more.
+  std::uint64_t garbage = 0;    // Entries that are none, or of another version.
+  std::uint64_t takes = 0;      // This host became the keeper.
+  std::uint64_t diverged = 0;   // Its dialogs differed from the keeper's.
+  std::uint64_t snapshots = 0;  // Were loaded: at the start, and when the dialogs differed.
+  std::uint64_t unequal = 0;    // Changes that gave two different results when applied twice.
+
+  // As text for Prometheus: "dorn_site_serving 1" and so on, with types and help. What
+  // VQApplication::ServeStatistics() offers has it at its end while there is a site.
+  DORN_SITE_EXPORT std::string Text() const;
 };
 
 class SiteBody;

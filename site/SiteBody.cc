@@ -67,6 +67,7 @@ SiteBody::SiteBody(VQApplication& app, SiteOptions options, std::unique_ptr<Carr
 // The records leave the loop with their destruction.
 SiteBody::~SiteBody() {
   if (gCurrent == this) gCurrent = nullptr;
+  if (IsStarted()) mApp.SetMoreStatistics({});
   mWatches.clear();
   mNode.reset();
   mCarrier.reset();
@@ -87,6 +88,7 @@ bool SiteBody::Start() {
   mNode = std::make_unique<Node>(RandomOrigin(), *mCarrier, *this, *this);
   mSessions.SetNode(*mNode);
   SetAccepting(false);
+  mApp.SetMoreStatistics([this] { return Status().Text(); });
   return WatchDescriptors();
 }
 
@@ -138,9 +140,17 @@ SiteStatus SiteBody::Status() const {
   status.isHealthy = mIsAccepting;
   status.isWhole = IsWhole();
   status.waiting = mNode->Waiting();
+  status.position = mNode->LastApplied();
+  status.keeper = mNode->Token();
+  if (const std::optional<Ms> since = mNode->SinceAnswer()) status.answeredMsAgo = since->count();
+  status.entries = count.entries;
   status.applied = count.applied;
   status.unknown = count.unknown;
   status.refused = count.refused;
+  status.sentAgain = count.sentAgain;
+  status.dropped = count.dropped;
+  status.garbage = count.refusedEntries;
+  status.takes = count.takes;
   status.diverged = count.diverged;
   status.snapshots = count.snapshots;
   status.unequal = mUnequal;

@@ -49,6 +49,8 @@ std::size_t Node::Waiting() const { return mBody->Waiting(); }
 
 const Node::Counters& Node::Count() const { return mBody->Count(); }
 
+Sequence Node::Token() const { return mBody->GetState().Token(); }
+std::optional<Ms> Node::SinceAnswer() const { return mBody->SinceAnswer(); }
 Sequence Node::LastApplied() const { return mBody->LastApplied(); }
 
 void Node::OnOpened(const std::optional<NewestManifest>& newest) { mBody->OnOpened(newest); }

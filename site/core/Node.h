@@ -91,6 +91,7 @@ struct Rules;
 class Node final : public TransportListener {
  public:
   struct Counters {
+    std::uint64_t entries = 0;  // That were read.
     std::uint64_t applied = 0;  // Changes.
     std::uint64_t dropped = 0;  // Items and entries that did not count: doubled, late, fenced.
     std::uint64_t refusedEntries = 0;  // Bytes that are no entry of this version.
@@ -134,6 +135,8 @@ class Node final : public TransportListener {
   std::size_t Waiting() const;
   const Counters& Count() const;
   Sequence LastApplied() const;
+  Sequence Token() const;                 // Of the site's keeper, as far as this host has read.
+  std::optional<Ms> SinceAnswer() const;  // Since the log has answered last, at the last Tick().
 
   void OnOpened(const std::optional<NewestManifest>& newest) override;
   void OnHole(Sequence next) override;

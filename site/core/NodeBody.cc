@@ -94,7 +94,11 @@ void Node::Body::ExtendSession(Sequence session) {
   if (HandIn(SessionExtend{session})) mClock.OnTold(session, mNow);
 }
 
-bool Node::Body::IsServing() const { return MayKeep() && mState.HasBegun(); }
+bool Node::Body::IsServing() const { return IsCurrent() && mState.HasBegun(); }
+
+std::optional<Ms> Node::Body::SinceAnswer() const {
+  return mAnswered ? std::optional<Ms>(mNow - *mAnswered) : std::nullopt;
+}
 
 const Node::Counters& Node::Body::Count() {
   mCounters.sentAgain = mSender.SentAgain();
@@ -170,6 +174,11 @@ void Node::Body::OnHole(Sequence next) {
                    " of the site's log: changes may be missing. See the brokers' disks, and who "
                    "deletes from the log.");
   mLast = next - 1;
+}
+
+void Node::Body::OnAnswered() {
+  mAnswered = mNow;
+  mLease.OnAnswered(mNow);
 }
 
 void Node::Body::OnEntry(Sequence sequence, std::string_view bytes) {

@@ -43,12 +43,13 @@ class Node::Body {
   std::size_t Waiting() const { return mSender.Waiting(); }
   const Counters& Count();
   Sequence LastApplied() const { return mIsFollowing ? mLast : 0; }
+  std::optional<Ms> SinceAnswer() const;
 
   void OnOpened(const std::optional<NewestManifest>& newest);
   void OnHole(Sequence next);
   void OnEntry(Sequence sequence, std::string_view bytes);
   void OnCaughtUp();
-  void OnAnswered() { mLease.OnAnswered(mNow); }
+  void OnAnswered();
   void OnStored(Sequence mark, bool isStored) { mSnapshots.OnStored(mark, isStored); }
   void OnFetched(Sequence mark, const std::optional<std::string>& bytes);
 
@@ -105,10 +106,11 @@ class Node::Body {
   Counters mCounters;
 
   Ms mNow{0};
-  std::optional<Ms> mBegun;   // The first Tick().
-  Sequence mLast = 0;         // The last entry that was delivered, or that a snapshot stands for.
-  bool mIsFollowing = false;  // Entries are applied.
-  bool mIsWatching = false;   // Only manifests are looked at.
+  std::optional<Ms> mBegun;     // The first Tick().
+  std::optional<Ms> mAnswered;  // The last time the log answered.
+  Sequence mLast = 0;           // The last entry that was delivered, or that a snapshot stands for.
+  bool mIsFollowing = false;    // Entries are applied.
+  bool mIsWatching = false;     // Only manifests are looked at.
   bool mIsCaughtUp = false;
   bool mIsOpened = false;
   Sequence mForgottenBehind = 0;  // From this entry or an earlier one the log leads nowhere.

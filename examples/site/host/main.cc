@@ -33,6 +33,9 @@ class SiteApp : public VQApplication {
     SetLoginGuard(true);
     SetTrace(dorn::Trace::kNone);
     TrustProxies(std::getenv("PUMPHOUSE_PROXIES"));
+    if (const char* folder = std::getenv("RUNTIME_DIRECTORY")) {
+      ServeStatistics((std::string(folder) + "/statistics").c_str());
+    }
     const std::string users = std::string(GetModuleDirectory()) + "/users.txt";
     return mUsers.Load(users) ? 1 : -1;
   }
