@@ -122,6 +122,7 @@ class Node::Body {
   bool mToldAway = false;
   bool mToldUnopened = false;
   bool mToldResources = false;
+  Sequence mToldDamaged = 0;  // The snapshot that was told last.
 };
 
 }  // namespace dorn::site

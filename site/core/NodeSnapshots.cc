@@ -63,7 +63,14 @@ void Node::Body::OnFetched(Sequence mark, const std::optional<std::string>& byte
 }
 
 bool Node::Body::Load(const Manifest& manifest, std::string_view bytes) {
-  if (bytes.size() != manifest.bytes || Sha256(bytes) != manifest.digest) return false;
+  if (bytes.size() != manifest.bytes || Sha256(bytes) != manifest.digest) {
+    if (std::exchange(mToldDamaged, manifest.mark) != manifest.mark) {
+      mListener.OnWord(
+          "The site's snapshot is not what its host has stored, and is asked for again: see the "
+          "brokers' disks, and who else writes to them.");
+    }
+    return false;
+  }
   auto parts = ReadSnapshot(bytes, mRules);
   if (!parts || !mShared.Load(parts->dialogs)) {
     mListener.OnWord("A snapshot of the site cannot be read: see that all hosts have one version.");

@@ -415,6 +415,25 @@ TEST_F(NodeTest, AMissingPieceIsAskedForAgain) {
   EXPECT_TRUE(mNode.IsServing());
 }
 
+TEST_F(NodeTest, ASnapshotThatIsNotWhatWasStoredIsSaidOnceAndAskedForAgain) {
+  Write(Take{Origin(2), 0});
+  Write(Mark{mSite.Token(), 1});
+  mNode.OnOpened(Newest(ManifestNow()));
+  for (const std::string& bytes : {mSnapshot + "x", std::string(mSnapshot.size(), 'x')}) {
+    mNode.OnFetched(mMark, bytes);
+    Pass(1100ms);
+  }
+  EXPECT_EQ(mTransport.fetched, (std::vector<Sequence>{mMark, mMark, mMark}));
+  ASSERT_TRUE(mListener.Heard("word: The site's snapshot is not what its host has stored"));
+  mListener.words.clear();
+  mNode.OnFetched(mMark, "x");
+  EXPECT_FALSE(mListener.Heard("word"));
+  EXPECT_FALSE(mNode.IsServing());
+  mNode.OnFetched(mMark, mSnapshot);
+  ReadAgain(mMark);
+  EXPECT_TRUE(mNode.IsServing());
+}
+
 TEST_F(NodeTest, WhoHasMissedAForgottenPartBeginsWithASnapshot) {
   BeginAsOther();
   const auto mine = mNode.Submit(ChangeOf("mine"));
