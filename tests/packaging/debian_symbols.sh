@@ -7,13 +7,14 @@
 set -euo pipefail
 list=$1
 symbols=$2
+package=$(basename "$symbols" .symbols)
 version=$(sed -nE '1s/.*\(([0-9.]+)[^)]*\).*/\1/p' "$(dirname "$symbols")/changelog")
 
 wanted() {
   # What the compiler makes of the standard library's templates comes and goes with it, and no host
   # counts on finding it here.
   cat <<EOT
-libdorn.so.1 libdorn1 #MINVER#
+${package%1}.so.1 $package #MINVER#
  (optional|regex)"^_Z(T[ISV]|GV|Z)?(N?K?S[at]|NK?9__gnu_cxx).*@Base\$" 1.8.7
 EOT
   awk -v version="$version" '

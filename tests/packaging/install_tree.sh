@@ -44,7 +44,8 @@ holds tools 'bin/dorn-(station|lint|load|terminal|top)' 'share/man/man1/dorn-(st
   'share/dorn/resource\.schema\.json' 'share/dorn/dorn\.lua'
 holds gateway 'bin/dorn-gateway' 'share/man/man1/dorn-gateway\.1'
 [ ! -d "$work/site" ] || holds site "$lib/libdorn-site\.so" "$lib/libdorn-site\.so\.1" "$lib/libdorn-site\.so\.1\.8\.7" \
-  'include/dorn-site/site/(Archive|Export|SharedDialog|Site)\.h' "$lib/pkgconfig/dorn-site\.pc"
+  'include/dorn-site/site/(Archive|Export|SharedDialog|Site)\.h' "$lib/pkgconfig/dorn-site\.pc" \
+  "$lib/cmake/dorn-site/dorn-site(Config|ConfigVersion|Targets|Targets-[a-z]+)\.cmake"
 holds documentation 'share/doc/dorn/(README|CHANGELOG)\.md' 'share/doc/dorn/docs/[a-z-]+\.md' \
   'share/doc/dorn/docs/images/[a-z]+\.png' 'share/doc/dorn/docs/manual/.+'
 
@@ -82,6 +83,23 @@ grep -q 'needs dorn-station' <<<"$said" || fail "no word on the missing dorn-sta
 "$compiler" -std=c++17 main.cc -o "$work/one-line" $(pkg-config --cflags --libs dorn)
 cp -r resources "$work/resources"
 cd "$source"
+
+# A host of a site, in the same two ways. No broker is there: it starts and waits for one.
+a_host_of_a_site() {
+  local host=$source/tests/packaging/site-host program said
+  [ "$(pkg-config --modversion dorn-site)" = "$(pkg-config --modversion dorn)" ] || fail "dorn-site.pc has another version than dorn.pc"
+  cmake -S "$host" -B "$work/site-host" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$work/all" >/dev/null
+  cmake --build "$work/site-host" >"$work/site-host.log" || { cat "$work/site-host.log"; fail "a host of a site does not build through CMake"; }
+  # shellcheck disable=SC2046
+  "$compiler" -std=c++17 "$host/main.cc" -o "$work/site-one-line" $(pkg-config --cflags --libs dorn-site)
+  for program in "$work/site-host/site_host" "$work/site-one-line"; do
+    said=$(DORN_SITE=plant DORN_SITE_BROKERS=nats://127.0.0.1:1 DORN_STATION=127.0.0.1:0 LD_LIBRARY_PATH=$work/all/$lib \
+      "$program") || fail "$program fails with $?: $said"
+    grep -qx 'a host of the site "plant" has started' <<<"$said" || fail "$program says: $said"
+  done
+}
+[ ! -d "$work/site" ] || a_host_of_a_site
+
 for program in "$work/smallest/smallest" "$work/one-line"; do
   LD_LIBRARY_PATH=$work/all/$lib tests/examples/smallest.sh "$program" "$work/all/bin/dorn-station" || fail "$program does not serve"
 done
