@@ -191,6 +191,13 @@ TEST_F(StatisticsTest, IsWrittenForPrometheus) {
   EXPECT_THAT(text, HasSubstr("# TYPE dorn_closed_total counter\n"));
   EXPECT_THAT(text, HasSubstr("\ndorn_closed_total{reason=\"no_login\"} 4\n"));
   EXPECT_EQ('\n', text.back());
+  for (const char* name :
+       {"stations", "stations_logged_in", "sessions", "dialogs", "timers", "queued_bytes",
+        "messages_in_total", "bytes_in_total", "messages_out_total", "bytes_out_total",
+        "unreadable_total", "accepted_total", "refused_total", "passes_total",
+        "longest_pass_microseconds"}) {
+    EXPECT_THAT(text, HasSubstr(std::string("\ndorn_") + name + " ")) << name;
+  }
 }
 
 TEST_F(StatisticsTest, IsServedAtASocket) {
