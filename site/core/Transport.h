@@ -33,6 +33,10 @@ class TransportListener {
   };
   virtual void OnOpened(const std::optional<NewestManifest>& newest) = 0;
 
+  // The same, but of another log than the one that was read until now: it was deleted, or has lost
+  // its end, or was put back to what it was long ago. What came before is not in it.
+  virtual void OnOtherLog(const std::optional<NewestManifest>& newest) { OnOpened(newest); }
+
   // The next entry of the log. Each comes once, without a gap, in order; only what was forgotten
   // meanwhile is missing, which the sequence shows.
   virtual void OnEntry(Sequence sequence, std::string_view entry) = 0;

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -20,39 +19,19 @@ constexpr int kReconnectJitterMs = 50;
 constexpr int kForEver = -1;
 constexpr int kTimeoutMs = 1000;
 constexpr int kWriteDeadlineMs = 200;
-constexpr int kAskedMs = 1000;  // For an answer to a question.
-constexpr int kAckMs = 1500;    // For an acknowledgement, so that what waits for one is bounded.
+constexpr int kAckMs = 1500;  // For an acknowledgement, so that what waits for one is bounded.
 constexpr int kStallMs = 1;
 
 constexpr milliseconds kTick{50};
 constexpr milliseconds kProbesApart{300};
-constexpr milliseconds kSilent{700};  // Less than the two heartbeats that the library waits for.
-constexpr milliseconds kCalm{6000};   // More than it takes to make a reading anew.
 
 Exchange& ExchangeOf(void* closure) { return *static_cast<Exchange*>(closure); }
-
-struct Left {
-  Nats<natsConnection> connection;
-  Nats<jsCtx> context;
-  Nats<natsSubscription> probing;
-  std::vector<Nats<natsSubscription>> readings;
-};
-
-// The number behind `key`, or nothing.
-std::optional<Sequence> NumberIn(std::string_view json, std::string_view key) {
-  const std::size_t found = json.find(key);
-  if (found == std::string_view::npos) return std::nullopt;
-  const std::string digits(json.substr(found + key.size(), 20));
-  return std::strtoull(digits.c_str(), nullptr, 10);
-}
 
 // An answer of whoever leads the log at the moment; without a leader there is none.
 void OnProbeAnswered(natsConnection* /*connection*/, natsSubscription* /*subscription*/,
                      natsMsg* message, void* closure) {
   const Nats<natsMsg> owned(message);
-  const std::string_view json(natsMsg_GetData(message),
-                              static_cast<std::size_t>(natsMsg_GetDataLength(message)));
-  const std::optional<Sequence> last = NumberIn(json, R"("last_seq":)");
+  const std::optional<Sequence> last = NumberIn(DataOf(owned), R"("last_seq":)");
   if (last) ExchangeOf(closure).AnswerLast(*last);
 }
 
@@ -101,40 +80,12 @@ void Broker::Run() {
     const bool canSend = IsConnected();
     mExchange.Wait(kTick, canSend && mIsOpen);
     if (IsConnected() && !mExchange.IsStopped()) Step();
-    NoteCalm();
   }
   End();
 }
 
-void Broker::NoteCalm() {
-  if (!mIsOpen) return;
-  const bool isSilent = Clock::now() - mExchange.AnsweredAt() > kSilent;
-  if (isSilent || !IsConnected()) mRestlessAt = Clock::now();
-  if (IsCalm()) mOldReadings.clear();
-}
-
-bool Broker::IsCalm() const {
-  return IsConnected() && (!mIsOpen || Clock::now() - mRestlessAt > kCalm);
-}
-
-void Broker::StopReading() {
-  if (mReading == nullptr) return;
-  mOldReadings.push_back(std::move(mReading));
-  if (IsCalm()) mOldReadings.clear();
-}
-
-// What cannot be destroyed is left to the library until the process ends; nobody listens to it.
 void Broker::End() {
-  NoteCalm();
   StopReading();
-  if (!mOldReadings.empty() || (mConnection != nullptr && mIsOpen && !IsCalm())) {
-    static std::mutex& mutex = *new std::mutex;
-    static auto& left = *new std::vector<Left>;
-    const std::lock_guard<std::mutex> lock(mutex);
-    left.push_back({std::move(mConnection), std::move(mContext), std::move(mProbing),
-                    std::move(mOldReadings)});
-  }
-  mOldReadings.clear();
   mProbing.reset();
   mContext.reset();
   mConnection.reset();
@@ -211,11 +162,27 @@ bool Broker::IsConnected() const {
          natsConnection_Status(mConnection.get()) == NATS_CONN_STATUS_CONNECTED;
 }
 
+// Whether the connection is another one than at the last call.
+bool Broker::HasReconnected() {
+  if (mStatistics == nullptr) {
+    natsStatistics* made = nullptr;
+    if (natsStatistics_Create(&made) != NATS_OK) return false;
+    mStatistics.reset(made);
+  }
+  std::uint64_t reconnects = 0;
+  if (natsConnection_GetStats(mConnection.get(), mStatistics.get()) != NATS_OK ||
+      natsStatistics_GetCounts(mStatistics.get(), nullptr, nullptr, nullptr, nullptr,
+                               &reconnects) != NATS_OK) {
+    return false;
+  }
+  return std::exchange(mReconnects, reconnects) != reconnects;
+}
+
 void Broker::Step() {
   if (!mIsOpen) {
     if (Clock::now() < mNextTry) return;
     mIsOpen = Open();
-    mNextTry = Clock::now() + kTriesApart;
+    TryLater();
     if (!mIsOpen) return;
   }
   SendWaiting();
@@ -260,10 +227,8 @@ void Broker::Probe() {
   if (Clock::now() < mNextProbe) return;
   mNextProbe = Clock::now() + kProbesApart;
   if (mProbing == nullptr) {
-    natsInbox* inbox = nullptr;
-    if (natsInbox_Create(&inbox) != NATS_OK) return;
-    mProbeInbox = inbox;
-    natsInbox_Destroy(inbox);
+    mProbeInbox = NewInbox();
+    if (mProbeInbox.empty()) return;
     natsSubscription* subscription = nullptr;
     static_cast<void>(natsConnection_Subscribe(&subscription, mConnection.get(),
                                                mProbeInbox.c_str(), OnProbeAnswered, &mExchange));

@@ -6,12 +6,13 @@
 #include <nats/nats.h>
 
 #include <chrono>
-#include <memory>
+#include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "site/nats/Exchange.h"
+#include "site/nats/NatsOwned.h"
 #include "site/nats/NatsTransport.h"
 
 namespace dorn::site {
@@ -19,17 +20,7 @@ namespace dorn::site {
 // Between two tries of what has failed.
 inline constexpr std::chrono::milliseconds kTriesApart{200};
 
-// Destroys what the client library has made.
-struct NatsDestroy {
-  void operator()(natsOptions* options) const { natsOptions_Destroy(options); }
-  void operator()(natsConnection* connection) const { natsConnection_Destroy(connection); }
-  void operator()(natsSubscription* subscription) const { natsSubscription_Destroy(subscription); }
-  void operator()(natsMsg* message) const { natsMsg_Destroy(message); }
-  void operator()(jsCtx* stream) const { jsCtx_Destroy(stream); }
-  void operator()(jsStreamInfo* info) const { jsStreamInfo_Destroy(info); }
-};
-template <typename Thing>
-using Nats = std::unique_ptr<Thing, NatsDestroy>;
+inline constexpr int kAskedMs = 1000;  // For an answer to a question.
 
 class Broker {
  public:
@@ -49,17 +40,14 @@ class Broker {
   bool MakeContext();
   bool IsConnected() const;
 
-  // The client library makes a reading anew on a thread of its own when a broker has been silent.
-  // If the reading, or the connection, is destroyed just then, it crashes. So that is done only
-  // when no broker has been silent for long enough.
-  void NoteCalm();
-  bool IsCalm() const;
-  void StopReading();
+  bool HasReconnected();
   void End();
 
   void Step();
 
   bool Open();
+  bool HasLog();
+  bool HasSnapshots();
   bool HasStream(const std::string& name, const char** subjects, int count);
   Outcome LastOf(const std::string& stream, const std::string& subject,
                  TransportListener::NewestManifest& found);
@@ -70,9 +58,16 @@ class Broker {
   void Probe();
 
   void Serve();
+  void TryLater() { mNextTry = Clock::now() + kTriesApart; }
   void StartReading();
+  void StopReading();
   void LookAfterReading();
-  bool IsHole(Sequence next) const;
+  void AnswerConsumers();
+  bool IsStuck();
+  Outcome FirstKept(Sequence from, Sequence& found) const;
+  std::optional<Sequence> BehindHole(Sequence next) const;
+  bool IsOddForLong(bool isOdd);
+  void BeginOtherLog();
   void FetchPieces();
   void ForgetOld();
   void ForgetSnapshots(Sequence first);
@@ -88,13 +83,14 @@ class Broker {
   Nats<jsCtx> mContext;
   Nats<natsSubscription> mProbing;
   Nats<natsSubscription> mReading;
+  Nats<natsStatistics> mStatistics;
   std::string mProbeInbox;
-
-  std::vector<Nats<natsSubscription>> mOldReadings;  // To be destroyed when it is calm.
-  Clock::time_point mRestlessAt;
+  std::uint64_t mReconnects = 0;
 
   bool mIsOpen = false;
   bool mMustReopen = false;  // Entries are gone that were not read yet.
+  bool mIsOtherLog = false;  // ... with all that was read, which is still to be told.
+  std::optional<Clock::time_point> mOddSince;  // There was no log, or a shorter one.
   Requests mAsked;
   std::string mFetched;
   std::uint32_t mFetchedPieces = 0;
@@ -102,10 +98,9 @@ class Broker {
   Sequence mStuckAt = 0;
   Clock::time_point mStuckSince;
 
-  // What was left out last, and by how many readings in a row.
+  // What should have come and has not, and in how many readings in a row.
   struct Gap {
-    Sequence next = 0;  // This should have come,
-    Sequence came = 0;  // and this has.
+    Sequence next = 0;
     int times = 0;
   };
   Gap mGap;

@@ -1,34 +1,14 @@
-// What the broker thread does with the streams themselves: to make, read, fetch and forget.
+// What the broker thread does with the streams themselves: to make them, fetch from them and
+// forget.
 #include <cstdlib>
 #include <set>
 #include <string_view>
+#include <utility>
 
 #include "site/nats/Broker.h"
 
 namespace dorn::site {
 namespace {
-
-using std::chrono::milliseconds;
-
-constexpr std::int64_t kHeartbeatNs = 500'000'000;
-constexpr milliseconds kStuck{3000};
-constexpr int kTimesLeftOut = 2;  // Then it is worth asking for what was left out.
-
-std::string_view DataOf(const Nats<natsMsg>& message) {
-  return {natsMsg_GetData(message.get()),
-          static_cast<std::size_t>(natsMsg_GetDataLength(message.get()))};
-}
-
-void OnMessage(natsConnection* /*connection*/, natsSubscription* /*subscription*/, natsMsg* message,
-               void* closure) {
-  const Nats<natsMsg> owned(message);
-  jsMsgMetaData* data = nullptr;
-  if (natsMsg_GetMetaData(&data, message) != NATS_OK) return;
-  const Sequence sequence = data->Sequence.Stream;
-  jsMsgMetaData_Destroy(data);
-  const auto& subscription = *static_cast<const Subscription*>(closure);
-  subscription.exchange->Arrive(subscription, sequence, DataOf(owned));
-}
 
 // Whether the brokers have said that there is no such thing.
 bool IsMissing(natsStatus status) { return status == NATS_NOT_FOUND; }
@@ -36,11 +16,17 @@ bool IsMissing(natsStatus status) { return status == NATS_NOT_FOUND; }
 }  // namespace
 
 // False: to be tried again.
-bool Broker::Open() {
-  const char* log[] = {mLogSubject.c_str(), mManifestSubject.c_str()};
+bool Broker::Open() { return HasLog() && HasSnapshots() && TellNewest(); }
+
+bool Broker::HasLog() {
+  const char* subjects[] = {mLogSubject.c_str(), mManifestSubject.c_str()};
+  return HasStream(mLog, subjects, 2);
+}
+
+bool Broker::HasSnapshots() {
   const std::string pieces = mSnapshotPrefix + ">";
-  const char* snapshots[] = {pieces.c_str()};
-  return HasStream(mLog, log, 2) && HasStream(mSnapshots, snapshots, 1) && TellNewest();
+  const char* subjects[] = {pieces.c_str()};
+  return HasStream(mSnapshots, subjects, 1);
 }
 
 // Makes it if it is missing; another host may be doing the same, and that is as good.
@@ -80,108 +66,10 @@ bool Broker::TellNewest() {
   TransportListener::NewestManifest newest;
   const Outcome outcome = LastOf(mLog, mManifestSubject, newest);
   if (outcome == Outcome::kAgain) return false;
-  if (outcome == Outcome::kDone) {
-    mExchange.Put(Opened{std::move(newest)});
-  } else {
-    mExchange.Put(Opened{});
-  }
+  Opened opened{std::nullopt, std::exchange(mIsOtherLog, false)};
+  if (outcome == Outcome::kDone) opened.newest = std::move(newest);
+  mExchange.Put(std::move(opened));
   return true;
-}
-
-// What fails is tried again a little later, so that what waits to be sent is not held up by it.
-void Broker::Serve() {
-  Requests asked = mExchange.TakeRequests();
-  if (asked.read) {
-    mAsked.read = asked.read;
-    mMustReopen = false;
-    StopReading();
-    static_cast<void>(mExchange.Interrupt());
-  }
-  for (const FetchRequest& fetch : asked.fetches) mAsked.fetches.push_back(fetch);
-  if (asked.forget) mAsked.forget = asked.forget;
-  if (Clock::now() < mNextTry) return;
-  if (mMustReopen) mMustReopen = !TellNewest();
-  if (mAsked.read) StartReading();
-  if (!mAsked.fetches.empty()) FetchPieces();
-  if (mAsked.forget) ForgetOld();
-}
-
-// Whether the log has lost that entry, rather than that it went astray on the way.
-bool Broker::IsHole(Sequence next) const {
-  if (mGap.next != next || mGap.times < kTimesLeftOut) return false;
-  natsMsg* message = nullptr;
-  const natsStatus status =
-      js_GetMsg(&message, mContext.get(), mLog.c_str(), next, nullptr, nullptr);
-  const Nats<natsMsg> owned(message);
-  return IsMissing(status);
-}
-
-void Broker::StartReading() {
-  // Asked before the log is asked where it begins: what is gone and not before that was not
-  // forgotten.
-  const bool isHole = IsHole(mAsked.read->last + 1);
-  jsStreamInfo* info = nullptr;
-  const natsStatus status = js_GetStreamInfo(&info, mContext.get(), mLog.c_str(), nullptr, nullptr);
-  const Nats<jsStreamInfo> found(info);
-  if (status != NATS_OK) {
-    mNextTry = Clock::now() + kTriesApart;
-    return;
-  }
-  const Sequence first = info->State.FirstSeq;
-  if (mAsked.read->last == 0 && first > 1) mAsked.read->last = first - 1;
-  if (first > mAsked.read->last + 1) {
-    // The next entry is gone: the host begins anew, with a snapshot that the log still continues.
-    mAsked.read.reset();
-    mMustReopen = true;
-    mNextTry = Clock::now() + kTriesApart;
-    return;
-  }
-  if (isHole && first <= mGap.next) mAsked.read = mExchange.SkipHole(*mAsked.read, mGap.came);
-  Subscription& subscription = mExchange.Subscribe(*mAsked.read, info->State.LastSeq);
-  jsOptions options;
-  jsOptions_Init(&options);
-  jsSubOptions wanted;
-  jsSubOptions_Init(&wanted);
-  wanted.Stream = mLog.c_str();
-  wanted.Ordered = true;  // Which acknowledges nothing.
-  wanted.Config.DeliverPolicy = js_DeliverByStartSequence;
-  wanted.Config.OptStartSeq = mAsked.read->last + 1;
-  wanted.Config.Heartbeat = kHeartbeatNs;
-  natsSubscription* made = nullptr;
-  const std::string all = "dorn." + mOptions.site + ".>";
-  const natsStatus subscribed = js_Subscribe(&made, mContext.get(), all.c_str(), OnMessage,
-                                             &subscription, &options, &wanted, nullptr);
-  mReading.reset(made);
-  // No limit: whoever is slow is held back, not left out.
-  if (subscribed != NATS_OK || natsSubscription_SetPendingLimits(made, -1, -1) != NATS_OK) {
-    StopReading();
-    mAsked.read = mExchange.Interrupt();
-    mNextTry = Clock::now() + kTriesApart;
-    return;
-  }
-  mAsked.read.reset();
-}
-
-// The client library resumes by itself. Should it ever not, reading begins anew where it stands.
-void Broker::LookAfterReading() {
-  const Sequence next = mExchange.NextExpected();
-  const bool isBehind = next != 0 && next <= mExchange.LastKnown().value_or(0);
-  if (!isBehind || next != mStuckAt || mExchange.IsFull()) {
-    mStuckAt = next;
-    mStuckSince = Clock::now();
-  }
-  const bool isStuck = Clock::now() - mStuckSince > kStuck && isBehind;
-  const Sequence came = mExchange.BehindGap();
-  if (!isStuck && came == 0) return;
-  mStuckSince = Clock::now();
-  StopReading();
-  const std::optional<ReadRequest> again = mExchange.Interrupt();
-  mNextTry = Clock::now() + kTriesApart;
-  if (again && came != 0) {
-    const bool isSame = mGap.next == again->last + 1 && mGap.came == came;
-    mGap = {again->last + 1, came, isSame ? mGap.times + 1 : 1};
-  }
-  if (!mAsked.read) mAsked.read = again;
 }
 
 void Broker::FetchPieces() {
@@ -195,11 +83,12 @@ void Broker::FetchPieces() {
     mFetched += piece.entry;
   }
   if (outcome == Outcome::kAgain) {
-    mNextTry = Clock::now() + kTriesApart;
+    TryLater();
     return;
   }
   const bool isMissing = outcome == Outcome::kMissing;
   if (!isMissing && ++mFetchedPieces < fetch.pieces) return;
+  if (isMissing) static_cast<void>(HasSnapshots());  // Somebody may have deleted them all.
   SnapshotFetched fetched{fetch.mark, std::nullopt};
   if (!isMissing) fetched.bytes = std::move(mFetched);
   mExchange.Put(std::move(fetched));

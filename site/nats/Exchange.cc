@@ -124,8 +124,8 @@ void Exchange::Wait(std::chrono::milliseconds time, bool canSend) {
   Lock lock(mMutex);
   mWork.wait_for(lock, time, [&] {
     const bool hasRequests = mRequests.read || !mRequests.fetches.empty() || mRequests.forget;
-    return mIsStopped ||
-           (canSend && (!mEntries.empty() || !mPieces.empty() || hasRequests || mBehindGap != 0));
+    return mIsStopped || (canSend && (!mEntries.empty() || !mPieces.empty() || hasRequests ||
+                                      mIsLost || !mAsked.empty()));
   });
 }
 
@@ -162,6 +162,11 @@ Requests Exchange::TakeRequests() {
   return std::exchange(mRequests, {});
 }
 
+bool Exchange::TakeHasFailed() {
+  const Lock lock(mMutex);
+  return std::exchange(mHasFailed, false);
+}
+
 void Exchange::Put(Incoming incoming) {
   const Lock lock(mMutex);
   Push(0, std::move(incoming));
@@ -173,7 +178,11 @@ Subscription& Exchange::Subscribe(const ReadRequest& request, Sequence target) {
   mActiveRequest = request;
   mNext = request.last + 1;
   mTarget = target;
-  mBehindGap = 0;
+  mDelivered = 0;
+  mIsLost = false;
+  mIsOther = false;
+  mHeardAt = std::chrono::steady_clock::now();
+  mAsked.clear();
   if (request.last >= target) Push(request.number, CaughtUp{});
   return mSubscriptions.emplace_back(Subscription{this, mActive});
 }
@@ -181,15 +190,47 @@ Subscription& Exchange::Subscribe(const ReadRequest& request, Sequence target) {
 std::optional<ReadRequest> Exchange::Interrupt() {
   const Lock lock(mMutex);
   mActive = 0;
-  mBehindGap = 0;
+  mIsLost = false;
   mRoom.notify_all();
   if (mNext == 0) return std::nullopt;
   return ReadRequest{mActiveRequest.number, mNext - 1};
 }
 
-Sequence Exchange::BehindGap() const {
+bool Exchange::IsLost() const {
   const Lock lock(mMutex);
-  return mBehindGap;
+  return mIsLost;
+}
+
+// What is behind an entry that waits for room cannot be heard.
+std::chrono::steady_clock::time_point Exchange::HeardAt() const {
+  const Lock lock(mMutex);
+  return HasRoom() ? mHeardAt : std::chrono::steady_clock::now();
+}
+
+std::vector<std::string> Exchange::TakeAsked() {
+  const Lock lock(mMutex);
+  return std::exchange(mAsked, {});
+}
+
+Sequence Exchange::Known() const {
+  const Lock lock(mMutex);
+  return mKnown.sequence;
+}
+
+bool Exchange::IsOther() const {
+  const Lock lock(mMutex);
+  return mIsOther;
+}
+
+void Exchange::ForgetLog() {
+  const Lock lock(mMutex);
+  mActive = 0;
+  mIsLost = false;
+  mIsOther = false;
+  mNext = 0;
+  mKnown = {};
+  mLastKnown.reset();
+  mRoom.notify_all();
 }
 
 ReadRequest Exchange::SkipHole(const ReadRequest& request, Sequence next) {
@@ -208,23 +249,38 @@ bool Exchange::IsFull() const {
   return !HasRoom();
 }
 
-void Exchange::Arrive(const Subscription& subscription, Sequence sequence, std::string_view entry) {
+void Exchange::Arrive(const Subscription& subscription, const Place& place,
+                      std::string_view entry) {
   Lock lock(mMutex);
   const auto isOver = [&] { return mIsStopped || mActive != subscription.number; };
   mRoom.wait(lock, [&] { return isOver() || HasRoom(); });
-  if (isOver() || sequence < mNext) return;
+  if (isOver()) return;
   NoteAnswer();
-  if (sequence > mNext) {
-    mBehindGap = sequence;
-    mActive = 0;
-    mWork.notify_one();
-    return;
-  }
+  mHeardAt = std::chrono::steady_clock::now();
+  const Sequence sequence = place.sequence;
+  if (sequence == mKnown.sequence && place.stamp != mKnown.stamp) return EndActive(true);
+  if (place.delivered != ++mDelivered || sequence > mNext) return EndActive(false);
+  if (sequence < mNext) return;
+  if (sequence > mKnown.sequence) mKnown = place;
   ++mNext;
   ++mArrived;
   mArrivedBytes += entry.size();
   Push(mActiveRequest.number, EntryCame{sequence, std::string(entry)});
   if (sequence == mTarget) Push(mActiveRequest.number, CaughtUp{});
+}
+
+void Exchange::Beat(const Subscription& subscription, std::string_view asks) {
+  const Lock lock(mMutex);
+  if (mIsStopped || mActive != subscription.number) return;
+  mHeardAt = std::chrono::steady_clock::now();
+  if (asks.empty()) return;
+  mAsked.emplace_back(asks);
+  mWork.notify_one();
+}
+
+void Exchange::Lose(const Subscription& subscription) {
+  const Lock lock(mMutex);
+  if (!mIsStopped && mActive == subscription.number) EndActive(false);
 }
 
 void Exchange::PieceDone(Sequence mark, bool isStored) {
@@ -248,13 +304,16 @@ std::optional<Sequence> Exchange::LastKnown() const {
   return mLastKnown;
 }
 
-std::chrono::steady_clock::time_point Exchange::AnsweredAt() const {
-  const Lock lock(mMutex);
-  return mAnsweredAt;
-}
-
 bool Exchange::HasRoom() const {
   return mArrived < mMaxWaiting && mArrivedBytes < mMaxWaitingBytes;
+}
+
+// Nothing of the active subscription counts any more.
+void Exchange::EndActive(bool isOther) {
+  mActive = 0;
+  mIsLost = true;
+  mIsOther = isOther;
+  mWork.notify_one();
 }
 
 void Exchange::Push(unsigned reading, Incoming incoming) {
@@ -267,6 +326,7 @@ void Exchange::NotePiece(Sequence mark, bool isStored) {
   const auto storing = mStoring.find(mark);
   if (storing == mStoring.end()) return;
   storing->second.isStored = storing->second.isStored && isStored;
+  mHasFailed |= !isStored;
   if (--storing->second.left != 0) return;
   Push(0, SnapshotStored{mark, storing->second.isStored});
   mStoring.erase(storing);

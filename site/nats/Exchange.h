@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "site/core/Transport.h"
 
@@ -24,6 +25,7 @@ namespace dorn::site {
 // For the loop thread.
 struct Opened {
   std::optional<TransportListener::NewestManifest> newest;
+  bool isOther = false;  // Not the log that was read before.
 };
 struct EntryCame {
   Sequence sequence;
@@ -62,6 +64,14 @@ struct Requests {
   std::optional<ReadRequest> read;
   std::deque<FetchRequest> fetches;
   std::optional<Sequence> forget;
+};
+
+// Where an entry stands: in the log, among what its consumer has sent, and when the log took it, in
+// nanoseconds, which no other entry at that place has.
+struct Place {
+  Sequence sequence = 0;
+  std::uint64_t delivered = 0;
+  std::int64_t stamp = 0;
 };
 
 class Exchange;
@@ -114,6 +124,7 @@ class Exchange {
   void GiveUp(const Outgoing& outgoing);
 
   Requests TakeRequests();
+  bool TakeHasFailed();  // A piece could not be stored.
   void Put(Incoming incoming);
 
   // From here on entries behind `last` count, when that subscription brings them. Everything up to
@@ -123,8 +134,20 @@ class Exchange {
   // The same once more from where it stands; nothing if there has not been one.
   std::optional<ReadRequest> Interrupt();
 
-  // What came instead of the next entry, if the active subscription has left out some; or 0.
-  Sequence BehindGap() const;
+  // Whether the active subscription has left out some entries, or has ended.
+  bool IsLost() const;
+  // When it was last heard of, as far as it could be heard.
+  std::chrono::steady_clock::time_point HeardAt() const;
+  // To be answered with nothing, for consumers that ask whether there is room.
+  std::vector<std::string> TakeAsked();
+
+  // The last entry that was read, by which the log is known again; 0: none.
+  Sequence Known() const;
+  // At that place the log has another entry.
+  bool IsOther() const;
+  // What was read is of a log that is no more.
+  void ForgetLog();
+
   // The log does not hold what was left out any more: reading goes on with `next`.
   ReadRequest SkipHole(const ReadRequest& request, Sequence next);
   Sequence NextExpected() const;  // 0: nothing is read.
@@ -133,12 +156,15 @@ class Exchange {
   // --- Callbacks, on any thread ---
 
   // Waits for room.
-  void Arrive(const Subscription& subscription, Sequence sequence, std::string_view entry);
+  void Arrive(const Subscription& subscription, const Place& place, std::string_view entry);
+  // The consumer lives; `asks` if it wants to know that there is room.
+  void Beat(const Subscription& subscription, std::string_view asks);
+  // It does not any more.
+  void Lose(const Subscription& subscription);
   void PieceDone(Sequence mark, bool isStored);
   void Answer();
   void AnswerLast(Sequence last);  // The last one that the log holds.
   std::optional<Sequence> LastKnown() const;
-  std::chrono::steady_clock::time_point AnsweredAt() const;
 
  private:
   using Lock = std::unique_lock<std::mutex>;
@@ -153,6 +179,7 @@ class Exchange {
   };
 
   bool HasRoom() const;
+  void EndActive(bool isOther);
   void Push(unsigned reading, Incoming incoming);
   void NotePiece(Sequence mark, bool isStored);
   void NoteAnswer();
@@ -173,6 +200,7 @@ class Exchange {
   std::size_t mEntryBytes = 0;
   std::deque<Outgoing> mPieces;
   std::map<Sequence, Storing> mStoring;
+  bool mHasFailed = false;
   Requests mRequests;
   unsigned mReading = 0;  // The newest request.
 
@@ -189,7 +217,12 @@ class Exchange {
   ReadRequest mActiveRequest{0, 0};
   Sequence mNext = 0;
   Sequence mTarget = 0;
-  Sequence mBehindGap = 0;
+  std::uint64_t mDelivered = 0;  // By the active subscription.
+  bool mIsLost = false;
+  std::chrono::steady_clock::time_point mHeardAt;
+  std::vector<std::string> mAsked;
+  Place mKnown;
+  bool mIsOther = false;
 };
 
 }  // namespace dorn::site

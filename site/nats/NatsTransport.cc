@@ -18,7 +18,13 @@ class Teller {
  public:
   explicit Teller(TransportListener& listener) : mListener(listener) {}
 
-  void operator()(const Opened& opened) const { mListener.OnOpened(opened.newest); }
+  void operator()(const Opened& opened) const {
+    if (opened.isOther) {
+      mListener.OnOtherLog(opened.newest);
+    } else {
+      mListener.OnOpened(opened.newest);
+    }
+  }
   void operator()(const EntryCame& came) const { mListener.OnEntry(came.sequence, came.entry); }
   void operator()(const HoleCame& hole) const { mListener.OnHole(hole.next); }
   void operator()(CaughtUp /*unused*/) const { mListener.OnCaughtUp(); }

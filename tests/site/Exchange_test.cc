@@ -4,6 +4,8 @@
 #include <poll.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,10 +36,17 @@ class ExchangeTest : public testing::Test {
  protected:
   Subscription& Reading(Sequence last, Sequence target) {
     mExchange.Read(last);
+    mDelivered = 0;
     return mExchange.Subscribe(*mExchange.TakeRequests().read, target);
+  }
+  // The next that its consumer sends.
+  void Arrive(const Subscription& reading, Sequence sequence, const std::string& entry,
+              std::int64_t stamp = 0) {
+    mExchange.Arrive(reading, {sequence, ++mDelivered, stamp}, entry);
   }
 
   Exchange mExchange{3, 100};
+  std::uint64_t mDelivered = 0;
 };
 
 TEST_F(ExchangeTest, OutwardsThereIsRoomForSoManyEntries) {
@@ -91,8 +100,8 @@ TEST_F(ExchangeTest, ASnapshotIsStoredWhenAllItsPiecesAre) {
 TEST_F(ExchangeTest, TheDescriptorIsReadableWhileThereIsSomething) {
   Subscription& reading = Reading(0, 9);
   EXPECT_FALSE(IsReadable(mExchange));
-  mExchange.Arrive(reading, 1, "a");
-  mExchange.Arrive(reading, 2, "b");
+  Arrive(reading, 1, "a");
+  Arrive(reading, 2, "b");
   EXPECT_TRUE(mExchange.Take());
   EXPECT_TRUE(IsReadable(mExchange));
   EXPECT_TRUE(mExchange.Take());
@@ -102,7 +111,7 @@ TEST_F(ExchangeTest, TheDescriptorIsReadableWhileThereIsSomething) {
 
 TEST_F(ExchangeTest, CaughtUpComesBehindTheLastThatTheLogHeld) {
   Subscription& reading = Reading(4, 6);
-  for (Sequence i = 5; i <= 7; ++i) mExchange.Arrive(reading, i, std::to_string(i));
+  for (Sequence i = 5; i <= 7; ++i) Arrive(reading, i, std::to_string(i));
   EXPECT_EQ(TakeAll(mExchange), (Texts{"5", "6", "^", "7"}));
 
   Reading(7, 7);
@@ -111,34 +120,95 @@ TEST_F(ExchangeTest, CaughtUpComesBehindTheLastThatTheLogHeld) {
 
 TEST_F(ExchangeTest, WhatComesTwiceIsDeliveredOnce) {
   Subscription& reading = Reading(0, 9);
-  for (const Sequence i : {1, 2, 1, 2, 3}) mExchange.Arrive(reading, i, std::to_string(i));
+  for (const Sequence i : {1, 2, 1, 2, 3}) Arrive(reading, i, std::to_string(i));
   EXPECT_EQ(TakeAll(mExchange), (Texts{"1", "2", "3"}));
 }
 
 TEST_F(ExchangeTest, NothingIsDeliveredBehindAGap) {
   Subscription& reading = Reading(0, 9);
-  mExchange.Arrive(reading, 1, "1");
-  mExchange.Arrive(reading, 3, "3");
-  mExchange.Arrive(reading, 2, "2");
+  Arrive(reading, 1, "1");
+  Arrive(reading, 3, "3");
+  Arrive(reading, 2, "2");
   EXPECT_EQ(TakeAll(mExchange), Texts{"1"});
-  EXPECT_EQ(mExchange.BehindGap(), 3U);
+  EXPECT_TRUE(mExchange.IsLost());
 
   const std::optional<ReadRequest> again = mExchange.Interrupt();
   ASSERT_TRUE(again);
   EXPECT_EQ(again->last, 1U);
   Subscription& next = mExchange.Subscribe(*again, 9);
-  mExchange.Arrive(reading, 2, "of the old one");
-  mExchange.Arrive(next, 2, "2");
+  Arrive(reading, 2, "of the old one");
+  mExchange.Arrive(next, {2, 1, 0}, "2");
   EXPECT_EQ(TakeAll(mExchange), Texts{"2"});
+}
+
+// Entries in order that are not all that the consumer has sent.
+TEST_F(ExchangeTest, WhatItsConsumerCountsOtherwiseIsLost) {
+  Subscription& reading = Reading(0, 9);
+  mExchange.Arrive(reading, {1, 1, 0}, "1");
+  mExchange.Arrive(reading, {2, 3, 0}, "2");
+  EXPECT_EQ(TakeAll(mExchange), Texts{"1"});
+  EXPECT_TRUE(mExchange.IsLost());
+  EXPECT_FALSE(mExchange.IsOther());
+}
+
+TEST_F(ExchangeTest, AConsumerThatEndsIsLostAndAnOldOneIsNot) {
+  Subscription& old = Reading(0, 9);
+  Subscription& reading = Reading(0, 9);
+  mExchange.Lose(old);
+  EXPECT_FALSE(mExchange.IsLost());
+  mExchange.Lose(reading);
+  EXPECT_TRUE(mExchange.IsLost());
+}
+
+TEST_F(ExchangeTest, TheLastEntryIsKnownAgainByItsStamp) {
+  Arrive(Reading(0, 9), 1, "1", 17);
+  EXPECT_EQ(mExchange.Known(), 1U);
+  Subscription& same = mExchange.Subscribe(*mExchange.Interrupt(), 9);
+  mExchange.Arrive(same, {1, 1, 17}, "1");
+  mExchange.Arrive(same, {2, 2, 18}, "2");
+  EXPECT_EQ(TakeAll(mExchange), (Texts{"1", "2"}));
+
+  // Also when it is passed by a reading from the beginning.
+  Subscription& other = Reading(0, 9);
+  Arrive(other, 1, "1", 17);
+  Arrive(other, 2, "other", 19);
+  Arrive(other, 3, "3", 20);
+  EXPECT_EQ(TakeAll(mExchange), Texts{"1"});
+  EXPECT_TRUE(mExchange.IsOther());
+
+  mExchange.ForgetLog();
+  EXPECT_FALSE(mExchange.IsOther());
+  EXPECT_EQ(mExchange.Known(), 0U);
+  EXPECT_FALSE(mExchange.Interrupt());
+}
+
+TEST_F(ExchangeTest, AConsumerIsHeardByWhatItSendsAndWhileThereIsNoRoom) {
+  Subscription& reading = Reading(0, 9);
+  const auto begun = mExchange.HeardAt();
+  std::this_thread::sleep_for(milliseconds(5));
+  mExchange.Beat(reading, "");
+  const auto beaten = mExchange.HeardAt();
+  EXPECT_GT(beaten, begun);
+  EXPECT_EQ(mExchange.HeardAt(), beaten);
+  for (Sequence i = 1; i <= 3; ++i) Arrive(reading, i, "x");
+  const auto full = std::chrono::steady_clock::now();
+  EXPECT_GE(mExchange.HeardAt(), full);
+}
+
+TEST_F(ExchangeTest, WhatConsumersAskWakesTheBrokerAndIsTakenOnce) {
+  mExchange.Beat(Reading(0, 9), "room?");
+  mExchange.Wait(milliseconds(60'000), true);
+  EXPECT_EQ(mExchange.TakeAsked(), Texts{"room?"});
+  EXPECT_EQ(mExchange.TakeAsked(), Texts{});
 }
 
 TEST_F(ExchangeTest, AHoleIsToldBehindWhatCameBeforeItAndReadingGoesOn) {
   Subscription& reading = Reading(0, 4);
-  mExchange.Arrive(reading, 1, "1");
-  mExchange.Arrive(reading, 4, "4");
+  Arrive(reading, 1, "1");
+  Arrive(reading, 4, "4");
   const ReadRequest next = mExchange.SkipHole(*mExchange.Interrupt(), 4);
   EXPECT_EQ(next.last, 3U);
-  mExchange.Arrive(mExchange.Subscribe(next, 4), 4, "4");
+  mExchange.Arrive(mExchange.Subscribe(next, 4), {4, 1, 0}, "4");
 
   EXPECT_EQ(std::get<EntryCame>(*mExchange.Take()).entry, "1");
   EXPECT_EQ(std::get<HoleCame>(*mExchange.Take()).next, 4U);
@@ -147,10 +217,10 @@ TEST_F(ExchangeTest, AHoleIsToldBehindWhatCameBeforeItAndReadingGoesOn) {
 
 TEST_F(ExchangeTest, WhatWasReadBeforeANewReadingIsNotDelivered) {
   Subscription& reading = Reading(0, 9);
-  mExchange.Arrive(reading, 1, "1");
+  Arrive(reading, 1, "1");
   mExchange.Read(0);
   EXPECT_EQ(TakeAll(mExchange), Texts{});
-  mExchange.Arrive(reading, 2, "2");
+  Arrive(reading, 2, "2");
   EXPECT_EQ(TakeAll(mExchange), Texts{});
 }
 
@@ -159,7 +229,7 @@ TEST_F(ExchangeTest, InwardsWhoBringsTooMuchWaits) {
   std::atomic<int> arrived = 0;
   std::thread broker([&] {
     for (Sequence i = 1; i <= 8; ++i) {
-      mExchange.Arrive(reading, i, std::to_string(i));
+      Arrive(reading, i, std::to_string(i));
       ++arrived;
     }
   });
@@ -180,7 +250,7 @@ TEST_F(ExchangeTest, WhoWaitsIsLetGoByAnInterruptionOrTheEnd) {
   for (const bool isEnd : {false, true}) {
     Subscription& reading = Reading(0, 9);
     std::thread broker([&] {
-      for (Sequence i = 1; i <= 4; ++i) mExchange.Arrive(reading, i, "x");
+      for (Sequence i = 1; i <= 4; ++i) Arrive(reading, i, "x");
     });
     while (!mExchange.IsFull()) std::this_thread::yield();
     if (isEnd) {

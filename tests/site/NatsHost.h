@@ -98,6 +98,11 @@ class NatsHost : public TransportListener {
     mNewest = newest;
     if (mReadsAtOnce) mTransport.Read(0);
   }
+  void OnOtherLog(const std::optional<NewestManifest>& newest) override {
+    ++mOtherLogs;
+    mEntries.clear();
+    OnOpened(newest);
+  }
   void OnEntry(Sequence sequence, std::string_view entry) override {
     mEntries.emplace_back(sequence, entry);
   }
@@ -110,6 +115,7 @@ class NatsHost : public TransportListener {
   }
 
   int mOpened = 0;
+  int mOtherLogs = 0;
   std::optional<NewestManifest> mNewest;
   std::vector<std::pair<Sequence, std::string>> mEntries;
   std::vector<Sequence> mHoles;

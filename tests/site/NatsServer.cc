@@ -39,7 +39,8 @@ std::string Contents(const std::string& file) {
 
 }  // namespace
 
-NatsServer::NatsServer() : mFolder(testing::TempDir() + "dorn-nats-XXXXXX") {
+NatsServer::NatsServer(const std::string& settings)
+    : mSettings(settings), mFolder(testing::TempDir() + "dorn-nats-XXXXXX") {
   if (mkdtemp(mFolder.data()) == nullptr) ADD_FAILURE() << "no folder " << mFolder;
   Launch();
   FindPort();
@@ -70,11 +71,18 @@ void NatsServer::Pause() {
 
 void NatsServer::Resume() { kill(mProcess, SIGCONT); }
 
+void NatsServer::CopyStreams(const NatsServer& other) {
+  std::filesystem::remove_all(mFolder + "/streams");
+  std::filesystem::copy(other.mFolder + "/streams", mFolder + "/streams",
+                        std::filesystem::copy_options::recursive);
+}
+
 void NatsServer::Launch() {
   std::ofstream(mFolder + "/config")
       << "host: 127.0.0.1\nport: " << mPort << "\nports_file_dir: \"" << mFolder
       << "\"\njetstream { store_dir: \"" << mFolder << "/streams\" }\n"
-      << "ping_interval: \"1s\"\nping_max: 2\nwrite_deadline: \"2s\"\n";
+      << "ping_interval: \"1s\"\nping_max: 2\nwrite_deadline: \"2s\"\n"
+      << mSettings;
   const pid_t parent = getpid();
   mProcess = fork();
   if (mProcess == 0) BeServer(mFolder, parent);
@@ -84,7 +92,7 @@ void NatsServer::Launch() {
 // all that it waits for.
 void NatsServer::FindPort() {
   const std::string file = mFolder + "/nats-server_" + std::to_string(mProcess) + ".ports";
-  const std::string before = "\"nats://127.0.0.1:";
+  const std::string before = "://127.0.0.1:";
   constexpr int kTries = 3000;
   for (int i = 0; i < kTries; ++i) {
     const std::string ports = Contents(file);
@@ -92,7 +100,8 @@ void NatsServer::FindPort() {
     const std::size_t end = ports.find('"', port + before.size());
     if (port != std::string::npos && end != std::string::npos) {
       mPort = ports.substr(port + before.size(), end - port - before.size());
-      mUrl = "nats://127.0.0.1:" + mPort;
+      const bool isSafe = ports.find("\"tls://") != std::string::npos;
+      mUrl = (isSafe ? "tls://127.0.0.1:" : "nats://127.0.0.1:") + mPort;
       return;
     }
     if (waitpid(mProcess, nullptr, WNOHANG) == mProcess) break;

@@ -11,8 +11,8 @@ namespace dorn::site {
 
 class NatsServer {
  public:
-  // Runs when this returns.
-  NatsServer();
+  // Runs when this returns, with more lines in its file.
+  explicit NatsServer(const std::string& settings = "");
   ~NatsServer();
   NatsServer(const NatsServer&) = delete;
   NatsServer& operator=(const NatsServer&) = delete;
@@ -27,10 +27,14 @@ class NatsServer {
   void Pause();
   void Resume();
 
+  // Its streams are those of the other one, while neither runs.
+  void CopyStreams(const NatsServer& other);
+
  private:
   void Launch();
   void FindPort();
 
+  const std::string mSettings;
   std::string mFolder;
   std::string mPort = "-1";
   std::string mUrl;

@@ -239,6 +239,22 @@ TEST(NatsTransportTest, EntriesThatTheLogHasLostAreToldAndTheRestIsRead) {
   EXPECT_TRUE(host.mHoles.empty());
 }
 
+TEST(NatsTransportTest, AHoleAtTheEndOfTheLogHoldsNobodyUp) {
+  NatsServer server;
+  NatsHost host(OptionsFor(server));
+  for (int i = 1; i <= 9; ++i) host.Transport().Publish(std::to_string(i));
+  ASSERT_TRUE(host.Has(9));
+  for (const Sequence lost : {8, 9}) ASSERT_TRUE(IsDeleted(server, lost));
+
+  NatsHost late(OptionsFor(server));
+  EXPECT_TRUE(late.Until([&] { return late.mCaughtUp > 0; }));
+  EXPECT_THAT(late.mHoles, ElementsAre(10));
+  host.Transport().Publish("10");
+  ASSERT_TRUE(late.Has(8));
+  EXPECT_THAT(late.Texts(), ElementsAre("1", "2", "3", "4", "5", "6", "7", "10"));
+  EXPECT_EQ(late.mOtherLogs + host.mOtherLogs, 0);
+}
+
 TEST(NatsTransportTest, ItEndsSoonWhateverTheBrokerDoes) {
   NatsServer server;
   auto unreached = std::make_unique<NatsHost>(OptionsFor(server));

@@ -1,0 +1,122 @@
+// Logs that are not the ones any more that running hosts have read.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nats/nats.h>
+
+#include <string>
+
+#include "tests/site/NatsHost.h"
+
+namespace dorn::site {
+namespace {
+
+using testing::ElementsAre;
+
+// As an administrator's tool does.
+bool DeletesStream(const NatsServer& server, const char* stream) {
+  natsConnection* connection = nullptr;
+  jsCtx* context = nullptr;
+  const bool isDeleted = natsConnection_ConnectTo(&connection, server.Url().c_str()) == NATS_OK &&
+                         natsConnection_JetStream(&context, connection, nullptr) == NATS_OK &&
+                         js_DeleteStream(context, stream, nullptr, nullptr) == NATS_OK;
+  jsCtx_Destroy(context);
+  natsConnection_Destroy(connection);
+  return isDeleted;
+}
+
+bool BringsAll(NatsHost& host, int first, int last) {
+  for (int i = first; i <= last; ++i) {
+    if (!host.Bring(std::to_string(i))) return false;
+  }
+  return true;
+}
+
+class NatsOtherLogTest : public testing::Test {
+ protected:
+  NatsServer mServer;
+};
+
+TEST_F(NatsOtherLogTest, ALogThatHasLostItsEndIsAnother) {
+  NatsServer backUp;
+  backUp.Kill();
+  NatsHost host(OptionsFor(mServer));
+  ASSERT_TRUE(BringsAll(host, 1, 3));
+  mServer.Kill();
+  backUp.CopyStreams(mServer);
+  mServer.Start();
+  ASSERT_TRUE(BringsAll(host, 4, 6));
+  const std::size_t before = host.mEntries.size();
+  ASSERT_EQ(host.mOtherLogs, 0) << "it was the same behind the restart";
+
+  mServer.Kill();
+  mServer.CopyStreams(backUp);
+  mServer.Start();
+  ASSERT_TRUE(host.Until([&] { return host.mOtherLogs == 1; }));
+  ASSERT_TRUE(host.Bring("other"));
+  EXPECT_LT(host.mEntries.size(), before);
+  EXPECT_TRUE(host.IsWithoutGap());
+  EXPECT_EQ(host.mEntries.front().first, 1U);
+  EXPECT_EQ(host.Count("6"), 0U);
+  EXPECT_EQ(host.mOtherLogs, 1);
+}
+
+// It is as long as the host knows it, and longer, before the host sees it again.
+TEST_F(NatsOtherLogTest, ALogThatWentAnotherWayIsAnother) {
+  NatsServer elsewhere;
+  elsewhere.Kill();
+  NatsHost host(OptionsFor(mServer));
+  ASSERT_TRUE(BringsAll(host, 1, 3));
+  mServer.Kill();
+  elsewhere.CopyStreams(mServer);
+  mServer.Start();
+  ASSERT_TRUE(BringsAll(host, 4, 6));
+
+  mServer.Kill();
+  elsewhere.Start();
+  {
+    NatsHost other(OptionsFor(elsewhere));
+    ASSERT_TRUE(BringsAll(other, 11, 30));
+  }
+  elsewhere.Kill();
+  mServer.CopyStreams(elsewhere);
+  mServer.Start();
+  ASSERT_TRUE(host.Until([&] { return host.mOtherLogs == 1; }));
+  ASSERT_TRUE(host.Bring("last"));
+  EXPECT_EQ(host.Count("30"), 1U);
+  EXPECT_EQ(host.Count("6"), 0U);
+  EXPECT_TRUE(host.IsWithoutGap());
+}
+
+TEST_F(NatsOtherLogTest, ADeletedLogIsMadeAnewAndTold) {
+  NatsHost one(OptionsFor(mServer));
+  NatsHost other(OptionsFor(mServer));
+  ASSERT_TRUE(BringsAll(one, 1, 5) && other.Has(5));
+  ASSERT_TRUE(DeletesStream(mServer, "DORN_test") && DeletesStream(mServer, "DORN_test_SNAP"));
+
+  ASSERT_TRUE(one.Until([&] { return one.mOtherLogs == 1; }));
+  EXPECT_FALSE(one.mNewest);
+  ASSERT_TRUE(one.Bring("again"));
+  ASSERT_TRUE(other.Until([&] { return other.mOtherLogs == 1; }));
+  ASSERT_TRUE(other.Until([&] { return other.Count("again") == 1; }));
+  EXPECT_EQ(other.mEntries.front().first, 1U);
+  EXPECT_EQ(one.mOtherLogs + other.mOtherLogs, 2);
+}
+
+TEST_F(NatsOtherLogTest, DeletedSnapshotsAreStoredAgainAndTheLogIsTheSame) {
+  NatsHost host(OptionsFor(mServer));
+  ASSERT_TRUE(BringsAll(host, 1, 3));
+  ASSERT_TRUE(DeletesStream(mServer, "DORN_test_SNAP"));
+  bool isStored = false;
+  for (Sequence mark = 1; !isStored && mark < 50; ++mark) {
+    host.mStored.clear();
+    host.Transport().Store(mark, "bytes");
+    ASSERT_TRUE(host.Until([&] { return !host.mStored.empty(); }));
+    isStored = host.mStored.back().second;
+  }
+  EXPECT_TRUE(isStored);
+  ASSERT_TRUE(BringsAll(host, 4, 4));
+  EXPECT_EQ(host.mOtherLogs, 0);
+}
+
+}  // namespace
+}  // namespace dorn::site
