@@ -44,6 +44,20 @@ bool Read(std::string_view bytes, OneDialog& one) {
   return DecodeTree(one.tree, scratch);
 }
 
+// The bytes of each dialog by its name; false when any of them are broken.
+bool ReadAll(std::string_view bytes, std::map<std::string, std::string_view>& all) {
+  ByteReader reader(bytes);
+  for (std::size_t left = reader.Count(kLeastDialogBytes); left > 0; --left) {
+    std::string name;
+    std::string_view one;
+    reader.Get(name);
+    reader.Get(one);
+    OneDialog ignored;
+    if (!Read(one, ignored) || !all.try_emplace(std::move(name), one).second) return false;
+  }
+  return reader.IsSound() && reader.IsAtEnd();
+}
+
 }  // namespace
 
 std::string SharedTrees::SaveOne(SharedDialog& dialog) {
@@ -75,19 +89,15 @@ std::string SharedTrees::Save() const {
   return bytes.Take();
 }
 
+bool SharedTrees::IsLoadable(std::string_view bytes) {
+  std::map<std::string, std::string_view> ignored;
+  return ReadAll(bytes, ignored);
+}
+
 bool SharedTrees::Load(std::string_view bytes, std::vector<Loaded>& loaded,
                        std::vector<std::string>& missing) {
-  ByteReader reader(bytes);
   std::map<std::string, std::string_view> all;
-  for (std::size_t left = reader.Count(kLeastDialogBytes); left > 0; --left) {
-    std::string name;
-    std::string_view one;
-    reader.Get(name);
-    reader.Get(one);
-    OneDialog ignored;
-    if (!Read(one, ignored) || !all.try_emplace(std::move(name), one).second) return false;
-  }
-  if (!reader.IsSound() || !reader.IsAtEnd()) return false;
+  if (!ReadAll(bytes, all)) return false;
   mOthers.clear();
   for (const auto& [name, one] : all) {
     const auto found = mDialogs.find(name);

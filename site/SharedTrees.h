@@ -39,6 +39,9 @@ class SharedTrees {
   bool HasOthers() const { return !mOthers.empty(); }
   bool IsFormer(const std::string& name) const { return mFormer.count(name) != 0; }
 
+  // Whether that loads, as far as the bytes decide.
+  static bool IsLoadable(std::string_view bytes);
+
   // One dialog.
   static std::string SaveOne(SharedDialog& dialog);
   static bool LoadOne(std::string_view bytes, SharedDialog& dialog);

@@ -70,6 +70,7 @@ class SiteBody final : public SharedState, public NodeListener {
   std::string Save() override;
   bool Load(std::string_view bytes) override;
   bool IsWhole() const override { return !mHasMissed && !mTrees.HasOthers(); }
+  bool IsLoadable(std::string_view bytes) override { return SharedTrees::IsLoadable(bytes); }
   Digest Resources() override { return mResources; }
 
   // NodeListener

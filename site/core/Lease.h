@@ -36,6 +36,9 @@ class Lease {
   void OnTake(Sequence token, const OriginId& keeper, Ms now);
   void OnRenew(const Renew& renew);
 
+  // The log is another one, in which nobody is known to keep.
+  void ForgetLog();
+
   // What to publish now, if anything. `mayKeep`: this host has a state that could be the site's.
   std::optional<Entry> Tick(bool mayKeep, Ms now);
 

@@ -55,6 +55,8 @@ Sequence Node::LastApplied() const { return mBody->LastApplied(); }
 
 void Node::OnOpened(const std::optional<NewestManifest>& newest) { mBody->OnOpened(newest); }
 
+void Node::OnOtherLog(const std::optional<NewestManifest>& newest) { mBody->OnOtherLog(newest); }
+
 void Node::OnHole(Sequence next) { mBody->OnHole(next); }
 
 void Node::OnEntry(Sequence sequence, std::string_view entry) { mBody->OnEntry(sequence, entry); }

@@ -43,6 +43,9 @@ class SharedState {
   // site knows: it does not keep the site then.
   virtual bool IsWhole() const { return true; }
 
+  // Whether Load() of any host takes these bytes, which Save() has written.
+  virtual bool IsLoadable(std::string_view /*bytes*/) { return true; }
+
   // Of the resource files that this host would begin with.
   virtual Digest Resources() = 0;
 };
@@ -139,6 +142,7 @@ class Node final : public TransportListener {
   std::optional<Ms> SinceAnswer() const;  // Since the log has answered last, at the last Tick().
 
   void OnOpened(const std::optional<NewestManifest>& newest) override;
+  void OnOtherLog(const std::optional<NewestManifest>& newest) override;
   void OnHole(Sequence next) override;
   void OnEntry(Sequence sequence, std::string_view entry) override;
   void OnCaughtUp() override;

@@ -136,6 +136,27 @@ void Node::Body::OnOpened(const std::optional<NewestManifest>& newest) {
   }
 }
 
+// What this host knows is of entries that the log does not have, so that it knows nothing: not who
+// keeps, nor what it has of its own in there. What it still waits for is fenced off, since nobody
+// can tell whether some of it comes yet. The dialogs stay as they are until the newest snapshot
+// comes; without one, whoever keeps first makes it of what its dialogs show.
+void Node::Body::OnOtherLog(const std::optional<NewestManifest>& newest) {
+  mListener.OnWord(
+      "The site's log is not the one that this host has read: it was deleted, restored from an "
+      "older back-up, or has lost its end. This host begins anew with what is there; changes that "
+      "were accepted may be lost. See the brokers' disks and who works on their streams.");
+  mState = State(mRules);
+  mSender.Fence(mNow);
+  mLease.ForgetLog();
+  mClock = SessionClock();
+  mSnapshots.ForgetLog();
+  mForgottenBehind = 0;
+  mLast = 0;
+  mWanted.reset();
+  mIsOpened = false;
+  OnOpened(newest);
+}
+
 std::optional<Manifest> Node::Body::ManifestIn(const NewestManifest& newest) {
   const auto entry = DecodeEntry(newest.entry);
   const auto* manifest = entry ? std::get_if<Manifest>(&*entry) : nullptr;
@@ -278,6 +299,7 @@ void Node::Body::Carry(Sequence sequence, const Mark& mark, const Verdict& verdi
   mSnapshots.Remember(sequence, digest);
   mSnapshots.OnMark(mNow);
   if (!MayKeep() || !mLease.IsMine() || mark.token != mLease.Token()) return;
+  if (!IsLoadable(bytes)) return;
   mSnapshots.Store(sequence, std::move(bytes), digest, mShared.Resources(), mNow);
 }
 

@@ -12,8 +12,8 @@
 #ifndef SITE_CORE_NODEBODY_H_
 #define SITE_CORE_NODEBODY_H_
 
+#include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -46,6 +46,7 @@ class Node::Body {
   std::optional<Ms> SinceAnswer() const;
 
   void OnOpened(const std::optional<NewestManifest>& newest);
+  void OnOtherLog(const std::optional<NewestManifest>& newest);
   void OnHole(Sequence next);
   void OnEntry(Sequence sequence, std::string_view bytes);
   void OnCaughtUp();
@@ -58,6 +59,7 @@ class Node::Body {
   struct Wanted {
     Manifest manifest;
     std::optional<Ms> askAgainAt;  // While nothing is on its way.
+    int missing = 0;               // So often a piece was not there.
   };
 
   bool IsCurrent() const { return mIsFollowing && mIsCaughtUp && !mWanted && !mHasStopped; }
@@ -86,6 +88,7 @@ class Node::Body {
   bool IsOfUse(const Manifest& manifest) const;
   void Want(Sequence sequence, const Manifest& manifest);
   bool Load(const Manifest& manifest, std::string_view bytes);
+  bool IsLoadable(std::string_view bytes);
   void SettleOwn();
   void TellSession(Sequence session, const SessionStart& start, std::optional<Ticket> mine);
   void TellEnd(Sequence session);
@@ -116,13 +119,14 @@ class Node::Body {
   Sequence mForgottenBehind = 0;  // From this entry or an earlier one the log leads nowhere.
   bool mHasStopped = false;       // It differed twice within a minute.
   std::optional<Wanted> mWanted;
-  std::optional<Ms> mReloadedAt;  // Because it differed.
-  std::set<Sequence> mToldSessions;
+  std::optional<Ms> mReloadedAt;             // Because it differed.
+  std::map<Sequence, Digest> mToldSessions;  // With their identifiers.
   bool mToldServing = false;
   bool mToldAway = false;
   bool mToldUnopened = false;
   bool mToldResources = false;
   Sequence mToldDamaged = 0;  // The snapshot that was told last.
+  bool mToldUnloadable = false;
 };
 
 }  // namespace dorn::site

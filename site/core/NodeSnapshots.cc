@@ -12,6 +12,7 @@ namespace {
 
 constexpr Ms kReloadAtMostEach{60'000};
 constexpr Ms kFetchAgainAfter{1000};
+constexpr int kTriesBeforeWord = 10;
 
 }  // namespace
 
@@ -45,7 +46,7 @@ bool Node::Body::IsOfUse(const Manifest& manifest) const {
 void Node::Body::Want(Sequence sequence, const Manifest& manifest) {
   if (!IsPossible(sequence, manifest) || !IsOfUse(manifest)) return;
   if (mWanted && manifest.mark <= mWanted->manifest.mark) return;
-  mWanted = {manifest, std::nullopt};
+  mWanted = {manifest, std::nullopt, 0};
   mTransport.Fetch(manifest.mark, manifest.pieces);
 }
 
@@ -59,6 +60,12 @@ void Node::Body::OnFetched(Sequence mark, const std::optional<std::string>& byte
   // A piece was missing, perhaps because later snapshots have taken its place. Their manifests are
   // in the log, but not always behind this one: it may be a doubled one of long ago.
   mWanted->askAgainAt = mNow + kFetchAgainAfter;
+  if (!bytes && ++mWanted->missing == kTriesBeforeWord) {
+    mListener.OnWord(
+        "The newest snapshot of the site is not among those of the brokers, and is still asked "
+        "for: bring it back from a back-up with the log; or stop all hosts and delete both "
+        "streams, to begin anew with what the resource files say.");
+  }
   if (!mIsFollowing && !mIsWatching) Watch();
 }
 
@@ -90,6 +97,20 @@ bool Node::Body::Load(const Manifest& manifest, std::string_view bytes) {
   return true;
 }
 
+// What nobody could begin with is not to become the site's snapshot.
+bool Node::Body::IsLoadable(std::string_view bytes) {
+  const auto parts = ReadSnapshot(bytes, mRules);
+  const bool isLoadable = parts && mShared.IsLoadable(parts->dialogs);
+  if (!isLoadable && !mToldUnloadable) {
+    mListener.OnWord(
+        "The site's dialogs are too large for a snapshot, which is not stored: no host can start "
+        "with them, and the log grows. Let them have fewer than 1,000,000 objects, 10,000,000 "
+        "values and 1,024 levels.");
+  }
+  mToldUnloadable = !isLoadable;
+  return isLoadable;
+}
+
 // What this host has handed in may have been applied in a part of the log that it has not seen.
 void Node::Body::SettleOwn() {
   const State::Origin own = mState.FindOrigin(mOrigin);
@@ -100,7 +121,11 @@ void Node::Body::SettleOwn() {
 
 void Node::Body::TellSession(Sequence session, const SessionStart& start,
                              std::optional<Ticket> mine) {
-  if (mToldSessions.insert(session).second) mListener.OnSessionStart(session, start, mine);
+  const auto told = mToldSessions.find(session);
+  if (told != mToldSessions.end() && told->second == start.sid) return;
+  TellEnd(session);  // Another one had its place, in a log that is no more.
+  mToldSessions[session] = start.sid;
+  mListener.OnSessionStart(session, start, mine);
 }
 
 void Node::Body::TellEnd(Sequence session) {
@@ -111,7 +136,7 @@ void Node::Body::TellEnd(Sequence session) {
 // Ends those that have gone while this host did not read the log.
 void Node::Body::TellSessions() {
   std::vector<Sequence> gone;
-  for (const Sequence session : mToldSessions) {
+  for (const auto& [session, sid] : mToldSessions) {
     if (mState.Session(session) == nullptr) gone.push_back(session);
   }
   for (const Sequence session : gone) TellEnd(session);

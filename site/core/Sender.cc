@@ -112,6 +112,12 @@ void Sender::SawGap(Ms now) {
   SendAgain(now);
 }
 
+void Sender::Fence(Ms now) {
+  Withdraw();
+  mIsClosed = true;
+  mAskedAt = now - kAskAgain;
+}
+
 void Sender::GiveUp(Ms now) {
   if (mIsClosed) return;
   Withdraw();

@@ -62,6 +62,10 @@ class Sender {
   };
   Settled Settle(std::uint32_t generation, std::uint64_t last, std::uint64_t before, Ms now);
 
+  // The log is another one, which may hold less of this origin than was seen coming back: numbers
+  // begin anew with the next generation, and what waits is refused when that has come back.
+  void Fence(Ms now);
+
   // Those that wait for 2 s by now, each once.
   std::vector<Ticket> TakeUnknown(Ms now);
   // Those that were given up without a word to the log, which has never been handed them.

@@ -48,6 +48,8 @@ class Snapshots {
   // Of this host's own state behind that mark, if it is known.
   std::optional<Digest> DigestAt(Sequence mark) const;
   void OnMark(Ms now);
+  // The marks that are known are those of another log.
+  void ForgetLog();
 
   // --- the keeper ---
 

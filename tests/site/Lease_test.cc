@@ -133,6 +133,22 @@ TEST_F(LeaseTest, RenewsEachSecondWithAGrowingCount) {
   EXPECT_EQ(counts, (std::vector<std::uint64_t>{1, 2, 3, 4, 5}));
 }
 
+TEST_F(LeaseTest, InANewLogNobodyKeepsAndTokensBeginAnew) {
+  BecomeKeeper(50);
+  const auto renewal = Tick<Renew>();
+  ASSERT_TRUE(renewal);
+  mLease.ForgetLog();
+  mLease.OnRenew(*renewal);
+  EXPECT_FALSE(mLease.IsMine());
+  EXPECT_EQ(mLease.Token(), 0U);
+  mLease.OnTake(5, Origin(1), mNow);
+  EXPECT_TRUE(mLease.IsMine());
+  const auto next = Tick<Renew>();
+  ASSERT_TRUE(next);
+  EXPECT_EQ(next->token, 5U);
+  EXPECT_GT(next->count, renewal->count) << "a late one of the old log renews nothing";
+}
+
 TEST_F(LeaseTest, ReadingTheLogAgainChangesNothing) {
   BecomeKeeper(5);
   mLease.OnRenew(*Tick<Renew>());

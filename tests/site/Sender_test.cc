@@ -183,6 +183,25 @@ TEST_F(SenderTest, GivesUpByANewGenerationOnly) {
   EXPECT_EQ(mSender.CameBack(NewGeneration{Origin(1), 1}, mNow), Tickets());
 }
 
+TEST_F(SenderTest, ANewLogIsAskedForANewGenerationWhoeverWaits) {
+  const Tickets tickets = AddAndFlush(2);
+  EXPECT_EQ(mSender.CameBack(0, 1, mNow), tickets[0]);
+  mTransport.TakePublished();
+  mSender.Fence(mNow);
+  EXPECT_FALSE(mSender.Add(ChangeOf("x"), mNow));
+  Pass(100ms);
+  const auto asked = mTransport.TakePublished<NewGeneration>();
+  ASSERT_EQ(asked.size(), 1U);
+  EXPECT_EQ(mSender.CameBack(asked[0], mNow), (Tickets{tickets[1]}));
+
+  mSender.Fence(mNow);  // With nothing that waits.
+  Pass(100ms);
+  EXPECT_EQ(mTransport.TakePublished<NewGeneration>().back().generation, 2U);
+  EXPECT_EQ(mSender.CameBack(NewGeneration{Origin(1), 2}, mNow), Tickets());
+  AddAndFlush(1);
+  EXPECT_EQ(Batches(), Words{"1+1"});
+}
+
 TEST_F(SenderTest, WhatWasNeverHandedOverIsRefusedWithoutAWordToTheLog) {
   mTransport.takes = false;
   const Tickets tickets = AddAndFlush(2);
