@@ -91,23 +91,41 @@ std::string Text(const Delay& delay) {
   return Number(delay.p99) + " ms (p50 " + Number(delay.p50) + " ms)";
 }
 
-// What one round costs each host, in microseconds for each change.
-std::vector<double> CostOf(Plant& plant, long changes, double perSecond) {
-  std::vector<double> before;
-  for (const auto& host : plant.hosts) before.push_back(host->Program().CpuSeconds());
-  plant.crowd.Pace(perSecond, changes, plant.watchers.back());
-  std::vector<double> cost;
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    const double seconds = plant.hosts[i]->Program().CpuSeconds() - before[i];
-    cost.push_back(seconds * 1e6 / static_cast<double>(changes));
+// What rounds cost a host, in microseconds for each change, and how many changes each update had:
+// those that arrive together share one, which a host without a site does not do.
+struct Cost {
+  std::vector<double> us;
+  std::vector<double> changesInUpdate;
+};
+
+// One round; of each host of the plant.
+void MeasureRound(Plant& plant, long changes, double perSecond, std::vector<Cost>& costs) {
+  std::vector<double> cpu;
+  std::vector<long> texts;
+  for (std::size_t i = 0; i < plant.hosts.size(); ++i) {
+    cpu.push_back(plant.hosts[i]->Program().CpuSeconds());
+    texts.push_back(plant.crowd.Texts(plant.watchers[i]));
   }
-  return cost;
+  plant.crowd.Pace(perSecond, changes, plant.watchers.back());
+  costs.resize(plant.hosts.size());
+  const auto count = static_cast<double>(changes);
+  for (std::size_t i = 0; i < plant.hosts.size(); ++i) {
+    const double seconds = plant.hosts[i]->Program().CpuSeconds() - cpu[i];
+    const long updates = plant.crowd.Texts(plant.watchers[i]) - texts[i];
+    costs[i].us.push_back(seconds * 1e6 / count);
+    costs[i].changesInUpdate.push_back(count / static_cast<double>(std::max(1L, updates)));
+  }
 }
 
-std::string Times(const std::vector<double>& one, const std::vector<double>& alone) {
+std::string Text(const Cost& cost) {
+  return Whole(Median(cost.us)) + " us, " + Number(Median(cost.changesInUpdate)) +
+         " changes an update";
+}
+
+std::string Times(const Cost& one, const Cost& alone) {
   std::vector<double> ratios;
-  for (std::size_t i = 0; i < one.size(); ++i) ratios.push_back(one[i] / alone[i]);
-  return Number(Median(ratios)) + " x (" + Whole(Median(one)) + " us)";
+  for (std::size_t i = 0; i < one.us.size(); ++i) ratios.push_back(one.us[i] / alone.us[i]);
+  return Number(Median(ratios)) + " x (" + Text(one) + ")";
 }
 
 }  // namespace
@@ -154,20 +172,20 @@ void MeasureCpu(double scale) {
     }
   }
   const long changes = Scaled(2 * kPerSecond, scale);
-  std::vector<double> aloneUs;
-  std::vector<double> originUs;
-  std::vector<double> otherUs;
+  std::vector<Cost> aloneCosts;
+  std::vector<Cost> siteCosts;
   for (int round = 0; round <= kRounds; ++round) {
-    const double aloneNow = CostOf(alone, changes, kPerSecond)[0];
-    const std::vector<double> siteNow = CostOf(site, changes, kPerSecond);
-    if (round == 0) continue;  // To warm up.
-    aloneUs.push_back(aloneNow);
-    originUs.push_back(siteNow[0]);
-    otherUs.push_back(siteNow[1]);
+    MeasureRound(alone, changes, kPerSecond, aloneCosts);
+    MeasureRound(site, changes, kPerSecond, siteCosts);
+    if (round > 0) continue;
+    aloneCosts.clear();  // That was to warm up.
+    siteCosts.clear();
   }
   for (Plant* plant : {&alone, &site}) plant->Check(changes * (kRounds + 1));
   const std::string behind = ", 2,000 a second, 50 stations at each host";
-  const std::string once = Whole(Median(aloneUs)) + " us";
-  PrintLine("CPU for each change at its origin" + behind, "3 x", Times(originUs, aloneUs), once);
-  PrintLine("CPU for each change at the other host" + behind, "2 x", Times(otherUs, aloneUs), once);
+  const std::string once = Text(aloneCosts[0]);
+  PrintLine("CPU for each change at its origin" + behind, "3 x", Times(siteCosts[0], aloneCosts[0]),
+            once);
+  PrintLine("CPU for each change at the other host" + behind, "2 x",
+            Times(siteCosts[1], aloneCosts[0]), once);
 }

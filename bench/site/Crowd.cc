@@ -264,6 +264,7 @@ void Crowd::Read(Station& station) {
 void Crowd::Look(Station& station, std::string_view text) {
   constexpr std::string_view kValue = "\"Value\":\"";
   constexpr std::string_view kError = "\"Error\":\"";
+  ++station.texts;
   const std::string whole(text);  // Ends with a zero, for reading numbers.
   for (std::size_t at = 0; (at = whole.find(kValue, at)) != std::string::npos;) {
     at += kValue.size();

@@ -44,6 +44,8 @@ class Crowd {
 
   // The highest number that a watching station was shown, in changes of whomever.
   long Highest(int station) const { return mStations[static_cast<std::size_t>(station)].highest; }
+  // How many texts a watching station has got.
+  long Texts(int station) const { return mStations[static_cast<std::size_t>(station)].texts; }
   // How many changes all watchers together were shown; of two in one update only the second.
   long Shown() const { return mShown; }
   // How often a station was told that a change is not, or not yet, accepted.
@@ -56,6 +58,7 @@ class Crowd {
     std::string begun;       // Of a text that is not complete.
     std::vector<long> seen;  // Of each changer, the last change.
     long highest = 0;
+    long texts = 0;
     long counted = 0;
   };
   // A change that is timed.
