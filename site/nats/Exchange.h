@@ -195,12 +195,12 @@ class Exchange {
   std::condition_variable mEnd;
   bool mIsStopped = false;
   bool mHasEnded = false;
+  bool mHasFailed = false;  // A piece could not be stored.
 
   std::deque<std::string> mEntries;
   std::size_t mEntryBytes = 0;
   std::deque<Outgoing> mPieces;
   std::map<Sequence, Storing> mStoring;
-  bool mHasFailed = false;
   Requests mRequests;
   unsigned mReading = 0;  // The newest request.
 
@@ -209,6 +209,8 @@ class Exchange {
   std::size_t mArrivedBytes = 0;
   bool mIsSignalled = false;
   bool mIsAnswered = false;
+  bool mIsLost = false;   // The active subscription,
+  bool mIsOther = false;  // since the log is another one.
   std::chrono::steady_clock::time_point mAnsweredAt;
   std::optional<Sequence> mLastKnown;
 
@@ -218,11 +220,9 @@ class Exchange {
   Sequence mNext = 0;
   Sequence mTarget = 0;
   std::uint64_t mDelivered = 0;  // By the active subscription.
-  bool mIsLost = false;
   std::chrono::steady_clock::time_point mHeardAt;
   std::vector<std::string> mAsked;
   Place mKnown;
-  bool mIsOther = false;
 };
 
 }  // namespace dorn::site
