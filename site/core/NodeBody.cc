@@ -265,8 +265,8 @@ void Node::Body::CarryItem(Sequence sequence, const Change& change, std::optiona
 
 void Node::Body::CarryItem(Sequence sequence, const SessionStart& start,
                            std::optional<Ticket> mine) {
+  TellSession(sequence, start, mine);  // First: it forgets one that had this place.
   mClock.OnUsed(sequence);
-  TellSession(sequence, start, mine);
 }
 
 void Node::Body::CarryItem(Sequence /*sequence*/, const SessionExtend& extend,

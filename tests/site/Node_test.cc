@@ -445,6 +445,15 @@ TEST_F(NodeTest, TheKeeperEndsIdleSessionsAndOthersDoNot) {
   EXPECT_TRUE(mListener.Heard("end " + std::to_string(session)));
 }
 
+TEST_F(NodeTest, AKeeperOfLongStandingLetsANewSessionLive) {
+  BeginAsKeeper();
+  for (int i = 0; i < 100; ++i, Pass(100ms)) Return();
+  mNode.StartSession({Sid(7), 4000, ""});
+  mNode.Flush();
+  for (int i = 0; i < 40; ++i, Pass(100ms)) Return();
+  EXPECT_FALSE(mListener.Heard("end"));
+}
+
 TEST_F(NodeTest, AnAwayLogIsSaidOnceAndAskedForNothing) {
   BeginAsOther();
   mListener.words.clear();
