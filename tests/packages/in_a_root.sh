@@ -8,7 +8,7 @@ here=$(cd "$(dirname "$0")" && pwd)
 packages=$(realpath "$1")
 suite=bookworm
 # What packages depend on and what builds a host, so that what is left after purging is theirs.
-include=g++,cmake,ninja-build,pkgconf,libncursesw6,libssl3,systemd
+include=g++,cmake,ninja-build,pkgconf,libncursesw6,libnats3.4,libssl3,systemd
 
 cannot() {
   echo "The packages were not tried: $1." >&2

@@ -85,6 +85,7 @@ say "following the quick start"
 quick_start >/tmp/quick-start.sh
 bash -eu /tmp/quick-start.sh >/tmp/step.log 2>&1 || fail "the quick start does not hold"
 ldconfig -p | grep -q 'libdorn\.so\.1 ' || fail "the loader does not know libdorn.so.1"
+ldconfig -p | grep -q 'libdorn-site\.so\.1 ' || fail "the loader does not know libdorn-site.so.1"
 getent passwd dorn-gateway >/dev/null || fail "there is no user dorn-gateway"
 getent group dorn >/dev/null || fail "there is no group dorn"
 [ "$(stat -c '%U:%G %a' /run/dorn)" = 'root:dorn 750' ] || fail "/run/dorn is not for hosts: $(stat -c '%U:%G %a' /run/dorn)"
@@ -100,6 +101,16 @@ quietly g++ -std=c++17 $source/main.cc -o /srv/dorn/panel/host $(pkg-config --cf
 quietly cmake -S $source -B /tmp/smallest -G Ninja
 quietly cmake --build /tmp/smallest
 quietly systemd-analyze verify --man=no dorn-host@panel.service
+
+say "building a host of a site, which waits for its broker"
+quietly cmake -S /usr/share/doc/libdorn-site-dev/examples/site/host -B /tmp/site-host -G Ninja -DCMAKE_UNITY_BUILD=ON
+quietly cmake --build /tmp/site-host
+quietly pkg-config --exists dorn-site
+DORN_SITE=plant DORN_SITE_BROKERS=nats://127.0.0.1:4222 DORN_STATION=127.0.0.1:0 /tmp/site-host/host >/tmp/host.log 2>&1 &
+running=$!
+until_there "the host of a site does not start" grep -q '^host: serving on port' /tmp/host.log
+kill $running
+wait $running || fail "the host of a site did not end in order"
 
 say "building and testing the last host of the tutorial"
 quietly cmake -S /usr/share/doc/dorn/docs/manual/tutorial/step6 -B /tmp/step6 -G Ninja -DBUILD_TESTING=ON

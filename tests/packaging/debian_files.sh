@@ -14,12 +14,15 @@ version=$(sed -nE 's/^#define DORN_VERSION "(.*)"/\1/p' dorn/base/Version.h)
 packaged=$(sed -nE '1s/^dorn \(([^)]*)\).*/\1/p' debian/changelog)
 [[ "$packaged" = "$version" || "$packaged" = "$version"[+-]* ]] || fail "debian/changelog is about $packaged, not $version"
 
-tests/packaging/debian_symbols.sh tests/packaging/exported-symbols.txt debian/libdorn1.symbols || fail "see above"
+for library in libdorn libdorn-site; do
+  list=tests/packaging/exported-symbols${library#libdorn}.txt
+  tests/packaging/debian_symbols.sh "$list" "debian/${library}1.symbols" || fail "see above"
+done
 
 # What builds the tree builds the packages; the compiler is at hand wherever packages are built.
-installed=$(. <(sed -nE '/^demo=\(/,/\)$/p; /^gateway=\(/,/\)$/p' script/setup) && printf '%s\n' "${gateway[@]}" | grep -vx 'g++' | sort)
+installed=$(. <(sed -nE '/^demo=\(/,/\)$/p; /^gateway=\(/,/\)$/p; /^sitelib=\(/,/\)$/p' script/setup) && printf '%s\n' "${gateway[@]}" "${sitelib[@]}" | grep -vx 'g++' | sort -u)
 declared=$(sed -n '/^Build-Depends:/,/^[A-Z]/p' debian/control | sed -nE 's/^ ([a-z0-9.+-]+)( \(.*\))?,$/\1/p' | grep -v '^debhelper' | sort)
-diff <(echo "$installed") <(echo "$declared") || fail "debian/control builds with other packages than script/setup gateway installs"
+diff <(echo "$installed") <(echo "$declared") || fail "debian/control builds with other packages than script/setup gateway and site install"
 
 rm -rf "$work"
 mkdir -p "$work"
