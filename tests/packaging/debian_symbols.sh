@@ -15,7 +15,7 @@ wanted() {
   # counts on finding it here.
   cat <<EOT
 ${package%1}.so.1 $package #MINVER#
- (optional|regex)"^_Z(T[ISV]|GV|Z)?(N?K?S[at]|NK?9__gnu_cxx).*@Base\$" 1.8.7
+ (optional|regex)"^_Z(T[ISV]P?F?|GV|Z)?(N?K?S[at]|NK?9__gnu_cxx).*@Base\$" 1.8.7
 EOT
   awk -v version="$version" '
     FILENAME == ARGV[1] { if (match($0, /@Base" /)) since[substr($0, 1, RSTART - 1)] = $NF; next }
