@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "bench/fanout/Server.h"
+#include "bench/support/Loopback.h"
 
 namespace {
 

@@ -15,6 +15,7 @@
 #include "bench/fanout/Crowd.h"
 #include "bench/fanout/Protocol.h"
 #include "bench/fanout/Server.h"
+#include "bench/support/Loopback.h"
 #include "bench/support/Report.h"
 
 namespace {

@@ -1,11 +1,7 @@
 #include "bench/fanout/Server.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,26 +12,9 @@
 #include <fstream>
 #include <initializer_list>
 
+#include "bench/support/Loopback.h"
+
 namespace {
-
-sockaddr_in Loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
-// A port that was free a moment ago.
-int FreePort() {
-  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t length = sizeof address;
-  static_cast<void>(bind(fd, reinterpret_cast<sockaddr*>(&address), length));
-  static_cast<void>(getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length));
-  close(fd);
-  return ntohs(address.sin_port);
-}
 
 [[noreturn]] void Execute(std::vector<std::string> command) {
   const int null = open("/dev/null", O_RDWR);
@@ -109,21 +88,6 @@ double Server::ResidentBytes() const {
 long Server::Sleeps() const {
   const std::string path = "/proc/" + std::to_string(mPid) + "/status";
   return static_cast<long>(NumberBehind(path, "voluntary_ctxt_switches:"));
-}
-
-int ConnectTo(int port) {
-  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const sockaddr_in address = Loopback(port);
-  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    close(fd);
-    return -1;
-  }
-  const int on = 1;
-  static_cast<void>(setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));
-  timeval patience{};
-  patience.tv_sec = 10;
-  static_cast<void>(setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience));
-  return fd;
 }
 
 std::string Beside(const std::string& name) {

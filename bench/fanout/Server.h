@@ -35,9 +35,6 @@ class Server {
   int mPort = 0;
 };
 
-// Connects to a loopback port; -1 when nobody listens.
-int ConnectTo(int port);
-
 // The file beside this program with that name.
 std::string Beside(const std::string& name);
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "bench/gateway/Loopback.h"
+#include "bench/support/Loopback.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "bench/gateway/Loopback.h"
+#include "bench/support/Loopback.h"
 #include "station/Framing.h"
 
 namespace {

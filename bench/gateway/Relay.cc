@@ -12,19 +12,9 @@
 #include <fstream>
 #include <iterator>
 
-#include "bench/gateway/Loopback.h"
+#include "bench/support/Loopback.h"
 
 namespace {
-
-int FreePort() {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address = Loopback(0);
-  bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-  socklen_t length = sizeof address;
-  getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-  close(fd);
-  return ntohs(address.sin_port);
-}
 
 // The numbers of /proc/PID/stat behind the name, which may hold blanks, and the state.
 constexpr std::size_t kGroup = 1;

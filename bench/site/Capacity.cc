@@ -67,7 +67,7 @@ double ChangesPerSecond(Plant& plant, double scale) {
 // The median of five runs' p50 and p99, behind five seconds to warm up.
 struct Delay {
   double p50 = 0;
-  double p99 = 0;
+  std::vector<double> p99;  // Of each run, in order of size.
 };
 Delay DelayOf(Plant& plant, double scale) {
   constexpr int kRuns = 5;
@@ -84,11 +84,13 @@ Delay DelayOf(Plant& plant, double scale) {
     late.push_back(Quantile(delays, 0.99));
   }
   plant.Check(changes * (kRuns + 1));
-  return {Median(middle), Median(late)};
+  std::sort(late.begin(), late.end());
+  return {Median(middle), late};
 }
 
 std::string Text(const Delay& delay) {
-  return Number(delay.p99) + " ms (p50 " + Number(delay.p50) + " ms)";
+  return Number(Median(delay.p99)) + " ms (" + Number(delay.p99.front()) + " to " +
+         Number(delay.p99.back()) + "; p50 " + Number(delay.p50) + " ms)";
 }
 
 // What rounds cost a host, in microseconds for each change, and how many changes each update had:

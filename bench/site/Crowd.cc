@@ -1,8 +1,5 @@
 #include "bench/site/Crowd.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -12,6 +9,7 @@
 #include <cstdlib>
 
 #include "bench/site/Process.h"
+#include "bench/support/Loopback.h"
 #include "station/Commands.h"
 #include "station/Framing.h"
 
@@ -45,24 +43,6 @@ timespec SpanUntil(Clock::time_point until) {
 }
 
 }  // namespace
-
-int ConnectTo(int port) {
-  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    close(fd);
-    return -1;
-  }
-  const int on = 1;
-  static_cast<void>(setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));
-  timeval patience{};
-  patience.tv_sec = kPatience.count();
-  static_cast<void>(setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience));
-  return fd;
-}
 
 Crowd::Crowd() : mEpoll(epoll_create1(EPOLL_CLOEXEC)) {}
 

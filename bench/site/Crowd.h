@@ -10,9 +10,6 @@
 
 using Clock = std::chrono::steady_clock;
 
-// Connects to a loopback port; -1 when nobody listens.
-int ConnectTo(int port);
-
 class Crowd {
  public:
   Crowd();

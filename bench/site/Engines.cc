@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "bench/site/Crowd.h"
+#include "bench/support/Loopback.h"
 
 namespace {
 

@@ -1,8 +1,6 @@
 #include "bench/site/Process.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -117,18 +115,6 @@ int Process::Descriptors() const {
 }
 
 const std::string& Folder() { return Own().mPath; }
-
-int FreePort() {
-  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  static_cast<void>(bind(fd, reinterpret_cast<sockaddr*>(&address), length));
-  static_cast<void>(getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length));
-  close(fd);
-  return ntohs(address.sin_port);
-}
 
 std::string Contents(const std::string& path) {
   std::ostringstream contents;

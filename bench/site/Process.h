@@ -33,9 +33,6 @@ class Process {
 // A folder for everything that is written, gone when this program ends.
 const std::string& Folder();
 
-// A port that was free a moment ago.
-int FreePort();
-
 // The whole of a small file; empty if there is none.
 std::string Contents(const std::string& path);
 
