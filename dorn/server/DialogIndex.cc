@@ -91,7 +91,7 @@ bool DialogIndex::KnowsNamesOf(const VQDialog* dialog, const KZString* foundAs) 
 
 void DialogIndex::Added(std::size_t size, const KZString& name, const VQDialog* dialog,
                         const VQDialog* previous) {
-  if (!mIsBuilt || mSize != size) return;
+  if (!IsRightFor(size)) return;
   mSize = mList->mDialogList.size();
   if (previous != nullptr) Leave(name, previous);
   Enter(name, dialog);
@@ -100,7 +100,7 @@ void DialogIndex::Added(std::size_t size, const KZString& name, const VQDialog* 
 }
 
 void DialogIndex::Erased(std::size_t size, const KZString& name, const VQDialog* dialog) {
-  if (!mIsBuilt || mSize != size) return;
+  if (!IsRightFor(size)) return;
   mSize = mList->mDialogList.size();
   Leave(name, dialog);
 }
@@ -157,6 +157,13 @@ bool DialogIndex::IsFew() const { return mList->mDialogList.size() <= kFewDialog
 // Whether so many trees have come or gone since the index was right.
 bool DialogIndex::Expects(std::uint64_t more) const {
   return mIsBuilt && gTreeCount == mTreeCount + more;
+}
+
+// Once the size has shown that the map was written by hand, the index is built anew, even if the
+// size fits again.
+bool DialogIndex::IsRightFor(std::size_t size) {
+  mIsBuilt = mIsBuilt && mSize == size;
+  return mIsBuilt;
 }
 
 void DialogIndex::Synchronise() {

@@ -73,6 +73,7 @@ class DialogIndex {
 
   bool IsFew() const;
   bool Expects(std::uint64_t more) const;
+  bool IsRightFor(std::size_t size);
   void Synchronise();
   void Rebuild();
   void Enter(const KZString& name, const VQDialog* dialog);

@@ -160,9 +160,9 @@ void SendFile(VQClientSocket& client, ResourceFile& resource, int length) {
     const std::size_t direct = std::min(end - sent, kDirectSize);
     const std::string part = ReadPart(file, sent, direct);
     sent += part.size();
-    hasMore =
-        SendBlocks(client, part) && part.size() == direct && sent < end && !HasNoDescriptor(client);
-    if (IsInPass()) break;
+    hasMore = (part.empty() || SendBlocks(client, part)) && sent < end && !HasNoDescriptor(client);
+    // Shorter than announced: the queue will notice it, too, and end the connection.
+    if (IsInPass() || part.size() < direct) break;
   }
   if (!hasMore) return;
   out.EnqueueFile(resource.mPath, std::exchange(resource.mFile, -1),

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <vector>
@@ -105,6 +106,23 @@ TEST(EpollSetTest, WhatItCannotWatchIsNoMember) {
   EXPECT_FALSE(set.Add(-1));
   EXPECT_FALSE(set.Add(FD_SETSIZE));
   EXPECT_EQ(set.Descriptor(), -1);
+}
+
+// epoll would take it, but a set of select has no place for it.
+TEST(EpollSetTest, ADescriptorThatSelectCannotWatchIsNoMember) {
+  const TestPipe pipe;
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  rlimit raised = before;
+  raised.rlim_cur = std::max<rlim_t>(before.rlim_cur, FD_SETSIZE + 1);
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &raised), 0);
+  const int high = fcntl(pipe.ReadEnd(), F_DUPFD_CLOEXEC, FD_SETSIZE);
+  ASSERT_GE(high, FD_SETSIZE);
+  dorn::EpollSet set;
+  EXPECT_FALSE(set.Add(high));
+  EXPECT_EQ(set.Descriptor(), -1);
+  close(high);
+  setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST(EpollSetTest, WithoutADescriptorForItThereAreNoMembersUntilThereIsOne) {

@@ -78,6 +78,29 @@ class Connection : public KZFdData {
   std::function<void()> mHook;
 };
 
+// What a hook opens anew behind a record, which goes on with the number.
+class OtherConnection {
+ public:
+  OtherConnection() {
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, mEnds), 0);
+  }
+  ~OtherConnection() {
+    close(mEnds[0]);
+    close(mEnds[1]);
+  }
+  OtherConnection(const OtherConnection&) = delete;
+  OtherConnection& operator=(const OtherConnection&) = delete;
+
+  // There is a byte to be read on it.
+  void PutInPlaceOf(const Connection& record) const {
+    EXPECT_EQ(dup2(mEnds[0], record.mFD), record.mFD);
+    EXPECT_EQ(write(mEnds[1], "x", 1), 1);
+  }
+
+ private:
+  int mEnds[2] = {-1, -1};
+};
+
 class SettledLoopTest : public ::testing::Test {
  protected:
   void Connect(int count) {
@@ -118,6 +141,15 @@ class SettledLoopTest : public ::testing::Test {
     };
     mApp.RunPass();
     return count;
+  }
+
+  // Until a pass would wait for ever. Each waits for real, but not longer than this.
+  void WaitForNothing(SelectSpy& spy) {
+    spy.mReplacement = [](fd_set* reads, fd_set* writes) {
+      const timespec timeout{0, 110000000};
+      return pselect(FD_SETSIZE, reads, writes, nullptr, &timeout, nullptr);
+    };
+    while (spy.mCalls.empty() || spy.mCalls.back().mTimeout) mApp.RunPass();
   }
 
   // Runs the loop as it is, with real waits, for so long; the number of passes.
@@ -315,88 +347,55 @@ TEST_F(SettledLoopTest, NothingOfARemovedOneIsHeardAnyMore) {
 
 TEST_F(SettledLoopTest, ADescriptorThatAHookOpensAnewIsFoundAgain) {
   Make(5);
-  int ends[2];
-  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
-  At(0).mHook = [&] {
-    // Behind the record: it goes on with the number.
-    ASSERT_EQ(dup2(ends[0], At(3).mFD), At(3).mFD);
-    ASSERT_EQ(write(ends[1], "x", 1), 1);
-  };
+  const OtherConnection other;
+  At(0).mHook = [&] { other.PutInPlaceOf(At(3)); };
   At(0).Write();
-  const auto start = std::chrono::steady_clock::now();
   while (mServed.size() < 2) mApp.RunPass();
   EXPECT_THAT(TakeServed(), ElementsAre(100, 103));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000));
-  close(ends[0]);
-  close(ends[1]);
 }
 
 // The hook's own: no record is settled when the loop would look.
 TEST_F(SettledLoopTest, TheOnlyDescriptorIsFoundAgainAfterItsOwnHookHasOpenedItAnew) {
   Make(1);
-  int ends[2];
-  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+  const OtherConnection other;
   At(0).mHook = [&] {
     At(0).mHook = nullptr;
-    ASSERT_EQ(dup2(ends[0], At(0).mFD), At(0).mFD);
-    close(ends[0]);
-    ASSERT_EQ(write(ends[1], "x", 1), 1);
+    other.PutInPlaceOf(At(0));
   };
   At(0).Write();
   RunFor(1000);
   EXPECT_THAT(TakeServed(), ElementsAre(100, 100));
-  close(ends[1]);
 }
 
 // Such a hook runs before the pass looks for descriptors that were opened anew.
 TEST_F(SettledLoopTest, ADescriptorThatACallOfTheNextPassOpensAnewIsFoundAgain) {
   Make(5);
   SelectSpy spy;
-  // The real one with a time-out of its own.
-  spy.mReplacement = [](fd_set* reads, fd_set* writes) {
-    timespec timeout{0, 110000000};
-    return pselect(FD_SETSIZE, reads, writes, nullptr, &timeout, nullptr);
-  };
-  while (spy.mCalls.empty() || spy.mCalls.back().mTimeout) mApp.RunPass();
-  int ends[2];
-  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
-  At(0).mHook = [&] {
-    ASSERT_EQ(dup2(ends[0], At(3).mFD), At(3).mFD);
-    ASSERT_EQ(write(ends[1], "x", 1), 1);
-  };
+  WaitForNothing(spy);
+  const OtherConnection other;
+  At(0).mHook = [&] { other.PutInPlaceOf(At(3)); };
   dorn::NextPass::Request(At(0),
                           [](KZFdData& record) { static_cast<Connection&>(record).mHook(); });
   mApp.RunPass();
   mApp.RunPass();
   EXPECT_THAT(TakeServed(), ElementsAre(103));
-  close(ends[0]);
-  close(ends[1]);
 }
 
 // No descriptor is ready in that pass.
 TEST_F(SettledLoopTest, ADescriptorThatAHookForBufferedDataOpensAnewIsFoundAgain) {
   Make(5);
   SelectSpy spy;
-  // The real one with a time-out of its own.
-  spy.mReplacement = [](fd_set* reads, fd_set* writes) {
-    timespec timeout{0, 110000000};
-    return pselect(FD_SETSIZE, reads, writes, nullptr, &timeout, nullptr);
-  };
-  while (spy.mCalls.empty() || spy.mCalls.back().mTimeout) mApp.RunPass();
-  int ends[2];
-  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+  WaitForNothing(spy);
+  const OtherConnection other;
   At(0).mHook = [&] {
     At(0).ClearData();
-    ASSERT_EQ(dup2(ends[0], At(3).mFD), At(3).mFD);
-    ASSERT_EQ(write(ends[1], "x", 1), 1);
+    other.PutInPlaceOf(At(3));
   };
   char byte = 'x';
   EXPECT_TRUE(At(0).SetDataToBuffer(&byte, 1));
   mApp.RunPass();
   mApp.RunPass();
   EXPECT_THAT(TakeServed(), ElementsAre(100, 103));
-  close(ends[0]);
-  close(ends[1]);
 }
 
 // Ten times a second, and as long as hooks run.
@@ -420,6 +419,34 @@ TEST_F(SettledLoopTest, LookingForSuchDescriptorsWakesNobodyWhenNothingRuns) {
   }
   EXPECT_FALSE(spy.mCalls[1].mTimeout.has_value());
   EXPECT_FALSE(spy.mCalls[2].mTimeout.has_value());
+}
+
+// A call that waits for the pass of another loop of this thread is no hook of this one.
+TEST_F(SettledLoopTest, ACallOfAnotherLoopsNextPassWakesNobodyHere) {
+  Make(5);
+  KZApplication other;
+  KZFdData record(KZFdData::kTypeClient, -1, 1, other.GetFdDataList());
+  static int called;
+  called = 0;
+  SelectSpy spy;
+  useconds_t lasts = 110000;
+  spy.mReplacement = [&lasts](fd_set* reads, fd_set* writes) {
+    FD_ZERO(reads);
+    FD_ZERO(writes);
+    usleep(lasts);
+    return 0;
+  };
+  for (int i = 0; i < 2; ++i) mApp.RunPass();
+  dorn::NextPass::Request(record, [](KZFdData&) { ++called; });
+  lasts = 0;
+  for (int i = 0; i < 2; ++i) mApp.RunPass();
+  ASSERT_EQ(spy.mCalls.size(), 4u);
+  EXPECT_FALSE(spy.mCalls[2].mTimeout.has_value());
+  EXPECT_FALSE(spy.mCalls[3].mTimeout.has_value());
+  EXPECT_EQ(called, 0);
+  other.WakeUp();
+  other.RunPass();
+  EXPECT_EQ(called, 1);
 }
 
 TEST_F(SettledLoopTest, AChildMayDestroyWhatItInherited) {

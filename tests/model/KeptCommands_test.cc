@@ -197,6 +197,10 @@ TEST_F(KeptCommandsTest, FewListsAreKept) {
   mKept.GiveBack(Read(textOf(14)));
   EXPECT_EQ(mKept.Count(), 2U);
   std::vector<KeptCommands::List> lists;
+  for (int i = 0; i < 12; ++i) lists.push_back(Read(textOf(3)));
+  for (KeptCommands::List& list : lists) mKept.GiveBack(std::move(list));
+  EXPECT_EQ(mKept.Count(), 10U);
+  lists.clear();
   for (int i = 0; i < 20; ++i) lists.push_back(Read(R"({"Command":"A"})"));
   for (KeptCommands::List& list : lists) mKept.GiveBack(std::move(list));
   EXPECT_EQ(mKept.Count(), 16U);
@@ -211,8 +215,8 @@ TEST_F(KeptCommandsTest, FewListsAreKept) {
 // Sanitized builds only; in the others nobody could tell.
 TEST_F(KeptCommandsTest, AUseOfAnObjectThatWasGivenBackIsFound) {
   const std::string word(100, 'w');
-  KeptCommands::List list =
-      Read(R"({"Command":")" + word + R"(","Objects":[{"Value":")" + word + R"("}]})");
+  KeptCommands::List list = Read(R"({"Command":")" + word + R"(","Objects":[{"Value":")" + word +
+                                 R"(",")" + word + R"(":1}]})");
   VQJsonCommand* const command = &CommandOf(list);
   VQJsonObject* const child = command->mObjectList[0];
   const VQValue* const value = &child->mList["Value"];
@@ -224,7 +228,8 @@ TEST_F(KeptCommandsTest, AUseOfAnObjectThatWasGivenBackIsFound) {
                                         value,
                                         value->GetChar(),
                                         command->mName.data(),
-                                        &child->mList.begin()->first};
+                                        &child->mList.begin()->first,
+                                        child->mList.rbegin()->first.data()};
   mKept.GiveBack(std::move(list));
   ASSERT_EQ(mKept.Count(), 1U);
   for (std::size_t i = 0; i < all.size(); ++i) {

@@ -129,21 +129,21 @@ TEST(TreeReaderTest, ARootThatHadAttributesSharesNothingWithThem) {
 
 TEST(TreeReaderTest, FourKeysWithAZeroByteBringALongMember) {
   std::string members =
-      R"("a":")" + std::string(65, 'x') + R"(","b":")" + std::string(64, 'y') + R"(","c":[])";
-  for (const char* key : {"a", "b", "c"}) {
+      R"("a":")" + std::string(65, 'x') + R"(","b":")" + std::string(64, 'y') + R"(","c":[],"d":7)";
+  for (const char* key : {"a", "b", "c", "d"}) {
     for (int i = 0; i < 9; ++i) {
       members += ",\"" + std::string(key) + "\\u0000" + std::to_string(i) + "\":0";
     }
   }
   VQJsonCommands commands;
   ASSERT_TRUE(Receive(commands, R"({"Command":"A",)" + members + "}"));
-  // Of "a" four, of "b", which is short, all, of "c" none.
-  EXPECT_EQ(commands.mObjectList.at(0)->mList.size(), 1u + 3u + 4u + 9u);
+  // Of "a" four, of "b" and "d", which are short, all, of "c" none.
+  EXPECT_EQ(commands.mObjectList.at(0)->mList.size(), 1u + 4u + 4u + 18u);
 
   VQJsonResource tree;
   const CapturedStdout console;
   ASSERT_TRUE(VQJsonParser().ParseDialog(&tree, R"({"Command":"DIALOG",)" + members + "}", true));
-  EXPECT_EQ(tree.mList.size(), 1u + 3u + 27u);
+  EXPECT_EQ(tree.mList.size(), 1u + 4u + 36u);
 }
 
 // Texts of the words that mean something, in every combination.

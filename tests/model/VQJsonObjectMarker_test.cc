@@ -41,6 +41,12 @@ TEST(VQJsonObjectMarkerTest, APlainObjectOnTheHeapHasTag10) {
   for (int round = 0; round < 100; ++round) EXPECT_EQ(TagOnHeap<VQJsonObject>(kNoParent), 10);
 }
 
+TEST(VQJsonObjectMarkerTest, AnObjectOfAHostThatAsksForNoExceptionsHasTheTagOfTheHeapToo) {
+  const std::unique_ptr<VQJsonObject> object(new (std::nothrow) VQJsonObject(nullptr));
+  ASSERT_NE(object, nullptr);
+  EXPECT_EQ(object->mDebugFlag, 10);
+}
+
 TEST(VQJsonObjectMarkerTest, APlainObjectElsewhereHasTag1) {
   EXPECT_EQ(TagOnStack<VQJsonObject>(kNoParent), 1);
   EXPECT_EQ(gStatic.mDebugFlag, 1);

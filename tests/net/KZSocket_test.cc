@@ -334,6 +334,19 @@ TEST_F(KZSocketTest, AConnectInProgressIsSilent) {
   socket.Close();
 }
 
+// A datagram socket is, and what errno says is of no interest then.
+TEST_F(KZSocketTest, ASocketThatIsConnectedAtOnceStaysOpen) {
+  TestSocket socket(kLogSize, &mLog, List());
+  socket.Socket(AF_INET, SOCK_DGRAM, 0);
+  const sockaddr_in address = LoopbackAddress(9);
+  errno = EINVAL;
+  EXPECT_EQ(socket.Connect(Generic(address), sizeof address), 0);
+  EXPECT_GE(socket.GetFD(), 0);
+  EXPECT_THAT(mLog.mCalls, IsEmpty());
+  EXPECT_THAT(socket.mEvents, IsEmpty());
+  socket.Close();
+}
+
 TEST_F(KZSocketTest, AnyOtherConnectFailureLogsAndCloses) {
   TestSocket socket(kLogSize, &mLog, List());
   socket.Socket(AF_INET, SOCK_STREAM, 0);

@@ -266,6 +266,17 @@ TEST_F(DelayedLogInTest, TheNextStationOfAnObjectDoesNotWaitForTheFormerOnesGues
   EXPECT_TRUE(Find(link)->mAuth);
 }
 
+TEST_F(DelayedLogInTest, TheNextStationOfAnObjectIsNotTakenForWhatWaitedForTheFormerOne) {
+  UseUp("u1");
+  Link link = Connect();
+  Guess(link, "u1", 1);
+  Find(link)->DoCommand(KZString(Hello("u1", "host")));  // Waits behind the guess.
+  Reopen(link);
+  Tell(link, Hello("u1", "p"));
+  Wait(4000);
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth u1 p", "OnStart  0 0"));
+}
+
 TEST_F(DelayedLogInTest, TheCommandIsPrintedOnce) {
   UseUp("u1");
   Link link = Connect();

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -12,7 +13,9 @@
 #include <memory>
 #include <vector>
 
+#include "dorn/server/OutgoingQueue.h"
 #include "tests/server/FileTransferTest.h"
+#include "tests/support/Deadline.h"
 
 namespace {
 
@@ -116,6 +119,21 @@ TEST_F(FileStreamingTest, AFileThatShrinksClosesTheConnection) {
   EXPECT_EQ(before + 1, app.Statistics().closedByHost);
 }
 
+// What errno says is of no interest where nothing has failed.
+TEST_F(FileStreamingTest, AnInterruptionBeforeDoesNotMakeTheEndOfAShorterFileEndless) {
+  const std::string name = File("short.bin", "bytes");
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  Station station(pair[1]);
+  dorn::OutgoingQueue queue;
+  queue.AppendFile(Path(name), open(Path(name).c_str(), O_RDONLY | O_CLOEXEC), 0, 10);
+  const HangGuard guard;
+  errno = EINTR;
+  EXPECT_EQ(dorn::OutgoingQueue::Result::kCutShort, queue.Write(pair[0], 100));
+  close(pair[0]);
+  EXPECT_EQ("bytes", station.Bytes());
+}
+
 TEST_F(FileStreamingTest, AFileThatIsReplacedBehindManyOthersClosesTheConnection) {
   const std::string first = File("first.bin", Pattern(3 << 20));
   const std::string second = File("second.bin", "old");
@@ -211,6 +229,38 @@ TEST_F(FileStreamingTest, ABlockOfWhichNothingIsTakenIsSentAgain) {
   client->OnGetfile(KZString(name), "", "");
   EXPECT_THAT(client->mBlocks, ElementsAre(1024, 1024, 1024, 452));
   EXPECT_EQ(Frame(Follows(name, 2500)) + text, station.Bytes());
+}
+
+// A connection of which the file becomes shorter between its announcement and its first byte.
+class ShorteningClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  int SendData(const KZString& text) override {
+    EXPECT_EQ(0, truncate(mPath.c_str(), 100));
+    return VQClientSocket::SendData(text);
+  }
+  std::string mPath;
+};
+
+TEST_F(FileStreamingTest, AFileThatShrinksBeforeItsFirstByteClosesTheConnectionToo) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  auto* client = new ShorteningClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  Station station(pair[1]);
+  Pass();
+  const std::string text = Pattern(2500);
+  const std::string name = File("a.bin", text);
+  client->mPath = Path(name);
+  {
+    const HangGuard guard;
+    client->OnGetfile(KZString(name), "", "");
+  }
+  client->Send("behind", 6);
+  CapturedStdout console;
+  ASSERT_TRUE(RunUntil([&station] { return station.IsClosed(); }));
+  EXPECT_THAT(console.Text(), HasSubstr("closed: a file that was being sent to it is shorter now"));
+  EXPECT_EQ(Frame(Follows(name, 2500)) + text.substr(0, 100), station.Bytes());
 }
 
 TEST_F(FileStreamingTest, ATreeThatFailsIsNotTriedAgain) {

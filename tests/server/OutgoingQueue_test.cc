@@ -12,6 +12,7 @@
 
 #include "dorn/server/Connection.h"
 #include "dorn/server/OutgoingDrainer.h"
+#include "dorn/server/OutgoingQueue.h"
 #include "tests/server/ServerTest.h"
 #include "tests/support/Deadline.h"
 #include "tests/support/RecordingStream.h"
@@ -91,6 +92,22 @@ TEST_F(OutgoingQueueTest, WhatWaitsOutlivesTheEndOfTheDescriptorThatWatchesIt) {
   Send(late, text);
   EXPECT_TRUE(Frame(text) == Received(late, text.size() + 2));
   EXPECT_TRUE(Frame(text) == Received(early, text.size() + 2));
+}
+
+TEST(OutgoingQueueBudgetTest, IsUsedUpToItsLastByteAndNotExceeded) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  Station station(pair[1]);
+  dorn::OutgoingQueue queue;
+  queue.Append("0123456789", 10);
+  using Result = dorn::OutgoingQueue::Result;
+  EXPECT_EQ(Result::kMore, queue.Write(pair[0], 8));
+  EXPECT_EQ("01234567", station.Take(station.Bytes().size()));
+  EXPECT_EQ(Result::kMore, queue.Write(pair[0], 1));
+  EXPECT_EQ("8", station.Take(station.Bytes().size()));
+  EXPECT_EQ(Result::kEmpty, queue.Write(pair[0], 1));
+  EXPECT_EQ("9", station.Bytes());
+  close(pair[0]);
 }
 
 TEST_F(OutgoingQueueTest, OneTextMayBeLargerThanTheCap) {

@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "tests/server/ServerTest.h"
+#include "tests/support/NoStandardInput.h"
 
 namespace {
 
@@ -38,6 +39,13 @@ class StatisticsTest : public ServerTest {
   std::uint64_t Since(Counter counter) { return app.Statistics().*counter - mBefore.*counter; }
 
   static std::string SocketPath() { return FolderPath() + "/statistics"; }
+
+  static void BindTo(const std::string& path, int fd) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    ASSERT_EQ(0, bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  }
 
   // Connects and lets the loop answer; all that came before the end, or "" without a connection.
   static std::string Ask(const std::string& path) {
@@ -271,21 +279,29 @@ TEST_F(StatisticsTest, MovesToAnotherPath) {
 
 TEST_F(StatisticsTest, ReplacesASocketThatAKilledProcessLeftBehind) {
   const int dead = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, SocketPath().c_str(), SocketPath().size() + 1);
-  ASSERT_EQ(0, bind(dead, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  BindTo(SocketPath(), dead);
   close(dead);
   EXPECT_TRUE(app.ServeStatistics(SocketPath().c_str()));
   EXPECT_THAT(Ask(SocketPath()), HasSubstr("dorn_stations"));
 }
 
+// A host may run with standard input closed.
+TEST_F(StatisticsTest, IsServedAtDescriptor0) {
+  const int dead = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  BindTo(SocketPath(), dead);
+  close(dead);
+  const NoStandardInput closed;
+  EXPECT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  EXPECT_TRUE(closed.IsTaken());
+  EXPECT_THAT(Ask(SocketPath()), HasSubstr("dorn_stations"));
+  app.ServeStatistics(nullptr);
+  Pass();
+  EXPECT_FALSE(closed.IsTaken());
+}
+
 TEST_F(StatisticsTest, LeavesTheSocketOfALivingProcessAndFilesAlone) {
   const int living = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, SocketPath().c_str(), SocketPath().size() + 1);
-  ASSERT_EQ(0, bind(living, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  BindTo(SocketPath(), living);
   ASSERT_EQ(0, listen(living, 1));
   EXPECT_FALSE(app.ServeStatistics(SocketPath().c_str()));
   close(living);

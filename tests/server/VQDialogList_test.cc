@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dorn/server/DialogIndex.h"
+#include "dorn/server/RunningHooks.h"
 #include "dorn/server/Storage.h"
 #include "tests/server/ServerTest.h"
 
@@ -258,6 +259,38 @@ TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogThatKeepsATreeOfAnother) {
   EXPECT_EQ(static_cast<std::size_t>(kCount), mList.mDialogList.size());
 }
 
+// A tree that is taken away while its dialog's hook runs dies only when the hook has returned.
+TEST_F(VQDialogListTest, ATreeThatDiesWhenAHookReturnsNeedsNoWalk) {
+  constexpr int kCount = 300;
+  for (int i = 0; i < kCount; ++i) {
+    HookedDialog* dialog = Add(("d" + std::to_string(i)).c_str());
+    dialog->AddSession("S" + std::to_string(i));
+    dialog->AddSession("all");
+  }
+  mList.RemoveBySession("nobody");
+  const std::uint64_t before = dorn::DialogIndex::Steps();
+  for (int i = 0; i < kCount; ++i) {
+    const dorn::RunningHooks hook(mList.Search(KZString("d" + std::to_string(i))));
+    mList.RemoveBySession("S" + std::to_string(i));
+  }
+  EXPECT_LT(dorn::DialogIndex::Steps() - before, 4U * kCount);
+  EXPECT_EQ(static_cast<std::size_t>(kCount), mList.mDialogList.size());
+}
+
+TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogThatHasLostItsTreeBefore) {
+  constexpr int kCount = 300;
+  for (int i = 0; i < kCount; ++i) {
+    HookedDialog* dialog = Add(("d" + std::to_string(i)).c_str());
+    dialog->AddSession("S");
+    dialog->AddSession("other");
+  }
+  mList.RemoveBySession("nobody");
+  for (const auto& [name, dialog] : mList.mDialogList) dialog->RemoveSession("S");
+  const std::uint64_t before = dorn::DialogIndex::Steps();
+  mList.RemoveBySession("S");
+  EXPECT_EQ(dorn::DialogIndex::Steps(), before);
+}
+
 // A list that is long enough for an index, with a tree in each dialog, that has been searched.
 class LongDialogListTest : public VQDialogListTest {
  protected:
@@ -309,6 +342,17 @@ TEST_F(LongDialogListTest, ADialogThatWasPutInAnothersPlaceByHandTooLosesBothNam
   EXPECT_FALSE(mList.Has("d21"));
   EXPECT_THAT(Calls(), ElementsAre("OnFinal d20"));
   delete before;
+}
+
+// The size of the map is what it was, and the index must not take itself for right.
+TEST_F(LongDialogListTest, ANameThatIsAddedAfterAnotherWasTakenAwayByHandIsKnown) {
+  VQDialog* const taken = mList.Search("d20");
+  mList.mDialogList.erase("d20");
+  mList.Add("y", mList.Search("d21"));
+  mList.Remove("d21");
+  EXPECT_FALSE(mList.Has("y"));
+  EXPECT_THAT(Calls(), ElementsAre("OnFinal d21"));
+  delete taken;
 }
 
 // Whether it was made before or after somebody has searched.

@@ -135,6 +135,21 @@ TEST_F(VQStationSocketTest, AcceptIsLoggedThroughTheSocketsLog) {
   EXPECT_EQ("切断しました\n", sink.Messages().back());
 }
 
+// Waiting would not help, as it does where descriptors are short.
+TEST_F(VQStationSocketTest, AListenerThatHasStoppedListeningIsClosedWithTheReason) {
+  RecordingStream sink;
+  VQStationSocket stopped(&sink, app.GetFdDataList());
+  ASSERT_GE(stopped.Open("127.0.0.1", 0), 0);
+  Pass();
+  ASSERT_EQ(0, shutdown(stopped.GetFD(), SHUT_RDWR));
+  CapturedStdout console;
+  EXPECT_TRUE(RunUntil([&stopped] { return stopped.GetFD() < 0; }));
+  EXPECT_EQ("The station port is closed: Invalid argument\n", console.Text());
+  EXPECT_TRUE(sink.Has("接続を許可出来ませんでした。 Invalid argument\n"));
+  EXPECT_EQ("待ち受けを中止しました\n", sink.Messages().back());
+  Pass(2);
+}
+
 TEST_F(VQStationSocketTest, LogStreamOfTheHostGetsTheLinesOfTheStationSocketAndItsConnections) {
   RecordingStream sink;
   app.SetLogStream(&sink);
