@@ -56,10 +56,11 @@ void HttpSession<Stream>::Read(Ms limit) {
   mParser->header_limit(static_cast<std::uint32_t>(mShared.mOptions.mLimits.mRequestHeader));
   mParser->body_limit(0);
   beast::get_lowest_layer(mStream).expires_after(limit);
-  http::async_read(mStream, mBuffer, *mParser,
-                   [self = shared_from_this()](const beast::error_code& error, std::size_t) {
-                     self->OnRead(error);
-                   });
+  // No more than that: a body in chunks may have no end.
+  http::async_read_header(mStream, mBuffer, *mParser,
+                          [self = shared_from_this()](const beast::error_code& error, std::size_t) {
+                            self->OnRead(error);
+                          });
 }
 
 // What cannot be read as a request is answered; a connection that ends is only closed.
@@ -82,6 +83,7 @@ void HttpSession<Stream>::OnRead(const beast::error_code& error) {
 
 template <class Stream>
 void HttpSession<Stream>::OnRequest() {
+  if (auto refused = RefuseRequest(mParser->get()); refused) return Write(std::move(*refused));
   if (!AsksForWebSocket(mParser->get())) return Write(Answer(mShared, mParser->get(), mPeer));
   const Address browser = BrowserOf(mShared, mParser->get(), mPeer);
   if (auto refused = RefuseWebSocket(mShared, mParser->get(), browser); refused) {

@@ -165,6 +165,19 @@ Address BrowserOf(const Shared& shared, const Request& request, const Address& p
   return ReadAddress(last).value_or(peer);
 }
 
+// A proxy before the gateway could see another end, or another host, in such a request.
+std::optional<Response> RefuseRequest(const Request& request) {
+  if (request.count(http::field::transfer_encoding) != 0) {
+    return AnswerError(http::status::payload_too_large, "requests have no body");
+  }
+  const std::size_t hosts = request.count(http::field::host);
+  constexpr unsigned kNamesNoHost = 10;  // HTTP/1.0
+  if (hosts > 1 || (hosts == 0 && request.version() > kNamesNoHost)) {
+    return AnswerError(http::status::bad_request, "a request names one host");
+  }
+  return std::nullopt;
+}
+
 bool AsksForWebSocket(const Request& request) {
   return boost::beast::websocket::is_upgrade(request);
 }

@@ -4,6 +4,8 @@
 
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
+#include <optional>
+#include <string_view>
 
 #include "tools/dorn-gateway/Shared.h"
 #include "tools/dorn-gateway/SharedBody.h"
@@ -16,6 +18,8 @@ using Response = boost::beast::http::response<SharedBody>;
 // The browser's address: that of the connection, or behind a trusted proxy what it forwards.
 Address BrowserOf(const Shared& shared, const Request& request, const Address& peer);
 
+// Why nothing is made of this request, whatever it asks for; no answer when something is.
+std::optional<Response> RefuseRequest(const Request& request);
 // Whether the request asks for a WebSocket, wherever.
 bool AsksForWebSocket(const Request& request);
 // Why this browser gets none; a WebSocket when there is no answer.

@@ -5,10 +5,12 @@
 
 #include "tools/dorn-gateway/Gateway.h"
 #include "tools/dorn-gateway/ReadOptions.h"
+#include "tools/support/Streams.h"
 
 namespace {
 
 int Main(int argc, char** argv) {
+  dorn::tools::TakeClosedStreams();
   // Who reads the log may go before the gateway does.
   std::signal(SIGPIPE, SIG_IGN);
   int exitCode = 0;
