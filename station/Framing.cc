@@ -14,17 +14,8 @@ namespace {
 constexpr char kStx = '\x02';
 constexpr char kEtx = '\x03';
 
-// The bytes that a text announces behind it; none for every text but a PUTFILE that brings a file.
-std::optional<std::size_t> AnnouncedLength(std::string_view text) {
-  if (text.find("PUTFILE") == std::string_view::npos) return std::nullopt;
-  const Json command = Reader().Read(text).mJson;
-  const Json* length = command.Find("Length");
-  if (command.TextOf("Command") != "PUTFILE" || command.Find("Status") != nullptr ||
-      length == nullptr || !length->IsNumber()) {
-    return std::nullopt;
-  }
-  const long long bytes = std::strtoll(length->mText.c_str(), nullptr, 10);
-  return static_cast<std::size_t>(std::max(bytes, 0LL));
+bool Contains(std::string_view text, std::string_view piece) {
+  return text.find(piece) != std::string_view::npos;
 }
 
 bool IsHostCommand(const Json& command) {
@@ -33,14 +24,6 @@ bool IsHostCommand(const Json& command) {
     if (command.TextOf("Command") == word) return true;
   }
   return false;
-}
-
-// Whether this is what a host says, and no piece of a file that looks framed.
-bool IsHostText(std::string_view text) {
-  const Json json = Reader().Read(text).mJson;
-  const Json* commands = json.Find("Commands");
-  if (commands == nullptr || !commands->IsArray()) return IsHostCommand(json);
-  return std::any_of(commands->mElements.begin(), commands->mElements.end(), IsHostCommand);
 }
 
 }  // namespace
@@ -78,6 +61,11 @@ bool Framing::Feed(std::string_view bytes) {
   return mState != State::kBroken;
 }
 
+ReadText& Framing::Read() {
+  if (!mRead) mRead = mReader.Read(mText);
+  return *mRead;
+}
+
 std::size_t Framing::TakeOutside(std::string_view bytes) {
   const std::size_t start = bytes.find(kStx);
   mDropped += std::min(start, bytes.size());
@@ -90,7 +78,8 @@ std::size_t Framing::TakeText(std::string_view bytes) {
   const std::size_t end = bytes.find(kEtx);
   const std::string_view piece = bytes.substr(0, end);
   if (end != std::string_view::npos && mHeld.empty() && !mTooLong && piece.size() <= kMaxText) {
-    EndText(piece);
+    BeginText(piece);
+    EndText();
     return end + 1;
   }
   mTooLong = mTooLong || mHeld.size() + piece.size() > kMaxText;
@@ -105,14 +94,20 @@ std::size_t Framing::TakeText(std::string_view bytes) {
     mSink.OnTooLong();
   } else {
     const std::string text = std::exchange(mHeld, {});
-    EndText(text);
+    BeginText(text);
+    EndText();
   }
   return end + 1;
 }
 
-// The state is right before the sink hears of anything.
-void Framing::EndText(std::string_view text) {
-  const std::optional<std::size_t> length = AnnouncedLength(text);
+void Framing::BeginText(std::string_view text) {
+  mText = text;
+  mRead.reset();
+}
+
+// Of the text that BeginText() was given. The state is right before the sink hears of anything.
+void Framing::EndText() {
+  const std::optional<std::size_t> length = AnnouncedLength();
   mState = State::kOutside;
   if (length && *length > kMaxPayload) {
     mState = State::kBroken;
@@ -120,8 +115,33 @@ void Framing::EndText(std::string_view text) {
     mState = State::kBefore;
     mPayloadLeft = *length;
   }
-  mSink.OnText(text);
+  mSink.OnText(mText);
+  BeginText({});
   if (length && *length == 0) mSink.OnPayload({}, true);
+}
+
+// The bytes that the text announces behind it; none for every text but a PUTFILE that brings a
+// file.
+std::optional<std::size_t> Framing::AnnouncedLength() {
+  if (!Contains(mText, "PUTFILE")) return std::nullopt;
+  // Answers to fences, which come the most often, need not be read for it.
+  if (!Contains(mText, "Length") && !Contains(mText, "\\")) return std::nullopt;
+  const Json& command = Read().mJson;
+  const Json* length = command.Find("Length");
+  if (command.TextOf("Command") != "PUTFILE" || command.Find("Status") != nullptr ||
+      length == nullptr || !length->IsNumber()) {
+    return std::nullopt;
+  }
+  const long long bytes = std::strtoll(length->mText.c_str(), nullptr, 10);
+  return static_cast<std::size_t>(std::max(bytes, 0LL));
+}
+
+// Whether the text is what a host says, and no piece of a file that looks framed.
+bool Framing::IsHostText() {
+  const Json& json = Read().mJson;
+  const Json* commands = json.Find("Commands");
+  if (commands == nullptr || !commands->IsArray()) return IsHostCommand(json);
+  return std::any_of(commands->mElements.begin(), commands->mElements.end(), IsHostCommand);
 }
 
 // A file may begin with any byte. Behind an STX it may be the next text instead, because the file
@@ -138,12 +158,15 @@ std::size_t Framing::TakeBefore(std::string_view bytes) {
     if (mHeld.size() > kMaxText) BeginPayload();
     return bytes.size();
   }
-  if (bytes[end] == kEtx && IsHostText(std::string_view(mHeld).substr(1))) {
-    const std::string text = std::exchange(mHeld, {}).substr(1);
+  BeginText(std::string_view(mHeld).substr(1));
+  if (bytes[end] == kEtx && IsHostText()) {
+    const std::string held = std::exchange(mHeld, {});
+    mText = std::string_view(held).substr(1);  // What it says is known.
     mSink.OnNoPayload();
-    EndText(text);
+    EndText();
     return end + 1;
   }
+  BeginText({});
   BeginPayload();
   return end;
 }

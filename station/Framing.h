@@ -7,8 +7,11 @@
 #define STATION_FRAMING_H_
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "station/Reader.h"
 
 namespace dorn::station {
 
@@ -36,11 +39,16 @@ class Framing {
     virtual void OnTooLong() {}
   };
 
-  explicit Framing(Sink& sink) : mSink(sink) {}
+  // `reader` is how the host's texts are read: of some, what they say decides where they end.
+  explicit Framing(Sink& sink, Reader reader = Reader()) : mReader(reader), mSink(sink) {}
 
   // Takes the next bytes of the stream. False when a file longer than the limit is announced: then
   // nothing more can be made of this connection.
   [[nodiscard]] bool Feed(std::string_view bytes);
+
+  // For the sink's OnText() alone: what its text says, read once however often it is asked for, and
+  // not at all when nobody asks. Holds during that call; the sink may change it, or take it away.
+  ReadText& Read();
 
   // Between two texts, where a host may close without cutting anything.
   bool IsAtRest() const { return mState == State::kOutside; }
@@ -63,11 +71,17 @@ class Framing {
   std::size_t TakeText(std::string_view bytes);
   std::size_t TakeBefore(std::string_view bytes);
   std::size_t TakePayload(std::string_view bytes);
-  void EndText(std::string_view text);
+  void BeginText(std::string_view text);
+  void EndText();
+  std::optional<std::size_t> AnnouncedLength();
+  bool IsHostText();
   void BeginPayload();
 
+  const Reader mReader;
   Sink& mSink;
   State mState = State::kOutside;
+  std::string_view mText;         // Empty but while one is looked at and told.
+  std::optional<ReadText> mRead;  // What it says, once somebody has asked.
   std::string mHeld;  // A text so far; or what may be a text in place of a file, with its STX.
   bool mTooLong = false;
   std::size_t mDropped = 0;

@@ -114,7 +114,7 @@ void Session::Connected(unsigned line, Ms now) {
   if (line != mLine || line == 0 || mIsConnected) return;
   mNow = now;
   mIsConnected = true;
-  mFraming.emplace(static_cast<Framing::Sink&>(*this));
+  mFraming.emplace(static_cast<Framing::Sink&>(*this), mReader);
   mIsBroken = false;
   if (mSessionId.empty()) {
     Send(HelloText(mLogIn));

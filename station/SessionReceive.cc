@@ -8,11 +8,11 @@
 
 namespace dorn::station {
 
-void Session::OnText(std::string_view text) {
+void Session::OnText(std::string_view) {
   // A text before may have ended the line: what comes behind it is nobody's.
   if (!mIsConnected) return;
   const unsigned line = mLine;
-  const ReadText read = mReader.Read(text);
+  const ReadText& read = mFraming->Read();
   switch (read.mReading) {
     case Reading::kStrict:
       ++mCounts.mStrict;

@@ -45,6 +45,10 @@ size = [each["Length"] for each in received if each["Command"] == "PUTFILE"]
 same(file, [{"direction": "in", "file": "lines.txt", "bytes": int(size[0])}])
 host.stop()
 
+# A line that is none is found before anything is sent, and before anybody is asked to take it.
+lines, _ = run(1, "touch nothing", "tuoch nothing", code=2)
+same(lines, [])
+
 # What hosts write loosely is strict here, and no control character gets through.
 saying = Saying(b"go", b"".join([
     text(b'{"Command":"UPDATE","Objects":[{"Name":"a","Value":"3/4" pipe\x1b[31m\x9b1m \xc2\x9b2J \x7f","Nothing":}]}'),

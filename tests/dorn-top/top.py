@@ -3,10 +3,10 @@
 
 usage: top.py TEST PROGRAM [HOST]
 """
-import json, os, signal, socket, subprocess, sys, tempfile, threading, time
+import json, os, signal, socket, subprocess, sys, threading, time
 here = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(os.path.dirname(here), "terminal"))
-from stations import Host, RawTerminal, Terminal, fail, run, until
+from stations import Host, RawTerminal, Terminal, fail, new_folder, run, until
 
 TEXT = b"""# HELP dorn_stations Connections.
 # TYPE dorn_stations gauge
@@ -25,7 +25,7 @@ def framed(text):
 
 
 def new_path():
-    return os.path.join(tempfile.mkdtemp(), "statistics")
+    return os.path.join(new_folder(), "statistics")
 
 
 def host_with(program, path):

@@ -1,5 +1,5 @@
 """What the tests of a proxy before hosts share: hosts, the proxy as examples/site sets it up, stations that come back."""
-import csv, getpass, grp, os, signal, socket, subprocess, sys, tempfile, time
+import contextlib, csv, getpass, grp, os, signal, socket, subprocess, sys, tempfile, time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
 import programs
@@ -36,13 +36,17 @@ class Proxy:
             self.process = subprocess.Popen([program, "-db", "-f", configuration], env=environment, stdout=out, stderr=out,
                                             stdin=subprocess.DEVNULL, pass_fds=[listening.fileno()])
         listening.close()
-        until(lambda: os.path.exists(self.socket) or self.process.poll() is not None, "the proxy")
-        if self.process.poll() is not None:
-            fail("the proxy ends: " + open(self.said).read())
+        with contextlib.ExitStack() as failed:
+            failed.callback(self.end)
+            until(lambda: os.path.exists(self.socket) or self.process.poll() is not None, "the proxy")
+            if self.process.poll() is not None:
+                fail("the proxy ends: " + open(self.said).read())
+            failed.pop_all()
 
     def hosts(self):
         """What it thinks of each: "UP" or "DOWN", perhaps with more behind it, and how many connections it has there."""
         with socket.socket(socket.AF_UNIX) as asking:
+            asking.settimeout(PATIENCE)
             asking.connect(self.socket)
             asking.sendall(b"show stat\n")
             told = b""
@@ -86,19 +90,18 @@ class Site:
     """Three hosts and the proxy, in a folder of their own."""
 
     def __init__(self, pumphouse, configuration, proxy):
-        self.folder = tempfile.TemporaryDirectory()
-        self.made = []
-        self.hosts = {}
-        for name in "abc":
-            self.hosts[name] = Host(pumphouse, self.folder.name, name)
-            self.made.append(self.hosts[name])
-        self.proxy = Proxy(proxy, configuration, self.folder.name, self.hosts.values())
-        self.made.append(self.proxy)
+        with contextlib.ExitStack() as made:
+            folder = made.enter_context(tempfile.TemporaryDirectory())
+            self.hosts = {}
+            for name in "abc":
+                self.hosts[name] = Host(pumphouse, folder, name)
+                made.callback(self.hosts[name].end)
+            self.proxy = Proxy(proxy, configuration, folder, self.hosts.values())
+            made.callback(self.proxy.end)
+            self.made = made.pop_all()
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
-        for each in self.made:
-            each.end()
-        self.folder.cleanup()
+        self.made.close()

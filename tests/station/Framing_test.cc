@@ -196,5 +196,52 @@ TEST(FramingTest, TellsWhatItWaitsFor) {
   EXPECT_TRUE(framing.IsAtRest());
 }
 
+// Asks twice what each text says, and spoils it after that.
+class Asking : public Framing::Sink {
+ public:
+  void OnText(std::string_view) override {
+    const ReadText* const first = &mFraming.Read();
+    ReadText& second = mFraming.Read();
+    EXPECT_EQ(first, &second);
+    mFiles.emplace_back(second.mJson.TextOf("File"));
+    second = ReadText();
+  }
+  void OnPayload(std::string_view, bool last) override { mWhole += last ? 1 : 0; }
+
+  Framing mFraming{*this};
+  std::vector<std::string> mFiles;
+  int mWhole = 0;
+};
+
+TEST(FramingTest, TellsWhatEachTextSays) {
+  Asking asking;
+  ASSERT_TRUE(
+      asking.mFraming.Feed(kFile + "abcde" + kFence + "\x02{\"File\":\"g\"}\x03\x02no\x03"));
+  EXPECT_EQ(asking.mFiles, (std::vector<std::string>{"f", "?f1", "g", ""}));
+  EXPECT_EQ(asking.mWhole, 1);
+}
+
+TEST(FramingTest, TellsWhatATextInPlaceOfAFileSays) {
+  Asking asking;
+  ASSERT_TRUE(asking.mFraming.Feed(kFile + kFile + "\x02x\x03zz" + kFence));
+  EXPECT_EQ(asking.mFiles, (std::vector<std::string>{"f", "f", "?f1"}));
+  EXPECT_EQ(asking.mWhole, 1);
+}
+
+// A backslash in a file's name belongs to it, or not: as those read who are told of the text.
+TEST(FramingTest, ReadsAsItIsTold) {
+  class Names : public Framing::Sink {
+   public:
+    void OnText(std::string_view) override { mFile = mFraming.Read().mJson.TextOf("File"); }
+    void OnPayload(std::string_view, bool) override {}
+
+    Framing mFraming{*this, Reader(Reader::Strings::kLiteral)};
+    std::string mFile;
+  };
+  Names names;
+  ASSERT_TRUE(names.mFraming.Feed("\x02{\"Command\":\"PUTFILE\",\"File\":\"a\\\\b\"}\x03"));
+  EXPECT_EQ(names.mFile, "a\\\\b");
+}
+
 }  // namespace
 }  // namespace dorn::station

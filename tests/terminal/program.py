@@ -3,9 +3,9 @@
 
 usage: program.py TEST PROGRAM [HOST [STATION]]
 """
-import contextlib, os, random, re, signal, subprocess, sys, tempfile, time
+import contextlib, os, random, re, signal, subprocess, sys, time
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from stations import Host, Proxy, RawTerminal, Terminal, WildHost, fail, run, until
+from stations import Host, Proxy, RawTerminal, Terminal, WildHost, fail, new_folder, run, until
 
 LEAVES = b"\x1b[?1049l"  # Back from the screen that xterm keeps for such programs.
 
@@ -111,7 +111,7 @@ def host_killed(program, host_program):
 
 def value_at_host(station, port, name):
     """What the host has, by a station of its own."""
-    folder = tempfile.mkdtemp()
+    folder = new_folder()
     subprocess.run([station, "--port", str(port), "--id", "guest", "--pass", "guest", "--dialog", "gallery", "--save", folder,
                     "get gallery.json", "expect [file"], capture_output=True, check=True)
     tree = open(os.path.join(folder, "gallery.json"), encoding="utf-8").read()

@@ -1,7 +1,8 @@
 """What the tests of dorn-terminal as a program need: hosts, terminals, time-outs."""
-import os, re, socket, subprocess, sys, tempfile, threading
+import os, re, socket, subprocess, sys, threading
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
+from folders import new_folder
 from programs import Host, fail, until
 from pseudo_terminal import PseudoTerminal
 
@@ -10,7 +11,7 @@ class Terminal:
     """dorn-terminal inside a tmux of its own."""
 
     def __init__(self, program, arguments, width=80, height=24, locale="C.UTF-8"):
-        self.folder = tempfile.mkdtemp()
+        self.folder = new_folder()
         self.height = height
         self.ended = os.path.join(self.folder, "ended")
         command = "LC_ALL=%s '%s' %s; echo $? >'%s'; sleep 1000" % (locale, program, arguments, self.ended)

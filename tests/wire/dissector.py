@@ -4,9 +4,11 @@
 usage: dissector.py TEST DISSECTOR [GOLDEN]
 With DORN_WRITE_GOLDEN in the environment the golden file is written anew: look at what has changed.
 """
-import os, random, shutil, subprocess, sys, tempfile
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import os, random, shutil, subprocess, sys
+here = os.path.dirname(os.path.abspath(__file__))
+sys.path[:0] = [here, os.path.join(os.path.dirname(here), "support")]
 from captures import Capture, Connection, framed
+from folders import new_folder
 
 STATION, HOST = Connection.STATION, Connection.HOST
 FIELDS = ("dorn.command", "dorn.name", "dorn.attribute", "dorn.session", "dorn.payload.length", "dorn.proxy")
@@ -51,7 +53,7 @@ def fail(why):
 
 def tshark(dissector, capture, *arguments):
     """What tshark says, with nothing on standard error but its warning of being root."""
-    home = tempfile.mkdtemp()
+    home = new_folder()
     if not shutil.which("tshark"):
         fail("tshark is missing: script/setup installs it")
     done = subprocess.run(["tshark", "-n", "-X", "lua_script:" + dissector, "-r", capture, *arguments],
@@ -66,7 +68,7 @@ def tshark(dissector, capture, *arguments):
 
 
 def capture_file():
-    return os.path.join(tempfile.mkdtemp(), "capture.pcap")
+    return os.path.join(new_folder(), "capture.pcap")
 
 
 def rows(dissector, capture, *more):

@@ -3,9 +3,11 @@
 
 usage: hostile.py TEST DISSECTOR
 """
-import os, sys, tempfile
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import os, sys
+here = os.path.dirname(os.path.abspath(__file__))
+sys.path[:0] = [here, os.path.join(os.path.dirname(here), "support")]
 from captures import Capture, Connection, framed
+from folders import new_folder
 from dissector import fail, tshark
 
 HOST = Connection.HOST
@@ -23,7 +25,7 @@ def announced(length):
 
 def told(dissector, fills, *more):
     """What is told of each capture's KEEPALIVEs: how many of them, by stream."""
-    path = os.path.join(tempfile.mkdtemp(), "capture.pcap")
+    path = os.path.join(new_folder(), "capture.pcap")
     capture = Capture(path)
     for index, fill in enumerate(fills):
         fill(Connection(capture, 30000 + index))
@@ -79,7 +81,7 @@ def pieces(dissector):
 
 def endless(dissector):
     """What does not end is not looked at anew with each small segment; what comes behind its end is seen."""
-    folder = tempfile.mkdtemp()
+    folder = new_folder()
     counting, looks = os.path.join(folder, "dorn.lua"), os.path.join(folder, "looks")
     head = "function dorn.dissector(tvb, pinfo, tree)\n"
     program = open(dissector).read()

@@ -3,12 +3,12 @@
 
 usage: live.py DISSECTOR HOST DORN-STATION
 """
-import os, re, signal, socket, subprocess, sys, tempfile, threading
+import os, re, signal, socket, subprocess, sys, threading
 here = os.path.dirname(os.path.abspath(__file__))
 sys.path[:0] = [here, os.path.join(os.path.dirname(here), "terminal")]
 from captures import Capture, Connection
 from dissector import tshark
-from stations import Host, fail
+from stations import Host, fail, new_folder
 
 FILES = ("manual.txt", "help/pumps.png")
 
@@ -60,7 +60,7 @@ def shown(dissector, path, field, port):
 
 
 def main(dissector, host_program, station):
-    folder = tempfile.mkdtemp()
+    folder = new_folder()
     path, saved = os.path.join(folder, "capture.pcap"), os.path.join(folder, "saved")
     os.mkdir(saved)
     host = Host(host_program)

@@ -13,6 +13,7 @@
 #include "tools/dorn-lint/Schema.h"
 #include "tools/dorn-lint/Sources.h"
 #include "tools/dorn-lint/VocabularyPage.h"
+#include "tools/support/Streams.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ using dorn::lint::PictureSize;
 using dorn::lint::Source;
 using dorn::lint::Sources;
 
-enum Exit { kClean = 0, kFindings = 1, kCannotRead = 2 };
+enum Exit { kClean = 0, kFindings = 1, kTrouble = 2 };
 
 struct Arguments {
   std::vector<std::string> mPaths;
@@ -38,7 +39,8 @@ struct Arguments {
 void Describe(CLI::App& cli, Arguments& arguments, std::string& preview) {
   cli.footer(
       "\nPrints file:line:column: severity: text [rule]. docs/lint.md explains each rule.\n"
-      "\nExit codes: 0 nothing found; 1 findings; 2 a file could not be read, or wrong usage.\n"
+      "\nExit codes: 0 nothing found; 1 findings; 2 a file could not be read, wrong usage, or the\n"
+      "output could not be written.\n"
       "\nExample:\n"
       "  dorn-lint resources/*.json\n");
   cli.add_option("files", arguments.mPaths, "Resource files, or folders of them");
@@ -58,13 +60,12 @@ void Describe(CLI::App& cli, Arguments& arguments, std::string& preview) {
 }
 
 void Print(const std::string& text) {
-  // A reader that has gone away is nobody's loss.
-  static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout));
+  static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout));  // Told at the end.
 }
 
 int Complain(const std::string& text) {
   std::fprintf(stderr, "dorn-lint: %s\n", text.c_str());
-  return kCannotRead;
+  return kTrouble;
 }
 
 int Check(const Arguments& arguments) {
@@ -83,7 +84,7 @@ int Check(const Arguments& arguments) {
   }
   Print(arguments.mIsJson ? dorn::lint::AsJson(findings) : dorn::lint::AsLines(findings));
   for (const std::string& failure : sources.mFailures) static_cast<void>(Complain(failure));
-  if (!sources.mFailures.empty()) return kCannotRead;
+  if (!sources.mFailures.empty()) return kTrouble;
   return findings.empty() ? kClean : kFindings;
 }
 
@@ -134,7 +135,7 @@ int Main(int argc, char** argv) {
   try {
     cli.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return cli.exit(error) == 0 ? kClean : kCannotRead;
+    return cli.exit(error) == 0 ? kClean : kTrouble;
   }
   TakePreview(cli, preview, arguments);
   return Run(arguments);
@@ -144,8 +145,10 @@ int Main(int argc, char** argv) {
 
 // The library for the arguments reports its own misuse by exceptions.
 int main(int argc, char** argv) {
+  dorn::tools::TakeClosedStreams();
   try {
-    return Main(argc, argv);
+    const int code = Main(argc, argv);
+    return dorn::tools::PrintedAll("dorn-lint") ? code : kTrouble;
   } catch (const std::exception& error) {
     return Complain(error.what());
   }

@@ -63,8 +63,9 @@ void Describe(CLI::App& cli, Options& options, Given& texts) {
       "\nDurations: 250us, 50ms, 1.5s, 2m; seconds without a unit.\n"
       "\nIt clicks and changes what the dialog shows. Never let it loose on a plant.\n"
       "\nExit codes: 0 done, or a rate was found; 1 there were errors, or no rate holds;\n"
-      "2 wrong usage; 3 nothing could be measured: nobody listens, the log-in is refused,\n"
-      "there is no such dialog, or nothing in it that --mix or --only ask for.\n"
+      "2 wrong usage, or the output could not be written; 3 nothing could be measured: nobody\n"
+      "listens, the log-in is refused, there is no such dialog, or nothing in it that --mix or\n"
+      "--only ask for.\n"
       "\nExample:\n"
       "  dorn-load --stations 900 --rate 10 --mix click:70,edit:20,enter:10 --for 60s \\\n"
       "    --id guest --pass guest 127.0.0.1:5000\n");

@@ -147,7 +147,7 @@ void Station::OnText(std::string_view text) {
   mRun.mRecord.Count([](Figures& figures) { ++figures.mTraffic.mMessagesIn; });
   // What comes while it enters is no change that somebody waits for.
   if (mEntries > 0 && IsUpdate(text)) return;
-  const Digest& digest = mRun.mTexts.Read(text);
+  const Digest& digest = mRun.mTexts.Read(text, *mFraming);
   if (!digest.mIsReadable) mRun.mRecord.Count(Error::kUnreadable);
   if (digest.mAsks) Send({dorn::station::KeepaliveText()});
   if (digest.mIsRefusal) OnRefused();

@@ -1,6 +1,7 @@
 #include "tools/dorn-load/Texts.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "station/Commands.h"
 
@@ -25,12 +26,13 @@ bool IsUpdate(std::string_view text) {
          Take(text, "\"UPDATE\"");
 }
 
-const Digest& Texts::Read(std::string_view text) {
+const Digest& Texts::Read(std::string_view text, dorn::station::Framing& framing) {
+  if (IsKnownFence(text)) return mFence;
   Known& known = PlaceOf(text);
   if (known.mDigest.mIsReadable && text == known.mText) return known.mDigest;
   known.mText = text;
   known.mDigest = Digest();
-  const auto read = mReader.Read(text);
+  const auto& read = framing.Read();
   known.mDigest.mIsReadable = read.mReading != dorn::station::Reading::kUnreadable;
   const Json* const commands = read.mJson.Find("Commands");
   if (commands == nullptr) {
@@ -38,7 +40,36 @@ const Digest& Texts::Read(std::string_view text) {
   } else {
     for (const Json& command : commands->mElements) Take(command, known.mDigest);
   }
+  LearnFence(text, known.mDigest);
   return known.mDigest;
+}
+
+// Other digits within a string do not change what stands around it.
+bool Texts::IsKnownFence(std::string_view text) {
+  const std::size_t around = mBeforeFence.size() + mBehindFence.size();
+  if (around == 0 || text.size() <= around) return false;
+  if (text.substr(0, mBeforeFence.size()) != mBeforeFence) return false;
+  text.remove_prefix(mBeforeFence.size());
+  if (text.substr(text.size() - mBehindFence.size()) != mBehindFence) return false;
+  text.remove_suffix(mBehindFence.size());
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, mFence.mFences.front());
+  return error == std::errc() && stop == end;
+}
+
+// Without a backslash a string of the text is what stands between its quotes.
+void Texts::LearnFence(std::string_view text, const Digest& digest) {
+  const bool isFence = digest.mFences.size() == 1 && digest.mTold.empty() && !digest.mOpens &&
+                       !digest.mIsRefusal && !digest.mAsks;
+  if (!isFence || text.find('\\') != std::string_view::npos) return;
+  const std::string number = std::to_string(digest.mFences.front());
+  const std::string file = '"' + dorn::station::FenceFile(digest.mFences.front()) + '"';
+  const std::size_t at = text.find(file);
+  if (at == std::string_view::npos || text.find(file, at + 1) != std::string_view::npos) return;
+  const std::size_t behind = at + file.size() - 1;
+  mBeforeFence = text.substr(0, behind - number.size());
+  mBehindFence = text.substr(behind);
+  mFence = digest;
 }
 
 Texts::Known& Texts::PlaceOf(std::string_view text) {

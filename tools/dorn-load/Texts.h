@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "station/Reader.h"
+#include "station/Framing.h"
 #include "tools/dorn-load/Targets.h"
 
 namespace dorn::load {
@@ -35,9 +35,10 @@ class Texts {
  public:
   explicit Texts(const Targets& targets) : mTargets(targets) {}
 
-  // What is in the text. Holds until the next call. A text that comes to many stations is read
-  // once, also with short ones such as fences in between.
-  const Digest& Read(std::string_view text);
+  // What is in the text that `framing` is just telling of. Holds until the next call. A text that
+  // comes to many stations is read once, also with short ones such as fences in between, and of
+  // the answers to fences the first.
+  const Digest& Read(std::string_view text, dorn::station::Framing& framing);
 
  private:
   struct Known {
@@ -46,11 +47,16 @@ class Texts {
   };
 
   Known& PlaceOf(std::string_view text);
+  bool IsKnownFence(std::string_view text);
+  void LearnFence(std::string_view text, const Digest& digest);
   void Take(const dorn::station::Json& command, Digest& digest) const;
   void TakeObjects(const dorn::station::Json& objects, Digest& digest) const;
 
   const Targets& mTargets;
-  const dorn::station::Reader mReader;
+  // Hosts answer all fences alike: what stands before and behind the number of one.
+  std::string mBeforeFence;
+  std::string mBehindFence;
+  Digest mFence;                 // Of the last text that was known by these.
   std::array<Known, 16> mKnown;  // By their length.
   Known mLong;                   // Of those that would take much memory the last one alone.
 };

@@ -7,6 +7,7 @@
 
 #include "tools/dorn-load/Options.h"
 #include "tools/dorn-load/Program.h"
+#include "tools/support/Streams.h"
 
 namespace {
 
@@ -45,17 +46,23 @@ bool RaiseDescriptorLimit(int stations) {
   return setrlimit(RLIMIT_NOFILE, &limit) == 0;
 }
 
+int Main(int argc, char** argv) {
+  int exitCode = dorn::load::kUsage;
+  const auto options = dorn::load::ReadOptions(argc, argv, exitCode);
+  if (!options) return exitCode;
+  if (!RaiseDescriptorLimit(options->mStations)) return dorn::load::kUsage;
+  StopBySignals();
+  return dorn::load::Program(*options, [] { return static_cast<int>(gStops); }).Go();
+}
+
 }  // namespace
 
 // The library for the arguments reports its own misuse by exceptions.
 int main(int argc, char** argv) {
+  dorn::tools::TakeClosedStreams();
   try {
-    int exitCode = dorn::load::kUsage;
-    const auto options = dorn::load::ReadOptions(argc, argv, exitCode);
-    if (!options) return exitCode;
-    if (!RaiseDescriptorLimit(options->mStations)) return dorn::load::kUsage;
-    StopBySignals();
-    return dorn::load::Program(*options, [] { return static_cast<int>(gStops); }).Go();
+    const int code = Main(argc, argv);
+    return dorn::tools::PrintedAll("dorn-load") ? code : dorn::load::kUsage;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "dorn-load: %s\n", error.what());
     return dorn::load::kUsage;

@@ -5,7 +5,6 @@
 #include <cstdio>
 
 #include "station/Json.h"
-#include "station/Reader.h"
 #include "station/Utf8.h"
 #include "tools/dorn-station/Passwords.h"
 #include "tools/line/Line.h"
@@ -73,8 +72,8 @@ void JsonOutput::Said(const std::string& text) {
   Print("\"said\":" + Quoted(dorn::station::ValidUtf8(text)));
 }
 
-void JsonOutput::PrintMessage(const char* direction, const std::string& text) const {
-  auto read = dorn::station::Reader().Read(text);
+void JsonOutput::PrintMessage(const char* direction, const std::string& text,
+                              dorn::station::ReadText& read) const {
   std::string what = "\"direction\":\"" + std::string(direction) + "\",";
   if (read.mReading == Reading::kUnreadable) {
     what += "\"unreadable\":" + Quoted(dorn::station::ValidUtf8(text));

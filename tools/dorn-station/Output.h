@@ -8,12 +8,15 @@
 #include <string>
 #include <string_view>
 
+#include "station/Framing.h"
+
 // Prints nothing of it by itself.
 class Output {
  public:
   virtual ~Output() = default;
   virtual void Sent(const std::string&) {}
-  virtual void Received(const std::string&) {}
+  // `framing` tells what the text says.
+  virtual void Received(const std::string&, dorn::station::Framing& /*framing*/) {}
   // The bytes of a file behind the text that announced it, and its end; no bytes at all: it was
   // announced and did not come.
   virtual void FilePiece(std::string_view) {}
@@ -30,7 +33,7 @@ class PlainOutput : public Output {
  public:
   explicit PlainOutput(bool isQuiet) : mIsQuiet(isQuiet) {}
   void Sent(const std::string& text) override { Print("->", text); }
-  void Received(const std::string& text) override { Print("<-", text); }
+  void Received(const std::string& text, dorn::station::Framing&) override { Print("<-", text); }
   void FileEnd(const std::string& name, std::optional<std::size_t> bytes) override;
   void ClosedByServer() override { Print("<-", "[closed by the server]"); }
   void Said(const std::string& text) override;
@@ -53,14 +56,20 @@ class PlainOutput : public Output {
 class JsonOutput : public Output {
  public:
   JsonOutput();
-  void Sent(const std::string& text) override { PrintMessage("out", text); }
-  void Received(const std::string& text) override { PrintMessage("in", text); }
+  void Sent(const std::string& text) override {
+    auto read = dorn::station::Reader().Read(text);
+    PrintMessage("out", text, read);
+  }
+  void Received(const std::string& text, dorn::station::Framing& framing) override {
+    PrintMessage("in", text, framing.Read());
+  }
   void FileEnd(const std::string& name, std::optional<std::size_t> bytes) override;
   void ClosedByServer() override { Print(R"("direction":"in","closed":true)"); }
   void Said(const std::string& text) override;
 
  private:
-  void PrintMessage(const char* direction, const std::string& text) const;
+  void PrintMessage(const char* direction, const std::string& text,
+                    dorn::station::ReadText& read) const;
   void Print(const std::string& members) const;
 
   const std::int64_t mBegan;

@@ -63,12 +63,13 @@ void DescribePlay(CLI::App& cli, Arguments& arguments) {
 
 void DescribeRun(CLI::App& cli, Arguments& arguments) {
   cli.name("dorn-station run");
-  cli.footer(std::string(dorn::scene::kSceneHelp) +
-             "\nEach file is a scene by itself; with --start each gets a host of its own.\n"
-             "\nExit codes: 0 all scenes held; 1 one did not; 2 wrong usage, or a mistake in a "
-             "scene;\n3 the host could not be started, or nobody listens.\n"
-             "\nExample:\n"
-             "  dorn-station run --start build/pumphouse/pumphouse scenes/*.scene\n");
+  cli.footer(
+      std::string(dorn::scene::kSceneHelp) +
+      "\nEach file is a scene by itself; with --start each gets a host of its own.\n"
+      "\nExit codes: 0 all scenes held; 1 one did not; 2 wrong usage, a mistake in a "
+      "scene, or output\nthat could not be written; 3 the host could not be started, or nobody listens.\n"
+      "\nExample:\n"
+      "  dorn-station run --start build/pumphouse/pumphouse scenes/*.scene\n");
   cli.add_option("files", arguments.files, "Scenes to play")->required();
   cli.add_option("--junit", arguments.junit, "Write the results to this file, as JUnit does");
   cli.add_flag("--check", arguments.check, "Only read the scenes and tell their mistakes");
@@ -83,8 +84,8 @@ void DescribeRecord(CLI::App& cli, Arguments& arguments) {
       std::string(dorn::scene::kSceneHelp) +
       "\nEach line from standard input is played at once. What held is written to the file, which "
       "`run`\nplays again; what did not is told, and left out.\n"
-      "\nExit codes: 0 all lines held; 1 one did not; 2 wrong usage; 3 the host could not be "
-      "started.\n");
+      "\nExit codes: 0 all lines held; 1 one did not; 2 wrong usage, or output that could "
+      "not be\nwritten; 3 the host could not be started.\n");
   cli.add_option("file", arguments.files, "The scene to write; not there yet")
       ->required()
       ->expected(1);

@@ -126,13 +126,12 @@ Outcome Shell::DoStep(Step step, const Doing& doStep) {
   return doStep(step);
 }
 
-void Shell::Show(const std::string& text, bool isSent) {
-  auto read = dorn::station::Reader().Read(text);
-  HidePasswords(read.mJson);
-  const Json* commands = read.mJson.Find("Commands");
+void Shell::Show(const std::string& text, Json& message, bool isSent) {
+  HidePasswords(message);
+  const Json* commands = message.Find("Commands");
   if (commands == nullptr || !commands->IsArray()) {
-    const bool hasPassword = read.mJson.Find("Pass") != nullptr;
-    return ShowCommand(read.mJson, hasPassword ? read.mJson.Written() : text, isSent);
+    const bool hasPassword = message.Find("Pass") != nullptr;
+    return ShowCommand(message, hasPassword ? message.Written() : text, isSent);
   }
   // An entry of its own need not be wished for again.
   const bool isEntry = isSent && commands->mElements.size() == 3 &&

@@ -33,8 +33,13 @@ class Shell : public Output {
   // Until the person or the server ends it.
   Outcome Run(Station& station, const Doing& doStep);
 
-  void Sent(const std::string& text) override { Show(text, true); }
-  void Received(const std::string& text) override { Show(text, false); }
+  void Sent(const std::string& text) override {
+    auto read = dorn::station::Reader().Read(text);
+    Show(text, read.mJson, true);
+  }
+  void Received(const std::string& text, dorn::station::Framing& framing) override {
+    Show(text, framing.Read().mJson, false);
+  }
   void FilePiece(std::string_view piece) override { mFollower.FilePiece(piece); }
   void FileEnd(const std::string& name, std::optional<std::size_t> bytes) override;
   void ClosedByServer() override;
@@ -45,7 +50,7 @@ class Shell : public Output {
   enum class Style { kPlain, kDim, kName, kGood, kWatch, kBad };
 
   // Messages (Shell.cc).
-  void Show(const std::string& text, bool isSent);
+  void Show(const std::string& text, dorn::station::Json& message, bool isSent);
   void ShowCommand(const dorn::station::Json& command, const std::string& text, bool isSent);
   Outcome On(Prompt::Event event, Station& station, const Doing& doStep);
   void CatchUp(Station& station);

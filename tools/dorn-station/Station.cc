@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "station/Commands.h"
-#include "station/Reader.h"
 
 using dorn::tools::Line;
 using dorn::tools::SteadyMs;
@@ -23,10 +22,6 @@ std::string Written(double seconds) {
   char text[32];
   static_cast<void>(std::snprintf(text, sizeof text, "%g s", seconds));
   return text;
-}
-
-std::string Member(const std::string& text, const char* key) {
-  return std::string(dorn::station::Reader().Read(text).mJson.TextOf(key));
 }
 
 }  // namespace
@@ -98,19 +93,19 @@ bool Station::WaitForEither(int otherFd, int timeoutMs) {
 
 void Station::OnText(std::string_view received) {
   const std::string text(received);
-  mOutput.Received(text);
+  mOutput.Received(text, mFraming);
   mKept.Add(text);
-  if (Contains(text, "PUTFILE")) NameFile(text);
+  if (Contains(text, "PUTFILE")) NameFile(mFraming.Read().mJson);
   if (mOptions.answerKeepalive && Contains(text, "KEEPALIVE") &&
-      Member(text, "Command") == "KEEPALIVE") {
+      mFraming.Read().mJson.TextOf("Command") == "KEEPALIVE") {
     Send(dorn::station::KeepaliveText());
   }
 }
 
 // Whether its bytes come is known with the first of them alone.
-void Station::NameFile(const std::string& text) {
-  if (Member(text, "Command") != "PUTFILE") return;
-  mFileName = Member(text, "File");
+void Station::NameFile(const dorn::station::Json& command) {
+  if (command.TextOf("Command") != "PUTFILE") return;
+  mFileName = command.TextOf("File");
   mFileBytes = 0;
   mSaved.reset();
 }

@@ -61,7 +61,7 @@ class Station : private dorn::station::Framing::Sink, private dorn::tools::Line:
   void OnReceive(std::string_view bytes) override;
   void OnEnd(dorn::tools::Line::End end, const std::string& why) override;
   void EndFile(std::optional<size_t> bytes);
-  void NameFile(const std::string& text);
+  void NameFile(const dorn::station::Json& command);
   static Clock::time_point After(double seconds);
   // False when the deadline has passed.
   bool ReceiveUntil(Clock::time_point deadline);

@@ -17,6 +17,7 @@
 #include "tools/dorn-station/Shell.h"
 #include "tools/dorn-station/Station.h"
 #include "tools/dorn-station/Steps.h"
+#include "tools/support/Streams.h"
 
 namespace {
 
@@ -42,8 +43,9 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
       "\nScenes of several stations, for tests of hosts: dorn-station run --help\n"
       "Making one by playing it: dorn-station record --help\n"
       "\nWithout lines as arguments they are read from standard input. At a terminal: help.\n"
-      "\nExit codes: 0 done; 1 an expectation failed; 2 wrong usage; 3 cannot connect;\n"
-      "4 the server closed the connection before the work was done.\n"
+      "\nExit codes: 0 done; 1 an expectation failed; 2 wrong usage, or the output could\n"
+      "not be written; 3 cannot connect; 4 the server closed the connection before the work was\n"
+      "done.\n"
       "\nExample:\n"
       "  dorn-station --id tanaka --pass secret --dialog panel 'touch pump1' "
       "--expect pump1\n");
@@ -89,6 +91,10 @@ class Run {
       : mArguments(arguments), mOutput(MakeOutput()), mStation(arguments.station, *mOutput) {}
 
   Outcome All() {
+    // Before anything is sent: half of what is meant may be worse than nothing.
+    for (const std::string& line : mArguments.lines) {
+      if (!Read(line)) return Outcome::kUsage;
+    }
     if (!mStation.Connect(mArguments.host, mArguments.port)) return Outcome::kCannotConnect;
     Outcome outcome = LogIn();
     if (outcome == Outcome::kDone) {
@@ -160,14 +166,17 @@ class Run {
     return Outcome::kClosedByServer;
   }
 
-  Outcome Do(const std::string& line) {
+  // Nothing, with a line on standard error, when it is none.
+  std::optional<Step> Read(const std::string& line) const {
     std::string error;
-    const std::optional<Step> step = ParseStep(line, mArguments.quotes, error);
-    if (!step) {
-      std::fprintf(stderr, "dorn-station: %s: %s\n", line.c_str(), error.c_str());
-      return Outcome::kUsage;
-    }
-    return Do(*step);
+    std::optional<Step> step = ParseStep(line, mArguments.quotes, error);
+    if (!step) std::fprintf(stderr, "dorn-station: %s: %s\n", line.c_str(), error.c_str());
+    return step;
+  }
+
+  Outcome Do(const std::string& line) {
+    const std::optional<Step> step = Read(line);
+    return step ? Do(*step) : Outcome::kUsage;
   }
 
   Outcome Do(const Step& step) {
@@ -223,11 +232,13 @@ int Main(int argc, char** argv) {
 
 // The library for the arguments reports its own misuse by exceptions.
 int main(int argc, char** argv) {
+  dorn::tools::TakeClosedStreams();
   try {
     const std::string_view first = argc > 1 ? argv[1] : "";
-    if (first == "run") return RunScenes(argc - 1, argv + 1);
-    if (first == "record") return RecordScenes(argc - 1, argv + 1);
-    return Main(argc, argv);
+    const int code = first == "run"      ? RunScenes(argc - 1, argv + 1)
+                     : first == "record" ? RecordScenes(argc - 1, argv + 1)
+                                         : Main(argc, argv);
+    return dorn::tools::PrintedAll("dorn-station") ? code : static_cast<int>(Outcome::kUsage);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "dorn-station: %s\n", error.what());
     return static_cast<int>(Outcome::kUsage);

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "tools/dorn-terminal/Loop.h"
+#include "tools/support/Streams.h"
 
 namespace {
 
@@ -160,6 +161,7 @@ Outcome Main(int argc, char** argv) {
 
 // The library for the arguments reports its own misuse by exceptions.
 int main(int argc, char** argv) {
+  dorn::tools::TakeClosedStreams();
   try {
     return static_cast<int>(Main(argc, argv));
   } catch (const std::exception& error) {

@@ -17,6 +17,7 @@
 #include "tools/dorn-top/Screen.h"
 #include "tools/dorn-top/Source.h"
 #include "tools/dorn-top/Table.h"
+#include "tools/support/Streams.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ struct Arguments {
 void Describe(CLI::App& cli, Arguments& arguments) {
   cli.footer(
       "\nExit codes: 0 done, or ended by q, F10 or a signal; 1 with --once or --json: a host did not\n"
-      "answer; 2 wrong usage; 3 no terminal.\n"
+      "answer; 2 wrong usage, or the output could not be written; 3 no terminal.\n"
       "\nExample:\n"
       "  dorn-top /run/pumphouse/statistics\n");
   cli.add_option("sockets", arguments.mPaths, "What the hosts gave to ServeStatistics()")
@@ -111,8 +112,7 @@ int PrintOnce(const Arguments& arguments, std::vector<Source>& sources) {
       if (!connections.empty()) out += source.Path() + ": " + connections + "\n";
     }
   }
-  // A reader that has gone away is nobody's loss.
-  static_cast<void>(std::fwrite(out.data(), 1, out.size(), stdout));
+  static_cast<void>(std::fwrite(out.data(), 1, out.size(), stdout));  // Told at the end.
   const bool isAnswered = std::all_of(sources.begin(), sources.end(), [](const Source& source) {
     return source.Last().has_value();
   });
@@ -181,8 +181,10 @@ int Main(int argc, char** argv) {
 
 // The library for the arguments reports its own misuse by exceptions.
 int main(int argc, char** argv) {
+  dorn::tools::TakeClosedStreams();
   try {
-    return Main(argc, argv);
+    const int code = Main(argc, argv);
+    return dorn::tools::PrintedAll("dorn-top") ? code : kUsage;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "dorn-top: %s\n", error.what());
     return kUsage;

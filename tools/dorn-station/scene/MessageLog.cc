@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "station/Reader.h"
 #include "station/Utf8.h"
 
 namespace dorn::scene {
@@ -83,13 +82,10 @@ std::string MessageLog::Last(std::size_t count) const {
   return lines;
 }
 
-void MessageLog::AddText(Direction direction, std::string_view text, Ms at) {
-  Json json = dorn::station::Reader().Read(text).mJson;
+void MessageLog::AddText(Direction direction, std::string_view text, Json& json, Ms at) {
   const Json* commands = json.Find("Commands");
   if (commands == nullptr || !commands->IsArray()) {
-    if (!IsFence(json)) {
-      mMessages.push_back({at, direction, std::string(text), std::move(json)});
-    }
+    if (!IsFence(json)) mMessages.push_back({at, direction, std::string(text), std::move(json)});
     return;
   }
   for (const Json& command : commands->mElements) {
@@ -105,7 +101,7 @@ void MessageLog::Tap::Feed(std::string_view bytes, Ms at) {
 
 void MessageLog::Tap::OnText(std::string_view text) {
   mPayload = 0;
-  mLog.AddText(mDirection, text, mAt);
+  mLog.AddText(mDirection, text, mFraming->Read().mJson, mAt);
 }
 
 void MessageLog::Tap::OnPayload(std::string_view piece, bool last) {

@@ -66,7 +66,7 @@ class MessageLog {
     std::optional<dorn::station::Framing> mFraming;
   };
 
-  void AddText(Direction direction, std::string_view text, Ms at);
+  void AddText(Direction direction, std::string_view text, dorn::station::Json& json, Ms at);
 
   std::vector<Message> mMessages;
   Tap mSent{*this, Direction::kSent};

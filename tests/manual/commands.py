@@ -1,0 +1,92 @@
+#!/usr/bin/env python3
+"""commands.py PROGRAMS STEP1 STEP6: runs blocks of commands of the manual, with the programs and hosts of this tree.
+
+Of each the text is what stands on the page, but for the port, which the system chooses, and what the page leaves to its
+reader. A block that changes is run as it has become; one that is gone fails.
+"""
+import os
+import pathlib
+import pty
+import re
+import select
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+sys.dont_write_bytecode = True
+here = pathlib.Path(__file__).resolve().parent
+sys.path.insert(0, str(here.parent / "support"))
+from programs import PATIENCE, Host, fail  # noqa: E402
+
+programs, step1, step6 = sys.argv[1:4]
+manual = here.parent.parent / "docs" / "manual"
+work = pathlib.Path(tempfile.mkdtemp())
+surroundings = dict(os.environ, PATH=programs + os.pathsep + os.environ["PATH"], TERM="xterm", LC_ALL="C.UTF-8", LINES="30", COLUMNS="90")
+
+
+def block(page, begins):
+    """The block of commands that begins so."""
+    blocks = re.findall(r"^```sh\n(.*?)^```$", (manual / page).read_text(encoding="utf-8"), re.M | re.S)
+    found = [each for each in blocks if each.startswith(begins)]
+    if len(found) != 1:
+        fail("%s has %d blocks that begin with %r" % (page, len(found), begins))
+    return found[0]
+
+
+def put(commands, replaced):
+    for word, value in replaced.items():
+        if word not in commands:
+            fail("%r is not in %r" % (word, commands))
+        commands = commands.replace(word, value)
+    return commands
+
+
+def run(commands, folder):
+    done = subprocess.run(["bash", "-eu", "-c", commands], cwd=folder, env=surroundings, stdin=subprocess.DEVNULL,
+                          capture_output=True, text=True, timeout=PATIENCE)
+    if done.returncode != 0:
+        fail("%r ends with %d: %s" % (commands, done.returncode, done.stdout + done.stderr))
+    return done.stdout
+
+
+def run_at_a_terminal(commands, shown, typed):
+    """Types when it shows that, and wants it to end in order."""
+    pid, terminal = pty.fork()
+    if pid == 0:
+        os.execvpe("bash", ["bash", "-eu", "-c", commands], surroundings)
+    seen, end = b"", time.monotonic() + PATIENCE
+    while True:
+        if select.select([terminal], [], [], 0.1)[0]:
+            try:
+                seen += os.read(terminal, 65536)
+            except OSError:
+                break
+        if typed and shown in seen:
+            os.write(terminal, typed)
+            typed = b""
+        if time.monotonic() > end:
+            os.kill(pid, 9)
+            fail("%r does not end, and shows %r" % (commands, seen))
+    if os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]) != 0 or typed:
+        fail("%r: %r" % (commands, seen))
+
+
+shutil.copytree(manual / "tutorial/step1", work / "step1")
+shown = run(block("tutorial/1-greeting.md", "dorn-lint --preview"), work / "step1")
+if "ready for bottles" not in shown:
+    fail("the preview of step 1: " + shown)
+
+with Host(step1) as host:
+    run_at_a_terminal(put(block("tutorial/1-greeting.md", "dorn-terminal"), {"127.0.0.1:5000": host.at}), b"ready for bottles", b"q")
+    said = run(put(block("guides/operator.md", "dorn-station"),
+                   {"--port 5000": "--port %d" % host.port, "USER": "tanaka", "PASSWORD": "fill", "panel": "filler", "--linger 5": "--linger 0.5"}), work)
+    if "ready for bottles" not in said:
+        fail("the operator's station was told %r" % said)
+
+with Host(step6) as host:
+    run(block("tutorial/6-files.md", "dorn-station").rstrip() + " --port %d --linger 0 --expect '[file manual.txt'" % host.port, work)
+    if not (work / "manual.txt").read_bytes():
+        fail("nothing is in the file of step 6")
+shutil.rmtree(work)
