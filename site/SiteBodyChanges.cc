@@ -86,8 +86,11 @@ bool SiteBody::Propose(SharedDialog& dialog, const VQJsonCommand& command) {
 
 void SiteBody::Apply(Sequence /*sequence*/, const site::Change& change,
                      std::optional<Ticket> mine) {
-  std::optional<OwnChange> own = mine.has_value() ? mOwn.Take(*mine) : std::nullopt;
   SharedDialog* dialog = Find(change.dialog);
+  // Putting the tree back forgets what was not sent. First, while the change is among those of
+  // which the station may show no longer what it has sent.
+  if (mOptions.appliesTwice && dialog != nullptr) SendChanges(*dialog);
+  std::optional<OwnChange> own = mine.has_value() ? mOwn.Take(*mine) : std::nullopt;
   if (dialog == nullptr) return Miss(change.dialog);
   std::unique_ptr<VQJsonCommand> command = DecodeCommand(change.command);
   if (command == nullptr) {
@@ -103,7 +106,6 @@ void SiteBody::Apply(Sequence /*sequence*/, const site::Change& change,
   const bool isShown = own.has_value() && own->isShown && StationOf(*own) != nullptr;
   if (isShown) told.mark = MarkOf(own->connection);
   if (mOptions.appliesTwice) {
-    SendChanges(*dialog);  // Putting the tree back forgets what was not sent.
     if (!ApplyTwice(*dialog, told, change.command)) {
       ++mUnequal;
       OnWord("dialog \"" + change.dialog +

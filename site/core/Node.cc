@@ -67,6 +67,8 @@ void Node::OnAnswered() { mBody->OnAnswered(); }
 
 void Node::OnStored(Sequence mark, bool isStored) { mBody->OnStored(mark, isStored); }
 
+void Node::OnNoSnapshots() { mBody->OnNoSnapshots(); }
+
 void Node::OnFetched(Sequence mark, std::optional<std::string> bytes) {
   mBody->OnFetched(mark, bytes);
 }

@@ -148,6 +148,7 @@ class Node final : public TransportListener {
   void OnCaughtUp() override;
   void OnAnswered() override;
   void OnStored(Sequence mark, bool isStored) override;
+  void OnNoSnapshots() override;
   void OnFetched(Sequence mark, std::optional<std::string> bytes) override;
 
  private:

@@ -66,15 +66,20 @@ void Node::Body::TellOutcomes() {
   }
 }
 
-// Each of these entries is published again until it, or what makes it needless, has come back.
+// Each of these entries is published again until it, or what makes it needless, has come back. The
+// log may be another one, which this host has not been told yet: only while it is sure that it
+// keeps does it announce a snapshot, which might be of the former, and let the log lose its
+// beginning.
 void Node::Body::DoKeepersWork() {
-  if (const auto entry = mSnapshots.Tick(mState, mNow)) {
+  const bool isSure = mLease.IsSure(mNow);
+  const auto entry = mSnapshots.Tick(mState, mNow);
+  if (entry && (isSure || !std::holds_alternative<Manifest>(*entry))) {
     static_cast<void>(mTransport.Publish(Encode(*entry)));
   }
   for (const SessionEnd& end : mClock.Due(mState, mLease.Kept())) {
     static_cast<void>(mTransport.Publish(Encode(end)));
   }
-  mSnapshots.Forget(mNow);
+  if (isSure) mSnapshots.Forget(mNow);
 }
 
 std::optional<Ticket> Node::Body::HandIn(Item item) {
@@ -307,6 +312,7 @@ void Node::Body::Carry(Sequence sequence, const Manifest& manifest, const Verdic
   if (!verdict.counts) return;
   const bool isFirst = mState.OlderMark() == 0;
   mSnapshots.OnManifest(mState.NewestMark(), mState.OlderMark(), mNow);
+  mToldNoSnapshots = false;
   if (manifest.resources != mShared.Resources() && !std::exchange(mToldResources, true)) {
     mListener.OnWord(
         "The resource files of this host are not those of the site, whose dialogs it shows: "

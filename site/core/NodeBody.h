@@ -52,6 +52,7 @@ class Node::Body {
   void OnCaughtUp();
   void OnAnswered();
   void OnStored(Sequence mark, bool isStored) { mSnapshots.OnStored(mark, isStored); }
+  void OnNoSnapshots();
   void OnFetched(Sequence mark, const std::optional<std::string>& bytes);
 
  private:
@@ -127,6 +128,7 @@ class Node::Body {
   bool mToldResources = false;
   Sequence mToldDamaged = 0;  // The snapshot that was told last.
   bool mToldUnloadable = false;
+  bool mToldNoSnapshots = false;
 };
 
 }  // namespace dorn::site

@@ -69,6 +69,16 @@ void Node::Body::OnFetched(Sequence mark, const std::optional<std::string>& byte
   if (!mIsFollowing && !mIsWatching) Watch();
 }
 
+// Somebody has deleted them. Whoever starts waits for one, however little changes meanwhile.
+void Node::Body::OnNoSnapshots() {
+  if (!mState.HasBegun()) return;
+  mSnapshots.OnGone();
+  if (!IsKeeper() || std::exchange(mToldNoSnapshots, true)) return;
+  mListener.OnWord(
+      "The brokers have none of the site's snapshots any more: this host, which keeps the site, "
+      "stores a new one. Until then no host can start.");
+}
+
 bool Node::Body::Load(const Manifest& manifest, std::string_view bytes) {
   if (bytes.size() != manifest.bytes || Sha256(bytes) != manifest.digest) {
     if (std::exchange(mToldDamaged, manifest.mark) != manifest.mark) {

@@ -48,12 +48,14 @@ std::optional<Digest> Snapshots::DigestAt(Sequence mark) const {
 
 void Snapshots::OnMark(Ms now) {
   mChanges = 0;
+  mAreGone = false;
   mMarkedAt = now;
 }
 
 void Snapshots::ForgetLog() {
   mKnown.clear();
   mChanges = 0;
+  mAreGone = false;
   OnTake();
 }
 
@@ -81,6 +83,7 @@ void Snapshots::OnStored(Sequence mark, bool isStored) {
 }
 
 void Snapshots::OnManifest(Sequence newest, Sequence older, Ms now) {
+  mAreGone = false;
   if (mMaking && mMaking->manifest.mark <= newest) mMaking.reset();
   if (older != 0) mOld.push_back({older, now + kForgetAfter});
 }
@@ -102,8 +105,9 @@ std::optional<Entry> Snapshots::Tick(const State& state, Ms now) {
 bool Snapshots::IsMarkDue(const State& state, Ms now) const {
   if (mAskedAt && now - *mAskedAt < kMarkAtMostEach) return false;
   if (!state.HasBegun()) return true;
-  if (mChanges == 0 || now - mMarkedAt < kMarkAtMostEach) return false;
-  return mChanges >= kMarkAfterChanges || now - mMarkedAt >= kMarkAfter;
+  if (now - mMarkedAt < kMarkAtMostEach) return false;
+  if (mAreGone || mChanges >= kMarkAfterChanges) return true;
+  return mChanges != 0 && now - mMarkedAt >= kMarkAfter;
 }
 
 std::optional<Entry> Snapshots::GoOnMaking(const State& state, Ms now) {

@@ -48,6 +48,8 @@ class Snapshots {
   // Of this host's own state behind that mark, if it is known.
   std::optional<Digest> DigestAt(Sequence mark) const;
   void OnMark(Ms now);
+  // There is none any more.
+  void OnGone() { mAreGone = true; }
   // The marks that are known are those of another log.
   void ForgetLog();
 
@@ -90,6 +92,7 @@ class Snapshots {
   Transport& mTransport;
   std::deque<Known> mKnown;  // Of the last few marks.
   std::uint64_t mChanges = 0;
+  bool mAreGone = false;
   Ms mMarkedAt{0};             // The last mark that came back, of anybody,
   std::optional<Ms> mAskedAt;  // and the last that this keeper published.
   std::optional<Making> mMaking;

@@ -56,6 +56,10 @@ class TransportListener {
   // All pieces of the snapshot of `mark` are stored, or not.
   virtual void OnStored(Sequence mark, bool isStored) = 0;
 
+  // The engine keeps no snapshot at all. Said again while that holds, each few seconds; before the
+  // first one is stored as well.
+  virtual void OnNoSnapshots() {}
+
   // The pieces of the snapshot of `mark`, joined; nothing if one was missing.
   virtual void OnFetched(Sequence mark, std::optional<std::string> bytes) = 0;
 };

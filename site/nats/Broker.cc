@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "site/nats/Answers.h"
+
 namespace dorn::site {
 namespace {
 
@@ -19,11 +21,11 @@ constexpr int kReconnectJitterMs = 50;
 constexpr int kForEver = -1;
 constexpr int kTimeoutMs = 1000;
 constexpr int kWriteDeadlineMs = 200;
-constexpr int kAckMs = 1500;  // For an acknowledgement, so that what waits for one is bounded.
-constexpr int kStallMs = 1;
 
 constexpr milliseconds kTick{50};
 constexpr milliseconds kProbesApart{300};
+constexpr milliseconds kSnapshotsProbesApart{5000};
+constexpr milliseconds kPieceTakes{1500};  // To be acknowledged.
 
 Exchange& ExchangeOf(void* closure) { return *static_cast<Exchange*>(closure); }
 
@@ -35,23 +37,29 @@ void OnProbeAnswered(natsConnection* /*connection*/, natsSubscription* /*subscri
   if (last) ExchangeOf(closure).AnswerLast(*last);
 }
 
-// The mark behind the last but one dot of a piece's subject.
-Sequence MarkOf(std::string_view subject) {
-  const std::size_t number = subject.rfind('.');
-  if (number == std::string_view::npos || number == 0) return 0;
-  const std::size_t mark = subject.rfind('.', number - 1) + 1;
-  return std::strtoull(std::string(subject.substr(mark, number - mark)).c_str(), nullptr, 10);
+// Of the stream of the snapshots: that it is not there, or empty.
+void OnSnapshotsAnswered(natsConnection* /*connection*/, natsSubscription* /*subscription*/,
+                         natsMsg* message, void* closure) {
+  const Nats<natsMsg> owned(message);
+  const std::string_view json = DataOf(owned);
+  constexpr std::string_view kNoStream = R"("err_code":10059)";
+  const bool isMissing = json.find(kNoStream) != std::string_view::npos;
+  if (isMissing || NumberIn(json, R"("messages":)") == 0) ExchangeOf(closure).SayNoSnapshots();
 }
 
-void OnAcknowledged(jsCtx* /*context*/, natsMsg* message, jsPubAck* acknowledgement,
-                    jsPubAckErr* /*error*/, void* closure) {
+// To the address of a piece: INBOX.TRY.PIECE. What is stored has a place in its stream; whatever
+// else the answer says, it is not.
+void OnPieceAnswered(natsConnection* /*connection*/, natsSubscription* /*subscription*/,
+                     natsMsg* message, void* closure) {
   const Nats<natsMsg> owned(message);
-  Exchange& exchange = ExchangeOf(closure);
-  const std::string_view subject = message != nullptr ? natsMsg_GetSubject(message) : "";
-  if (subject.find(".snap.") != std::string_view::npos) {
-    exchange.PieceDone(MarkOf(subject), acknowledgement != nullptr);
-  }
-  if (acknowledgement != nullptr) exchange.Answer();
+  const std::string subject = natsMsg_GetSubject(message);
+  const std::size_t piece = subject.rfind('.');
+  const std::size_t storing = subject.rfind('.', piece - 1);
+  const auto number = [&subject](std::size_t dot) {
+    return static_cast<unsigned>(std::strtoul(subject.c_str() + dot + 1, nullptr, 10));
+  };
+  ExchangeOf(closure).PieceDone(number(storing), number(piece),
+                                NumberIn(DataOf(owned), R"("seq":)").value_or(0) != 0);
 }
 
 // What goes wrong shows by what does not come; without this the library writes to standard error.
@@ -79,6 +87,7 @@ void Broker::Run() {
     }
     const bool canSend = IsConnected();
     mExchange.Wait(kTick, canSend && mIsOpen);
+    mExchange.GiveUpStoring(kPieceTakes);
     if (IsConnected() && !mExchange.IsStopped()) Step();
   }
   End();
@@ -87,34 +96,54 @@ void Broker::Run() {
 void Broker::End() {
   StopReading();
   mProbing.reset();
+  mProbingSnapshots.reset();
+  mPieces.reset();
   mContext.reset();
   mConnection.reset();
 }
 
 // Only wrong options fail; brokers may come later.
 bool Broker::Connect() {
-  const Nats<natsOptions> options = ConnectOptions();
-  natsConnection* connection = nullptr;
-  const natsStatus status =
-      options != nullptr ? natsConnection_Connect(&connection, options.get()) : NATS_INVALID_ARG;
-  mConnection.reset(connection);
-  if ((status == NATS_OK || status == NATS_NOT_YET_CONNECTED) && MakeContext()) return true;
+  std::string wrong;
+  const Nats<natsOptions> options = ConnectOptions(wrong);
+  if (options != nullptr) {
+    natsConnection* connection = nullptr;
+    const natsStatus status = natsConnection_Connect(&connection, options.get());
+    mConnection.reset(connection);
+    if ((status == NATS_OK || status == NATS_NOT_YET_CONNECTED) && MakeContext()) return true;
+    wrong = natsStatus_GetText(status);
+  }
   mContext.reset();
   mConnection.reset();
-  std::printf("The options for the site's brokers do not work (%s): see its servers and files.\n",
-              natsStatus_GetText(status));
+  TellWrongOptions(wrong);
   return false;
 }
 
-Nats<natsOptions> Broker::ConnectOptions() const {
+// They are tried for ever, since files can be mended; it is said once for each reason.
+void Broker::TellWrongOptions(const std::string& why) {
+  if (std::exchange(mToldWrong, why) == why) return;
+  std::fprintf(
+      stderr,
+      "dorn-site: The options for the site's brokers do not work (%s), which are tried on: "
+      "see its servers, user and files.\n",
+      why.c_str());
+}
+
+// Null if some are wrong: the first that is, and what is wrong with it.
+Nats<natsOptions> Broker::ConnectOptions(std::string& wrong) const {
   natsOptions* made = nullptr;
-  if (natsOptions_Create(&made) != NATS_OK) return nullptr;
+  if (natsOptions_Create(&made) != NATS_OK) {
+    wrong = natsStatus_GetText(NATS_NO_MEMORY);
+    return nullptr;
+  }
   Nats<natsOptions> options(made);
   std::vector<const char*> servers;
   for (const std::string& server : mOptions.servers) servers.push_back(server.c_str());
-  bool isGood = true;
-  const auto set = [&isGood](natsStatus status) { isGood = isGood && status == NATS_OK; };
-  set(natsOptions_SetServers(made, servers.data(), static_cast<int>(servers.size())));
+  const auto set = [&wrong](natsStatus status, const std::string& what = "") {
+    if (status == NATS_OK || !wrong.empty()) return;
+    wrong = what + (what.empty() ? "" : ": ") + natsStatus_GetText(status);
+  };
+  set(natsOptions_SetServers(made, servers.data(), static_cast<int>(servers.size())), "servers");
   set(natsOptions_SetPingInterval(made, kPingIntervalMs));
   set(natsOptions_SetMaxPingsOut(made, kMaxPingsOut));
   set(natsOptions_SetReconnectWait(made, kReconnectWaitMs));
@@ -135,22 +164,20 @@ Nats<natsOptions> Broker::ConnectOptions() const {
     set(natsOptions_SetSecure(made, true));
   }
   if (!mOptions.caFile.empty()) {
-    set(natsOptions_LoadCATrustedCertificates(made, mOptions.caFile.c_str()));
+    set(natsOptions_LoadCATrustedCertificates(made, mOptions.caFile.c_str()), mOptions.caFile);
   }
   if (!mOptions.certificateFile.empty()) {
     set(natsOptions_LoadCertificatesChain(made, mOptions.certificateFile.c_str(),
-                                          OrNull(mOptions.keyFile)));
+                                          OrNull(mOptions.keyFile)),
+        mOptions.certificateFile);
   }
-  return isGood ? std::move(options) : nullptr;
+  return wrong.empty() ? std::move(options) : nullptr;
 }
 
 bool Broker::MakeContext() {
   jsOptions options;
   jsOptions_Init(&options);
   options.Wait = kAskedMs;
-  options.PublishAsync.AckHandler = OnAcknowledged;
-  options.PublishAsync.AckHandlerClosure = &mExchange;
-  options.PublishAsync.StallWait = kStallMs;
   jsCtx* context = nullptr;
   if (natsConnection_JetStream(&context, mConnection.get(), &options) != NATS_OK) return false;
   mContext.reset(context);
@@ -201,18 +228,11 @@ void Broker::SendWaiting() {
   }
 }
 
-// False if it must be tried again: too many acknowledgements are awaited, or the link has broken.
+// False if it must be tried again: the link has broken.
 bool Broker::Send(const Outgoing& outgoing) {
   const bool isPiece = outgoing.mark != 0;
-  const std::string subject = isPiece ? mSnapshotPrefix + std::to_string(outgoing.mark) + '.' +
-                                            std::to_string(outgoing.piece)
-                              : IsManifest(outgoing.bytes) ? mManifestSubject
-                                                           : mLogSubject;
-  jsPubOptions options;
-  jsPubOptions_Init(&options);
-  options.MaxWait = kAckMs;
-  const natsStatus status = js_PublishAsync(mContext.get(), subject.c_str(), outgoing.bytes.data(),
-                                            static_cast<int>(outgoing.bytes.size()), &options);
+  if (isPiece && !Listen(mPieces, mPieceInbox, ".*.*", OnPieceAnswered)) return false;
+  const natsStatus status = isPiece ? SendPiece(outgoing) : SendEntry(outgoing.bytes);
   if (status == NATS_OK) return true;
   // Too long for these brokers, whoever sends it.
   if (status == NATS_MAX_PAYLOAD || status == NATS_INVALID_ARG) {
@@ -222,22 +242,58 @@ bool Broker::Send(const Outgoing& outgoing) {
   return false;
 }
 
+// Nobody is asked whether it is in the log: that shows when it comes back. The client library has a
+// list of its own of what is to be acknowledged, and frees what has waited too long, even while it
+// is still being sent.
+natsStatus Broker::SendEntry(const std::string& entry) {
+  const std::string& subject = IsManifest(entry) ? mManifestSubject : mLogSubject;
+  return natsConnection_Publish(mConnection.get(), subject.c_str(), entry.data(),
+                                static_cast<int>(entry.size()));
+}
+
+natsStatus Broker::SendPiece(const Outgoing& piece) {
+  const std::string number = std::to_string(piece.piece);
+  const std::string subject = mSnapshotPrefix + std::to_string(piece.mark) + '.' + number;
+  const std::string answer = mPieceInbox + '.' + std::to_string(piece.storing) + '.' + number;
+  return natsConnection_PublishRequest(mConnection.get(), subject.c_str(), answer.c_str(),
+                                       piece.bytes.data(), static_cast<int>(piece.bytes.size()));
+}
+
 // Asks who leads the log for its end. Nobody waits for the answer.
 void Broker::Probe() {
   if (Clock::now() < mNextProbe) return;
   mNextProbe = Clock::now() + kProbesApart;
-  if (mProbing == nullptr) {
-    mProbeInbox = NewInbox();
-    if (mProbeInbox.empty()) return;
-    natsSubscription* subscription = nullptr;
-    static_cast<void>(natsConnection_Subscribe(&subscription, mConnection.get(),
-                                               mProbeInbox.c_str(), OnProbeAnswered, &mExchange));
-    mProbing.reset(subscription);
+  if (Listen(mProbing, mProbeInbox, "", OnProbeAnswered)) Ask(mLog, mProbeInbox);
+  ProbeSnapshots();
+}
+
+// Asks whether there are any.
+void Broker::ProbeSnapshots() {
+  if (Clock::now() < mNextSnapshotsProbe) return;
+  mNextSnapshotsProbe = Clock::now() + kSnapshotsProbesApart;
+  if (Listen(mProbingSnapshots, mSnapshotsInbox, "", OnSnapshotsAnswered)) {
+    Ask(mSnapshots, mSnapshotsInbox);
   }
-  const std::string question = "$JS.API.STREAM.INFO." + mLog;
-  // One that is lost is asked again.
+}
+
+// A question that is lost is asked again.
+void Broker::Ask(const std::string& stream, const std::string& inbox) {
+  const std::string question = "$JS.API.STREAM.INFO." + stream;
   static_cast<void>(natsConnection_PublishRequest(mConnection.get(), question.c_str(),
-                                                  mProbeInbox.c_str(), nullptr, 0));
+                                                  inbox.c_str(), nullptr, 0));
+}
+
+// At an address of its own and what is below it, once. False while that cannot be.
+bool Broker::Listen(Nats<natsSubscription>& subscription, std::string& inbox, const char* below,
+                    natsMsgHandler handler) {
+  if (subscription != nullptr) return true;
+  inbox = NewInbox();
+  if (inbox.empty()) return false;
+  natsSubscription* made = nullptr;
+  static_cast<void>(natsConnection_Subscribe(&made, mConnection.get(), (inbox + below).c_str(),
+                                             handler, &mExchange));
+  subscription.reset(made);
+  return made != nullptr;
 }
 
 }  // namespace dorn::site

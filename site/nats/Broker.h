@@ -36,7 +36,8 @@ class Broker {
   enum class Outcome { kDone, kMissing, kAgain };
 
   bool Connect();
-  Nats<natsOptions> ConnectOptions() const;
+  Nats<natsOptions> ConnectOptions(std::string& wrong) const;
+  void TellWrongOptions(const std::string& why);
   bool MakeContext();
   bool IsConnected() const;
 
@@ -49,13 +50,20 @@ class Broker {
   bool HasLog();
   bool HasSnapshots();
   bool HasStream(const std::string& name, const char** subjects, int count);
+  Nats<natsMsg> AskForMessage(const std::string& stream, const std::string& which) const;
   Outcome LastOf(const std::string& stream, const std::string& subject,
                  TransportListener::NewestManifest& found);
   bool TellNewest();
 
   void SendWaiting();
   bool Send(const Outgoing& outgoing);
+  natsStatus SendEntry(const std::string& entry);
+  natsStatus SendPiece(const Outgoing& piece);
   void Probe();
+  void ProbeSnapshots();
+  void Ask(const std::string& stream, const std::string& inbox);
+  bool Listen(Nats<natsSubscription>& subscription, std::string& inbox, const char* below,
+              natsMsgHandler handler);
 
   void Serve();
   void TryLater() { mNextTry = Clock::now() + kTriesApart; }
@@ -82,9 +90,11 @@ class Broker {
   Nats<natsConnection> mConnection;
   Nats<jsCtx> mContext;
   Nats<natsSubscription> mProbing;
+  Nats<natsSubscription> mProbingSnapshots;
+  Nats<natsSubscription> mPieces;  // What becomes of those that are sent.
   Nats<natsSubscription> mReading;
   Nats<natsStatistics> mStatistics;
-  std::string mProbeInbox;
+  std::string mProbeInbox, mSnapshotsInbox, mPieceInbox;
   std::uint64_t mReconnects = 0;
 
   bool mIsOpen = false;
@@ -92,9 +102,10 @@ class Broker {
   bool mIsOtherLog = false;  // ... with all that was read, which is still to be told.
   std::optional<Clock::time_point> mOddSince;  // There was no log, or a shorter one.
   Requests mAsked;
+  std::string mToldWrong;  // About the options.
   std::string mFetched;
   std::uint32_t mFetchedPieces = 0;
-  Clock::time_point mNextTry, mNextProbe;
+  Clock::time_point mNextTry, mNextProbe, mNextSnapshotsProbe;
   Sequence mStuckAt = 0;
   Clock::time_point mStuckSince;
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "site/nats/Answers.h"
 #include "site/nats/Broker.h"
 #include "site/nats/Consumer.h"
 
@@ -44,9 +45,7 @@ void Broker::StartReading() {
   // Asked before the log is asked where it begins: what is gone and not before that was not
   // forgotten.
   const std::optional<Sequence> behindHole = BehindHole(mAsked.read->last + 1);
-  jsStreamInfo* info = nullptr;
-  const natsStatus status = js_GetStreamInfo(&info, mContext.get(), mLog.c_str(), nullptr, nullptr);
-  const Nats<jsStreamInfo> found(info);
+  const auto [status, info] = AskOf(mLog, *mContext);
   const bool isMissing = status == NATS_NOT_FOUND;
   const Sequence first = info != nullptr ? info->State.FirstSeq : 0;
   const Sequence end = info != nullptr ? info->State.LastSeq : 0;
@@ -102,14 +101,10 @@ void Broker::BeginOtherLog() {
 
 // The first entry from there on that the log holds.
 Broker::Outcome Broker::FirstKept(Sequence from, Sequence& found) const {
-  const std::string asked = "$JS.API.STREAM.MSG.GET." + mLog;
-  const std::string question =
-      R"({"seq":)" + std::to_string(from) + R"(,"next_by_subj":"dorn.)" + mOptions.site + R"(.>"})";
-  natsMsg* message = nullptr;
-  const natsStatus status = natsConnection_RequestString(&message, mConnection.get(), asked.c_str(),
-                                                         question.c_str(), kAskedMs);
-  const Nats<natsMsg> answer(message);
-  if (status != NATS_OK) return Outcome::kAgain;
+  const Nats<natsMsg> answer =
+      AskForMessage(mLog, R"({"seq":)" + std::to_string(from) + R"(,"next_by_subj":"dorn.)" +
+                              mOptions.site + R"(.>"})");
+  if (answer == nullptr) return Outcome::kAgain;
   const std::string_view json = DataOf(answer);
   if (const auto sequence = NumberIn(json, R"("seq":)")) {
     found = *sequence;
@@ -123,10 +118,8 @@ Broker::Outcome Broker::FirstKept(Sequence from, Sequence& found) const {
 // that is there, or is still to come.
 std::optional<Sequence> Broker::BehindHole(Sequence next) const {
   if (mGap.next != next || mGap.times < kTimesLeftOut) return std::nullopt;
-  jsStreamInfo* info = nullptr;
-  const natsStatus status = js_GetStreamInfo(&info, mContext.get(), mLog.c_str(), nullptr, nullptr);
-  const Nats<jsStreamInfo> owned(info);
-  if (status != NATS_OK) return std::nullopt;
+  const Nats<jsStreamInfo> info = AskOf(mLog, *mContext).info;
+  if (info == nullptr) return std::nullopt;
   Sequence found = 0;
   const Outcome outcome = FirstKept(next, found);
   if (outcome == Outcome::kMissing) found = info->State.LastSeq + 1;

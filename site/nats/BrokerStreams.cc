@@ -5,15 +5,10 @@
 #include <string_view>
 #include <utility>
 
+#include "site/nats/Answers.h"
 #include "site/nats/Broker.h"
 
 namespace dorn::site {
-namespace {
-
-// Whether the brokers have said that there is no such thing.
-bool IsMissing(natsStatus status) { return status == NATS_NOT_FOUND; }
-
-}  // namespace
 
 // False: to be tried again.
 bool Broker::Open() { return HasLog() && HasSnapshots() && TellNewest(); }
@@ -31,11 +26,9 @@ bool Broker::HasSnapshots() {
 
 // Makes it if it is missing; another host may be doing the same, and that is as good.
 bool Broker::HasStream(const std::string& name, const char** subjects, int count) {
-  jsStreamInfo* info = nullptr;
-  const natsStatus status = js_GetStreamInfo(&info, mContext.get(), name.c_str(), nullptr, nullptr);
-  const Nats<jsStreamInfo> found(info);
+  const natsStatus status = AskOf(name, *mContext).status;
   if (status == NATS_OK) return true;
-  if (!IsMissing(status)) return false;
+  if (status != NATS_NOT_FOUND) return false;
   jsStreamConfig config;
   jsStreamConfig_Init(&config);
   config.Name = name.c_str();
@@ -43,22 +36,27 @@ bool Broker::HasStream(const std::string& name, const char** subjects, int count
   config.SubjectsLen = count;
   config.Storage = js_FileStorage;
   config.Replicas = mOptions.replicas;
-  info = nullptr;
-  const natsStatus added = js_AddStream(&info, mContext.get(), &config, nullptr, nullptr);
-  const Nats<jsStreamInfo> made(info);
-  return added == NATS_OK;
+  return js_AddStream(nullptr, mContext.get(), &config, nullptr, nullptr) == NATS_OK;
+}
+
+// Null if nobody answers.
+Nats<natsMsg> Broker::AskForMessage(const std::string& stream, const std::string& which) const {
+  const std::string asked = "$JS.API.STREAM.MSG.GET." + stream;
+  natsMsg* answer = nullptr;
+  static_cast<void>(natsConnection_RequestString(&answer, mConnection.get(), asked.c_str(),
+                                                 which.c_str(), kAskedMs));
+  return Nats<natsMsg>(answer);
 }
 
 Broker::Outcome Broker::LastOf(const std::string& stream, const std::string& subject,
                                TransportListener::NewestManifest& found) {
-  natsMsg* message = nullptr;
-  const natsStatus status =
-      js_GetLastMsg(&message, mContext.get(), stream.c_str(), subject.c_str(), nullptr, nullptr);
-  const Nats<natsMsg> last(message);
-  if (IsMissing(status)) return Outcome::kMissing;
-  if (status != NATS_OK) return Outcome::kAgain;
-  found.sequence = natsMsg_GetSequence(last.get());
-  found.entry = DataOf(last);
+  const Nats<natsMsg> answer = AskForMessage(stream, R"({"last_by_subj":")" + subject + R"("})");
+  if (answer == nullptr) return Outcome::kAgain;
+  if (SaysMissing(DataOf(answer))) return Outcome::kMissing;
+  std::optional<StoredMessage> last = MessageIn(DataOf(answer));
+  if (!last) return Outcome::kAgain;
+  found.sequence = last->sequence;
+  found.entry = std::move(last->data);
   return Outcome::kDone;
 }
 
@@ -114,15 +112,14 @@ void Broker::ForgetSnapshots(Sequence first) {
   jsOptions_Init(&options);
   const std::string all = mSnapshotPrefix + ">";
   options.Stream.Info.SubjectsFilter = all.c_str();
-  jsStreamInfo* info = nullptr;
-  static_cast<void>(js_GetStreamInfo(&info, mContext.get(), mSnapshots.c_str(), &options, nullptr));
-  const Nats<jsStreamInfo> found(info);
-  if (found == nullptr || info->State.Subjects == nullptr) return;
+  const Nats<jsStreamInfo> info = AskOf(mSnapshots, *mContext, &options).info;
+  if (info == nullptr || info->State.Subjects == nullptr) return;
   std::set<Sequence> old;
   for (int i = 0; i < info->State.Subjects->Count; ++i) {
-    const char* const mark = info->State.Subjects->List[i].Subject + mSnapshotPrefix.size();
-    const Sequence number = std::strtoull(mark, nullptr, 10);
-    if (number < first) old.insert(number);
+    const std::string subject = info->State.Subjects->List[i].Subject;
+    if (subject.compare(0, mSnapshotPrefix.size(), mSnapshotPrefix) != 0) continue;
+    const Sequence mark = std::strtoull(subject.c_str() + mSnapshotPrefix.size(), nullptr, 10);
+    if (mark != 0 && mark < first) old.insert(mark);
   }
   for (const Sequence mark : old) {
     const std::string pieces = mSnapshotPrefix + std::to_string(mark) + ".>";

@@ -97,10 +97,8 @@ Nats<natsSubscription> Consume(natsConnection& connection, jsCtx& context,
   // It is not to outlive its broker: whoever reads makes another one.
   wanted.Replicas = 1;
   wanted.MemoryStorage = true;
-  jsConsumerInfo* info = nullptr;
   const natsStatus status =
-      js_AddConsumer(&info, &context, stream.c_str(), &wanted, nullptr, nullptr);
-  const Nats<jsConsumerInfo> owned(info);
+      js_AddConsumer(nullptr, &context, stream.c_str(), &wanted, nullptr, nullptr);
   return status == NATS_OK ? std::move(reading) : nullptr;
 }
 

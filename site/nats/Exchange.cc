@@ -49,12 +49,13 @@ void Exchange::Read(Sequence last) {
 // One at a time: a snapshot that is not stored yet is as good as the next one.
 void Exchange::Store(Sequence mark, const std::string& bytes) {
   const Lock lock(mMutex);
-  if (!mStoring.empty()) return Push(0, SnapshotStored{mark, false});
+  if (mStoring) return Push(0, SnapshotStored{mark, false});
+  mStoring = Storing{mark, ++mStorings, {}, true, std::chrono::steady_clock::now()};
   std::uint32_t piece = 0;
   for (std::size_t begin = 0; begin < bytes.size() || piece == 0; begin += kPieceBytes) {
-    mPieces.push_back({bytes.substr(begin, kPieceBytes), mark, piece++});
+    mStoring->left.insert(piece);
+    mPieces.push_back({bytes.substr(begin, kPieceBytes), mark, piece++, mStorings});
   }
-  mStoring[mark] = {piece, true};
   mWork.notify_one();
 }
 
@@ -94,6 +95,11 @@ std::optional<Incoming> Exchange::Take() {
 bool Exchange::TakeAnswered() {
   const Lock lock(mMutex);
   return std::exchange(mIsAnswered, false);
+}
+
+bool Exchange::TakeNoSnapshots() {
+  const Lock lock(mMutex);
+  return std::exchange(mHasNoSnapshots, false);
 }
 
 bool Exchange::Stop(std::chrono::milliseconds patience) {
@@ -139,6 +145,7 @@ std::optional<Outgoing> Exchange::Next() {
   } else if (!mPieces.empty()) {
     next = std::move(mPieces.front());
     mPieces.pop_front();
+    if (mStoring) mStoring->heardAt = std::chrono::steady_clock::now();
   } else {
     return std::nullopt;
   }
@@ -153,8 +160,7 @@ void Exchange::PutBack(Outgoing outgoing) {
 }
 
 void Exchange::GiveUp(const Outgoing& outgoing) {
-  const Lock lock(mMutex);
-  if (outgoing.mark != 0) NotePiece(outgoing.mark, false);
+  if (outgoing.mark != 0) PieceDone(outgoing.storing, outgoing.piece, false);
 }
 
 Requests Exchange::TakeRequests() {
@@ -165,6 +171,14 @@ Requests Exchange::TakeRequests() {
 bool Exchange::TakeHasFailed() {
   const Lock lock(mMutex);
   return std::exchange(mHasFailed, false);
+}
+
+void Exchange::GiveUpStoring(std::chrono::milliseconds patience) {
+  const Lock lock(mMutex);
+  const auto now = std::chrono::steady_clock::now();
+  if (!mStoring || !mPieces.empty() || now - mStoring->heardAt < patience) return;
+  mStoring->isStored = false;
+  EndStoring();
 }
 
 void Exchange::Put(Incoming incoming) {
@@ -283,14 +297,20 @@ void Exchange::Lose(const Subscription& subscription) {
   if (!mIsStopped && mActive == subscription.number) EndActive(false);
 }
 
-void Exchange::PieceDone(Sequence mark, bool isStored) {
+void Exchange::PieceDone(unsigned storing, std::uint32_t piece, bool isStored) {
   const Lock lock(mMutex);
-  NotePiece(mark, isStored);
+  if (!mStoring || mStoring->number != storing || mStoring->left.erase(piece) == 0) return;
+  mStoring->heardAt = std::chrono::steady_clock::now();
+  mStoring->isStored = mStoring->isStored && isStored;
+  if (mStoring->left.empty()) EndStoring();
 }
 
-void Exchange::Answer() {
+void Exchange::SayNoSnapshots() {
   const Lock lock(mMutex);
-  NoteAnswer();
+  if (mIsStopped) return;
+  mHasFailed = true;
+  mHasNoSnapshots = true;
+  Signal();
 }
 
 void Exchange::AnswerLast(Sequence last) {
@@ -322,14 +342,10 @@ void Exchange::Push(unsigned reading, Incoming incoming) {
   Signal();
 }
 
-void Exchange::NotePiece(Sequence mark, bool isStored) {
-  const auto storing = mStoring.find(mark);
-  if (storing == mStoring.end()) return;
-  storing->second.isStored = storing->second.isStored && isStored;
-  mHasFailed |= !isStored;
-  if (--storing->second.left != 0) return;
-  Push(0, SnapshotStored{mark, storing->second.isStored});
-  mStoring.erase(storing);
+void Exchange::EndStoring() {
+  mHasFailed |= !mStoring->isStored;
+  Push(0, SnapshotStored{mStoring->mark, mStoring->isStored});
+  mStoring.reset();
 }
 
 void Exchange::NoteAnswer() {

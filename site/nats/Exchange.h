@@ -10,9 +10,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -46,11 +46,13 @@ struct SnapshotFetched {
 using Incoming =
     std::variant<Opened, EntryCame, HoleCame, CaughtUp, SnapshotStored, SnapshotFetched>;
 
-// For the broker thread. A piece has the number of its snapshot; an entry has 0.
+// For the broker thread. A piece has the mark of its snapshot, and says in which try at storing one
+// it is sent; an entry has 0.
 struct Outgoing {
   std::string bytes;
   Sequence mark = 0;
   std::uint32_t piece = 0;
+  unsigned storing = 0;
 };
 struct ReadRequest {
   unsigned number;  // What is read for an earlier one is not delivered any more.
@@ -106,6 +108,7 @@ class Exchange {
   // readable any more.
   std::optional<Incoming> Take();
   bool TakeAnswered();
+  bool TakeNoSnapshots();
 
   // Nobody takes anything any more. Gives the thread so long to end, and says whether it has.
   bool Stop(std::chrono::milliseconds patience);
@@ -124,7 +127,10 @@ class Exchange {
   void GiveUp(const Outgoing& outgoing);
 
   Requests TakeRequests();
-  bool TakeHasFailed();  // A piece could not be stored.
+  bool TakeHasFailed();  // Pieces were not stored, or are gone.
+  // The snapshot whose pieces are all sent, and of which nothing was heard for so long, is not
+  // stored.
+  void GiveUpStoring(std::chrono::milliseconds patience);
   void Put(Incoming incoming);
 
   // From here on entries behind `last` count, when that subscription brings them. Everything up to
@@ -161,8 +167,9 @@ class Exchange {
   void Beat(const Subscription& subscription, std::string_view asks);
   // It does not any more.
   void Lose(const Subscription& subscription);
-  void PieceDone(Sequence mark, bool isStored);
-  void Answer();
+  // Counts once for each piece, and only while that try lasts.
+  void PieceDone(unsigned storing, std::uint32_t piece, bool isStored);
+  void SayNoSnapshots();           // Perhaps not even their stream.
   void AnswerLast(Sequence last);  // The last one that the log holds.
   std::optional<Sequence> LastKnown() const;
 
@@ -174,14 +181,17 @@ class Exchange {
     Incoming incoming;
   };
   struct Storing {
-    std::size_t left;
+    Sequence mark;
+    unsigned number;
+    std::set<std::uint32_t> left;
     bool isStored;
+    std::chrono::steady_clock::time_point heardAt;  // Or sent at.
   };
 
   bool HasRoom() const;
   void EndActive(bool isOther);
   void Push(unsigned reading, Incoming incoming);
-  void NotePiece(Sequence mark, bool isStored);
+  void EndStoring();
   void NoteAnswer();
   void Signal();
 
@@ -195,12 +205,13 @@ class Exchange {
   std::condition_variable mEnd;
   bool mIsStopped = false;
   bool mHasEnded = false;
-  bool mHasFailed = false;  // A piece could not be stored.
+  bool mHasFailed = false;  // Pieces were not stored, or are gone.
 
   std::deque<std::string> mEntries;
   std::size_t mEntryBytes = 0;
   std::deque<Outgoing> mPieces;
-  std::map<Sequence, Storing> mStoring;
+  std::optional<Storing> mStoring;
+  unsigned mStorings = 0;
   Requests mRequests;
   unsigned mReading = 0;  // The newest request.
 
@@ -209,6 +220,7 @@ class Exchange {
   std::size_t mArrivedBytes = 0;
   bool mIsSignalled = false;
   bool mIsAnswered = false;
+  bool mHasNoSnapshots = false;
   bool mIsLost = false;   // The active subscription,
   bool mIsOther = false;  // since the log is another one.
   std::chrono::steady_clock::time_point mAnsweredAt;

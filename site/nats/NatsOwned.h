@@ -5,10 +5,7 @@
 #include <nats/nats.h>
 
 #include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,7 +19,6 @@ struct NatsDestroy {
   void operator()(natsStatistics* statistics) const { natsStatistics_Destroy(statistics); }
   void operator()(jsCtx* stream) const { jsCtx_Destroy(stream); }
   void operator()(jsStreamInfo* info) const { jsStreamInfo_Destroy(info); }
-  void operator()(jsConsumerInfo* info) const { jsConsumerInfo_Destroy(info); }
 };
 template <typename Thing>
 using Nats = std::unique_ptr<Thing, NatsDestroy>;
@@ -33,6 +29,17 @@ inline std::string_view DataOf(const Nats<natsMsg>& message) {
           static_cast<std::size_t>(natsMsg_GetDataLength(message.get()))};
 }
 
+// What the brokers say of a stream; of the subjects in it only if the options ask.
+struct StreamAnswer {
+  natsStatus status;
+  Nats<jsStreamInfo> info;  // Null unless the status is good.
+};
+inline StreamAnswer AskOf(const std::string& stream, jsCtx& context, jsOptions* options = nullptr) {
+  jsStreamInfo* info = nullptr;
+  const natsStatus status = js_GetStreamInfo(&info, &context, stream.c_str(), options, nullptr);
+  return {status, Nats<jsStreamInfo>(info)};
+}
+
 // A new address for answers; empty if there is no memory.
 inline std::string NewInbox() {
   natsInbox* inbox = nullptr;
@@ -40,14 +47,6 @@ inline std::string NewInbox() {
   std::string name(inbox);
   natsInbox_Destroy(inbox);
   return name;
-}
-
-// The number behind `key` in what the brokers have written, or nothing.
-inline std::optional<std::uint64_t> NumberIn(std::string_view json, std::string_view key) {
-  const std::size_t found = json.find(key);
-  if (found == std::string_view::npos) return std::nullopt;
-  const std::string digits(json.substr(found + key.size(), 20));
-  return std::strtoull(digits.c_str(), nullptr, 10);
 }
 
 }  // namespace dorn::site

@@ -75,6 +75,7 @@ void NatsTransport::Deliver(TransportListener& listener) {
     std::visit(Teller(listener), *incoming);
   }
   if (mExchange.TakeAnswered()) listener.OnAnswered();
+  if (mExchange.TakeNoSnapshots()) listener.OnNoSnapshots();
 }
 
 bool NatsTransport::Publish(std::string entry) { return mExchange.Publish(std::move(entry)); }

@@ -20,8 +20,9 @@ TEST(ConsumerTest, PlacesAreReadFromBothKindsOfSubjects) {
 TEST(ConsumerTest, OtherSubjectsNameNoPlace) {
   for (const char* reply :
        {"", "$JS.ACK.", "$JS.ACK.DORN_x.abc.1.17.5.9", "$JS.ACK.DORN_x.abc.1.x.5.9.2",
-        "$JS.ACK.DORN_x.abc.1.17.-5.9.2", "$JS.FC.DORN_x.abc.1.17.5.9.2",
-        "$JS.ACK.DORN_x.abc.1.99999999999999999999.5.9.2", "$JS.ACK.a.DORN_x.abc.1.17.5.9.2"}) {
+        "$JS.ACK.DORN_x.abc.1.17x.5.9.2", "$JS.ACK.DORN_x.abc.1.17.-5.9.2",
+        "$JS.FC.DORN_x.abc.1.17.5.9.2", "$JS.ACK.DORN_x.abc.1.99999999999999999999.5.9.2",
+        "$JS.ACK.a.DORN_x.abc.1.17.5.9.2"}) {
     EXPECT_FALSE(PlaceIn(reply)) << reply;
   }
 }

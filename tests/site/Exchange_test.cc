@@ -85,16 +85,38 @@ TEST_F(ExchangeTest, EntriesGoBeforePieces) {
 TEST_F(ExchangeTest, ASnapshotIsStoredWhenAllItsPiecesAre) {
   for (const bool isLastStored : {true, false}) {
     mExchange.Store(9, std::string(kPieceBytes + 1, 'x'));
-    mExchange.PieceDone(9, true);
+    const unsigned storing = mExchange.Next()->storing;
+    mExchange.PieceDone(storing, 1, true);
+    mExchange.PieceDone(storing, 1, true);      // Doubled,
+    mExchange.PieceDone(storing - 1, 0, true);  // and late, of a try that was given up.
     EXPECT_FALSE(mExchange.Take());
-    mExchange.PieceDone(9, isLastStored);
+    mExchange.PieceDone(storing, 0, isLastStored);
     const std::optional<Incoming> stored = mExchange.Take();
     ASSERT_TRUE(stored);
     EXPECT_EQ(std::get<SnapshotStored>(*stored).mark, 9U);
     EXPECT_EQ(std::get<SnapshotStored>(*stored).isStored, isLastStored);
-    mExchange.PieceDone(9, true);  // Late, and doubled.
+    EXPECT_EQ(mExchange.TakeHasFailed(), !isLastStored);
+    mExchange.PieceDone(storing, 0, true);
     EXPECT_FALSE(mExchange.Take());
+    while (mExchange.Next()) continue;
   }
+}
+
+TEST_F(ExchangeTest, ASnapshotOfWhichNothingIsHeardIsGivenUpWhenItIsSent) {
+  mExchange.Store(9, std::string(kPieceBytes + 1, 'x'));
+  mExchange.Next();
+  mExchange.GiveUpStoring(milliseconds(0));
+  EXPECT_FALSE(mExchange.Take()) << "its second piece waits to be sent";
+  const unsigned storing = mExchange.Next()->storing;
+  mExchange.GiveUpStoring(std::chrono::minutes(10));
+  EXPECT_FALSE(mExchange.Take()) << "there is time for its answers";
+  mExchange.GiveUpStoring(milliseconds(0));
+  EXPECT_FALSE(std::get<SnapshotStored>(*mExchange.Take()).isStored);
+  EXPECT_TRUE(mExchange.TakeHasFailed());
+
+  mExchange.Store(9, "again");
+  mExchange.PieceDone(storing, 0, true);
+  EXPECT_FALSE(mExchange.Take()) << "an answer to the first try";
 }
 
 TEST_F(ExchangeTest, TheDescriptorIsReadableWhileThereIsSomething) {
@@ -268,7 +290,7 @@ TEST_F(ExchangeTest, AnswersAreToldAtMostTenTimesASecond) {
   const auto begun = std::chrono::steady_clock::now();
   int told = 0;
   while (std::chrono::steady_clock::now() - begun < milliseconds(250)) {
-    mExchange.Answer();
+    mExchange.AnswerLast(1);
     EXPECT_FALSE(mExchange.Take());
     told += mExchange.TakeAnswered() ? 1 : 0;
   }

@@ -110,6 +110,7 @@ class NatsHost : public TransportListener {
   void OnCaughtUp() override { ++mCaughtUp; }
   void OnAnswered() override { ++mAnswered; }
   void OnStored(Sequence mark, bool isStored) override { mStored.emplace_back(mark, isStored); }
+  void OnNoSnapshots() override { ++mNoSnapshots; }
   void OnFetched(Sequence mark, std::optional<std::string> bytes) override {
     mFetched.emplace_back(mark, std::move(bytes));
   }
@@ -121,6 +122,7 @@ class NatsHost : public TransportListener {
   std::vector<Sequence> mHoles;
   int mCaughtUp = 0;
   int mAnswered = 0;
+  int mNoSnapshots = 0;
   std::vector<std::pair<Sequence, bool>> mStored;
   std::vector<std::pair<Sequence, std::optional<std::string>>> mFetched;
 

@@ -33,18 +33,23 @@ bool BringsAll(NatsHost& host, int first, int last) {
 
 class NatsOtherLogTest : public testing::Test {
  protected:
+  // The host brings six entries, of which the other server, which does not run, has three.
+  void BringSixAndCopyThree(NatsHost& host, NatsServer& other) {
+    other.Kill();
+    ASSERT_TRUE(BringsAll(host, 1, 3));
+    mServer.Kill();
+    other.CopyStreams(mServer);
+    mServer.Start();
+    ASSERT_TRUE(BringsAll(host, 4, 6));
+  }
+
   NatsServer mServer;
 };
 
 TEST_F(NatsOtherLogTest, ALogThatHasLostItsEndIsAnother) {
   NatsServer backUp;
-  backUp.Kill();
   NatsHost host(OptionsFor(mServer));
-  ASSERT_TRUE(BringsAll(host, 1, 3));
-  mServer.Kill();
-  backUp.CopyStreams(mServer);
-  mServer.Start();
-  ASSERT_TRUE(BringsAll(host, 4, 6));
+  ASSERT_NO_FATAL_FAILURE(BringSixAndCopyThree(host, backUp));
   const std::size_t before = host.mEntries.size();
   ASSERT_EQ(host.mOtherLogs, 0) << "it was the same behind the restart";
 
@@ -63,13 +68,8 @@ TEST_F(NatsOtherLogTest, ALogThatHasLostItsEndIsAnother) {
 // It is as long as the host knows it, and longer, before the host sees it again.
 TEST_F(NatsOtherLogTest, ALogThatWentAnotherWayIsAnother) {
   NatsServer elsewhere;
-  elsewhere.Kill();
   NatsHost host(OptionsFor(mServer));
-  ASSERT_TRUE(BringsAll(host, 1, 3));
-  mServer.Kill();
-  elsewhere.CopyStreams(mServer);
-  mServer.Start();
-  ASSERT_TRUE(BringsAll(host, 4, 6));
+  ASSERT_NO_FATAL_FAILURE(BringSixAndCopyThree(host, elsewhere));
 
   mServer.Kill();
   elsewhere.Start();
@@ -100,6 +100,23 @@ TEST_F(NatsOtherLogTest, ADeletedLogIsMadeAnewAndTold) {
   ASSERT_TRUE(other.Until([&] { return other.Count("again") == 1; }));
   EXPECT_EQ(other.mEntries.front().first, 1U);
   EXPECT_EQ(one.mOtherLogs + other.mOtherLogs, 2);
+}
+
+// Before they are missed: whoever starts could not begin without them.
+TEST_F(NatsOtherLogTest, DeletedSnapshotsAreNoticedAndTheirStreamIsMadeAnew) {
+  NatsHost host(OptionsFor(mServer));
+  host.Transport().Store(1, "bytes");
+  ASSERT_TRUE(host.Until([&] { return !host.mStored.empty(); }));
+  ASSERT_TRUE(host.mStored.back().second);
+  host.mNoSnapshots = 0;
+  host.RunFor(std::chrono::milliseconds(6000));
+  EXPECT_EQ(host.mNoSnapshots, 0) << "there is one";
+
+  ASSERT_TRUE(DeletesStream(mServer, "DORN_test_SNAP"));
+  ASSERT_TRUE(host.Until([&] { return host.mNoSnapshots > 0; }));
+  ASSERT_TRUE(host.Until([&] { return DeletesStream(mServer, "DORN_test_SNAP"); }));
+  host.mNoSnapshots = 0;
+  EXPECT_TRUE(host.Until([&] { return host.mNoSnapshots > 0; })) << "said again";
 }
 
 TEST_F(NatsOtherLogTest, DeletedSnapshotsAreStoredAgainAndTheLogIsTheSame) {

@@ -1,48 +1,19 @@
 // Brokers that let in only whom they know, and only over TLS.
 #include <gtest/gtest.h>
-#include <stdlib.h>
-
-#include <cstdio>
+#include <unistd.h>
+#include <chrono>
 #include <filesystem>
 #include <string>
 
+#include "tests/site/Certificate.h"
+#include "tests/site/Credentials.h"
+#include "tests/site/NatsCluster.h"
 #include "tests/site/NatsHost.h"
 
 namespace dorn::site {
 namespace {
 
 using std::chrono::milliseconds;
-
-// A certificate for that name, which has signed itself, and its key.
-class Certificate {
- public:
-  explicit Certificate(const std::string& name) : mFolder(testing::TempDir() + "dorn-tls-XXXXXX") {
-    if (mkdtemp(mFolder.data()) == nullptr) ADD_FAILURE() << "no folder " << mFolder;
-    const std::string command =
-        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -keyout " +
-        KeyFile() + " -out " + File() + " -subj /CN=dorn -addext subjectAltName=" + name +
-        " 2>/dev/null";
-    if (system(command.c_str()) != 0) ADD_FAILURE() << "openssl makes no certificate";
-  }
-  ~Certificate() {
-    std::error_code ignored;
-    std::filesystem::remove_all(mFolder, ignored);
-  }
-  Certificate(const Certificate&) = delete;
-  Certificate& operator=(const Certificate&) = delete;
-
-  std::string File() const { return mFolder + "/certificate.pem"; }
-  std::string KeyFile() const { return mFolder + "/key.pem"; }
-
-  // What a broker is told to show it, and perhaps to ask for that of a host.
-  std::string Settings(const std::string& more = "") const {
-    return "tls { cert_file: \"" + File() + "\", key_file: \"" + KeyFile() + "\"\n" + more +
-           "\n}\n";
-  }
-
- private:
-  std::string mFolder;
-};
 
 // Long enough for whoever is let in.
 bool StaysOutside(const NatsOptions& options) {
@@ -97,6 +68,68 @@ TEST(NatsSecurityTest, AHostThatIsAskedForACertificateShowsItsOwn) {
   options.keyFile = hosts.KeyFile();
   NatsHost host(options);
   EXPECT_TRUE(host.Bring("a"));
+}
+
+// They too know each other by their certificate.
+TEST(NatsSecurityTest, ThreeBrokersOverTlsServeAHostWithItsCertificateAndGoOnWithTwo) {
+  const Certificate certificate("IP:127.0.0.1");
+  const Certificate hosts("DNS:host");
+  NatsCluster cluster(
+      certificate.Settings("ca_file: \"" + hosts.File() + "\", verify: true"),
+      certificate.Settings("ca_file: \"" + certificate.File() + "\", verify: true"));
+  NatsOptions options = cluster.Options();
+  options.caFile = certificate.File();
+  EXPECT_TRUE(StaysOutside(options));
+
+  options.certificateFile = hosts.File();
+  options.keyFile = hosts.KeyFile();
+  NatsHost host(options);
+  ASSERT_TRUE(host.Bring("a"));
+  cluster.mBrokers[0]->Kill();
+  EXPECT_TRUE(host.Bring("b"));
+  EXPECT_TRUE(host.IsWithoutGap());
+}
+
+TEST(NatsSecurityTest, AHostWithACredentialsFileOfTheSitesAccountIsLetInAndNobodyElse) {
+  const Credentials credentials;
+  const Credentials strangers;
+  NatsServer server(credentials.Settings());
+  NatsOptions options = OptionsFor(server);
+  EXPECT_TRUE(StaysOutside(options));
+  options.credentialsFile = strangers.File();
+  EXPECT_TRUE(StaysOutside(options));
+
+  options.credentialsFile = credentials.File();
+  NatsHost host(options);
+  EXPECT_TRUE(host.Bring("a"));
+}
+
+int Lines(const std::string& text, const std::string& with) {
+  int lines = 0;
+  for (std::size_t at = 0; (at = text.find(with, at)) != std::string::npos; ++at) ++lines;
+  return lines;
+}
+
+// It is tried each second, since somebody may mend it.
+TEST(NatsSecurityTest, WhatIsWrongWithTheOptionsIsSaidOnceUntilAnotherThingIs) {
+  NatsServer server;
+  NatsOptions options = OptionsFor(server);
+  const std::string file = testing::TempDir() + "dorn-ca-" + std::to_string(getpid());
+  options.caFile = file;
+  options.certificateFile = file + ".host";
+  testing::internal::CaptureStderr();
+  {
+    NatsHost host(options);
+    host.RunFor(milliseconds(3500));
+    const Certificate certificate("IP:127.0.0.1");
+    std::filesystem::copy_file(certificate.File(), file);
+    host.RunFor(milliseconds(4500));
+  }
+  const std::string text = testing::internal::GetCapturedStderr();
+  unlink(file.c_str());
+  EXPECT_EQ(Lines(text, "do not work (" + file + ": "), 1) << text;
+  EXPECT_EQ(Lines(text, "do not work (" + file + ".host: "), 1) << text;
+  EXPECT_EQ(Lines(text, "do not work"), 2) << text;
 }
 
 }  // namespace

@@ -74,6 +74,16 @@ class Listener final : public NodeListener {
   void Say(const std::string& word) { words.push_back(word); }
 };
 
+// What the brokers have, and the rest of the site behind it.
+struct Brokers {
+  std::vector<Entry> log;
+  State site{Rules()};
+  std::string text;
+  std::string snapshot;  // Behind the last mark.
+  Sequence mark = 0;
+  std::uint64_t foreign = 0;  // The last batch of host 2.
+};
+
 // Host 1, and a log that the test writes. The rest of the site has read it all.
 class NodeTest : public testing::Test {
  protected:
@@ -90,24 +100,24 @@ class NodeTest : public testing::Test {
   // Writes an entry into the log and lets the node read it.
   Sequence Deliver(const Entry& entry) {
     Write(entry);
-    mNode.OnEntry(mLog.size(), Encode(entry));
-    return mLog.size();
+    mNode.OnEntry(mBrokers.log.size(), Encode(entry));
+    return mBrokers.log.size();
   }
   // Without the node.
   Sequence Write(const Entry& entry) {
-    mLog.push_back(entry);
-    const Verdict verdict = mSite.Apply(mLog.size(), entry);
+    mBrokers.log.push_back(entry);
+    const Verdict verdict = mBrokers.site.Apply(mBrokers.log.size(), entry);
     if (const auto* batch = std::get_if<Batch>(&entry)) {
       for (std::size_t i = verdict.firstNew; i < verdict.applied.size(); ++i) {
         const auto* change = std::get_if<Change>(&batch->items[i]);
-        if (change != nullptr && verdict.applied[i]) mSiteText += change->command + ";";
+        if (change != nullptr && verdict.applied[i]) mBrokers.text += change->command + ";";
       }
     }
     if (std::holds_alternative<Mark>(entry)) {
-      mSnapshot = WriteSnapshot(mSite, mSiteText);
-      mMark = mLog.size();
+      mBrokers.snapshot = WriteSnapshot(mBrokers.site, mBrokers.text);
+      mBrokers.mark = mBrokers.log.size();
     }
-    return mLog.size();
+    return mBrokers.log.size();
   }
   // Everything that the node has published comes back.
   void Return() {
@@ -115,8 +125,8 @@ class NodeTest : public testing::Test {
   }
   // The log once more, from behind `last` on.
   void ReadAgain(Sequence last) {
-    while (last < mLog.size()) {
-      const Entry& entry = mLog[last];
+    while (last < mBrokers.log.size()) {
+      const Entry& entry = mBrokers.log[last];
       mNode.OnEntry(++last, Encode(entry));
     }
     mNode.OnCaughtUp();
@@ -127,10 +137,15 @@ class NodeTest : public testing::Test {
     return Deliver(ForeignBatch(command, token));
   }
   Batch ForeignBatch(const std::string& command, Sequence token = 0) {
-    return Batch{Origin(2), 0, ++mForeign, {ChangeOf(command, token)}};
+    return Batch{Origin(2), 0, ++mBrokers.foreign, {ChangeOf(command, token)}};
   }
   Manifest ManifestNow() const {
-    return {mSite.Token(), mMark, Sha256(mSnapshot), mSnapshot.size(), 1, {}};
+    return {mBrokers.site.Token(),
+            mBrokers.mark,
+            Sha256(mBrokers.snapshot),
+            mBrokers.snapshot.size(),
+            1,
+            {}};
   }
   TransportListener::NewestManifest Newest(const Manifest& manifest) {
     return {Write(manifest), Encode(manifest)};
@@ -154,13 +169,13 @@ class NodeTest : public testing::Test {
   // Host 2 keeps the site; the node begins with its snapshot.
   void BeginAsOther() {
     Write(Take{Origin(2), 0});
-    mSiteText = "begin;";
-    Write(Mark{mSite.Token(), 1});
+    mBrokers.text = "begin;";
+    Write(Mark{mBrokers.site.Token(), 1});
     mNode.OnOpened(Newest(ManifestNow()));
-    ASSERT_EQ(mTransport.fetched, std::vector<Sequence>{mMark});
-    mNode.OnFetched(mMark, mSnapshot);
-    ASSERT_EQ(mTransport.reads, std::vector<Sequence>{mMark});
-    ReadAgain(mMark);
+    ASSERT_EQ(mTransport.fetched, std::vector<Sequence>{mBrokers.mark});
+    mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+    ASSERT_EQ(mTransport.reads, std::vector<Sequence>{mBrokers.mark});
+    ReadAgain(mBrokers.mark);
     Pass(Ms(100));
     ASSERT_TRUE(mNode.IsServing());
   }
@@ -169,10 +184,10 @@ class NodeTest : public testing::Test {
   // anew.
   void DifferAt(std::uint64_t mark) {
     mState.text += "ray;";
-    Deliver(Mark{mSite.Token(), mark});
+    Deliver(Mark{mBrokers.site.Token(), mark});
     Deliver(ManifestNow());
-    mNode.OnFetched(mMark, mSnapshot);
-    ReadAgain(mMark);
+    mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+    ReadAgain(mBrokers.mark);
   }
 
   RecordingTransport mTransport;
@@ -180,12 +195,7 @@ class NodeTest : public testing::Test {
   Listener mListener;
   Node mNode{Origin(1), mTransport, mState, mListener};
   Ms mNow{1'000'000};
-  std::vector<Entry> mLog;
-  State mSite{Rules()};
-  std::string mSiteText;
-  std::string mSnapshot;  // Behind the last mark.
-  Sequence mMark = 0;
-  std::uint64_t mForeign = 0;
+  Brokers mBrokers;
 };
 
 }  // namespace dorn::site

@@ -39,14 +39,14 @@ TEST_F(NodeTest, OthersLoadTheFirstSnapshotAndCallItNoDivergence) {
   mState.text = "own;";
   mNode.OnOpened(std::nullopt);
   Deliver(Take{Origin(2), 0});
-  mSiteText = "theirs;";
-  Deliver(Mark{mSite.Token(), 1});
+  mBrokers.text = "theirs;";
+  Deliver(Mark{mBrokers.site.Token(), 1});
   mNode.OnCaughtUp();
   Deliver(ManifestNow());
   EXPECT_FALSE(mNode.IsServing());
   Foreign("a");
-  mNode.OnFetched(mMark, mSnapshot);
-  ReadAgain(mMark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
   EXPECT_EQ(mState.text, "theirs;a;");
   EXPECT_FALSE(mListener.Heard("diverged"));
@@ -107,7 +107,7 @@ TEST_F(NodeTest, AKeeperThatLacksSomethingGivesUp) {
   mTransport.TakePublished();
   mState.whole = false;
   const int kept = mListener.kept;
-  Deliver(Mark{mSite.Token(), 2});  // That it published before.
+  Deliver(Mark{mBrokers.site.Token(), 2});  // That it published before.
   Pass(70s);
   EXPECT_TRUE(mNode.IsServing());
   EXPECT_FALSE(mNode.IsKeeper());
@@ -137,7 +137,7 @@ TEST_F(NodeTest, AProposalBehindATakeOfAnotherIsRefused) {
   ASSERT_TRUE(ticket);
   mNode.Flush();
   const auto published = mTransport.TakePublished();
-  Deliver(Take{Origin(2), mSite.Token()});
+  Deliver(Take{Origin(2), mBrokers.site.Token()});
   for (const Entry& entry : published) Deliver(entry);
   EXPECT_EQ(mState.text, "");
   EXPECT_TRUE(mListener.Heard("refused " + std::to_string(*ticket)));
@@ -148,7 +148,7 @@ TEST_F(NodeTest, StationsChangesOfAFormerKeeperCount) {
   mNode.Submit(ChangeOf("station's", 99));
   mNode.Flush();
   const auto published = mTransport.TakePublished();
-  Deliver(Take{Origin(2), mSite.Token()});
+  Deliver(Take{Origin(2), mBrokers.site.Token()});
   for (const Entry& entry : published) Deliver(entry);
   EXPECT_EQ(mState.text, "station's;");
 }
@@ -157,18 +157,18 @@ TEST_F(NodeTest, ADifferentStateIsFoundSaidAndLoadedAnew) {
   BeginAsOther();
   Foreign("a");
   mState.text += "cosmic ray;";
-  Deliver(Mark{mSite.Token(), 2});
+  Deliver(Mark{mBrokers.site.Token(), 2});
   const auto mine = mNode.Submit(ChangeOf("mine"));
   mNode.Flush();
   Return();
   Deliver(ManifestNow());
-  EXPECT_TRUE(mListener.Heard("diverged " + std::to_string(mMark)));
+  EXPECT_TRUE(mListener.Heard("diverged " + std::to_string(mBrokers.mark)));
   EXPECT_FALSE(mNode.IsServing());
   EXPECT_FALSE(mNode.Submit(ChangeOf("x")));
   Foreign("b");
-  mNode.OnFetched(mMark, mSnapshot);
-  EXPECT_EQ(mTransport.reads.back(), mMark);
-  ReadAgain(mMark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  EXPECT_EQ(mTransport.reads.back(), mBrokers.mark);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
   EXPECT_EQ(mState.text, "begin;a;mine;b;");
   EXPECT_EQ(mState.own, std::vector<Ticket>{*mine}) << "once";
@@ -178,7 +178,7 @@ TEST_F(NodeTest, ADifferentStateIsFoundSaidAndLoadedAnew) {
 TEST_F(NodeTest, AnEqualStateIsLeftAlone) {
   BeginAsOther();
   Foreign("a");
-  Deliver(Mark{mSite.Token(), 2});
+  Deliver(Mark{mBrokers.site.Token(), 2});
   Foreign("b");
   Deliver(ManifestNow());
   EXPECT_TRUE(mNode.IsServing());
@@ -191,7 +191,7 @@ TEST_F(NodeTest, WhoDiffersTwiceWithinAMinuteStops) {
     DifferAt(mark);
     Pass(20s);
   }
-  EXPECT_TRUE(mListener.Heard("diverged " + std::to_string(mMark) + " stop"));
+  EXPECT_TRUE(mListener.Heard("diverged " + std::to_string(mBrokers.mark) + " stop"));
   EXPECT_FALSE(mNode.IsServing());
   mTransport.TakePublished();
   Pass(10s);
@@ -203,7 +203,7 @@ TEST_F(NodeTest, WhoDiffersAgainAfterAMinuteLoadsAgain) {
   for (std::uint64_t mark = 2; mark <= 3; ++mark) {
     DifferAt(mark);
     for (std::uint64_t second = 0; second < 61; ++second) {
-      Deliver(Renew{mSite.Token(), mSite.Renewals() + 1});
+      Deliver(Renew{mBrokers.site.Token(), mBrokers.site.Renewals() + 1});
       Pass(1s);
     }
   }
@@ -213,52 +213,54 @@ TEST_F(NodeTest, WhoDiffersAgainAfterAMinuteLoadsAgain) {
 
 TEST_F(NodeTest, AMissingPieceMakesItLookForANewerSnapshot) {
   Write(Take{Origin(2), 0});
-  Write(Mark{mSite.Token(), 1});
+  Write(Mark{mBrokers.site.Token(), 1});
   mNode.OnOpened(Newest(ManifestNow()));
-  const Sequence first = mMark;
+  const Sequence first = mBrokers.mark;
   mNode.OnFetched(first, std::nullopt);
   EXPECT_EQ(mTransport.reads, std::vector<Sequence>{0}) << "all that is kept";
   ReadAgain(0);
   EXPECT_FALSE(mNode.IsServing());
-  Deliver(Mark{mSite.Token(), 2});
+  Deliver(Mark{mBrokers.site.Token(), 2});
   Deliver(ManifestNow());
-  EXPECT_EQ(mTransport.fetched.back(), mMark);
+  EXPECT_EQ(mTransport.fetched.back(), mBrokers.mark);
   mNode.OnFetched(first, std::nullopt);  // Late, of the one before.
-  mNode.OnFetched(mMark, mSnapshot);
-  ReadAgain(mMark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
 }
 
 TEST_F(NodeTest, AMissingPieceIsAskedForAgain) {
   Write(Take{Origin(2), 0});
-  Write(Mark{mSite.Token(), 1});
+  Write(Mark{mBrokers.site.Token(), 1});
   mNode.OnOpened(Newest(ManifestNow()));
   Pass(100ms);
-  mNode.OnFetched(mMark, mSnapshot + "x");
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot + "x");
   EXPECT_EQ(mTransport.fetched.size(), 1U);
   Pass(1s);
   EXPECT_EQ(mTransport.fetched.size(), 2U);
-  mNode.OnFetched(mMark, mSnapshot);
-  ReadAgain(mMark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
 }
 
 TEST_F(NodeTest, ASnapshotThatIsNotWhatWasStoredIsSaidOnceAndAskedForAgain) {
   Write(Take{Origin(2), 0});
-  Write(Mark{mSite.Token(), 1});
+  Write(Mark{mBrokers.site.Token(), 1});
   mNode.OnOpened(Newest(ManifestNow()));
-  for (const std::string& bytes : {mSnapshot + "x", std::string(mSnapshot.size(), 'x')}) {
-    mNode.OnFetched(mMark, bytes);
+  for (const std::string& bytes :
+       {mBrokers.snapshot + "x", std::string(mBrokers.snapshot.size(), 'x')}) {
+    mNode.OnFetched(mBrokers.mark, bytes);
     Pass(1100ms);
   }
-  EXPECT_EQ(mTransport.fetched, (std::vector<Sequence>{mMark, mMark, mMark}));
+  EXPECT_EQ(mTransport.fetched,
+            (std::vector<Sequence>{mBrokers.mark, mBrokers.mark, mBrokers.mark}));
   ASSERT_TRUE(mListener.Heard("word: The site's snapshot is not what its host has stored"));
   mListener.words.clear();
-  mNode.OnFetched(mMark, "x");
+  mNode.OnFetched(mBrokers.mark, "x");
   EXPECT_FALSE(mListener.Heard("word"));
   EXPECT_FALSE(mNode.IsServing());
-  mNode.OnFetched(mMark, mSnapshot);
-  ReadAgain(mMark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
 }
 
@@ -268,15 +270,15 @@ TEST_F(NodeTest, WhoHasMissedAForgottenPartBeginsWithASnapshot) {
   mNode.Flush();
   for (const Batch& batch : mTransport.TakePublished<Batch>()) Write(batch);
   Write(ForeignBatch("a"));
-  const Sequence forgotten = mLog.size();
-  Write(Mark{mSite.Token(), 2});
+  const Sequence forgotten = mBrokers.log.size();
+  Write(Mark{mBrokers.site.Token(), 2});
   Write(ManifestNow());
   ReadAgain(forgotten);
   EXPECT_FALSE(mNode.IsServing());
   EXPECT_EQ(mState.text, "begin;") << "nothing is applied behind a gap";
-  mNode.OnFetched(mMark, mSnapshot);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
   EXPECT_TRUE(mListener.Heard("passed " + std::to_string(*mine)));
-  ReadAgain(mMark);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
   EXPECT_EQ(mState.text, "begin;mine;a;");
   EXPECT_EQ(mNode.Waiting(), 0U);
@@ -287,8 +289,8 @@ TEST_F(NodeTest, OpenedAnewItNoLongerServesAndLooksForASnapshotThatIsThere) {
   Foreign("a");
   mListener.words.clear();
   Write(ForeignBatch("b"));
-  Write(Mark{mSite.Token(), 2});
-  const Sequence gone = mMark;
+  Write(Mark{mBrokers.site.Token(), 2});
+  const Sequence gone = mBrokers.mark;
   mNode.OnOpened(Newest(ManifestNow()));  // "b" is forgotten.
   EXPECT_TRUE(mListener.Heard("not serving"));
   EXPECT_EQ(mTransport.fetched.back(), gone);
@@ -297,13 +299,13 @@ TEST_F(NodeTest, OpenedAnewItNoLongerServesAndLooksForASnapshotThatIsThere) {
   ASSERT_EQ(mTransport.reads.size(), reads + 1);
   EXPECT_EQ(mTransport.reads.back(), 0U) << "all that is kept";
 
-  const Sequence forgotten = mLog.size();
-  Write(Mark{mSite.Token(), 3});
+  const Sequence forgotten = mBrokers.log.size();
+  Write(Mark{mBrokers.site.Token(), 3});
   Write(ManifestNow());
   ReadAgain(forgotten);
-  EXPECT_EQ(mTransport.fetched.back(), mMark);
-  mNode.OnFetched(mMark, mSnapshot);
-  ReadAgain(mMark);
+  EXPECT_EQ(mTransport.fetched.back(), mBrokers.mark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
   EXPECT_EQ(mState.text, "begin;a;b;");
 }
@@ -316,16 +318,16 @@ TEST_F(NodeTest, OpenedAnewItDoesNotLoadWhatIsOlderThanItsOwnState) {
   mNode.OnOpened(Newest(ManifestNow()));
   EXPECT_EQ(mTransport.fetched.size(), fetched);
   EXPECT_EQ(mTransport.reads.back(), 0U);
-  const Sequence forgotten = mLog.size();
+  const Sequence forgotten = mBrokers.log.size();
   Write(ManifestNow());  // Doubled.
-  Write(Mark{mSite.Token(), 2});
+  Write(Mark{mBrokers.site.Token(), 2});
   ReadAgain(forgotten);
   EXPECT_EQ(mTransport.fetched.size(), fetched);
   EXPECT_FALSE(mNode.IsServing());
   Deliver(ManifestNow());
-  EXPECT_EQ(mTransport.fetched.back(), mMark);
-  mNode.OnFetched(mMark, mSnapshot);
-  ReadAgain(mMark);
+  EXPECT_EQ(mTransport.fetched.back(), mBrokers.mark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
 }
 
@@ -334,14 +336,14 @@ TEST_F(NodeTest, OpenedAnewWithoutAManifestItAppliesNothingToWhatItHas) {
   mNode.OnOpened(std::nullopt);
   mNode.OnCaughtUp();
   EXPECT_FALSE(mNode.IsServing());
-  mNode.OnEntry(1, Encode(mLog[0]));
+  mNode.OnEntry(1, Encode(mBrokers.log[0]));
   mNode.OnEntry(2, Encode(ForeignBatch("a")));
   EXPECT_EQ(mState.text, "begin;");
 }
 
 TEST_F(NodeTest, AManifestOfAMarkThatIsStillToComeIsNotBelieved) {
   Write(Take{Origin(2), 0});
-  Write(Mark{mSite.Token(), 1});
+  Write(Mark{mBrokers.site.Token(), 1});
   Manifest wrong = ManifestNow();
   wrong.mark = 4;
   mNode.OnOpened(Newest(wrong));
@@ -352,9 +354,9 @@ TEST_F(NodeTest, AManifestOfAMarkThatIsStillToComeIsNotBelieved) {
   mNode.OnEntry(Write(wrong), Encode(wrong));  // A gap: it looks for a manifest.
   EXPECT_TRUE(mTransport.fetched.empty());
   Deliver(ManifestNow());
-  ASSERT_EQ(mTransport.fetched, std::vector<Sequence>{mMark});
-  mNode.OnFetched(mMark, mSnapshot);
-  ReadAgain(mMark);
+  ASSERT_EQ(mTransport.fetched, std::vector<Sequence>{mBrokers.mark});
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
 }
 
@@ -375,12 +377,12 @@ TEST_F(NodeTest, AMarkFollowsTenThousandChangesInWhateverEntries) {
   BeginAsKeeper();
   Pass(kMarkAtMostEach);
   Return();
-  std::uint64_t marks = mSite.Marks();
+  std::uint64_t marks = mBrokers.site.Marks();
   std::uint64_t changes = 0;
   while (changes < kMarkAfterChanges) {
     Pass(100ms);
     Return();
-    EXPECT_EQ(mSite.Marks(), marks) << changes;
+    EXPECT_EQ(mBrokers.site.Marks(), marks) << changes;
     Batch batch{Origin(2), 0, changes + 1, {}};
     for (int i = 0; i < 50; ++i, ++changes) batch.items.emplace_back(ChangeOf("x"));
     if (changes == kMarkAfterChanges) mTransport.TakePublished();
@@ -407,23 +409,25 @@ TEST_F(NodeTest, SessionsAreKnownByTheirEntry) {
   mNode.Flush();
   EXPECT_EQ(mNode.FindSession(Sid(7)), 0U);
   Return();
-  const Sequence session = mLog.size();
+  const Sequence session = mBrokers.log.size();
   EXPECT_EQ(mNode.FindSession(Sid(7)), session);
   EXPECT_TRUE(mListener.Heard("session " + std::to_string(session) + " data mine"));
-  Deliver(SessionEnd{mSite.Token(), session, session});
+  Deliver(SessionEnd{mBrokers.site.Token(), session, session});
   EXPECT_TRUE(mListener.Heard("end " + std::to_string(session)));
   EXPECT_EQ(mNode.Session(session), nullptr);
 }
 
 TEST_F(NodeTest, ReadingAgainEndsNoSessionThatLives) {
   BeginAsOther();
-  const Sequence old = Deliver(Batch{Origin(2), 0, ++mForeign, {SessionStart{Sid(1), 0, "a"}}});
+  const Sequence old =
+      Deliver(Batch{Origin(2), 0, ++mBrokers.foreign, {SessionStart{Sid(1), 0, "a"}}});
   mState.text += "ray;";
-  Deliver(Mark{mSite.Token(), 2});
-  const Sequence fresh = Deliver(Batch{Origin(2), 0, ++mForeign, {SessionStart{Sid(2), 0, "b"}}});
+  Deliver(Mark{mBrokers.site.Token(), 2});
+  const Sequence fresh =
+      Deliver(Batch{Origin(2), 0, ++mBrokers.foreign, {SessionStart{Sid(2), 0, "b"}}});
   Deliver(ManifestNow());
-  mNode.OnFetched(mMark, mSnapshot);
-  ReadAgain(mMark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
   EXPECT_FALSE(mListener.Heard("end"));
   EXPECT_NE(mNode.Session(old), nullptr);
   EXPECT_NE(mNode.Session(fresh), nullptr);
@@ -469,8 +473,8 @@ TEST_F(NodeTest, AnAwayLogIsSaidOnceAndAskedForNothing) {
 TEST_F(NodeTest, GarbageIsCountedAndSaidOnce) {
   BeginAsOther();
   for (const std::string bytes : {"", "garbage", "\x02"}) {
-    mLog.emplace_back(Renew{});
-    mNode.OnEntry(mLog.size(), bytes);
+    mBrokers.log.emplace_back(Renew{});
+    mNode.OnEntry(mBrokers.log.size(), bytes);
   }
   EXPECT_EQ(mNode.Count().refusedEntries, 3U);
   int words = 0;
@@ -489,8 +493,8 @@ TEST_F(NodeTest, SaysThatItsResourceFilesAreOthers) {
 TEST_F(NodeTest, AnEntryThatComesTwiceIsAppliedOnce) {
   BeginAsOther();
   const Sequence sequence = Foreign("a");
-  mNode.OnEntry(sequence, Encode(mLog.back()));
-  Deliver(Entry(mLog.back()));
+  mNode.OnEntry(sequence, Encode(mBrokers.log.back()));
+  Deliver(Entry(mBrokers.log.back()));
   EXPECT_EQ(mState.text, "begin;a;");
 }
 

@@ -13,39 +13,16 @@ using namespace std::chrono_literals;
 class OtherLogTest : public NodeTest {
  protected:
   // What the brokers have at this moment, to go back to.
-  void BackUp() {
-    mOldLog = mLog;
-    mOldSite = mSite;
-    mOldText = mSiteText;
-    mOldForeign = mForeign;
-    mOldSnapshot = mSnapshot;
-    mOldMark = mMark;
-  }
-  void Restore() {
-    mLog = mOldLog;
-    mSite = mOldSite;
-    mSiteText = mOldText;
-    mForeign = mOldForeign;
-    mSnapshot = mOldSnapshot;
-    mMark = mOldMark;
-  }
-  void DeleteLog() {
-    mLog.clear();
-    mSite = State(Rules());
-    mForeign = 0;
-  }
+  void BackUp() { mBackUp = mBrokers; }
+  void DeleteLog() { mBrokers = {}; }
   // The log was put back, and its newest manifest is the one that the node began with.
   void TellRestored() {
-    Restore();
-    mNode.OnOtherLog(TransportListener::NewestManifest{mMark + 1, Encode(mLog[mMark])});
+    mBrokers = mBackUp;
+    const Sequence mark = mBrokers.mark;
+    mNode.OnOtherLog(TransportListener::NewestManifest{mark + 1, Encode(mBrokers.log[mark])});
   }
 
-  std::vector<Entry> mOldLog;
-  State mOldSite{Rules()};
-  std::string mOldText;
-  std::uint64_t mOldForeign = 0;
-  std::string mOldSnapshot;
-  Sequence mOldMark = 0;
+  Brokers mBackUp;
 };
 
 TEST_F(OtherLogTest, WithoutItsEndTheHostBeginsAnewWithTheNewestSnapshotAndSaysSo) {
@@ -59,10 +36,10 @@ TEST_F(OtherLogTest, WithoutItsEndTheHostBeginsAnewWithTheNewestSnapshotAndSaysS
   EXPECT_TRUE(mListener.Heard("word: The site's log is not the one that this host has read"));
   EXPECT_FALSE(mNode.IsServing());
   EXPECT_FALSE(mNode.Submit(ChangeOf("x")));
-  EXPECT_EQ(mTransport.fetched.back(), mMark);
-  mNode.OnFetched(mMark, mSnapshot);
-  EXPECT_EQ(mTransport.reads.back(), mMark);
-  ReadAgain(mMark);
+  EXPECT_EQ(mTransport.fetched.back(), mBrokers.mark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  EXPECT_EQ(mTransport.reads.back(), mBrokers.mark);
+  ReadAgain(mBrokers.mark);
   EXPECT_TRUE(mNode.IsServing());
   Foreign("other");
   EXPECT_EQ(mState.text, "begin;kept;other;");
@@ -80,8 +57,8 @@ TEST_F(OtherLogTest, OwnChangesThatWaitAreRefusedByTheNewLogAndLaterOnesCount) {
   mTransport.TakePublished();
 
   TellRestored();
-  mNode.OnFetched(mMark, mSnapshot);
-  ReadAgain(mMark);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
   Pass(100ms);
   EXPECT_FALSE(mListener.Heard("refused")) << "it may still come";
   Return();
@@ -96,13 +73,13 @@ TEST_F(OtherLogTest, ItsOldMarksSayNothingOfTheNewOnes) {
   BeginAsOther();
   BackUp();
   Foreign("lost");
-  Deliver(Mark{mSite.Token(), 2});
+  Deliver(Mark{mBrokers.site.Token(), 2});
   TellRestored();
-  mNode.OnFetched(mMark, mSnapshot);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
   mListener.words.clear();
-  ReadAgain(mMark);
+  ReadAgain(mBrokers.mark);
   Foreign("other");
-  Deliver(Mark{mSite.Token(), 2});
+  Deliver(Mark{mBrokers.site.Token(), 2});
   Deliver(ManifestNow());
   EXPECT_FALSE(mListener.Heard("diverged"));
   EXPECT_TRUE(mNode.IsServing());
@@ -145,13 +122,13 @@ TEST_F(OtherLogTest, ASessionInThePlaceOfAnotherIsThatOneNoMore) {
   BeginAsOther();
   BackUp();
   const auto start = [this](unsigned char sid, const std::string& data) {
-    return Deliver(Batch{Origin(2), 0, ++mForeign, {SessionStart{Sid(sid), 0, data}}});
+    return Deliver(Batch{Origin(2), 0, ++mBrokers.foreign, {SessionStart{Sid(sid), 0, data}}});
   };
   const Sequence session = start(1, "first");
   TellRestored();
-  mNode.OnFetched(mMark, mSnapshot);
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
   mListener.words.clear();
-  ReadAgain(mMark);
+  ReadAgain(mBrokers.mark);
   ASSERT_EQ(start(2, "second"), session);
   EXPECT_TRUE(mListener.Heard("end " + std::to_string(session)));
   EXPECT_TRUE(mListener.Heard("session " + std::to_string(session) + " second"));
@@ -181,12 +158,106 @@ TEST_F(OtherLogTest, WhatNobodyCouldLoadIsNotStoredAndSaidOnce) {
   EXPECT_FALSE(mTransport.stored.empty());
 }
 
+// Nothing changes, so there would be no other occasion.
+TEST_F(OtherLogTest, TheKeeperStoresANewSnapshotWhenAllAreGoneAndSaysSoOnce) {
+  BeginAsKeeper();
+  Pass(10s);
+  mTransport.stored.clear();
+  Return();
+  ASSERT_TRUE(mTransport.stored.empty());
+
+  for (int i = 0; i < 20; ++i) {
+    mNode.OnNoSnapshots();
+    Pass(100ms);
+    Return();
+  }
+  ASSERT_EQ(mTransport.stored.size(), 1U);
+  int words = 0;
+  for (const std::string& word : mListener.words) words += word.find("none of") != word.npos;
+  EXPECT_EQ(words, 1);
+  mNode.OnStored(mTransport.stored[0].first, true);
+  Pass(1100ms);
+  Return();
+  const Sequence newest = mTransport.stored[0].first;
+  for (int i = 0; i < 100; ++i) {
+    Pass(100ms);
+    Return();
+  }
+  EXPECT_EQ(mTransport.stored.size(), 1U) << "it is there";
+  EXPECT_EQ(mBrokers.mark, newest);
+}
+
+TEST_F(OtherLogTest, WhoDoesNotKeepTheSiteMarksNothingWhenSnapshotsAreGone) {
+  BeginAsOther();
+  Pass(2s);
+  mTransport.TakePublished();
+  mNode.OnNoSnapshots();
+  Pass(900ms);
+  EXPECT_TRUE(mTransport.TakePublished<Mark>().empty());
+  EXPECT_FALSE(mListener.Heard("word: The brokers have none"));
+}
+
+TEST_F(OtherLogTest, BeforeTheFirstSnapshotNoneIsMissed) {
+  mNode.OnOpened(std::nullopt);
+  mNode.OnCaughtUp();
+  mNode.OnNoSnapshots();
+  Pass(100ms);
+  Return();
+  Pass(100ms);
+  mNode.OnNoSnapshots();
+  Return();
+  EXPECT_EQ(mTransport.stored.size(), 1U);
+  EXPECT_FALSE(mListener.Heard("word: The brokers have none"));
+}
+
+// The log may be another one, which the host has not been told yet.
+TEST_F(OtherLogTest, NoSnapshotIsAnnouncedWhileNoRenewalComesBack) {
+  BeginAsKeeper();
+  mTransport.stored.clear();
+  mNode.Submit(ChangeOf("x"));
+  for (int i = 0; i < 700 && mTransport.stored.empty(); ++i) {
+    Pass(100ms);
+    Return();
+  }
+  ASSERT_EQ(mTransport.stored.size(), 1U) << "the second snapshot";
+  Pass(2s);
+  mNode.OnStored(mTransport.stored[0].first, true);
+  Pass(5s);
+  EXPECT_TRUE(mTransport.TakePublished<Manifest>().empty());
+  Pass(100ms);
+  Return();
+  Pass(1s);
+  Return();
+  Pass(1s);
+  EXPECT_FALSE(mTransport.TakePublished<Manifest>().empty());
+}
+
+// A log that is another one, which the host has not been told yet, would lose its beginning.
+TEST_F(OtherLogTest, NothingIsForgottenWhileNoRenewalComesBack) {
+  BeginAsKeeper();
+  mTransport.stored.clear();
+  mNode.Submit(ChangeOf("x"));
+  for (int i = 0; i < 700 && mTransport.stored.empty(); ++i) {
+    Pass(100ms);
+    Return();
+  }
+  ASSERT_EQ(mTransport.stored.size(), 1U) << "the second snapshot";
+  mNode.OnStored(mTransport.stored[0].first, true);
+  Pass(100ms);
+  Return();
+  Pass(70s);
+  EXPECT_TRUE(mTransport.forgotten.empty());
+  Return();
+  Pass(100ms);
+  EXPECT_EQ(mTransport.forgotten.size(), 1U);
+}
+
 TEST_F(OtherLogTest, ASnapshotThatStaysAwayIsSaidOnceAndAskedForOn) {
   Write(Take{Origin(2), 0});
-  Write(Mark{mSite.Token(), 1});
+  Write(Mark{mBrokers.site.Token(), 1});
   mNode.OnOpened(Newest(ManifestNow()));
   for (int i = 0; i < 30; ++i) {
-    mNode.OnFetched(mMark, std::nullopt);
+    mNode.OnFetched(mBrokers.mark, std::nullopt);
     Pass(1100ms);
   }
   EXPECT_EQ(mTransport.fetched.size(), 31U);

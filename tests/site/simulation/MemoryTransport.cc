@@ -10,6 +10,9 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t kReconnectBuffer = 200;
 
+// Brokers that have just been elected may not know the end of the log.
+constexpr Ms kShortFor = 5s;
+
 }  // namespace
 
 bool MemoryTransport::Publish(std::string entry) {
@@ -57,7 +60,7 @@ void MemoryTransport::Fetch(Sequence mark, std::uint32_t /*pieces*/) {
 }
 
 void MemoryTransport::Forget(Sequence first) {
-  if (!IsCut()) mLog.Forget(first);
+  if (!IsCut() && !mLog.IsAway()) mLog.Forget(first);
 }
 
 void MemoryTransport::AnswerLater(std::function<void(TransportListener&)> give) {
@@ -82,16 +85,48 @@ void MemoryTransport::Deliver(TransportListener& listener, Ms now) {
     if (!std::exchange(mIsOpened, true)) listener.OnOpened(mLog.NewestManifest());
     listener.OnAnswered();
   }
-  if (mIsReading) DeliverEntries(listener, now);
+  if (mIsReading && !mLog.IsAway()) NoticeOtherLog(listener, now);
+  if (mIsReading && !IsShort()) DeliverEntries(listener, now);
+}
+
+bool MemoryTransport::IsShort() const { return mLog.Last() < std::max(mKnown, mLast); }
+
+bool MemoryTransport::HasOtherLog() const {
+  if (IsShort()) return true;
+  return mKnown != 0 && mKnown >= mLog.FirstKept() && mLog.At(mKnown).stamp != mStamp;
+}
+
+// By its length, which has to stay so for a while, or by the last known entry, which comes once
+// more when the brokers are there again.
+void MemoryTransport::NoticeOtherLog(TransportListener& listener, Ms now) {
+  if (!IsShort()) mShortSince.reset();
+  if (IsShort() && !mShortSince) mShortSince = now;
+  const bool isKnownNext = mLast <= mKnown && mKnown <= mLast + 1 && !IsShort() && HasOtherLog();
+  if (!isKnownNext && !(mShortSince && now - *mShortSince > kShortFor)) return;
+  mIsReading = false;
+  mShortSince.reset();
+  mKnown = 0;
+  if (tellsOtherLog) {
+    listener.OnOtherLog(mLog.NewestManifest());
+  } else {
+    listener.OnOpened(mLog.NewestManifest());
+  }
 }
 
 void MemoryTransport::DeliverEntries(TransportListener& listener, Ms now) {
+  if (mLast >= mKnown && HasOtherLog()) return;
   const Ms lag = now < mLagUntil ? mLag : 2ms;
+  mReadUpTo = std::min(mReadUpTo, mLog.Last());
   // What was forgotten is left out. A listener may begin to read elsewhere.
   for (;;) {
     const Sequence next = std::max(mLast + 1, mLog.FirstKept());
     if (next > mLog.Last() || mLog.At(next).at + lag > now) break;
+    if (next == mKnown && mLog.At(next).stamp != mStamp) return;  // Noticed with the next step.
     mLast = next;
+    if (next > mKnown) {
+      mKnown = next;
+      mStamp = mLog.At(next).stamp;
+    }
     mDeliveredAt = now;
     // A copy: the log may grow meanwhile.
     const std::string bytes = mLog.At(next).bytes;

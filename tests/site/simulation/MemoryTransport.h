@@ -2,6 +2,7 @@
 #ifndef TESTS_SITE_SIMULATION_MEMORYTRANSPORT_H_
 #define TESTS_SITE_SIMULATION_MEMORYTRANSPORT_H_
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <optional>
@@ -39,11 +40,16 @@ class MemoryTransport final : public Transport {
 
   bool IsCut() const { return mNow < mCutUntil; }
   bool IsTroubled() const { return IsCut() || mNow < mRefusesUntil || mNow < mLagUntil; }
+  // What it has delivered is not in the log, which the host has not been told yet.
+  bool HasOtherLog() const;
   // When an entry was delivered last.
   Ms DeliveredAt() const { return mDeliveredAt; }
 
   // Sees each entry that the host publishes.
   std::function<void(const std::string&)> onPublish;
+
+  // A rule taken out: the host is not told that the log is another one.
+  bool tellsOtherLog = true;
 
  private:
   struct Answer {
@@ -51,6 +57,8 @@ class MemoryTransport final : public Transport {
     std::function<void(TransportListener&)> give;
   };
 
+  bool IsShort() const;
+  void NoticeOtherLog(TransportListener& listener, Ms now);
   void DeliverEntries(TransportListener& listener, Ms now);
   void AnswerLater(std::function<void(TransportListener&)> give);
 
@@ -59,7 +67,10 @@ class MemoryTransport final : public Transport {
   Ms mNow{0};
   bool mIsOpened = false;
   bool mIsReading = false, mHasCaughtUp = false;
-  Sequence mLast = 0;      // Delivered, of this reading.
+  Sequence mLast = 0;        // Delivered, of this reading.
+  Sequence mKnown = 0;       // The last that was delivered, of any reading,
+  std::uint64_t mStamp = 0;  // and its stamp.
+  std::optional<Ms> mShortSince;
   Sequence mReadUpTo = 0;  // What the log held when the reading began.
   std::deque<Answer> mAnswers;
   std::deque<std::string> mReconnectBuffer;  // Sent when the link is back.

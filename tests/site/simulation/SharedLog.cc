@@ -30,7 +30,7 @@ void SharedLog::Publish(const std::string& bytes, Ms now) {
 void SharedLog::Arrive(const std::string& bytes, Ms at) { mOnTheWay.emplace(at, bytes); }
 
 void SharedLog::Enter(const std::string& bytes) {
-  mEntries.push_back({bytes, mNow});
+  mEntries.push_back({bytes, mNow, ++mLastStamp});
   const auto entry = DecodeEntry(bytes);
   if (std::holds_alternative<Manifest>(*entry)) mNewestManifest = Last();
   if (onEnter) onEnter(Last(), *entry);
@@ -47,6 +47,37 @@ void SharedLog::CalmDown(Ms now) {
   mElectionUntil = std::min(mElectionUntil, now);
   mFollowerUntil = std::min(mFollowerUntil, now);
   mPieceMissingUntil = std::min(mPieceMissingUntil, now);
+}
+
+void SharedLog::LoseEnd(Ms since, Ms until) {
+  Sequence last = Last();
+  while (last > 0 && At(last).at >= since) --last;
+  CutAt(last, until);
+}
+
+void SharedLog::Empty(bool alsoSnapshots, Ms until) {
+  CutAt(0, until);
+  mFirstKept = 1;
+  if (alsoSnapshots) mSnapshots.clear();
+}
+
+void SharedLog::PutBack(Ms until) {
+  const Copy copy = mBackUp;
+  CutAt(copy.last, until);
+  mFirstKept = copy.firstKept;
+  mSnapshots = copy.snapshots;
+}
+
+void SharedLog::CutAt(Sequence last, Ms until) {
+  mEntries.resize(last);
+  mFirstKept = std::min(mFirstKept, last + 1);
+  mOnTheWay.clear();
+  mForwarded.clear();
+  mElectionUntil = until;
+  if (mBackUp.last > last) mBackUp = {};  // Its entries are another log's.
+  mNewestManifest = last;
+  const auto isManifest = [this](Sequence at) { return IsManifest(At(at).bytes); };
+  while (mNewestManifest > 0 && !isManifest(mNewestManifest)) --mNewestManifest;
 }
 
 std::optional<TransportListener::NewestManifest> SharedLog::NewestManifest() const {

@@ -5,9 +5,11 @@
 //   after its sender has given it up.
 // - A follower that is stopped forwards a second time, when it wakes up, what it had forwarded.
 // - Snapshots are stored in pieces, of which one may be missing for a while.
+// - It may become another log: without its end, put back to a back-up, or empty.
 #ifndef TESTS_SITE_SIMULATION_SHAREDLOG_H_
 #define TESTS_SITE_SIMULATION_SHAREDLOG_H_
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -25,6 +27,7 @@ class SharedLog {
   struct Stored {
     std::string bytes;
     Ms at{0};
+    std::uint64_t stamp = 0;  // No other entry has it, in whatever log.
   };
   // How bad the times are, in thousandths.
   struct Weather {
@@ -45,6 +48,14 @@ class SharedLog {
   void LoseAPiece(Ms until) { mPieceMissingUntil = until; }
   void CalmDown(Ms now);
 
+  // Another log is the same up to an entry, after which none is left. It is away until then, and
+  // what was on its way is gone with the brokers.
+  void LoseEnd(Ms since, Ms until);
+  void Empty(bool alsoSnapshots, Ms until);
+  void BackUp() { mBackUp = {Last(), mFirstKept, mSnapshots}; }
+  bool HasBackUp() const { return mBackUp.last != 0; }
+  void PutBack(Ms until);
+
   bool IsAway() const { return mNow < mElectionUntil; }
 
   // Sees each entry that comes in.
@@ -60,6 +71,14 @@ class SharedLog {
   std::optional<std::string> Fetch(Sequence mark) const;
 
  private:
+  // What the copied folders of the brokers hold; with the entries that the log has still.
+  struct Copy {
+    Sequence last = 0;
+    Sequence firstKept = 1;
+    std::map<Sequence, std::string> snapshots;
+  };
+
+  void CutAt(Sequence last, Ms until);
   void Arrive(const std::string& bytes, Ms at);
   void Enter(const std::string& bytes);
   void ForwardAgain();
@@ -68,6 +87,8 @@ class SharedLog {
   Ms mNow{0};
   std::vector<Stored> mEntries;
   Sequence mFirstKept = 1;
+  std::uint64_t mLastStamp = 0;
+  Copy mBackUp;
   std::multimap<Ms, std::string> mOnTheWay;  // By when they arrive.
   std::map<Sequence, std::string> mSnapshots;
   Sequence mNewestManifest = 0;

@@ -50,6 +50,7 @@ SimHost::SimHost(World& world, int start)
       mClock(world.random.Ms(0, 1'000'000)),
       mNextTick(world.now + world.random.Ms(0, 99)),
       mTroubledAt(world.now) {
+  mTransport.tellsOtherLog = world.tellsOtherLog;
   mTransport.onPublish = [this](const std::string& bytes) {
     const auto entry = DecodeEntry(bytes);
     const auto* end = std::get_if<SessionEnd>(&*entry);
@@ -135,7 +136,10 @@ void SimHost::Apply(Sequence sequence, const Change& change, std::optional<Ticke
   const Handed what = HandedOf(change.command);
   const bool isSeenBefore = mWorld.applyAtOnce && what.start == mStart && mine;
   if (!isSeenBefore || change.token != 0) {
-    mWorld.truth.OnApplied(mModel.Count(), sequence, what, change.token);
+    // Until it has the site's beginning, it applies to its own.
+    if (mHasBeginning) {
+      mWorld.truth.OnApplied(mModel.Count(), sequence, what, change.token);
+    }
     mModel.Apply(change.dialog, change.command);
   }
   if (!mine) return;
@@ -146,7 +150,14 @@ void SimHost::Apply(Sequence sequence, const Change& change, std::optional<Ticke
   mWorld.truth.OnAccepted(what);
 }
 
+bool SimHost::Load(std::string_view bytes) {
+  const bool isLoaded = mModel.Load(bytes);
+  if (isLoaded) mHasBeginning = true;
+  return isLoaded;
+}
+
 void SimHost::OnServing(bool isServing) {
+  if (isServing) mHasBeginning = true;
   mWorld.Trace(Name() + (isServing ? " serves" : " serves no longer"));
 }
 
@@ -190,6 +201,7 @@ void SimHost::OnSessionStart(Sequence session, const SessionStart& start,
 void SimHost::OnSessionEnd(Sequence session) {
   if (mSessions.erase(session) == 0) mWorld.truth.Fail(Name() + " hears of an unknown session");
   const Sequence last = mNode.LastApplied();
+  if (last == 0) return;  // It was in a log that is no more.
   const auto entry = DecodeEntry(mWorld.log.At(last).bytes);
   const auto* end = std::get_if<SessionEnd>(&*entry);
   if (end == nullptr || end->session != session || !mWorld.clocksAreTrue) return;
@@ -206,6 +218,11 @@ void SimHost::OnDiverged(Sequence mark, bool /*mustStop*/) {
   mWorld.truth.Fail(Name() + " has another state than the keeper at " + std::to_string(mark));
 }
 
-void SimHost::OnWord(const std::string& line) { mWorld.Trace(Name() + ": " + line); }
+void SimHost::OnWord(const std::string& line) {
+  mWorld.Trace(Name() + ": " + line);
+  if (line.find("is not the one that this host has read") == std::string::npos) return;
+  ++mOtherLogs;
+  mHasBeginning = false;
+}
 
 }  // namespace dorn::site::simulation

@@ -35,6 +35,7 @@ struct World {
   bool isQuiet = false;  // Nobody does anything by itself.
   Rules rules;
   bool applyAtOnce = false;  // A rule taken out: changes are applied before they come back.
+  bool tellsOtherLog = true;
   bool isTraced = false;
 };
 
@@ -57,9 +58,12 @@ class SimHost final : public SharedState, public NodeListener {
   bool IsStopped() const { return mWorld.now < mStoppedUntil; }
   const Node& GetNode() const { return mNode; }
   int Start() const { return mStart; }
+  // Its dialogs are those of the site behind some entry, and as far as it can know of this log.
+  bool HasSite() const { return mHasBeginning && !mTransport.HasOtherLog(); }
   // When it was last asked to keep the site.
   Ms KeptAt() const { return mKeptAt; }
   std::size_t Applied() const { return mModel.Count(); }
+  std::size_t OtherLogs() const { return mOtherLogs; }  // So often it has said so.
   std::string SaveModel() const { return mModel.Save(); }
 
   // One more change; whether it was taken.
@@ -68,7 +72,7 @@ class SimHost final : public SharedState, public NodeListener {
   // --- SharedState ---
   void Apply(Sequence sequence, const Change& change, std::optional<Ticket> mine) override;
   std::string Save() override { return mModel.Save(); }
-  bool Load(std::string_view bytes) override { return mModel.Load(bytes); }
+  bool Load(std::string_view bytes) override;
   Digest Resources() override { return {}; }
 
   // --- NodeListener ---
@@ -109,6 +113,8 @@ class SimHost final : public SharedState, public NodeListener {
   Ms mTroubledAt{0};  // Its way to the log, or the log, was not in order for the last time.
   Ms mKeptAt{-1'000'000};
   int mNumber = 0;
+  std::size_t mOtherLogs = 0;
+  bool mHasBeginning = false;  // Its dialogs are those of the site, behind some entry.
   int mBurst = 0;
   std::map<Ticket, Own> mOwn;          // Whose outcome is not known.
   std::map<Sequence, bool> mSessions;  // Whether a station of this host uses it.

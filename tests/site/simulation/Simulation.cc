@@ -1,5 +1,8 @@
 #include "Simulation.h"
 
+#include <set>
+#include <utility>
+
 namespace dorn::site::simulation {
 namespace {
 
@@ -12,6 +15,7 @@ constexpr Ms kStep = 20ms;
 Simulation::Simulation(const Options& options) : mWorld(options.seed) {
   mWorld.rules = options.rules;
   mWorld.applyAtOnce = options.applyAtOnce;
+  mWorld.tellsOtherLog = options.tellsOtherLog;
   mWorld.isTraced = options.isTraced;
   mWorld.log.onEnter = [this](Sequence sequence, const Entry& entry) {
     mWorld.truth.OnEntered(sequence, entry, mWorld.now);
@@ -38,6 +42,7 @@ void Simulation::ChooseMix() {
   mMix.refusals = random.Chance(300);
   mMix.clocks = random.Chance(200);
   mMix.pieces = random.Chance(400);
+  mMix.replaces = random.Chance(200);
   mWorld.log.weather.doubled = random.Chance(500) ? random.Of(0, 200) : 0;
   mWorld.log.weather.late = random.Chance(500) ? random.Of(0, 200) : 0;
 }
@@ -76,6 +81,7 @@ void Simulation::Count(const SimHost& host) {
   mResult.takes += counters.takes;
   mResult.snapshotsLoaded += counters.snapshots;
   mResult.sentAgain += counters.sentAgain;
+  mResult.otherLogs += host.OtherLogs();
 }
 
 void Simulation::RunFor(Ms time, bool withFaults) {
@@ -115,7 +121,7 @@ void Simulation::Fault() {
 }
 
 void Simulation::FaultOfLog() {
-  switch (mWorld.random.Of(0, 2)) {
+  switch (mWorld.random.Of(0, mMix.replaces ? 3 : 2)) {
     case 0:
       if (!mMix.elections || mWorld.log.IsAway()) return;
       mWorld.Trace("an election");
@@ -124,11 +130,41 @@ void Simulation::FaultOfLog() {
       if (!mMix.followers) return;
       mWorld.Trace("a follower is stopped");
       return mWorld.log.StopFollower(mWorld.now + mWorld.random.Ms(1000, 30'000));
-    default:
+    case 2:
       if (!mMix.pieces) return;
       mWorld.Trace("pieces of snapshots are missing");
       return mWorld.log.LoseAPiece(mWorld.now + mWorld.random.Ms(500, 10'000));
+    default:
+      return ReplaceLog();
   }
+}
+
+// All brokers are down meanwhile. A host that has read nothing yet cannot know by anything that the
+// log is another one than that of which it loads the snapshot: it is started anew.
+void Simulation::ReplaceLog() {
+  SharedLog& log = mWorld.log;
+  const Ms until = mWorld.now + mWorld.random.Ms(500, 9000);
+  const int kind = mWorld.random.Of(0, 4);
+  if (kind <= 1 && !log.HasBackUp()) {
+    mWorld.Trace("the log is backed up");
+    return log.BackUp();
+  }
+  if (kind <= 1) {
+    mWorld.Trace("the log is put back to its back-up");
+    log.PutBack(until);
+  } else if (kind <= 3) {
+    mWorld.Trace("the log loses its end");
+    log.LoseEnd(mWorld.now - mWorld.random.Ms(0, 5000), until);
+  } else {
+    mWorld.Trace("the log is deleted");
+    log.Empty(mWorld.random.Chance(500), until);
+  }
+  std::set<std::size_t> show{0};
+  for (Place& place : mPlaces) {
+    if (place.host && !place.host->GetNode().IsServing()) Crash(place);
+    if (place.host) show.insert(place.host->Applied());
+  }
+  mWorld.truth.OnOtherLog(log, std::move(show));
 }
 
 void Simulation::FaultOf(Place& place) {
@@ -194,6 +230,9 @@ void Simulation::Check() {
     if (!place.host) continue;
     const SimHost& host = *place.host;
     const Sequence last = host.GetNode().LastApplied();
+    const bool isServing = host.GetNode().IsServing();
+    if (!host.HasSite()) continue;
+    if (isServing) mWorld.truth.OnBegun(host.Applied());
     if (last != 0 && host.Applied() != mWorld.truth.AppliedUpTo(last)) {
       mWorld.truth.Fail("host " + std::to_string(host.Start()) +
                         " has not applied what others have");

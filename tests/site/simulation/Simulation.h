@@ -16,13 +16,14 @@ struct Options {
   std::uint64_t seed = 1;
   Rules rules;
   bool applyAtOnce = false;
+  bool tellsOtherLog = true;
   bool isTraced = false;
 };
 
 struct Result {
   std::string wrong;  // Empty: everything held.
   std::size_t applied = 0, refused = 0, sessionsEnded = 0, entries = 0, starts = 0, takes = 0;
-  std::size_t snapshotsLoaded = 0, forgotten = 0, sentAgain = 0;
+  std::size_t snapshotsLoaded = 0, forgotten = 0, sentAgain = 0, otherLogs = 0;
 };
 
 class Simulation {
@@ -35,7 +36,8 @@ class Simulation {
   // What may go wrong in this schedule; each has its own mix.
   struct Mix {
     bool elections = false, followers = false, cuts = false, stops = false, crashes = false;
-    bool lags = false, refusals = false, clocks = false, pieces = false, bursts = false;
+    bool lags = false, refusals = false, clocks = false, pieces = false, bursts = false,
+         replaces = false;
   };
   // A place for a host; empty while the one there has crashed.
   struct Place {
@@ -48,6 +50,7 @@ class Simulation {
   void RunFor(Ms time, bool withFaults);
   void Fault();
   void FaultOfLog();
+  void ReplaceLog();
   void FaultOf(Place& place);
   void Crash(Place& place);
   void Count(const SimHost& host);

@@ -30,6 +30,7 @@ void Add(const Result& one, Result& all) {
   all.snapshotsLoaded += one.snapshotsLoaded;
   all.forgotten += one.forgotten;
   all.sentAgain += one.sentAgain;
+  all.otherLogs += one.otherLogs;
 }
 
 TEST(SimulationTest, EverythingHoldsInAllSchedulesAndTheyAreWorthPlaying) {
@@ -42,6 +43,7 @@ TEST(SimulationTest, EverythingHoldsInAllSchedulesAndTheyAreWorthPlaying) {
   EXPECT_GT(all.snapshotsLoaded, kSchedules);
   EXPECT_GT(all.forgotten, 0U);
   EXPECT_GT(all.sentAgain, 1000U);
+  EXPECT_GT(all.otherLogs, 50U);
 }
 
 TEST(SimulationTest, EverythingHoldsInSchedulesThatNobodyHasPlayedBefore) {
@@ -88,7 +90,9 @@ INSTANTIATE_TEST_SUITE_P(
         TakenOut{"Generation", [](Options& options) { options.rules.generation = false; }},
         TakenOut{"EndsTheIdleOnly",
                  [](Options& options) { options.rules.endsTheIdleOnly = false; }},
-        TakenOut{"ApplyWhenItComesBack", [](Options& options) { options.applyAtOnce = true; }}),
+        TakenOut{"ApplyWhenItComesBack", [](Options& options) { options.applyAtOnce = true; }},
+        TakenOut{"BeginsAnewWithAnotherLog",
+                 [](Options& options) { options.tellsOtherLog = false; }}),
     [](const auto& rule) { return std::string(rule.param.name); });
 
 }  // namespace

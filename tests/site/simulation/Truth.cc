@@ -1,6 +1,7 @@
 #include "Truth.h"
 
 #include <algorithm>
+#include <iterator>
 #include <variant>
 
 namespace dorn::site::simulation {
@@ -25,8 +26,10 @@ void Truth::OnRefused(const Handed& what) {
 }
 
 void Truth::OnApplied(std::size_t place, Sequence sequence, const Handed& what, Sequence token) {
-  if (place < mApplied.size()) {
-    const Application& first = mApplied[place];
+  OnBegun(place);
+  if (place < *mBegin) return Fail(Name(what) + " was applied by a host without the beginning");
+  if (place - *mBegin < mApplied.size()) {
+    const Application& first = mApplied[place - *mBegin];
     if (first.sequence != sequence || first.what < what || what < first.what) {
       Fail(Name(what) + " was applied by one host where another applied " + Name(first.what));
     }
@@ -41,14 +44,54 @@ void Truth::OnApplied(std::size_t place, Sequence sequence, const Handed& what, 
   // A former keeper's proposals must not come behind those of the present one.
   if (token != 0 && token < mLastToken) Fail(Name(what) + " is a former keeper's");
   mLastToken = std::max(mLastToken, token);
-  mApplied.push_back({sequence, what});
+  mApplied.push_back({sequence, what, token});
+}
+
+void Truth::OnBegun(std::size_t applied) {
+  if (mBegin) return;
+  mBegin = applied;
+  if (mShown.count(applied) == 0) Fail("an empty log began with what no host has shown");
+}
+
+void Truth::OnOtherLog(const SharedLog& log, std::set<std::size_t> show) {
+  const Sequence last = log.Last();
+  for (; !mApplied.empty() && mApplied.back().sequence > last; mApplied.pop_back()) {
+    mLost.insert(mApplied.back().what);
+    mPlaces.erase(mApplied.back().what);
+  }
+  mLastToken = 0;
+  for (const Application& each : mApplied) mLastToken = std::max(mLastToken, each.token);
+  if (!log.NewestManifest()) {
+    mBegin.reset();
+    mShown = std::move(show);
+  }
+  ForgetSessions(last);
+  for (Sequence sequence = 1; sequence <= last; ++sequence) {
+    OnEntered(sequence, *DecodeEntry(log.At(sequence).bytes), log.At(sequence).at);
+  }
+}
+
+void Truth::ForgetSessions(Sequence last) {
+  mOrders.clear();
+  mExtended.clear();
+  mExtendedAtEnd.clear();
+  mIntervals.erase(mIntervals.upper_bound(last), mIntervals.end());
+  const auto erase = [last](auto& map, const auto& isGone) {
+    for (auto each = map.begin(); each != map.end();) {
+      each = isGone(*each, last) ? map.erase(each) : std::next(each);
+    }
+  };
+  erase(mEnded, [](const auto& each, Sequence end) { return each.second > end; });
+  erase(mEndsPublished, [](const auto& each, Sequence end) {
+    return std::max(each.first.first, each.first.second) > end;
+  });
 }
 
 std::size_t Truth::AppliedUpTo(Sequence sequence) const {
   const auto behind = std::upper_bound(
       mApplied.begin(), mApplied.end(), sequence,
       [](Sequence value, const Application& application) { return value < application.sequence; });
-  return static_cast<std::size_t>(behind - mApplied.begin());
+  return mBegin.value_or(0) + static_cast<std::size_t>(behind - mApplied.begin());
 }
 
 void Truth::CheckOrders() {
@@ -59,7 +102,7 @@ void Truth::CheckOrders() {
     number = application.what.number;
   }
   for (const auto& [what, isProposal] : mHandedIn) {
-    const bool isSettled = IsApplied(what) || mRefused.count(what) != 0;
+    const bool isSettled = IsApplied(what) || mRefused.count(what) != 0 || mLost.count(what) != 0;
     // What a host proposed and lost the lease by may be dropped while it is dead.
     const bool isLeftOut = !isSettled && !isProposal && what.number < last[what.start];
     if (isLeftOut) Fail(Name(what) + " is missing between others of the same start");
@@ -101,7 +144,7 @@ void Truth::NoteItems(Sequence sequence, const Batch& batch, Ms now) {
 }
 
 void Truth::OnEnded(Sequence sequence, const SessionEnd& end) {
-  if (!mEnded.insert(end.session).second) return;
+  if (!mEnded.emplace(end.session, sequence).second) return;
   const Ms idle = mEndsPublished[{end.session, end.extended}] - mExtendedAtEnd[sequence];
   if (4 * idle < 5 * Ms(mIntervals[end.session])) {
     Fail("session " + std::to_string(end.session) + " was ended " + std::to_string(idle.count()) +

@@ -5,11 +5,13 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "SharedLog.h"
 #include "site/core/Entry.h"
 #include "site/core/Node.h"
 
@@ -40,6 +42,12 @@ class Truth {
   // A host applies its `place`-th change, with that entry.
   void OnApplied(std::size_t place, Sequence sequence, const Handed& what, Sequence token);
 
+  // The log is another one: nothing behind that entry is in it. Where it is empty, the dialogs of
+  // a host are the new beginning, with one of the counts of changes that the hosts `show`.
+  void OnOtherLog(const SharedLog& log, std::set<std::size_t> show);
+  // A host serves that has applied nothing but the beginning and what is in this log.
+  void OnBegun(std::size_t applied);
+
   // So many changes were applied up to that entry, as far as any host has read.
   std::size_t AppliedUpTo(Sequence sequence) const;
   bool IsApplied(const Handed& what) const { return mPlaces.count(what) != 0; }
@@ -62,6 +70,7 @@ class Truth {
   std::size_t Ends() const { return mEnded.size(); }
 
  private:
+  void ForgetSessions(Sequence last);
   void NoteItems(Sequence sequence, const Batch& batch, Ms now);
 
   struct Order {
@@ -71,6 +80,7 @@ class Truth {
   struct Application {
     Sequence sequence = 0;
     Handed what;
+    Sequence token = 0;
   };
 
   std::string mWrong;
@@ -78,13 +88,17 @@ class Truth {
   std::vector<Application> mApplied;  // In the order of the first host that was there.
   std::map<Handed, std::size_t> mPlaces;
   std::set<Handed> mAccepted, mRefused;
+  std::set<Handed> mLost;  // With a log that is no more.
+  std::optional<std::size_t> mBegin =
+      0;                         // So many changes were applied before the first of the log.
+  std::set<std::size_t> mShown;  // One of which it is.
   Sequence mLastToken = 0;
   std::map<Sequence, std::uint32_t> mIntervals;
   std::map<std::pair<Sequence, Sequence>, Ms> mEndsPublished;  // By session and extension.
   std::map<OriginId, Order> mOrders;
   std::map<Sequence, Ms> mExtended;       // When a session was extended last, and
   std::map<Sequence, Ms> mExtendedAtEnd;  // how that was when an end came into the log.
-  std::set<Sequence> mEnded;
+  std::map<Sequence, Sequence> mEnded;    // Sessions, with the entries that have ended them.
 };
 
 }  // namespace dorn::site::simulation

@@ -32,6 +32,7 @@ bool TakeOut(const std::string& rule, Options& options) {
   if (rule == "generation") return !(options.rules.generation = false);
   if (rule == "ends-the-idle-only") return !(options.rules.endsTheIdleOnly = false);
   if (rule == "apply-when-back") return options.applyAtOnce = true;
+  if (rule == "other-log") return !(options.tellsOtherLog = false);
   return false;
 }
 
@@ -65,7 +66,7 @@ int main(int count, char** words) {
     std::fputs(
         "usage: dorn_site_simulation [--schedules N] [--seed N] [--trace] [--without RULE]\n"
         "rules: fencing, each-once, without-holes, go-back-n, generation, ends-the-idle-only,\n"
-        "apply-when-back\n",
+        "apply-when-back, other-log\n",
         stderr);
     return 2;
   }
@@ -78,6 +79,7 @@ int main(int count, char** words) {
     all.takes += one.takes;
     all.snapshotsLoaded += one.snapshotsLoaded;
     all.sessionsEnded += one.sessionsEnded;
+    all.otherLogs += one.otherLogs;
     if (!one.wrong.empty()) {
       std::printf("seed %llu: %s\n", static_cast<unsigned long long>(arguments.options.seed),
                   one.wrong.c_str());
@@ -87,8 +89,8 @@ int main(int count, char** words) {
   }
   std::printf(
       "%llu schedules: %zu entries, %zu changes applied, %zu refused, %zu sessions ended, "
-      "%zu takes, %zu snapshots loaded; everything held\n",
+      "%zu takes, %zu snapshots loaded, %zu other logs; everything held\n",
       static_cast<unsigned long long>(arguments.schedules), all.entries, all.applied, all.refused,
-      all.sessionsEnded, all.takes, all.snapshotsLoaded);
+      all.sessionsEnded, all.takes, all.snapshotsLoaded, all.otherLogs);
   return 0;
 }

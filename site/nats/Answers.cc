@@ -1,0 +1,65 @@
+#include "site/nats/Answers.h"
+
+#include <cstddef>
+#include <cstdlib>
+
+namespace dorn::site {
+namespace {
+
+constexpr std::string_view kDigits =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// What stands between the quotes behind `key`; no text in it has quotes of its own.
+std::optional<std::string_view> TextIn(std::string_view json, std::string_view key) {
+  const std::size_t found = json.find(key);
+  if (found == std::string_view::npos) return std::nullopt;
+  const std::size_t begin = found + key.size();
+  const std::size_t end = json.find('"', begin);
+  if (end == std::string_view::npos) return std::nullopt;
+  return json.substr(begin, end - begin);
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> NumberIn(std::string_view json, std::string_view key) {
+  const std::size_t found = json.find(key);
+  if (found == std::string_view::npos) return std::nullopt;
+  const std::string digits(json.substr(found + key.size(), 20));
+  return std::strtoull(digits.c_str(), nullptr, 10);
+}
+
+std::optional<std::string> FromBase64(std::string_view text) {
+  while (!text.empty() && text.back() == '=') text.remove_suffix(1);
+  std::string bytes;
+  bytes.reserve(text.size() / 4 * 3 + 2);
+  std::uint32_t waiting = 0;
+  int bits = 0;
+  for (const char letter : text) {
+    const std::size_t digit = kDigits.find(letter);
+    if (digit == std::string_view::npos) return std::nullopt;
+    waiting = (waiting << 6) | static_cast<std::uint32_t>(digit);
+    bits += 6;
+    if (bits < 8) continue;
+    bits -= 8;
+    bytes.push_back(static_cast<char>((waiting >> bits) & 0xffU));
+  }
+  return bytes;
+}
+
+std::optional<StoredMessage> MessageIn(std::string_view json) {
+  const std::size_t begin = json.find(R"("message":{)");
+  if (begin == std::string_view::npos) return std::nullopt;
+  const std::string_view message = json.substr(begin);
+  const std::optional<std::uint64_t> sequence = NumberIn(message, R"("seq":)");
+  if (sequence.value_or(0) == 0) return std::nullopt;
+  // An empty one has none.
+  std::optional<std::string> data = FromBase64(TextIn(message, R"("data":")").value_or(""));
+  if (!data) return std::nullopt;
+  return StoredMessage{*sequence, *std::move(data)};
+}
+
+bool SaysMissing(std::string_view json) {
+  return json.find(R"("error":{)") != std::string_view::npos && NumberIn(json, R"("code":)") == 404;
+}
+
+}  // namespace dorn::site
