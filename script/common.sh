@@ -81,3 +81,22 @@ tell_progress() {
     fi
   done
 }
+
+# tell_tests [SECONDS]: what ctest says, as it is on a terminal. Elsewhere without the tests that pass, of which thousands
+# would bury those that do not: each so many seconds, 60 at first, a line tells how far it is.
+tell_tests() {
+  if [ -t 1 ]; then
+    cat
+    return
+  fi
+  local pause=${1:-60} line told=$SECONDS
+  local starts='^ *Start +[0-9]+: ' passes='^ *([0-9]+/[0-9]+) Test +#[0-9]+: .* Passed +[0-9.]+ sec' result='^ *[0-9]+/[0-9]+ Test +#'
+  while IFS= read -r line || [ -n "$line" ]; do
+    if [[ $line =~ $passes ]]; then
+      [ $((SECONDS - told)) -lt "$pause" ] || { echo "Testing: ${BASH_REMATCH[1]}"; told=$SECONDS; }
+    elif ! [[ $line =~ $starts ]]; then
+      if [[ $line =~ $result ]]; then line=$(sed -E 's/ ?\.{3,}/ /' <<<"$line"); fi
+      printf '%s\n' "$line"
+    fi
+  done
+}

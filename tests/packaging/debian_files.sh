@@ -41,4 +41,11 @@ for file in "${units[@]}"; do
   faults=$(cd "$work" && systemd-analyze verify "./${unit/@/@name}" 2>&1 | grep -F "${unit%%[@.]*}" | grep -vE 'is not executable|Command .man')
   [ -z "$faults" ] || fail "$faults"
 done
+
+# What the manual says to put beside a host's unit is what systemd knows.
+mkdir "$work/dorn-host@.service.d"
+awk '/^```ini$/ { inside = 1; next } /^```$/ { inside = 0 } inside' docs/manual/guides/operator.md >"$work/dorn-host@.service.d/own.conf"
+grep -q '^\[Service\]$' "$work/dorn-host@.service.d/own.conf" || fail "the operator's guide has no drop-in"
+faults=$(SYSTEMD_UNIT_PATH=$(realpath "$work"): systemd-analyze verify --man=no dorn-host@name.service 2>&1 | grep -F own.conf)
+[ -z "$faults" ] || fail "$faults"
 exit $failed

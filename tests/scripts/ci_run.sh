@@ -40,6 +40,20 @@ fake_test '[ "$1" != asan ] || exit 3'
 refuses .ci/run
 grep -q '^\.ci/run: FAILED: .*script/test asan' <<<"$said" || fail "it does not say what failed: $said"
 grep -q 'not at its end' <<<"$said" && fail "it says that it took too long: $said"
+# What a test has left behind would hold the output open for whoever reads it.
+rm -f left
+fake_test '[ "$1" != asan ] || { setsid sleep 1001 & echo $! >left; }'
+said=$(timeout 60 .ci/run 2>&1 </dev/null) || fail "it fails or waits because of what a test has left behind: $said"
+grep -q '^\.ci/run: still there at the end, and killed: sleep 1001' <<<"$said" || fail "it does not say what was left: $said"
+is_gone || fail "something is left of a run that ended well"
+
+# So it is when what was left cannot be known any more as the run's.
+fake_test '[ "$1" != asan ] || { env -i setsid sleep 30 & echo $! >left; }'
+said=$(timeout 60 .ci/run 2>&1 </dev/null) || fail "it fails because of what a test has left behind: $said"
+runs || fail "it waits for what a test has left behind"
+kill "$(cat left)"
+tail -n 1 <<<"$said" | grep -qE ' s  in all$' || fail "the end is missing: $said"
+
 fake_test :
 said=$(.ci/run 2>&1 </dev/null) || fail "it fails where nothing does: $said"
 grep -q FAILED <<<"$said" && fail "it ends well and says otherwise: $said"

@@ -1,6 +1,6 @@
 // Sizes, themes, kiosk, and what an automatic reader finds on every screen.
 import {background, choose, isAccessible, keepScreen, themes, type Theme} from '../support/looks';
-import {expect, freshPage, goTo, guest, isSettled, landmarks, object, passwordBox, test, typeLogIn, userBox, type Dialog} from '../support/test';
+import {expect, freshPage, goTo, guest, isSettled, landmarks, object, part, passwordBox, test, typeLogIn, userBox, type Dialog} from '../support/test';
 
 const dialogs = ['gallery', 'changes', 'tables', 'mine', 'sub@page'] as Dialog[];
 
@@ -35,6 +35,29 @@ test('a thousand numbers are accessible, too', async ({open}) => {
   const page = await open('many');
   await expect(object(page, 'n1000')).toBeAttached();
   await isAccessible(page, 'many');
+});
+
+test('alarms that nobody has seen are accessible, unfolded and stale', async ({open, gateway}) => {
+  test.slow();
+  const page = await open('tables');
+  const alarms = part(page, 'alarmbar').locator('li');
+  for (let i = 1; i <= 12; ++i) await page.getByRole('button', {name: 'Raise an alarm'}).click();
+  await expect.poll(() => alarms.count()).toBeGreaterThan(2);
+  await isSettled(page);
+  const look = async (what: string) => {
+    for (const theme of Object.keys(themes) as Theme[]) {
+      await choose(page, theme);
+      await isAccessible(page, `alarms, ${what}, ${theme}`);
+      await keepScreen(page, `alarms-${what}-${theme}`);
+    }
+  };
+  await look('folded');
+  await part(page, 'alarmbar').getByRole('button', {name: /^Show/}).click();
+  await expect(alarms.last()).toBeVisible();
+  await look('unfolded');
+  await gateway.stop();
+  await expect(page.locator('main')).toHaveAttribute('data-stale', /.*/);
+  await look('stale');
 });
 
 test('what is stale is still readable', async ({open, gateway}) => {

@@ -78,24 +78,34 @@ test('the level has its limits', async ({page, gateway}) => {
   await expect(part(object(page, 'level'), 'unit')).toHaveText('cm');
 });
 
+async function look(page: Page, screen: string) {
+  await isSettled(page);
+  for (const theme of Object.keys(themes) as Theme[]) {
+    await choose(page, theme);
+    await isAccessible(page, `${screen}, ${theme}`);
+  }
+}
+
+test('the basin that has run full is accessible in every theme', async ({page, gateway}) => {
+  test.slow();
+  await atPanel(page, gateway.address);
+  // Nobody pumps for half a minute.
+  await expect(part(page, 'alarmbar').getByRole('listitem')).toHaveText(/high water/, {timeout: 90_000});
+  await expect(object(page, 'level')).toHaveAttribute('data-state', 'ALARM');
+  await look(page, 'alarm');
+});
+
 test('every screen is accessible in every theme', async ({page, gateway}) => {
   test.slow();
-  const look = async (screen: string) => {
-    await isSettled(page);
-    for (const theme of Object.keys(themes) as Theme[]) {
-      await choose(page, theme);
-      await isAccessible(page, `${screen}, ${theme}`);
-    }
-  };
   await atPanel(page, gateway.address);
   await inPump(page, 1, 'Start').click();
   await expect(valueOf(page, 'pump1_state')).toHaveText('RUNNING');
-  await look('panel');
+  await look(page, 'panel');
   await page.locator('nav [data-dialog="notes"]').click();
   await expect(page.getByRole('textbox', {name: 'Note'})).toBeVisible();
-  await look('notes');
+  await look(page, 'notes');
   await page.getByRole('button', {name: 'To the panel'}).click();
   await page.getByRole('button', {name: 'How it works'}).click();
   await expect(page.getByRole('img', {name: 'Basin and pumps'})).toBeVisible();
-  await look('help');
+  await look(page, 'help');
 });
