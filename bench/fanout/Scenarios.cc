@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "bench/fanout/Crowd.h"
+#include "bench/fanout/Processors.h"
 #include "bench/fanout/Protocol.h"
 #include "bench/fanout/Server.h"
 #include "bench/support/Loopback.h"
@@ -189,6 +190,7 @@ double Connects(const Server& server, int count, std::vector<Step> (*enter)(int)
 }  // namespace
 
 void MeasureFanout(int receivers, double scale) {
+  RunApartFromServers();
   const Contestants all = StartAll(receivers);
   const int changes = Scaled(20000.0 / receivers, scale);
   const int bursts = Scaled(20000.0 / receivers / kChangesAtOnce, scale);
@@ -208,6 +210,7 @@ void MeasureFanout(int receivers, double scale) {
 }
 
 void MeasureRoundTrips(int active, int idle, double scale) {
+  active == 1 ? RunWithServers() : RunApartFromServers();
   const Server dorn(HostCommand());
   const Server bare(BareCommand("answer", AnswerBytes()));
   if (!dorn.IsRunning() || !bare.IsRunning()) Fail("the servers of the benchmark do not start");
@@ -232,6 +235,7 @@ void MeasureRoundTrips(int active, int idle, double scale) {
 }
 
 void MeasureConnects(double scale) {
+  RunWithServers();
   const Server dorn(HostCommand());
   const Server bare(BareCommand("answer", AnswerBytes()));
   if (!dorn.IsRunning() || !bare.IsRunning()) Fail("the servers of the benchmark do not start");
@@ -255,6 +259,7 @@ void MeasureConnects(double scale) {
 }
 
 void MeasureIdle(int stations) {
+  RunApartFromServers();
   const Server dorn(HostCommand());
   if (!dorn.IsRunning()) Fail("the host of the benchmark does not start");
   // The first one pays for what the process needs once.
@@ -263,7 +268,8 @@ void MeasureIdle(int stations) {
   usleep(100000);
   const double before = dorn.ResidentBytes();
   Crowd crowd(dorn.Port(), stations, EnterPanel);
-  usleep(100000);
+  usleep(500000);  // Up to 100 ms after the last hook the loop looks whether it has closed what the
+                   // loop watches.
   PrintRow("memory for each idle station, resident", "6.2 KB", "5 KB",
            Number((dorn.ResidentBytes() - before) / stations / 1000) + " KB");
   const long sleeps = dorn.Sleeps();

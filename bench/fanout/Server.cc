@@ -12,11 +12,13 @@
 #include <fstream>
 #include <initializer_list>
 
+#include "bench/fanout/Processors.h"
 #include "bench/support/Loopback.h"
 
 namespace {
 
 [[noreturn]] void Execute(std::vector<std::string> command) {
+  RunWithServers();
   const int null = open("/dev/null", O_RDWR);
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(null, fd);
   std::vector<char*> arguments;

@@ -52,7 +52,7 @@ static_assert(std::is_same_v<decltype(std::declval<KZSemaphore&>().Unlock()), in
 template <typename Condition>
 bool WaitUntil(Condition condition) {
   const char* scale = std::getenv("DORN_TEST_TIMEOUT_SCALE");
-  const auto seconds = std::chrono::duration<double>(5 * (scale ? std::atof(scale) : 1.0));
+  const auto seconds = std::chrono::duration<double>(20 * (scale ? std::atof(scale) : 1.0));
   const auto deadline = std::chrono::steady_clock::now() + seconds;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > deadline) return false;

@@ -19,7 +19,7 @@ Result PlayTest::PlayAlone(const std::string& lines, const std::string& kind) {
   }
   mOptions.mStart = {DORN_SCENE_HOST};
   if (!kind.empty()) mOptions.mStart.push_back(kind);
-  mOptions.mPatience = static_cast<double>(TestTimeout().count()) / 5000;
+  mOptions.mPatience = TestPatience();
   return dorn::scene::Player(mOptions).Play(read.mScene);
 }
 

@@ -21,7 +21,7 @@ is_gone() {
 
 # The test for asan has begun something, in a session of its own, that holds the output open.
 fake_test '[ "$1" != asan ] || { setsid sleep 1000 & echo $! >left; wait; }'
-refuses env DORN_CI_SECONDS=6 .ci/run
+refuses env DORN_CI_SECONDS=15 .ci/run
 tail -n 1 <<<"$said" | grep -qE ' s  in all$' || fail "it does not say what it has cost: $said"
 grep -q '^\.ci/run: not at its end after ' <<<"$said" || fail "it does not say why it ends: $said"
 grep -q '^\.ci/run: FAILED: .*script/test asan' <<<"$said" || fail "it does not say where it hung: $said"
@@ -54,7 +54,18 @@ runs || fail "it waits for what a test has left behind"
 kill "$(cat left)"
 tail -n 1 <<<"$said" | grep -qE ' s  in all$' || fail "the end is missing: $said"
 
+# What clang-tidy has not found in time is not waited for; what it has found counts.
 fake_test :
+for found in '' "echo 'a.cc:1:1: warning: bad'; "; do
+  printf '#!/bin/sh\n[ "$1" = --no-tidy ] || { echo $$ >left; %ssetsid sleep 1000; }\n' "$found" >script/check
+  result=0
+  said=$(DORN_CI_CHECK_SECONDS=4 timeout 60 .ci/run 2>&1 </dev/null) || result=$?
+  [ $((result != 0)) = $((${#found} != 0)) ] || fail "with '$found' it ends with $result: $said"
+  grep -q 'check --all is not at its end after .* s, and left' <<<"$said" || fail "it does not say what it has left: $said"
+  is_gone || fail "clang-tidy goes on"
+done
+printf '#!/bin/sh\necho check\n' >script/check
+
 said=$(.ci/run 2>&1 </dev/null) || fail "it fails where nothing does: $said"
 grep -q FAILED <<<"$said" && fail "it ends well and says otherwise: $said"
 grep -qE '^ +[0-9]+ s  end_of_checks$' <<<"$said" || fail "it does not wait for the checks: $said"

@@ -4,10 +4,14 @@
 
 #include <cstdlib>
 
-std::chrono::milliseconds TestTimeout() {
+double TestPatience() {
   const char* text = std::getenv("DORN_TEST_TIMEOUT_SCALE");
   const double scale = text != nullptr ? std::atof(text) : 1.0;
-  return std::chrono::milliseconds(static_cast<long>(5000 * (scale > 0 ? scale : 1.0)));
+  return scale > 0 ? scale : 1.0;
+}
+
+std::chrono::milliseconds TestTimeout() {
+  return std::chrono::milliseconds(static_cast<long>(20000 * TestPatience()));
 }
 
 int Deadline::LeftMs() const {

@@ -5,7 +5,10 @@
 
 #include <chrono>
 
-// 5 s times the environment variable DORN_TEST_TIMEOUT_SCALE (a number above 0; 1 when unset).
+// The environment variable DORN_TEST_TIMEOUT_SCALE: a number above 0; 1 when unset.
+double TestPatience();
+
+// 20 s times that. A machine that is busy with something else may stand still for seconds.
 std::chrono::milliseconds TestTimeout();
 
 // A point in time TestTimeout() after its construction.

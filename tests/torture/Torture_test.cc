@@ -23,7 +23,7 @@ constexpr int kAttempts = 3;
 // How long a station waits for the next byte. The first attempt, which the failed call usually
 // spoils, is not given much; the last ones decide.
 int SilenceMs(int attempt) {
-  return static_cast<int>(TestTimeout().count()) / (attempt == 0 ? 10 : 2);
+  return static_cast<int>(TestTimeout().count()) / (attempt == 0 ? 40 : 8);
 }
 
 constexpr char kTree[] =

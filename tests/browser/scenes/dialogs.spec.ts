@@ -1,4 +1,5 @@
 // From one dialog to another: menu, buttons that lead somewhere, dialogs of one's own and in folders.
+import {patiently} from '../support/patience';
 import {expect, goTo, guest, isSettled, landmarks, object, test, valueOf, type Dialog} from '../support/test';
 import type {Page} from '../support/test';
 
@@ -25,7 +26,7 @@ test('a button with Goto leads there and tells the host nothing', async ({open, 
 test('a dialog that there is not is said to be none, and the menu still works', async ({open}) => {
   const page = await open();
   await page.getByRole('button', {name: 'To nowhere'}).click();
-  await expect(page.getByText(/no such dialog, or nothing to show/i)).toBeVisible({timeout: 5_000});
+  await expect(page.getByText(/no such dialog, or nothing to show/i)).toBeVisible({timeout: patiently(5_000)});
   await goTo(page, 'tables', landmarks.tables);
   await isSettled(page);
   await expect(page.getByText(/no such dialog/i)).toHaveCount(0);

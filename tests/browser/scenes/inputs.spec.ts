@@ -1,4 +1,5 @@
 // What an operator does with each type of object, and what the host then holds.
+import {patiently} from '../support/patience';
 import {expect, object, part, test, valueOf} from '../support/test';
 import type {Page} from '../support/test';
 import type {Station} from '../support/station';
@@ -6,7 +7,7 @@ import type {Station} from '../support/station';
 const box = (page: Page, name: string) => page.getByRole('textbox', {name, exact: true});
 const hostHolds = (station: Station, name: string, key: string) => ({
   toBe: (value: unknown) =>
-    expect.poll(async () => String((await station.object('gallery', name))[key]), {timeout: 10_000}).toBe(String(value)),
+    expect.poll(async () => String((await station.object('gallery', name))[key]), {timeout: patiently(10_000)}).toBe(String(value)),
 });
 const confirmed = (page: Page, name: string) => expect(object(page, name)).not.toHaveAttribute('aria-busy', 'true');
 

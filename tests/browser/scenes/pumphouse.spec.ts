@@ -1,5 +1,6 @@
 // The pumping station as an operator works with it.
 import {choose, isAccessible, themes, type Theme} from '../support/looks';
+import {patiently} from '../support/patience';
 import {expect, isSettled, object, part, test, typeLogIn, valueOf} from '../support/test';
 import type {Page} from '../support/test';
 
@@ -90,7 +91,7 @@ test('the basin that has run full is accessible in every theme', async ({page, g
   test.slow();
   await atPanel(page, gateway.address);
   // Nobody pumps for half a minute.
-  await expect(part(page, 'alarmbar').getByRole('listitem')).toHaveText(/high water/, {timeout: 90_000});
+  await expect(part(page, 'alarmbar').getByRole('listitem')).toHaveText(/high water/, {timeout: patiently(90_000)});
   await expect(object(page, 'level')).toHaveAttribute('data-state', 'ALARM');
   await look(page, 'alarm');
 });

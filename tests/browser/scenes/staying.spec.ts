@@ -2,11 +2,12 @@
 // wrong, loses nothing typed, and is back by himself within five seconds of the cause's end.
 import {Gateway} from '../support/programs';
 import {Line} from '../support/line';
+import {patiently} from '../support/patience';
 import {brief, expect, goTo, guest, isSettled, landmarks, main, object, part, test, typeLogIn, userBox} from '../support/test';
 import type {Locator, Page} from '../support/test';
 
-const back = {timeout: 5_000};
-const noticed = {timeout: 8_000};  // A host that says nothing more is given up after five seconds.
+const back = {timeout: patiently(5_000)};
+const noticed = {timeout: patiently(8_000)};  // A host that says nothing more is given up after five seconds.
 const subject = (page: Page) => page.getByRole('textbox', {name: 'Subject', exact: true});
 const banner = (page: Page) => page.locator('[data-part="banner"]');
 
@@ -133,7 +134,7 @@ test('a gateway that is killed is no more than a pause', async ({gateway, open})
 test('a session that ends under a reading user leads to the form, with a word', async ({open}) => {
   const page = await open('changes', brief);
   await subject(page).fill('half a sent');
-  await expect(userBox(page)).toBeVisible({timeout: 12_000});
+  await expect(userBox(page)).toBeVisible({timeout: patiently(12_000)});
   await expect(page.getByRole('alert')).toBeVisible();
   await typeLogIn(page, brief);
   await expect(subject(page)).toHaveValue('half a sent');
@@ -142,7 +143,7 @@ test('a session that ends under a reading user leads to the form, with a word', 
 test('another user does not get what one had typed', async ({open}) => {
   const page = await open('changes', brief);
   await subject(page).fill('half a sent');
-  await expect(userBox(page)).toBeVisible({timeout: 12_000});
+  await expect(userBox(page)).toBeVisible({timeout: patiently(12_000)});
   await typeLogIn(page, guest);
   await expect(object(page, 'add').or(object(page, landmarks.gallery)).first()).toBeVisible();
   if (!(await subject(page).isVisible())) await goTo(page, 'changes', landmarks.changes);

@@ -1,4 +1,5 @@
 // What may change while it is looked at: objects that come and go, and attributes that are no values.
+import {patiently} from '../support/patience';
 import {expect, object, test} from '../support/test';
 import type {Page} from '../support/test';
 
@@ -39,7 +40,7 @@ test('an empty group is looked at again', async ({open, host}) => {
   const before = host.output.split('"File":"changes.json"').length;
   await click(page, 'Add an empty group');
   await expect(object(page, 'group1')).toBeAttached();
-  await expect.poll(() => host.output.split('"File":"changes.json"').length, {timeout: 3_000}).toBeGreaterThan(before);
+  await expect.poll(() => host.output.split('"File":"changes.json"').length, {timeout: patiently(3_000)}).toBeGreaterThan(before);
 });
 
 test('all children go at once', async ({open}) => {

@@ -4,10 +4,12 @@ import {existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync} from 'node
 import {tmpdir} from 'node:os';
 import {join, resolve} from 'node:path';
 
+import {patiently} from './patience';
+
 export const build = resolve(process.env.DORN_BUILD ?? '../../build/dev');
 export const sources = resolve('../..');
 
-const startMs = 20_000;
+const startMs = patiently(20_000);
 
 export const pause = (ms: number) => new Promise<void>((done) => setTimeout(done, ms));
 
@@ -52,7 +54,7 @@ class Program {
     if (!this.isRunning) return;
     this.signal(name);
     this.signal('SIGCONT');
-    const tooLong = setTimeout(() => this.signal('SIGKILL'), 5_000);
+    const tooLong = setTimeout(() => this.signal('SIGKILL'), patiently(5_000));
     await this.ended;
     clearTimeout(tooLong);
   }
