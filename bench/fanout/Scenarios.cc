@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "bench/fanout/Crowd.h"
-#include "bench/fanout/Processors.h"
 #include "bench/fanout/Protocol.h"
 #include "bench/fanout/Server.h"
 #include "bench/support/Loopback.h"
+#include "bench/support/Processors.h"
 #include "bench/support/Report.h"
 
 namespace {

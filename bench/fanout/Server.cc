@@ -12,8 +12,8 @@
 #include <fstream>
 #include <initializer_list>
 
-#include "bench/fanout/Processors.h"
 #include "bench/support/Loopback.h"
+#include "bench/support/Processors.h"
 
 namespace {
 

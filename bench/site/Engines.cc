@@ -121,8 +121,11 @@ Host::Host(const Brokers* brokers, bool hasProxy) {
     environment.push_back("DORN_SITE_REPLICAS=" + std::to_string(brokers->Count()));
   }
   if (hasProxy) environment.emplace_back("DORN_BENCH_PROXY=1");
-  mProcess =
-      std::make_unique<Process>(name, std::vector<std::string>{DORN_BENCH_SITE_HOST}, environment);
+  // One processor each: waking another one, for each thread that takes part in a change, costs more
+  // than the change.
+  static int count = 0;
+  mProcess = std::make_unique<Process>(name, std::vector<std::string>{DORN_BENCH_SITE_HOST},
+                                       environment, count++);
   mPort = AwaitPort(*mProcess, told);
 }
 

@@ -17,6 +17,8 @@
 #include <set>
 #include <sstream>
 
+#include "bench/support/Processors.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -74,10 +76,11 @@ std::string LastLines(const std::string& text) {
 }  // namespace
 
 Process::Process(const std::string& name, std::vector<std::string> command,
-                 std::vector<std::string> environment) {
+                 std::vector<std::string> environment, std::optional<int> processor) {
   const std::string output = Folder() + "/" + name + ".out";
   const pid_t parent = getpid();
   mPid = fork();
+  if (mPid == 0 && processor) RunOnProcessor(*processor);
   if (mPid == 0) Become(command, environment, output, parent);
   if (mPid < 0) Fail("no further process can be started");
   Own().mRunning.insert(mPid);

@@ -4,15 +4,17 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 class Process {
  public:
   // `environment` is added to that of this program, each as "NAME=value". What the program says
-  // goes to a file of its name, which Fail() shows.
+  // goes to a file of its name, which Fail() shows. Where a processor is given, all its threads
+  // stay on that one.
   Process(const std::string& name, std::vector<std::string> command,
-          std::vector<std::string> environment);
+          std::vector<std::string> environment, std::optional<int> processor = std::nullopt);
   ~Process();
 
   Process(const Process&) = delete;

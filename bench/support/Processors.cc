@@ -1,4 +1,4 @@
-#include "bench/fanout/Processors.h"
+#include "bench/support/Processors.h"
 
 #include <sched.h>
 #include <unistd.h>
@@ -15,6 +15,11 @@ void RunOn(int first, int last) {
 }
 
 }  // namespace
+
+void RunOnProcessor(int number) {
+  const int processor = number % (LastProcessor() + 1);
+  RunOn(processor, processor);
+}
 
 void RunWithServers() { RunOn(LastProcessor(), LastProcessor()); }
 
