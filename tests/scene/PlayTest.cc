@@ -8,6 +8,8 @@
 using dorn::scene::Result;
 using testing::HasSubstr;
 
+PlayTest::PlayTest() { mOptions.mPatience = TestPatience(); }
+
 Result PlayTest::Play(const std::string& lines, const std::string& kind) {
   return PlayAlone("a: login user right\n" + lines + "\n", kind);
 }
@@ -19,7 +21,6 @@ Result PlayTest::PlayAlone(const std::string& lines, const std::string& kind) {
   }
   mOptions.mStart = {DORN_SCENE_HOST};
   if (!kind.empty()) mOptions.mStart.push_back(kind);
-  mOptions.mPatience = TestPatience();
   return dorn::scene::Player(mOptions).Play(read.mScene);
 }
 
@@ -33,7 +34,9 @@ void PlayTest::Holds(const std::string& lines) {
 
 void PlayTest::Fails(const std::string& lines, const std::string& expected,
                      const std::string& got) {
+  mOptions.mPatience = 1;  // What is expected names the limits.
   const Result result = Play(lines);
+  mOptions.mPatience = TestPatience();
   ASSERT_TRUE(result.mFailure) << lines;
   // Behind the log-in.
   EXPECT_EQ(result.mLine,

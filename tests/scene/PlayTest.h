@@ -12,6 +12,7 @@
 
 class PlayTest : public testing::Test {
  protected:
+  PlayTest();
   // `lines` behind a log-in of `a`, against a host of this kind.
   dorn::scene::Result Play(const std::string& lines, const std::string& kind = "");
   // The same without the log-in.
