@@ -50,16 +50,21 @@ TEST_F(RunTest, ReturnsWhenAnotherThreadStopsIt) {
 }
 
 TEST_F(RunTest, ReturnsAlsoWhenNothingWouldEverEndItsWait) {
-  std::atomic<bool> isOver{false};
-  // Timers and stations are none: only the stop itself can wake the loop.
-  std::thread other([&isOver] {
-    for (int i = 0; i < 20 && !isOver; ++i) {
+  constexpr int kRuns = 10;
+  std::atomic<int> begun{0};
+  // Timers and stations are none: only the stop itself can wake the loop, and there is one for each
+  // run.
+  std::thread other([&begun] {
+    for (int run = 1; run <= kRuns; ++run) {
+      while (begun < run) std::this_thread::yield();
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
       app.Stop();
     }
   });
-  for (int i = 0; i < 10; ++i) app.Run();
-  isOver = true;
+  for (int run = 1; run <= kRuns; ++run) {
+    begun = run;
+    app.Run();
+  }
   other.join();
 }
 
