@@ -26,6 +26,16 @@ class VQDialogListTest : public ServerTest {
     mList.Add(name, dialog);
     return dialog;
   }
+  // Dialogs "d0", "d1", ..., each with a tree of a session of its own, "S0", "S1", ..., and one of
+  // a session that has trees in all of them. A session has ended since, so that they are indexed.
+  void AddWithSessions(int count) {
+    for (int i = 0; i < count; ++i) {
+      HookedDialog* dialog = Add(("d" + std::to_string(i)).c_str());
+      dialog->AddSession("S" + std::to_string(i));
+      dialog->AddSession("all");
+    }
+    mList.RemoveBySession("nobody");
+  }
   void TearDown() override {
     while (!mList.mDialogList.empty()) mList.Remove(KZString(mList.mDialogList.begin()->first));
     ServerTest::TearDown();
@@ -247,12 +257,7 @@ TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogOfOthers) {
 
 TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogThatKeepsATreeOfAnother) {
   constexpr int kCount = 300;
-  for (int i = 0; i < kCount; ++i) {
-    HookedDialog* dialog = Add(("d" + std::to_string(i)).c_str());
-    dialog->AddSession("S" + std::to_string(i));
-    dialog->AddSession("all");
-  }
-  mList.RemoveBySession("nobody");
+  AddWithSessions(kCount);
   const std::uint64_t before = dorn::DialogIndex::Steps();
   for (int i = 0; i < kCount; ++i) mList.RemoveBySession("S" + std::to_string(i));
   EXPECT_LT(dorn::DialogIndex::Steps() - before, 4U * kCount);
@@ -262,12 +267,7 @@ TEST_F(VQDialogListTest, ASessionsEndLooksAtNoDialogThatKeepsATreeOfAnother) {
 // A tree that is taken away while its dialog's hook runs dies only when the hook has returned.
 TEST_F(VQDialogListTest, ATreeThatDiesWhenAHookReturnsNeedsNoWalk) {
   constexpr int kCount = 300;
-  for (int i = 0; i < kCount; ++i) {
-    HookedDialog* dialog = Add(("d" + std::to_string(i)).c_str());
-    dialog->AddSession("S" + std::to_string(i));
-    dialog->AddSession("all");
-  }
-  mList.RemoveBySession("nobody");
+  AddWithSessions(kCount);
   const std::uint64_t before = dorn::DialogIndex::Steps();
   for (int i = 0; i < kCount; ++i) {
     const dorn::RunningHooks hook(mList.Search(KZString("d" + std::to_string(i))));

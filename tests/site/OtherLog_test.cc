@@ -21,6 +21,17 @@ class OtherLogTest : public NodeTest {
     const Sequence mark = mBrokers.mark;
     mNode.OnOtherLog(TransportListener::NewestManifest{mark + 1, Encode(mBrokers.log[mark])});
   }
+  // The node keeps the site, and has handed over the bytes of a snapshot that follows the first.
+  void BeginAsKeeperAndStoreASecond() {
+    ASSERT_NO_FATAL_FAILURE(BeginAsKeeper());
+    mTransport.stored.clear();
+    mNode.Submit(ChangeOf("x"));
+    for (int i = 0; i < 700 && mTransport.stored.empty(); ++i) {
+      Pass(100ms);
+      Return();
+    }
+    ASSERT_EQ(mTransport.stored.size(), 1U) << "the second snapshot";
+  }
 
   Brokers mBackUp;
 };
@@ -212,14 +223,7 @@ TEST_F(OtherLogTest, BeforeTheFirstSnapshotNoneIsMissed) {
 
 // The log may be another one, which the host has not been told yet.
 TEST_F(OtherLogTest, NoSnapshotIsAnnouncedWhileNoRenewalComesBack) {
-  BeginAsKeeper();
-  mTransport.stored.clear();
-  mNode.Submit(ChangeOf("x"));
-  for (int i = 0; i < 700 && mTransport.stored.empty(); ++i) {
-    Pass(100ms);
-    Return();
-  }
-  ASSERT_EQ(mTransport.stored.size(), 1U) << "the second snapshot";
+  ASSERT_NO_FATAL_FAILURE(BeginAsKeeperAndStoreASecond());
   Pass(2s);
   mNode.OnStored(mTransport.stored[0].first, true);
   Pass(5s);
@@ -234,14 +238,7 @@ TEST_F(OtherLogTest, NoSnapshotIsAnnouncedWhileNoRenewalComesBack) {
 
 // A log that is another one, which the host has not been told yet, would lose its beginning.
 TEST_F(OtherLogTest, NothingIsForgottenWhileNoRenewalComesBack) {
-  BeginAsKeeper();
-  mTransport.stored.clear();
-  mNode.Submit(ChangeOf("x"));
-  for (int i = 0; i < 700 && mTransport.stored.empty(); ++i) {
-    Pass(100ms);
-    Return();
-  }
-  ASSERT_EQ(mTransport.stored.size(), 1U) << "the second snapshot";
+  ASSERT_NO_FATAL_FAILURE(BeginAsKeeperAndStoreASecond());
   mNode.OnStored(mTransport.stored[0].first, true);
   Pass(100ms);
   Return();
