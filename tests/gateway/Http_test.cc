@@ -36,15 +36,17 @@ class HttpTest : public testing::Test {
     return page.Head().substr(0, page.Head().find('\r'));
   }
 
-  // Takes so many bytes in eight pieces with pauses between them; the longest that one has taken.
+  // Takes so many bytes in eight pieces with pauses between them, while they come; the longest that
+  // one has taken.
   static Ms TakeSlowly(TcpPeer& browser, std::size_t bytes, Ms pause) {
     using Clock = std::chrono::steady_clock;
     Clock::duration longest{0};
     for (std::size_t got = bytes / 8; got < bytes; got += bytes / 8) {
       const Clock::time_point start = Clock::now();
-      EXPECT_TRUE(browser.WaitFor(got));
+      const bool isThere = browser.WaitFor(got);
       std::this_thread::sleep_for(pause);
       longest = std::max(longest, Clock::now() - start);
+      if (!isThere) break;
     }
     return std::chrono::duration_cast<Ms>(longest);
   }
@@ -131,7 +133,7 @@ TEST_F(HttpTest, DoesNotWaitForTheEndOfABody) {
 
 TEST_F(HttpTest, ClosesAConnectionThatSendsNoRequest) {
   dorn::gateway::Options options = RunningGateway::OptionsFor(mHost.Port());
-  options.mTimes.mRequest = Ms(500);
+  options.mTimes.mRequest = Ms(5000);  // In which a busy machine sends the one that is a request.
   options.mTimes.mIdle = Ms(500);
   RunningGateway gateway(options);
   TcpPeer silent, slow, idle;
