@@ -12,17 +12,17 @@ import select
 import shutil
 import subprocess
 import sys
-import tempfile
 import time
 
 sys.dont_write_bytecode = True
 here = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(here.parent / "support"))
+from folders import new_folder  # noqa: E402
 from programs import PATIENCE, Host, fail  # noqa: E402
 
 programs, step1, step6 = sys.argv[1:4]
 manual = here.parent.parent / "docs" / "manual"
-work = pathlib.Path(tempfile.mkdtemp())
+work = pathlib.Path(new_folder())
 surroundings = dict(os.environ, PATH=programs + os.pathsep + os.environ["PATH"], TERM="xterm", LC_ALL="C.UTF-8", LINES="30", COLUMNS="90")
 
 
@@ -81,12 +81,12 @@ if "ready for bottles" not in shown:
 with Host(step1) as host:
     run_at_a_terminal(put(block("tutorial/1-greeting.md", "dorn-terminal"), {"127.0.0.1:5000": host.at}), b"ready for bottles", b"q")
     said = run(put(block("guides/operator.md", "dorn-station"),
-                   {"--port 5000": "--port %d" % host.port, "USER": "tanaka", "PASSWORD": "fill", "panel": "filler", "--linger 5": "--linger 0.5"}), work)
+                   {"--port 5000": "--port %d" % host.port, "USER": "tanaka", "PASSWORD": "fill", "panel": "filler"}).rstrip() +
+               " --expect 'ready for bottles' --timeout %d" % (PATIENCE / 2), work)
     if "ready for bottles" not in said:
         fail("the operator's station was told %r" % said)
 
 with Host(step6) as host:
-    run(block("tutorial/6-files.md", "dorn-station").rstrip() + " --port %d --linger 0 --expect '[file manual.txt'" % host.port, work)
+    run(block("tutorial/6-files.md", "dorn-station").rstrip() + " --port %d --expect '[file manual.txt' --timeout %d" % (host.port, PATIENCE / 2), work)
     if not (work / "manual.txt").read_bytes():
         fail("nothing is in the file of step 6")
-shutil.rmtree(work)
