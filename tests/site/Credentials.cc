@@ -114,9 +114,8 @@ class Key {
 std::string Account(bool hasStreams) {
   const std::string most = hasStreams ? "-1" : "0";
   return R"("limits":{"subs":-1,"data":-1,"payload":-1,"imports":-1,"exports":-1,)"
-         R"("wildcards":true,"conn":-1,"leaf":-1,"mem_storage":)" +
-         most + R"(,"disk_storage":)" + most + R"(,"streams":)" + most + R"(,"consumer":)" + most +
-         R"(},"type":"account",)";
+         R"("wildcards":true,"conn":-1,"leaf":-1,"mem_storage":0,"disk_storage":)" +
+         most + R"(,"streams":)" + most + R"(,"consumer":)" + most + R"(},"type":"account",)";
 }
 
 }  // namespace

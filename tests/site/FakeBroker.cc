@@ -64,6 +64,7 @@ void FakeBroker::Run() {
   while (!mIsOver) {
     if (!IsReadable(mListener)) continue;
     const int connection = accept(mListener, nullptr, nullptr);
+    if (connection < 0) continue;  // It has gone again.
     ++mConnections;
     Serve(connection);
     close(connection);

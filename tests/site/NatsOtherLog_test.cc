@@ -105,6 +105,7 @@ TEST_F(NatsOtherLogTest, ADeletedLogIsMadeAnewAndTold) {
 // Before they are missed: whoever starts could not begin without them.
 TEST_F(NatsOtherLogTest, DeletedSnapshotsAreNoticedAndTheirStreamIsMadeAnew) {
   NatsHost host(OptionsFor(mServer));
+  ASSERT_TRUE(host.Until([&] { return host.mNoSnapshots > 0; })) << "before the first";
   host.Transport().Store(1, "bytes");
   ASSERT_TRUE(host.Until([&] { return !host.mStored.empty(); }));
   ASSERT_TRUE(host.mStored.back().second);

@@ -1,6 +1,8 @@
 // Brokers that let in only whom they know, and only over TLS.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <unistd.h>
+
 #include <chrono>
 #include <filesystem>
 #include <string>
@@ -104,6 +106,32 @@ TEST(NatsSecurityTest, AHostWithACredentialsFileOfTheSitesAccountIsLetInAndNobod
   EXPECT_TRUE(host.Bring("a"));
 }
 
+// What is written to standard error while it lives, at any time.
+class StandardError {
+ public:
+  StandardError() : mSaved(dup(STDERR_FILENO)), mFile(memfd_create("standard-error", MFD_CLOEXEC)) {
+    dup2(mFile, STDERR_FILENO);
+  }
+  ~StandardError() {
+    dup2(mSaved, STDERR_FILENO);
+    close(mSaved);
+    close(mFile);
+  }
+  StandardError(const StandardError&) = delete;
+  StandardError& operator=(const StandardError&) = delete;
+
+  std::string Text() const {
+    std::string text(100'000, '\0');
+    const ssize_t size = pread(mFile, text.data(), text.size(), 0);
+    text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return text;
+  }
+
+ private:
+  const int mSaved;
+  const int mFile;
+};
+
 int Lines(const std::string& text, const std::string& with) {
   int lines = 0;
   for (std::size_t at = 0; (at = text.find(with, at)) != std::string::npos; ++at) ++lines;
@@ -114,18 +142,20 @@ int Lines(const std::string& text, const std::string& with) {
 TEST(NatsSecurityTest, WhatIsWrongWithTheOptionsIsSaidOnceUntilAnotherThingIs) {
   NatsServer server;
   NatsOptions options = OptionsFor(server);
+  const Certificate certificate("IP:127.0.0.1");
   const std::string file = testing::TempDir() + "dorn-ca-" + std::to_string(getpid());
   options.caFile = file;
   options.certificateFile = file + ".host";
-  testing::internal::CaptureStderr();
+  const StandardError said;
   {
     NatsHost host(options);
-    host.RunFor(milliseconds(3500));
-    const Certificate certificate("IP:127.0.0.1");
-    std::filesystem::copy_file(certificate.File(), file);
-    host.RunFor(milliseconds(4500));
+    EXPECT_TRUE(host.Until([&] { return Lines(said.Text(), "do not work (" + file + ": ") > 0; }));
+    host.RunFor(milliseconds(2500));
+    std::filesystem::rename(certificate.File(), file);
+    EXPECT_TRUE(host.Until([&] { return Lines(said.Text(), "(" + file + ".host: ") > 0; }));
+    host.RunFor(milliseconds(2500));
   }
-  const std::string text = testing::internal::GetCapturedStderr();
+  const std::string text = said.Text();
   unlink(file.c_str());
   EXPECT_EQ(Lines(text, "do not work (" + file + ": "), 1) << text;
   EXPECT_EQ(Lines(text, "do not work (" + file + ".host: "), 1) << text;
