@@ -210,7 +210,11 @@ void MeasureFanout(int receivers, double scale) {
 }
 
 void MeasureRoundTrips(int active, int idle, double scale) {
-  active == 1 ? RunWithServers() : RunApartFromServers();
+  if (active == 1) {
+    RunWithServers();
+  } else {
+    RunApartFromServers();
+  }
   const Server dorn(HostCommand());
   const Server bare(BareCommand("answer", AnswerBytes()));
   if (!dorn.IsRunning() || !bare.IsRunning()) Fail("the servers of the benchmark do not start");
