@@ -190,6 +190,22 @@ TEST_F(KZClientSocketTest, CreateTakesOverADescriptorWithTheExactBufferAndGivesI
   EXPECT_TRUE(List()->mAddRequest.empty());
 }
 
+TEST_F(KZClientSocketTest, CreateWithoutABufferSizeEmptiesTheBufferThatIsThere) {
+  TcpAcceptor acceptor;
+  TcpPeer peer;
+  ASSERT_TRUE(peer.Connect(acceptor.Port()));
+  const TcpPeer accepted = acceptor.Accept();
+  auto* const client = new TestClient(kLogSize, &mLog, List());
+  client->CreateBuffer(100);
+  std::string old = "old";
+  client->SetDataToBuffer(old.data(), 3);
+  EXPECT_EQ(client->Create(dup(accepted.Fd()), 0), 1);
+  EXPECT_EQ(client->mBufferSize, 100);
+  EXPECT_EQ(client->GetDataLength(), 0);
+  client->Close();
+  Settle();
+}
+
 TEST_F(KZClientSocketTest, OnCloseIsLogged) {
   KZClientSocket client(kLogSize, &mLog, List());
   client.OnClose();

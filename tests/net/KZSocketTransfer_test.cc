@@ -53,6 +53,16 @@ TEST_F(KZSocketTransferTest, CloseEndsTheStreamThoughSomebodyElseHoldsTheDescrip
   EXPECT_TRUE(peer.WaitForClose());
 }
 
+TEST_F(KZSocketTransferTest, CloseLeavesTheOtherDirectionToWhoeverHoldsTheDescriptor) {
+  TestSocket socket(kLogSize, &mLog, List());
+  TcpPeer peer = Join(socket);
+  TcpPeer copy(dup(socket.GetFD()));
+  socket.Close();
+  EXPECT_TRUE(peer.Send("x"));
+  EXPECT_TRUE(copy.WaitFor(1));
+  EXPECT_EQ(copy.Received(), "x");
+}
+
 TEST_F(KZSocketTransferTest, CloseWithoutAListLeavesTheDescriptorGone) {
   TestSocket socket(kLogSize, &mLog, nullptr);
   const TcpPeer peer = Join(socket);
@@ -360,6 +370,23 @@ TEST_F(KZSocketTransferTest, AReceiveFailureIsNoticedLoggedAndCloses) {
   EXPECT_EQ(socket.GetFDStatus(), 4);
 }
 
+TEST_F(KZSocketTransferTest, AReceiveFailureIsNoticedBeforeItIsLogged) {
+  struct Notified : KZSocket {
+    using KZSocket::KZSocket;
+    int OnNotice(int, int) override {
+      logged = log->Messages();
+      return 0;
+    }
+    const RecordingStream* log = nullptr;
+    std::vector<std::string> logged = {"no notice"};
+  } socket(kLogSize, &mLog, List());
+  socket.log = &mLog;
+  const TcpPeer peer = Join(socket);
+  socket.ReadyToRead();
+  EXPECT_THAT(socket.logged, IsEmpty());
+  EXPECT_EQ(mLog.Messages().front(), "recvfrom (Resource temporarily unavailable)\n");
+}
+
 TEST_F(KZSocketTransferTest, AReceiveThatWouldBlockCountsAsAFailure) {
   TestSocket socket(kLogSize, &mLog, List());
   const TcpPeer peer = Join(socket);
@@ -388,6 +415,16 @@ TEST_F(KZSocketTransferTest, AReceiveHookMayCloseTheSocket) {
   socket.ReadyToRead();
   EXPECT_THAT(socket.mEvents, ElementsAre("receive", "close"));
   EXPECT_EQ(socket.GetFD(), -1);
+}
+
+TEST_F(KZSocketTransferTest, ANearlyFullBufferIsNoticedThoughTheReceiveHookClosed) {
+  TestSocket socket(kLogSize, &mLog, List());
+  TcpPeer peer = Join(socket);
+  socket.CreateBuffer(1500);
+  socket.mOnReceive = [&] { socket.Close(); };
+  peer.Send("x");
+  socket.ReadyToRead();
+  EXPECT_THAT(socket.mEvents, ElementsAre("receive", "close", "notice 1000 0"));
 }
 
 // --- Logs ---

@@ -59,6 +59,23 @@ TEST_F(KZSocketUdpTest, OpenBindsIsActiveAndCallsOnOpen) {
   Settle();
 }
 
+TEST_F(KZSocketUdpTest, OnOpenFindsTheSocketActiveAndGivenToTheList) {
+  struct Opened : KZSocketUdp {
+    using KZSocketUdp::KZSocketUdp;
+    void OnOpen() override {
+      status = GetFDStatus();
+      id = GetId();
+    }
+    int status = -1;
+    int id = -1;
+  } udp(kLogSize, &mLog, List());
+  ASSERT_GE(udp.Open("127.0.0.1", 0, 0), 0);
+  EXPECT_EQ(udp.status, 2);
+  EXPECT_EQ(udp.id, 0x10000000);
+  udp.Close();
+  Settle();
+}
+
 TEST_F(KZSocketUdpTest, TheSocketIsNonBlockingReusableAndNotInherited) {
   TestUdp udp(kLogSize, &mLog, List());
   const int fd = udp.Open("127.0.0.1", 0, 0);
@@ -114,6 +131,7 @@ TEST_F(KZSocketUdpTest, OpenWithAHostThatDoesNotResolveReturnsMinus1) {
   EXPECT_EQ(udp.Open("host.invalid", 0, 0), -1);
   EXPECT_THAT(mLog.Messages(), ElementsAre("エラー getaddrinfo: (Name or service not known)\n"));
   EXPECT_EQ(udp.GetFDStatus(), 0);
+  EXPECT_EQ(udp.mBufferSize, 3000);
 }
 
 TEST_F(KZSocketUdpTest, OpenOfATakenPortGoesOnAndReturnsTheClosedDescriptor) {
