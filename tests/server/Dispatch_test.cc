@@ -43,6 +43,12 @@ TEST_F(DispatchTest, StartPassesTheVerticalResolutionFirst) {
   EXPECT_THAT(Calls(), ElementsAre("OnStart T 2 1"));
 }
 
+TEST_F(DispatchTest, StartTakesANumberForTheTypeAndTextsForTheResolutions) {
+  Link link = LoggedIn("S1");
+  Tell(link, R"({"Command":"HELLO","Type":7,"ResolutionH":"800","ResolutionV":"600 lines"})");
+  EXPECT_THAT(Calls(), ElementsAre("OnStart 7 600 800"));
+}
+
 TEST_F(DispatchTest, StartWithoutTypeAndResolutionsPassesEmptyAndZero) {
   Link link = LoggedIn("S1");
   Tell(link, R"({"Command":"HELLO"})");
@@ -87,6 +93,21 @@ TEST_F(DispatchTest, HelloWithoutIdAsksNobodyAndFails) {
   EXPECT_THAT(link.station.Messages(), ElementsAre(kAuthError));
 }
 
+TEST_F(DispatchTest, AnEmptyIdIsAskedFor) {
+  Link link = Connect();
+  Tell(link, R"({"Command":"HELLO","Id":"","Pass":"p"})");
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth  p"));
+  EXPECT_THAT(link.station.Messages(), ElementsAre(kAuthError));
+}
+
+TEST_F(DispatchTest, ChangeWithoutIdFailsAsHelloDoes) {
+  Offer("a", "unused");
+  Link link = Connect();
+  Tell(link, R"({"Command":"CHANGE","DialogName":"a"})");
+  EXPECT_THAT(Calls(), IsEmpty());
+  EXPECT_THAT(link.station.Messages(), ElementsAre(kAuthError));
+}
+
 TEST_F(DispatchTest, LogInWithoutPassPassesAnEmptyOne) {
   Link link = Connect();
   Tell(link, R"({"Command":"HELLO","Id":"u1"})");
@@ -127,6 +148,21 @@ TEST_F(DispatchTest, AnyCommandMayCarryTheSessionId) {
   Tell(link, R"({"Command":"NOTHING","SessionId":"S1"})");
   EXPECT_TRUE(Find(link)->mAuth);
   EXPECT_THAT(link.station.Messages(), IsEmpty());
+}
+
+TEST_F(DispatchTest, AnEntryWithoutACommandMayCarryTheSessionIdForThoseBehindIt) {
+  app.CreateSession("S1", 60000);
+  Link link = Connect();
+  Tell(link, R"({"Commands":[{"SessionId":"S1"},{"Command":"HELLO","Type":"T"}]})");
+  EXPECT_THAT(Calls(), ElementsAre("OnAuthCheck S1", "OnStart T 0 0"));
+}
+
+TEST_F(DispatchTest, AnEmptySessionIdIsOneThatNobodyHas) {
+  Link link = Connect();
+  Tell(link, R"({"Command":"NOTHING","SessionId":""})");
+  EXPECT_THAT(Calls(), ElementsAre("OnAuthCheck "));
+  EXPECT_THAT(link.station.Messages(), ElementsAre(kSessionError));
+  EXPECT_TRUE(link.station.IsClosed());
 }
 
 TEST_F(DispatchTest, ReattachingAndEnteringADialogTakeOneCommand) {
@@ -244,6 +280,17 @@ TEST_F(DispatchTest, TheNewNameIsSetWhenOnChangeRuns) {
   EXPECT_EQ("a", shown);
 }
 
+TEST_F(DispatchTest, TheOldNameIsStillSetWhileTheNewDialogIsMade) {
+  std::string shown;
+  Link link = LoggedIn("S1", "old");
+  Offer("a", "unused", [&](HookedDialog& dialog) {
+    dialog.init = [&](HookedDialog&) { shown = Str(Find(link)->mDialogName); };
+  });
+  Tell(link, R"({"Command":"CHANGE","DialogName":"a"})");
+  EXPECT_EQ("old", shown);
+  EXPECT_EQ("a", Str(Find(link)->mDialogName));
+}
+
 TEST_F(DispatchTest, EnteringTheSameDialogAgainLeavesAndEntersIt) {
   Offer("a", "unused");
   Link link = LoggedIn("S1");
@@ -265,6 +312,19 @@ TEST_F(DispatchTest, AnUnknownDialogIsLoggedAndTheOldOneStays) {
       "認識されていないダイアログ名です。(zz)\n",
       console.Text());
   EXPECT_THAT(Calls(), ElementsAre("OnChangeBefore a S1", "CreateDialog zz"));
+  EXPECT_EQ("a", Str(Find(link)->mDialogName));
+  EXPECT_THAT(link.station.Messages(), IsEmpty());
+}
+
+TEST_F(DispatchTest, AnEmptyDialogNameIsANameAndStartsNobody) {
+  Offer("a", "unused");
+  Link link = LoggedIn("S1");
+  Tell(link, R"({"Command":"CHANGE","DialogName":"a"})");
+  Calls().clear();
+  CapturedStdout console;
+  Tell(link, R"({"Command":"CHANGE","DialogName":""})");
+  EXPECT_THAT(console.Text(), testing::EndsWith("\n認識されていないダイアログ名です。()\n"));
+  EXPECT_THAT(Calls(), ElementsAre("OnChangeBefore a S1", "CreateDialog "));
   EXPECT_EQ("a", Str(Find(link)->mDialogName));
   EXPECT_THAT(link.station.Messages(), IsEmpty());
 }
@@ -406,6 +466,40 @@ TEST_F(ConditionTest, TheSearchBeginsAtTheCommandItself) {
 TEST_F(ConditionTest, WithoutAnActionNameAnObjectWithoutNameIsMeant) {
   Tell(mLink, R"({"Command":"CONDITION","Objects":[{"Name":"b1"},{"Value":1}]})");
   EXPECT_THAT(Calls(), ElementsAre("OnCondition a S1", "OnTouch a  "));
+}
+
+TEST_F(ConditionTest, TheActionIsTheOneThatOnConditionLeaves) {
+  Dialog("a")->condition = [](HookedDialog&, VQClientSocket*, VQJsonCommand* command) {
+    command->SetValue("ActionName", VQValue("b2"), 0, "");
+    command->SetValue("ActionType", VQValue("LONG"), 0, "");
+  };
+  Tell(mLink, R"({"Command":"CONDITION","ActionName":"b1","ActionType":"CLICK","Objects":[)"
+              R"({"Name":"b1"},{"Name":"b2"}]})");
+  EXPECT_THAT(Calls(), ElementsAre("OnCondition a S1", "OnTouch a b2 LONG"));
+}
+
+TEST_F(ConditionTest, TheDialogThatHadTheConditionHasTheTouchToo) {
+  Offer("b", "unused");
+  app.CreateDialog("b");
+  Calls().clear();
+  Dialog("a")->condition = [](HookedDialog&, VQClientSocket* client, VQJsonCommand*) {
+    client->mDialogName = "b";
+  };
+  Tell(mLink, R"({"Command":"CONDITION","ActionName":"b1","Objects":[{"Name":"b1"}]})");
+  EXPECT_THAT(Calls(), ElementsAre("OnCondition a S1", "OnTouch a b1 "));
+}
+
+TEST_F(ConditionTest, TheSessionIsExtendedBeforeTheHooksRun) {
+  app.CreateSession("S5", 30000);
+  Link link = LoggedIn("S5", "a");
+  const unsigned int timer = app.SessionList()->Search("S5")->mTimerId;
+  std::vector<long long> due;
+  Dialog("a")->condition = [&](HookedDialog&, VQClientSocket*, VQJsonCommand*) {
+    due = DueIn(timer);
+  };
+  Wait(20000);
+  Tell(link, R"({"Command":"CONDITION"})");
+  EXPECT_THAT(due, ElementsAre(30000));
 }
 
 TEST_F(ConditionTest, WithoutADialogItIsLogged) {

@@ -412,6 +412,16 @@ TEST_F(FileTransferTest, ADirectoryIsAnnouncedAndNoBytesFollow) {
             mLink.station.Bytes());
 }
 
+TEST_F(FileTransferTest, ADirectoryOfTheSameDateIsTheLatest) {
+  const std::string name = Folder() + "/sub";
+  ASSERT_EQ(0, mkdir(Path(name).c_str(), 0755));
+  SetFileTime(name, kFileTime);
+  Get(name, R"(,"Date":"2020-01-02 03:04:05")");
+  EXPECT_THAT(mLink.station.Messages(),
+              ElementsAre(R"({"Command":"PUTFILE","Date":"2020-01-02 03:04:05","File":")" + name +
+                          R"(","Status":"LATEST"})"));
+}
+
 TEST_F(FileTransferTest, AFifoIsAnnouncedAndDoesNotBlock) {
   const std::string name = Folder() + "/fifo";
   ASSERT_EQ(0, mkfifo(Path(name).c_str(), 0644));

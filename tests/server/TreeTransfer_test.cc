@@ -82,6 +82,23 @@ TEST_F(TreeTransferTest, ADialogWithoutSharedTreeHasItsFileSent) {
   EXPECT_EQ(1U, Calls().size());
 }
 
+TEST_F(TreeTransferTest, AnEmptySharedTreeIsServedToo) {
+  Serve("top", kTree)->GetResourceShare();
+  const std::string name = Folder() + "/top.json";
+  Get(name);
+  EXPECT_EQ(Frame(TreeFollows(name, 2)) + "{}", mLink.station.Bytes());
+}
+
+TEST_F(TreeTransferTest, ANameWithASignIsNotThatOfTheFileBelowAFolder) {
+  const std::string file = File("top.json", kTree);
+  Offer(Folder() + "@top", Folder() + "@top.json");
+  app.CreateDialog((Folder() + "@top").c_str())->LoadJsonShare();
+  Calls().clear();
+  Get(file);
+  EXPECT_THAT(Calls(), IsEmpty());
+  EXPECT_EQ(Frame(Follows(file, std::string(kTree).size())) + kTree, mLink.station.Bytes());
+}
+
 TEST_F(TreeTransferTest, OtherExtensionsAreFiles) {
   Serve("top", kTree)->LoadJsonShare();
   for (const char* file : {"top.jsonx", "top.js", "top"}) {

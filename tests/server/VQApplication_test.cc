@@ -348,6 +348,32 @@ TEST_F(VQApplicationTest, RemoveSocketBySessionMeansExactlyThatId) {
   EXPECT_NE(nullptr, Find(a));
 }
 
+TEST_F(VQApplicationTest, RemoveSocketBySessionTakesAConnectionWithoutSessionForTheEmptyId) {
+  Link a = LoggedIn("S1"), b = Connect(), c = Connect();
+  app.RemoveSocketBySession("");
+  EXPECT_NE(nullptr, Find(a));
+  EXPECT_EQ(nullptr, Find(b));
+  EXPECT_NE(nullptr, Find(c));
+}
+
+TEST_F(VQApplicationTest, RemoveSocketBySessionTakesTheSessionBeforeItCloses) {
+  struct Sink : KZStream {
+    int Output(char* text) override {
+      if (std::string(text) == "切断しました\n") atClose = client->GetSessionId();
+      return 0;
+    }
+    VQClientSocket* client = nullptr;
+    std::string atClose = "not closed";
+  } sink;
+  app.SetLogStream(&sink);
+  Link link = LoggedIn("S1");
+  sink.client = Find(link);
+  app.RemoveSocketBySession("S1");
+  EXPECT_EQ("", sink.atClose);
+  Pass();
+  app.SetLogStream(&app.mLog);
+}
+
 // Module directory
 
 TEST_F(VQApplicationTest, ModuleDirectoryIsThatOfTheExecutable) {

@@ -381,6 +381,25 @@ TEST_F(UniqueUpdatesTest, TheSessionsOwnChangeIsNotSentBack) {
   EXPECT_THAT(mA.station.Messages(), IsEmpty());
 }
 
+TEST_F(UniqueUpdatesTest, TheSessionsOwnChangeIsForgottenAllTheSame) {
+  SetUnique("S1", "S1");
+  mDialog->SendUpdateUnique("S1", false);
+  EXPECT_FALSE(mDialog->GetResourceUnique("S1")->SearchName("b1")->IsDirty());
+}
+
+// A dialog is shown by whoever says so, and everybody shows the one without a name.
+TEST_F(UniqueUpdatesTest, ADialogWithoutANameIsShownByEveryConnection) {
+  Link fresh = Connect();
+  mDialog->mDialogName = "";
+  EXPECT_TRUE(mDialog->SendUpdateShare(true));
+  EXPECT_THAT(mElsewhere.station.Messages(), ElementsAre(kAll));
+  EXPECT_THAT(fresh.station.Messages(), ElementsAre(kAll));
+  mDialog->LoadJsonUnique("S3");
+  EXPECT_TRUE(mDialog->SendUpdateUnique("S3", true));
+  EXPECT_THAT(mElsewhere.station.Messages(), ElementsAre(kAll));
+  EXPECT_THAT(fresh.station.Messages(), IsEmpty());
+}
+
 TEST_F(UniqueUpdatesTest, OnlyTheFirstConnectionOfASessionGetsTheChanges) {
   Link second = LoggedIn("S1", "top");
   SetUnique("S1", "");
@@ -418,6 +437,12 @@ TEST_F(UniqueUpdatesTest, TheSharedTreesIdSendsTheSharedTreeToTheFirstStation) {
   EXPECT_TRUE(mDialog->SendUpdateUnique("SessionIdShared", false));
   EXPECT_THAT(mA.station.Messages(), ElementsAre(kButtonOn));
   EXPECT_THAT(mB.station.Messages(), IsEmpty());
+}
+
+TEST_F(UniqueUpdatesTest, TheSharedTreesIdTellsASessionItsOwnChange) {
+  Set("b1", "ON", "S1");
+  EXPECT_TRUE(mDialog->SendUpdateUnique("SessionIdShared", false));
+  EXPECT_THAT(mA.station.Messages(), ElementsAre(kButtonOn));
 }
 
 TEST_F(UniqueUpdatesTest, AnUnlistedNameIsInsertedEmptyByTheUpdate) {

@@ -155,6 +155,17 @@ TEST_F(VQDialogTest, LoadJsonUniqueLoadsOnceForASession) {
   EXPECT_FALSE(app.SessionList()->Has("S1"));
 }
 
+TEST_F(VQDialogTest, LoadJsonUniqueOfTheSharedIdLoadsASharedTreeWithoutItsSession) {
+  HookedDialog dialog;
+  dialog.Init("top",
+              WriteResource("top.json", R"({"Command":"DIALOG","NotifyList":"Alias","Title":"t"})")
+                  .c_str());
+  EXPECT_EQ(1, dialog.LoadJsonUnique("SessionIdShared"));
+  EXPECT_TRUE(dialog.GetResourceShare()->HasKey("Title"));
+  EXPECT_FALSE(app.SessionList()->Has("SessionIdShared"));
+  EXPECT_EQ(0, dialog.LoadJsonUnique("SessionIdShared"));
+}
+
 TEST_F(VQDialogTest, LoadJsonUniqueDoesNotReloadATreeThatWasMadeEmpty) {
   HookedDialog dialog;
   dialog.Init("top", WriteResource("top.json", kTree).c_str());
@@ -396,6 +407,24 @@ TEST_F(ApplyTest, NestedObjectsAreFoundDepthFirst) {
   EXPECT_EQ(R"({"Command":"DIALOG","Objects":[{"Name":"g","Type":"GROUP","Objects":[)"
             R"({"Name":"x","Value":2}]},{"Name":"x","Value":1}]})",
             Str(dialog->GetResourceShare()->GetJson()));
+}
+
+TEST_F(ApplyTest, AnObjectWithoutANameReachesTheFirstThatHasNone) {
+  HookedDialog* dialog = Shared("top", R"({"Command":"DIALOG","Name":"top","Objects":[)"
+                                       R"({"Name":"b1"},{"Value":1},{"Value":2}]})");
+  dialog->UpdateResourceShare(Command(R"({"Value":3})"), "S1");
+  EXPECT_THAT(Calls(), ElementsAre("OnUpdate  S1"));
+  EXPECT_EQ(
+      R"({"Command":"DIALOG","Name":"top","Objects":[{"Name":"b1"},{"Value":3},{"Value":2}]})",
+      Str(dialog->GetResourceShare()->GetJson()));
+}
+
+TEST_F(ApplyTest, EveryOtherAttributeIsCopied) {
+  HookedDialog* dialog = Shared("top", kTree);
+  dialog->UpdateResourceShare(Command(R"({"Name":"b1","Alias":"x","Layout":"y","Type":"LAMP"})"),
+                              "S1");
+  EXPECT_EQ(R"({"Alias":"x","Layout":"y","Name":"b1","Type":"LAMP","Value":"OFF"})",
+            Str(dialog->GetResourceShare()->SearchName("b1")->GetJson()));
 }
 
 TEST_F(ApplyTest, NameIsNeverCopied) {

@@ -153,6 +153,24 @@ TEST_F(VQSessionListTest, ARenamedSessionExpiresTogetherWithItsEntry) {
   EXPECT_TRUE(mList.mSessionList.empty());
 }
 
+TEST_F(VQSessionListTest, ARenamedSessionEndsWhatBelongsToItsNewName) {
+  app.CreateSession("key", 30000);
+  mList.Search("key")->SetSessionId("renamed");
+  HookedDialog* dialog = Shared("top", kTree);
+  dialog->AddSession("key");
+  dialog->AddSession("renamed");
+  Link a = LoggedIn("key"), b = Connect();
+  Find(b)->Authentication("renamed");
+  CapturedStdout console;
+  mList.Expire(0xD000000);
+  EXPECT_EQ("セッションの有効期限が切れました SessionID:renamed\nRemove sessionid=renamed\n",
+            console.Text());
+  EXPECT_EQ(1U, dialog->mSessionResourceList.count("key"));
+  EXPECT_EQ(0U, dialog->mSessionResourceList.count("renamed"));
+  EXPECT_NE(nullptr, Find(a));
+  EXPECT_EQ(nullptr, Find(b));
+}
+
 TEST_F(VQSessionListTest, NullEntriesAreSkipped) {
   mList.mSessionList[KZString("A")] = nullptr;
   app.CreateSession("S1", 30000);
