@@ -95,6 +95,20 @@ TEST_F(KZClientSocketTest, AnEstablishedConnectionCallsOnOpenAndIsReadFromThenOn
   Settle();
 }
 
+TEST_F(KZClientSocketTest, OnOpenFindsTheSocketConnected) {
+  struct Opened : KZClientSocket {
+    using KZClientSocket::KZClientSocket;
+    void OnOpen() override { status = GetFDStatus(); }
+    int status = -1;
+  } client(kLogSize, &mLog, List());
+  const TcpAcceptor acceptor;
+  client.Open("127.0.0.1", acceptor.Port(), 3000);
+  ASSERT_TRUE(RunUntil([&] { return client.GetFDStatus() == 2; }));
+  EXPECT_EQ(client.status, 2);
+  client.Close();
+  Settle();
+}
+
 TEST_F(KZClientSocketTest, ARefusedConnectionIsLoggedAndCloses) {
   TestClient client(kLogSize, &mLog, List());
   const int fd = client.Open("127.0.0.1", UnusedPort(), 3000);

@@ -293,6 +293,22 @@ TEST_F(KZSocketUdpTest, SendToSendsOneDatagramToHostAndPort) {
   Settle();
 }
 
+TEST_F(KZSocketUdpTest, AnEmptyDatagramIsSentAndNoFailure) {
+  UdpPeer peer;
+  TestUdp udp(kLogSize, &mLog, List());
+  ASSERT_GE(udp.Open("127.0.0.1", 0, 0), 0);
+  mLog.Clear();
+  const auto port = static_cast<unsigned short>(peer.Port());
+  EXPECT_EQ(udp.SendTo("", 0u, "127.0.0.1", port), 0);
+  std::string datagram = "none";
+  ASSERT_TRUE(peer.Receive(&datagram));
+  EXPECT_EQ(datagram, "");
+  EXPECT_THAT(mLog.Messages(),
+              ElementsAre("KZSocket::SendTo  127.0.0.1:" + std::to_string(port) + " 0 byte\n"));
+  udp.Close();
+  Settle();
+}
+
 TEST_F(KZSocketUdpTest, SendToAnUnresolvableHostReturnsMinus1AfterLogging) {
   TestUdp udp(kLogSize, &mLog, List());
   udp.Open("127.0.0.1", 0, 0);
