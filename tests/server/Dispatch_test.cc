@@ -174,6 +174,14 @@ TEST_F(DispatchTest, ReattachingAndEnteringADialogTakeOneCommand) {
               ElementsAre("OnAuthCheck S1", "CreateDialog d", "OnInit d", "OnChange d S1"));
 }
 
+TEST_F(DispatchTest, WhoHasAGoodSessionIdIsNotAskedForIdAndPass) {
+  app.CreateSession("S1", 60000);
+  Link link = Connect();
+  Tell(link, R"({"Command":"HELLO","SessionId":"S1","Id":"u2","Pass":"wrong","Type":"T"})");
+  EXPECT_THAT(Calls(), ElementsAre("OnAuthCheck S1", "OnStart T 0 0"));
+  EXPECT_EQ("S1", Str(Find(link)->mSessionId));
+}
+
 TEST_F(DispatchTest, AnAuthenticatedConnectionsSessionIdIsNotLookedAt) {
   Link link = LoggedIn("S1");
   Tell(link, R"({"Command":"NOTHING","SessionId":"bad"})");
@@ -339,6 +347,13 @@ TEST_F(DispatchTest, TheMakerIsAskedAgainForANameThatItRefused) {
                                    "OnChange late S1"));
 }
 
+TEST_F(DispatchTest, HelloEntersADialogAfterTheLogInToo) {
+  Offer("a", "unused");
+  Link link = LoggedIn("S1");
+  Tell(link, R"({"Command":"HELLO","Id":"u1","Pass":"p","DialogName":"a"})");
+  EXPECT_THAT(Calls(), ElementsAre("CreateDialog a", "OnInit a", "OnChange a S1"));
+}
+
 TEST_F(DispatchTest, AFailedLogInEntersNoDialog) {
   Offer("a", "unused");
   Link link = Connect();
@@ -379,6 +394,8 @@ TEST_F(DispatchTest, WhichCommandsExtendTheSession) {
       {"unknown", R"({"Command":"ANY"})", true},
       {"lower case is unknown", R"({"Command":"hello"})", true},
       {"empty", R"({"Command":""})", true},
+      {"no command at all", R"({"Commands":[{"Name":"b1"}]})", true},
+      {"a dialog", R"({"Command":"DIALOG"})", true},
       {"start", R"({"Command":"HELLO"})", false},
       {"change", R"({"Command":"CHANGE","DialogName":"zz"})", false},
   };

@@ -126,6 +126,14 @@ TEST_F(TreeTransferTest, AHostMayServeTheFileItself) {
   EXPECT_EQ(Frame("mine"), mLink.station.Bytes());
 }
 
+TEST_F(TreeTransferTest, AnyResultButZeroSaysThatTheHostHasServedIt) {
+  Serve("top", kTree)->getfile = [](HookedDialog&, VQClientSocket*, KZString, KZString, KZString) {
+    return -1;
+  };
+  Get(Folder() + "/top.json");
+  EXPECT_EQ("", mLink.station.Bytes());
+}
+
 TEST_F(TreeTransferTest, AHostThatDeclinesHasTheFileSent) {
   HookedDialog* dialog = Serve("top", kTree);
   dialog->LoadJsonShare();

@@ -296,6 +296,13 @@ TEST_F(VQApplicationTest, SendDataListToTheSharedSessionReachesEverySession) {
   EXPECT_THAT(c.station.Messages(), IsEmpty());
 }
 
+TEST_F(VQApplicationTest, SendDataListToTheEmptySessionReachesConnectionsWithoutOne) {
+  Link a = LoggedIn("S1", "top"), b = Connect();
+  app.SendDataList("", "", "x");
+  EXPECT_THAT(a.station.Messages(), IsEmpty());
+  EXPECT_THAT(b.station.Messages(), ElementsAre("x"));
+}
+
 TEST_F(VQApplicationTest, SendDataListToEverybodyReachesUnauthenticatedConnectionsToo) {
   Link a = LoggedIn("S1", "top"), b = Connect();
   app.SendDataList("SessionIdShared", "", "x");

@@ -178,6 +178,13 @@ TEST_F(VQClientSocketTest, AuthenticationStoresTheSessionAndCancelsTheConnection
   EXPECT_THAT(DueIn(timer), IsEmpty());
 }
 
+TEST_F(VQClientSocketTest, AuthenticationAgainChangesTheSession) {
+  Link link = LoggedIn("S1");
+  Find(link)->Authentication("S2");
+  EXPECT_TRUE(Find(link)->mAuth);
+  EXPECT_EQ("S2", Str(Find(link)->GetSessionId()));
+}
+
 TEST_F(VQClientSocketTest, AuthenticationWithAnEmptyIdRevokesAndStillCancelsTheTimeout) {
   Link link = Connect();
   Find(link)->Authentication("");

@@ -431,6 +431,11 @@ TEST_F(UniqueUpdatesTest, WithoutAConnectionTheChangesStay) {
   EXPECT_TRUE(mDialog->GetResourceUnique("S1")->SearchName("b1")->IsDirty());
 }
 
+TEST_F(UniqueUpdatesTest, WithoutAConnectionNoTreeIsMade) {
+  EXPECT_FALSE(mDialog->SendUpdateUnique("S9", true));
+  EXPECT_EQ(0U, mDialog->mSessionResourceList.count("S9"));
+}
+
 // "SessionIdShared" addresses every session; the text is still made for the tree's session.
 TEST_F(UniqueUpdatesTest, TheSharedTreesIdSendsTheSharedTreeToTheFirstStation) {
   Set("b1", "ON", "");
