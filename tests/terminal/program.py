@@ -28,7 +28,7 @@ def typing(program, host_program, text):
 def usage(program):
     """Exit codes without a terminal."""
     for arguments, code, text in (["--help"], 0, "HOST:PORT"), ([], 2, ""), (["--nonsense", "a"], 2, ""), \
-            (["a:b:c"], 2, "not HOST:PORT"), (["127.0.0.1:1"], 3, "must be a terminal"):
+            (["a:b:c"], 2, "not HOST:PORT"), ([" "], 2, "not HOST:PORT"), (["127.0.0.1:1"], 3, "must be a terminal"):
         done = subprocess.run([program, *arguments], capture_output=True, stdin=subprocess.DEVNULL)
         said = (done.stdout + done.stderr).decode()
         if done.returncode != code or text not in said:
@@ -36,6 +36,24 @@ def usage(program):
     unknown = RawTerminal(program, ["127.0.0.1:1"], term="no-such-terminal")
     if unknown.exit_code() != 3:
         fail("an unknown terminal is taken")
+
+
+def too_small(program, host_program):
+    """Where nothing has room it says so as far as that has, and a larger terminal brings the dialog."""
+    host = Host(host_program)
+    try:
+        for width, height, said in (10, 3, "Terminal\ntoo small\n"), (19, 5, "Terminal too small\n"), (80, 4, "Terminal too small\n"), \
+                (9, 2, "Terminal\ntoo small"), (3, 2, "Te"), (1, 1, ""):
+            terminal = Terminal(program, "--id guest --pass guest 127.0.0.1:%d" % host.port, width, height)
+            try:
+                until(lambda: terminal.screen().startswith(said), lambda: "%r in %r" % (said, terminal.screen()))
+                terminal.keys("Tab", "Enter", "F2", "Down", "Escape", "F1", "Escape")
+                terminal.tmux("resize-window", "-x", "80", "-y", "24")
+                terminal.see(" Gallery ")
+            finally:
+                terminal.close()
+    finally:
+        host.stop()
 
 
 def log_in(program, host_program):

@@ -8,6 +8,10 @@
 
 namespace dorn::terminal {
 
+// What a terminal must have to show a dialog at all.
+constexpr int kSmallestWidth = 20;
+constexpr int kSmallestHeight = 5;
+
 // What a text means, not its colour: colours are chosen where the terminal is known.
 enum class Tone : unsigned char { kPlain, kDim, kAccent, kOk, kInfo, kWarn, kAlarm, kBad };
 

@@ -50,7 +50,7 @@ const Texts& English() {
       "Quit",
       "%s found",
       "online",
-      "The terminal is too small",
+      "Terminal too small",
       "step %s",
       "picture",
       "Send",

@@ -16,8 +16,6 @@ using station::Widget;
 
 constexpr Style kBannerStyle{Tone::kAlarm, true, true, false};
 constexpr Style kMildStyle{Tone::kWarn, true, false, false};
-constexpr int kSmallestWidth = 20;
-constexpr int kSmallestHeight = 5;
 
 std::string LimitWords(const Item& item, const Texts& texts) {
   std::string words;
@@ -38,7 +36,10 @@ Grid View::Draw(Ms now) {
   Painter painter(grid);
   mKeySpots.clear();
   if (mWidth < kSmallestWidth || mHeight < kSmallestHeight) {
-    painter.Put(0, 0, Words().tooSmall, kPlainStyle, mWidth);
+    int y = 0;
+    for (const auto& line : Wrapped(Words().tooSmall, mWidth, static_cast<std::size_t>(mHeight))) {
+      painter.Put(0, y++, line, kPlainStyle, mWidth);
+    }
     return grid;
   }
   DrawBody(grid);
