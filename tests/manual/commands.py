@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""commands.py PROGRAMS STEP1 STEP6: runs blocks of commands of the manual, with the programs and hosts of this tree.
+"""commands.py PROGRAMS STEP1 STEP6 [GATEWAY]: runs blocks of commands of the manual, with the programs and hosts of this tree.
 
 Of each the text is what stands on the page, but for the port, which the system chooses, and what the page leaves to its
 reader. A block that changes is run as it has become; one that is gone fails.
@@ -9,18 +9,21 @@ import pathlib
 import pty
 import re
 import select
+import shlex
 import shutil
 import subprocess
 import sys
 import time
+import urllib.request
 
 sys.dont_write_bytecode = True
 here = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(here.parent / "support"))
 from folders import new_folder  # noqa: E402
-from programs import PATIENCE, Host, fail  # noqa: E402
+from programs import PATIENCE, Host, fail, until  # noqa: E402
 
 programs, step1, step6 = sys.argv[1:4]
+gateway = sys.argv[4] if len(sys.argv) > 4 else None
 manual = here.parent.parent / "docs" / "manual"
 work = pathlib.Path(new_folder())
 surroundings = dict(os.environ, PATH=programs + os.pathsep + os.environ["PATH"], TERM="xterm", LC_ALL="C.UTF-8", LINES="30", COLUMNS="90")
@@ -73,6 +76,27 @@ def run_at_a_terminal(commands, shown, typed):
         fail("%r: %r" % (commands, seen))
 
 
+def health(at):
+    try:
+        return urllib.request.urlopen("http://%s/healthz" % at, timeout=PATIENCE).read().strip()
+    except OSError as error:
+        return str(error).encode()
+
+
+def run_gateway(commands, host):
+    """As a service of this name does, at a port of its own; it finds the host, and ends in order."""
+    at_once = "exec " + put(commands, {"dorn-gateway": shlex.quote(gateway), "127.0.0.1:8080": "127.0.0.1:0", "127.0.0.1:5000": host.at})
+    process = subprocess.Popen(["bash", "-eu", "-c", at_once], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True)
+    try:
+        at = process.stdout.readline().partition("http://")[2].strip("/\n")
+        until(lambda: health(at) == b'{"host":"up"}', lambda: "the gateway to find the host: %r" % health(at))
+        process.terminate()
+        if process.wait(PATIENCE) != 0:
+            fail("the gateway ends with %d" % process.returncode)
+    finally:
+        process.kill()
+
+
 shutil.copytree(manual / "tutorial/step1", work / "step1")
 shown = run(block("tutorial/1-greeting.md", "dorn-lint --preview"), work / "step1")
 if "ready for bottles" not in shown:
@@ -85,6 +109,21 @@ with Host(step1) as host:
                " --expect 'ready for bottles' --timeout %d" % (PATIENCE / 2), work)
     if "ready for bottles" not in said:
         fail("the operator's station was told %r" % said)
+
+    if gateway:
+        run_gateway(block("tutorial/1-greeting.md", "dorn-gateway"), host)
+
+# A host that is laid where its unit looks for it; nothing of this machine is touched.
+folder = work / "laid"
+shutil.copytree(manual / "tutorial/step1/resources", folder / "resources")
+shutil.copy(step1, folder / "host")
+asked = run(put(block("guides/operator.md", "install -D"), {"/srv": str(work / "srv"), "systemctl": "echo asked"}), folder)
+unit = (here.parent.parent / "debian" / "dorn-tools.dorn-host@.service").read_text(encoding="utf-8")
+if asked != "asked enable --now dorn-host@panel\n" or "/srv/dorn/%i" not in unit:
+    fail("the unit of a host: %r" % asked)
+laid = sorted(str(each.relative_to(work / "srv")) for each in (work / "srv").rglob("*") if each.is_file())
+if laid != ["dorn/panel/host", "dorn/panel/resources/filler.json"] or not os.access(work / "srv/dorn/panel/host", os.X_OK):
+    fail("the operator lays %s" % laid)
 
 with Host(step6) as host:
     run(block("tutorial/6-files.md", "dorn-station").rstrip() + " --port %d --expect '[file manual.txt' --timeout %d" % (host.port, PATIENCE / 2), work)
