@@ -88,8 +88,8 @@ def said_by(program, *arguments, code=0, **more):
 
 def usage(program):
     """Exit codes."""
-    for arguments, code, text in (["--help"], 0, "--interval"), ([], 2, "required"), (["--nonsense", "a"], 2, ""), \
-            (["--interval", "-1", "a"], 2, ""), (["--interval", "nan", "a"], 2, "no number"), (["a"], 3, "must be a terminal"):
+    for arguments, code, text in (["--help"], 0, "--interval"), ([], 2, "sockets missing"), (["--nonsense", "a"], 2, ""), \
+            (["--interval", "-1", "a"], 2, ""), (["--interval", "nan", "a"], 2, "'nan' is not a number from 0 to 86400"), (["a"], 3, "must be a terminal"):
         said = said_by(program, *arguments, code=code)
         if text not in said:
             fail("%s says %s" % (arguments, said))

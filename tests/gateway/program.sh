@@ -35,16 +35,16 @@ refuses 2 'SCHEME://HOST' --origin panel.example
 refuses 2 'SCHEME://HOST' --origin https://panel.example/x
 refuses 2 '192\.168\.1\.0/24' --trusted-proxy proxy
 refuses 2 '192\.168\.1\.0/24' --metrics-from 1.2.3.4/99
-refuses 2 'one of: derived fixed' --source-address mine
-refuses 2 'one of: escape replace raw' --quotes none
-refuses 2 'one of: strict-first literal' --reading loose
-refuses 2 'one of: text json' --log xml
+refuses 2 'none of derived, fixed' --source-address mine
+refuses 2 'none of escape, replace, raw' --quotes none
+refuses 2 'none of strict-first, literal' --reading loose
+refuses 2 'none of text, json' --log xml
 refuses 2 '1.*999' --max-pages 1000
 refuses 2 'does not exist' --cert "$work/nothing.pem"
 refuses 2 'does not exist' --page "$work/nothing"
 refuses 2 'max-pages|help' --maxpages 5
 refuses 1 '--insecure' --listen 0.0.0.0:0
-refuses 1 'both --cert and --key' --cert "$gateway"
+refuses 2 '--cert requires --key' --cert "$gateway"
 
 start() { # ARGUMENTS...
   rm -f "$work/out"

@@ -355,9 +355,9 @@ TEST(HostAndPortTest, ReadsWhatPeopleWrite) {
 }
 
 TEST(HostAndPortTest, RefusesWhatIsNone) {
-  for (const char* text :
-       {"", ":5000", "host:", "host:0", "host:65536", "host:-1", "host:+1", "host:5000x", "::1",
-        "[::1", "[::1]5000", "[]:5000", "host:99999999999"}) {
+  for (const char* text : {"", ":5000", "host:", "host:0", "host:65536", "host:-1", "host:+1",
+                           "host:5000x", "::1", "[::1", "[::1]5000", "[]:5000", "host:99999999999",
+                           " ", " :5000", "a b:5000", "host\n", "\x7Fhost"}) {
     EXPECT_FALSE(ReadHostAndPort(text)) << text;
   }
 }

@@ -40,8 +40,13 @@ mkfifo "$work/pipe"
 ends_with 2 "$work/pipe"
 ends_with 2
 ends_with 2 --no-such-option
-mkdir empty
-ends_with 0 empty
+mkdir -p empty/sub
+: >empty/sub/notes.txt
+for arguments in empty "--preview empty" "--json empty" "empty resources/good.json"; do
+  # shellcheck disable=SC2086
+  ends_with 2 $arguments
+  [ "$err" = "dorn-lint: empty: has no resource file, which end in .json" ] || fail "says of an empty folder: $err"
+done
 if [ "$(id -u)" != 0 ]; then
   cp resources/good.json secret.json
   chmod 0 secret.json
@@ -111,24 +116,34 @@ ends_with 0 --preview resources/panel.json
 plain=$out
 ends_with 0 --preview 80 resources/panel.json
 [ "$out" = "$plain" ] || fail "80 is not the width of a preview"
-ends_with 0 --preview 60x4 --language ja resources/panel.json
+ends_with 0 --preview 60x5 --language ja resources/panel.json
 python3 - "$plain" "$out" <<'PYTHON' || fail "--preview prints $plain $out"
 import sys, unicodedata
 def width(line): return sum(2 if unicodedata.east_asian_width(c) in 'WF' else 1 for c in line)
 english, japanese = (each.split('\n') for each in sys.argv[1:])
 assert english[0] == 'Panel' and japanese[0] == '操作盤', (english, japanese)
-assert len(japanese) == 4, japanese
+assert len(japanese) == 5, japanese
 for wanted in ('Basin', 'Level', '120 cm', 'Lost', 'Start', '┌', '┘'): assert wanted in sys.argv[1], wanted
 for lost in ('1.5', 'gone'): assert lost not in sys.argv[1], lost
 for picture, most in ((english, 80), (japanese, 60)):
     assert all(width(line) <= most for line in picture)
 frame = [line for line in japanese[1:] if line[0] in '┌│└']
-assert len(frame) == 3 and '水槽' in frame[0] and '水位' in frame[1] and '120 cm' in frame[1], japanese
+assert len(frame) == 4 and '水槽' in frame[0] and '水位' in frame[1] and '120 cm' in frame[1], japanese
 assert len({width(line[:line.rindex(line[-1]) + 1]) for line in frame}) == 1, frame
 PYTHON
 ends_with 2 --preview nothing.json
 [ "$err" = "dorn-lint: nothing.json: is no dialog; dorn-lint without --preview tells why" ] || fail "of no dialog: $err"
-ends_with 2 --preview 5x5 resources/panel.json
+# No size that a terminal has is no file either, and nothing is drawn in another.
+for size in 0x0 -1x5 99999999x99999999 80x x24 80x24x1 80x-1 19x24 80x4 501 80x501 1e3 5x5; do
+  ends_with 2 --preview $size resources/panel.json
+  [ "$err" = "dorn-lint: --preview: '$size' is not a size from 20x5 to 500x500, such as 80 or 132x43" ] || fail "says of the size $size: $err"
+  [ -z "$out" ] || fail "draws at the size $size: $out"
+done
+ends_with 0 --preview 20x5 resources/panel.json
+ends_with 0 --preview 500x500 resources/panel.json
+cp -r resources 2024
+ends_with 0 --preview 2024/good.json
+ends_with 0 --preview 2024
 ends_with 2 --preview
 printf '{"Command": "DIALOG", "Name": "deep", "Objects": [%s%s]}' \
   "$(printf '{"Name":"a","Type":"GROUP","Objects":[%.0s' $(seq 500))" "$(printf ']}%.0s' $(seq 500))" >deep.json

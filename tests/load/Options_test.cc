@@ -32,9 +32,9 @@ TEST(MixTest, ReadsShares) {
 }
 
 TEST(MixTest, RefusesWhatIsNone) {
-  for (const char* text :
-       {"", "click", "click:", "click:x", "click:-1", "look:3", "click:1,", ",click:1", "click:0",
-        "click:1;edit:2", "click:1.5", "click:99999999999"}) {
+  for (const char* text : {"click:1,click:2", "edit:1,click:2,edit:1", "", "click",
+                           "click:", "click:x", "click:-1", "look:3", "click:1,", ",click:1",
+                           "click:0", "click:1;edit:2", "click:1.5", "click:99999999999"}) {
     EXPECT_FALSE(ReadMix(text)) << text;
   }
 }

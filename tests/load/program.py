@@ -18,7 +18,7 @@ def usage():
     for arguments, said in (
             ([], "HOST:PORT is missing; such as 127.0.0.1:5000"), (["a:b:c"], "such as 127.0.0.1:5000"), (["127.0.0.1:0"], "such as 127.0.0.1:5000"),
             ([at, "--nonsense"], "--nonsense"), ([at, "--stations", "0"], "1 to 60000"), ([at, "--stations", "x"], "--stations"),
-            ([at, "--rate", "0"], "--rate"), ([at, "--rate", "fast"], "--rate"), ([at, "--rate", "nan"], "such as 10 or 0.5"),
+            ([at, "--rate", "0"], "--rate"), ([at, "--rate", "fast"], "--rate"), ([at, "--rate", "nan"], "'nan' is not a number from 0.1 to 1000000"),
             ([at, "--mix", "look:3"], "such as click:70,edit:20,enter:10"),
             ([at, "--for", "1h"], "--for: '1h' is no duration; such as"), ([at, "--ramp", "-1s"], "--ramp"),
             ([at, "--timeout", "0"], "--timeout: '0' is no duration; such as"),

@@ -62,10 +62,15 @@ for redirected in ">/dev/full", ">&-":
     for command in (["dorn-lint", "--rules"], ["dorn-lint", "--schema"], ["dorn-lint", "bad.json"], ["dorn-lint", "--json", "bad.json"],
                     ["dorn-lint", "--help"], ["dorn-top", "--once", "--interval", "0", "none"], ["dorn-top", "--json", "none"],
                     ["dorn-load", "--json", "127.0.0.1:1"], ["dorn-load", "--help"], ["dorn-station", "--help"],
-                    ["dorn-station", "run", "--help"], ["dorn-station", "run", "--verbose", "--port", "1", "right.scene"],
+                    ["dorn-station", "run", "--help"], ["dorn-terminal", "--help"], ["dorn-station", "run", "--verbose", "--port", "1", "right.scene"],
                     ["dorn-station", "--port", Host().port, *EXPECT_OPEN],
                     ["dorn-station", "--json", "--port", Host().port, *EXPECT_OPEN]):
         check(redirected, 2, True, *command)
+    for gateway in sys.argv[2:]:
+        for option in "--help", "--version":
+            code, _, err = run(redirected, gateway, option)
+            if code != 2 or "dorn-gateway: standard output did not take everything" not in err:
+                fail("dorn-gateway %s %s: ends with %d: %r" % (option, redirected, code, err))
     # What prints nothing misses nothing.
     check(redirected, 2, False, "dorn-lint", "none.json")
     check(redirected, 3, False, "dorn-station", "--port", "1")

@@ -6,12 +6,16 @@
 
 #include "dorn/base/Version.h"
 #include "tools/dorn-gateway/Addresses.h"
+#include "tools/support/Arguments.h"
 
 namespace dorn::gateway {
 
 namespace {
 
-constexpr int kUsage = 2;
+using dorn::tools::NotEmpty;
+using dorn::tools::OneWordOf;
+using dorn::tools::WholeNumber;
+
 // Requests and handshakes, beside the pages that may be open.
 constexpr std::size_t kOtherConnections = 300;
 
@@ -26,6 +30,7 @@ std::optional<Endpoint> ReadEndpoint(const std::string& text) {
   } else if (endpoint.mHost.find(':') != std::string::npos) {
     return std::nullopt;
   }
+  if (endpoint.mHost.find_first_of("[] \t\r\n") != std::string::npos) return std::nullopt;
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data() + colon + 1, end, endpoint.mPort);
   if (error != std::errc() || stop != end || endpoint.mHost.empty()) return std::nullopt;
@@ -45,10 +50,13 @@ std::string CheckHost(const std::string& text) {
 }
 
 std::string CheckOrigin(const std::string& text) {
-  const std::size_t scheme = text.find("://");
-  const bool isWeb = scheme != std::string::npos && text.compare(0, 4, "http") == 0;
-  if (isWeb && text.size() > scheme + 3 && text.find('/', scheme + 3) == std::string::npos) {
-    return "";
+  for (const std::string scheme : {"http://", "https://"}) {
+    if (text.compare(0, scheme.size(), scheme) != 0) continue;
+    const std::string place = text.substr(scheme.size());
+    if (place.find_first_of("/?#@ \t\r\n") != std::string::npos) continue;
+    const bool hasPort = place.find(':', place.rfind(']') + 1) != std::string::npos;
+    const auto endpoint = ReadEndpoint(hasPort ? place : place + ":1");
+    if (endpoint && endpoint->mPort != 0) return "";
   }
   return "it takes SCHEME://HOST[:PORT] without a path, such as https://panel.example";
 }
@@ -67,16 +75,6 @@ struct Texts {
   std::string mLog = "text";
 };
 
-std::string CheckWord(const std::string& text, const std::string& words) {
-  const std::string padded = " " + words + " ";
-  if (!text.empty() && padded.find(" " + text + " ") != std::string::npos) return "";
-  return "it takes one of: " + words;
-}
-
-CLI::Validator Words(const std::string& words) {
-  return {[words](const std::string& text) { return CheckWord(text, words); }, "", "words"};
-}
-
 CLI::Validator Checked(std::string (*check)(const std::string&)) {
   return {[check](const std::string& text) { return check(text); }, "", "form"};
 }
@@ -88,11 +86,14 @@ void DescribeConnections(CLI::App& cli, Options& options, Texts& texts) {
   cli.add_option("--host", texts.mHost, "The dialog server, HOST:PORT")
       ->check(Checked(CheckHost))
       ->capture_default_str();
-  cli.add_option("--cert", options.mCertificate,
-                 "TLS: the certificate and its chain, PEM; read anew on SIGHUP")
-      ->check(CLI::ExistingFile);
-  cli.add_option("--key", options.mKey, "TLS: its key, PEM without a pass phrase")
-      ->check(CLI::ExistingFile);
+  auto* const certificate =
+      cli.add_option("--cert", options.mCertificate,
+                     "TLS: the certificate and its chain, PEM; read anew on SIGHUP")
+          ->check(CLI::ExistingFile);
+  auto* const key = cli.add_option("--key", options.mKey, "TLS: its key, PEM without a pass phrase")
+                        ->check(CLI::ExistingFile)
+                        ->needs(certificate);
+  certificate->needs(key);
   cli.add_flag("--insecure", options.mIsInsecure,
                "Listen on other addresses than loopback without TLS");
   cli.add_option("--origin", options.mOrigins,
@@ -113,32 +114,32 @@ void DescribeConnections(CLI::App& cli, Options& options, Texts& texts) {
   cli.add_option("--source-address", texts.mSource,
                  "Where connections to a host on loopback come from: derived (an address of "
                  "127.0.0.0/8 for each browser) or fixed (127.0.0.1)")
-      ->check(Words("derived fixed"))
+      ->check(OneWordOf({"derived", "fixed"}))
       ->capture_default_str();
 }
 
 void DescribeRest(CLI::App& cli, Options& options, Texts& texts) {
   cli.add_option("--max-pages", options.mLimits.mLoggedIn,
                  "Pages that may be logged in at one time; a host takes 999")
-      ->check(CLI::Range(1, 999))
+      ->check(WholeNumber(1, 999))
       ->capture_default_str();
   cli.add_option("--max-websockets", options.mLimits.mWebSockets,
                  "Pages that may be open at one time")
-      ->check(CLI::Range(1, 100'000))
+      ->check(WholeNumber(1, 100'000))
       ->capture_default_str();
   cli.add_option("--max-per-address", options.mLimits.mWebSocketsOfPlace,
                  "Of these, pages of one address (IPv6: of one /64); loopback may have all")
-      ->check(CLI::Range(1, 100'000))
+      ->check(WholeNumber(1, 100'000))
       ->capture_default_str();
   cli.add_option("--quotes", texts.mQuotes,
                  "How quotes and backslashes in typed values are stored: escape (with a "
                  "backslash), replace (by typographic ones) or raw")
-      ->check(Words("escape replace raw"))
+      ->check(OneWordOf({"escape", "replace", "raw"}))
       ->capture_default_str();
   cli.add_option("--reading", texts.mReading,
                  "How texts of the host are read: strict-first (as JSON where they are JSON) or "
                  "literal (for hosts that store texts unescaped, such as C:\\new)")
-      ->check(Words("strict-first literal"))
+      ->check(OneWordOf({"strict-first", "literal"}))
       ->capture_default_str();
   cli.add_option("--local", options.mLocalFolder,
                  "A folder with the dialogs of stations, served below /local/")
@@ -147,9 +148,12 @@ void DescribeRest(CLI::App& cli, Options& options, Texts& texts) {
                  "Serve the page from this folder instead of the one that is built in")
       ->check(CLI::ExistingDirectory);
   cli.add_option("--menu", options.mMenu, "The dialogs of the page's menu, such as panel,notes")
-      ->delimiter(',');
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->type_name("NAME,...")
+      ->check(NotEmpty("names of dialogs, such as panel,notes"));
   cli.add_option("--log", texts.mLog, "Lines on standard error: text or json")
-      ->check(Words("text json"))
+      ->check(OneWordOf({"text", "json"}))
       ->capture_default_str();
 }
 
@@ -184,10 +188,8 @@ std::optional<Options> ReadOptions(int argc, const char* const* argv, int& exitC
   Texts texts;
   DescribeConnections(cli, options, texts);
   DescribeRest(cli, options, texts);
-  try {
-    cli.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    exitCode = cli.exit(error) == 0 ? 0 : kUsage;
+  if (const auto code = dorn::tools::ReadArguments(cli, "dorn-gateway", argc, argv)) {
+    exitCode = *code;
     return std::nullopt;
   }
   TakeTexts(texts, options);

@@ -5,6 +5,7 @@
 
 #include "tools/dorn-gateway/Gateway.h"
 #include "tools/dorn-gateway/ReadOptions.h"
+#include "tools/support/Arguments.h"
 #include "tools/support/Streams.h"
 
 namespace {
@@ -15,7 +16,9 @@ int Main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   int exitCode = 0;
   const auto options = dorn::gateway::ReadOptions(argc, argv, exitCode);
-  if (!options) return exitCode;
+  if (!options) {
+    return dorn::tools::PrintedAll("dorn-gateway") ? exitCode : dorn::tools::kWrongUsage;
+  }
   dorn::gateway::Log log(options->mLogsJson);
   dorn::gateway::Gateway gateway(*options, log);
   if (const std::string why = gateway.Start(); !why.empty()) {

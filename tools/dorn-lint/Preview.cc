@@ -18,6 +18,9 @@ namespace {
 
 using station::Json;
 
+// Of either side; more than any screen has.
+constexpr int kLargestPicture = 500;
+
 // What gets lost on the way to a station is lost here.
 bool IsKept(const Node& node) {
   return node.mKind != Node::Kind::kNull && node.mKind != Node::Kind::kDecimal;
@@ -71,18 +74,35 @@ std::string Lines(const terminal::Grid& grid) {
 }  // namespace
 
 std::optional<PictureSize> ParseSize(std::string_view text) {
-  constexpr int kSmallest = 20;
-  constexpr int kLargest = 500;
   PictureSize size;
   const char* end = text.data() + text.size();
   auto [at, error] = std::from_chars(text.data(), end, size.mWidth);
-  if (error != std::errc() || size.mWidth < kSmallest || size.mWidth > kLargest) return {};
+  if (error != std::errc() || size.mWidth < terminal::kSmallestWidth ||
+      size.mWidth > kLargestPicture)
+    return {};
   if (at == end) return size;
   if (*at != 'x') return {};
   const auto [last, wrong] = std::from_chars(at + 1, end, size.mHeight);
   const bool isSize = wrong == std::errc() && last == end;
-  if (!isSize || size.mHeight < 1 || size.mHeight > kLargest) return {};
+  if (!isSize || size.mHeight < terminal::kSmallestHeight || size.mHeight > kLargestPicture)
+    return {};
   return size;
+}
+
+bool IsMeantAsSize(std::string_view text) {
+  const std::string_view digits = "0123456789";
+  const std::size_t first = text.find_first_of(digits);
+  const bool isPath = text.find('/') != std::string_view::npos ||
+                      (text.size() > 5 && text.substr(text.size() - 5) == ".json");
+  const bool isNumber = first == 0 || (first == 1 && text.find_first_of("xX+-.") == 0);
+  return isNumber && !isPath;
+}
+
+std::string WantedSize() {
+  const std::string most = std::to_string(kLargestPicture);
+  return "a size from " + std::to_string(terminal::kSmallestWidth) + "x" +
+         std::to_string(terminal::kSmallestHeight) + " to " + most + "x" + most +
+         ", such as 80 or 132x43";
 }
 
 std::optional<std::string> Preview(const Document& document, const PictureSize& size,

@@ -81,7 +81,10 @@ Sources ReadSources(const std::vector<std::string>& paths) {
       continue;
     }
     std::string failure;
-    for (const std::string& file : FilesBelow(path, failure)) ReadSource(file, sources);
+    const std::vector<std::string> files = FilesBelow(path, failure);
+    for (const std::string& file : files) ReadSource(file, sources);
+    if (files.empty() && failure.empty())
+      failure = path + ": has no resource file, which end in .json";
     if (!failure.empty()) sources.mFailures.push_back(failure);
   }
   return sources;

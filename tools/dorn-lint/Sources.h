@@ -14,7 +14,8 @@ struct Sources {
   std::vector<std::string> mFailures;  // Path and reason of each that could not be read.
 };
 
-// Reads files, and every .json below folders, in the order of their names.
+// Reads files, and every .json below folders, in the order of their names. A folder without any
+// fails: whoever names it means to have some.
 Sources ReadSources(const std::vector<std::string>& paths);
 
 // Whether a file lies there.

@@ -2,7 +2,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "tools/dorn-lint/Schema.h"
 #include "tools/dorn-lint/Sources.h"
 #include "tools/dorn-lint/VocabularyPage.h"
+#include "tools/support/Arguments.h"
 #include "tools/support/Streams.h"
 
 namespace {
@@ -39,19 +42,26 @@ struct Arguments {
 void Describe(CLI::App& cli, Arguments& arguments, std::string& preview) {
   cli.footer(
       "\nPrints file:line:column: severity: text [rule]. docs/lint.md explains each rule.\n"
-      "\nExit codes: 0 nothing found; 1 findings; 2 a file could not be read, wrong usage, or the\n"
-      "output could not be written.\n"
+      "\nExit codes: 0 nothing found; 1 findings; 2 a file could not be read, a folder has none, wrong\n"
+      "usage, or the output could not be written.\n"
       "\nExample:\n"
       "  dorn-lint resources/*.json\n");
   cli.add_option("files", arguments.mPaths, "Resource files, or folders of them");
-  cli.add_flag("--json", arguments.mIsJson, "Print the findings as a JSON array");
-  cli.add_option("--exceptions", arguments.mExceptions,
-                 "Findings that are meant to be: lines of FILE RULE NAME, with # for comments");
-  cli.add_option("--preview", preview,
-                 "Print how a terminal shows each file instead, such as 80 or 132x43 cells large")
-      ->type_name("[WxH]")
-      ->expected(0, 1);
-  cli.add_option("--language", arguments.mLanguage, "The language of the preview, such as ja");
+  auto* const json =
+      cli.add_flag("--json", arguments.mIsJson, "Print the findings as a JSON array");
+  auto* const exceptions =
+      cli.add_option("--exceptions", arguments.mExceptions,
+                     "Findings that are meant to be: lines of FILE RULE NAME, with # for comments")
+          ->check(dorn::tools::NotEmpty("a file of findings that are meant to be"));
+  auto* const pictures =
+      cli.add_option(
+             "--preview", preview,
+             "Print how a terminal shows each file instead, such as 80 or 132x43 cells large")
+          ->type_name("[WxH]")
+          ->expected(0, 1)
+          ->excludes(json, exceptions);
+  cli.add_option("--language", arguments.mLanguage, "The language of the preview, such as ja")
+      ->needs(pictures);
   cli.add_flag("--rules", arguments.mWantsRules, "List the rules");
   cli.add_flag("--schema", arguments.mWantsSchema,
                "Print the JSON Schema of resource files, for editors");
@@ -116,15 +126,21 @@ int Run(const Arguments& arguments) {
   return isDone ? kClean : Complain("no files to check; --help tells more");
 }
 
-// The word behind --preview is a size, or else the first of the files.
-void TakePreview(const CLI::App& cli, const std::string& word, Arguments& arguments) {
+// The word behind --preview is a size, or else the first of the files. False, having said what
+// would be right, when it is neither.
+bool TakePreview(const CLI::App& cli, const std::string& word, Arguments& arguments) {
   arguments.mWantsPreview = cli.count("--preview") > 0;
-  if (word.empty()) return;
+  if (word.empty()) return true;
+  std::error_code error;
   if (const auto size = dorn::lint::ParseSize(word)) {
     arguments.mSize = *size;
-  } else {
+  } else if (!dorn::lint::IsMeantAsSize(word) || std::filesystem::exists(word, error)) {
     arguments.mPaths.insert(arguments.mPaths.begin(), word);
+  } else {
+    static_cast<void>(Complain("--preview: '" + word + "' is not " + dorn::lint::WantedSize()));
+    return false;
   }
+  return true;
 }
 
 int Main(int argc, char** argv) {
@@ -132,12 +148,8 @@ int Main(int argc, char** argv) {
   Arguments arguments;
   std::string preview;
   Describe(cli, arguments, preview);
-  try {
-    cli.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return cli.exit(error) == 0 ? kClean : kTrouble;
-  }
-  TakePreview(cli, preview, arguments);
+  if (const auto code = dorn::tools::ReadArguments(cli, "dorn-lint", argc, argv)) return *code;
+  if (!TakePreview(cli, preview, arguments)) return kTrouble;
   return Run(arguments);
 }
 

@@ -1,7 +1,9 @@
 #include "tools/dorn-load/Options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <numeric>
+#include <vector>
 
 namespace dorn::load {
 
@@ -26,12 +28,14 @@ std::optional<int> ShareOf(std::string_view text) {
   return share;
 }
 
-bool ReadShare(std::string_view part, Mix& mix) {
+// Of what is not in `seen` yet.
+bool ReadShare(std::string_view part, Mix& mix, std::vector<Deed>& seen) {
   const std::size_t colon = part.find(':');
   if (colon == std::string_view::npos) return false;
   const auto deed = DeedOf(part.substr(0, colon));
   const auto share = ShareOf(part.substr(colon + 1));
-  if (!deed || !share) return false;
+  if (!deed || !share || std::find(seen.begin(), seen.end(), *deed) != seen.end()) return false;
+  seen.push_back(*deed);
   mix[*deed] = *share;
   return true;
 }
@@ -62,9 +66,10 @@ Deed Mix::At(unsigned n) const {
 
 std::optional<Mix> ReadMix(std::string_view text) {
   Mix mix{{0, 0, 0}, true};
+  std::vector<Deed> seen;
   for (;;) {
     const std::size_t comma = text.find(',');
-    if (!ReadShare(text.substr(0, comma), mix)) return std::nullopt;
+    if (!ReadShare(text.substr(0, comma), mix, seen)) return std::nullopt;
     if (comma == std::string_view::npos) break;
     text.remove_prefix(comma + 1);
   }

@@ -1,42 +1,72 @@
 #include <CLI/CLI.hpp>
-#include <cmath>
 #include <cstdio>
+#include <limits>
 #include <string>
 
 #include "tools/dorn-load/Options.h"
 #include "tools/dorn-load/Process.h"
 #include "tools/dorn-load/Program.h"
 #include "tools/dorn-load/Search.h"
+#include "tools/support/Arguments.h"
 
 namespace dorn::load {
 
 namespace {
 
+using dorn::tools::NotEmpty;
+using dorn::tools::Number;
+using dorn::tools::WholeNumber;
+
 struct Given {
   std::string mAt, mMix, mFor, mRamp, mTimeout, mUntil;
 };
+
+// Nothing when a text is one, and else what would be right.
+std::string CheckDuration(const std::string& text) {
+  if (ReadDuration(text)) return "";
+  return "'" + text + "' is no duration; such as 250us, 50ms, 1.5s or 2m";
+}
+
+std::string CheckMix(const std::string& text) {
+  if (ReadMix(text)) return "";
+  return "'" + text + "' is not understood; such as click:70,edit:20,enter:10, each at most once";
+}
+
+std::string CheckGoal(const std::string& text) {
+  if (ReadGoal(text)) return "";
+  return "'" + text + "' is not understood; such as p99=50ms, with p50, p90, p99 or worst";
+}
+
+CLI::Validator Checked(std::string (*check)(const std::string&)) {
+  return {[check](const std::string& text) { return check(text); }, "", "form"};
+}
 
 void DescribeLoad(CLI::App& cli, Options& options, Given& texts) {
   cli.add_option("host", texts.mAt, "Where the host listens; 5000 without a port")
       ->type_name("HOST:PORT");
   cli.add_option("--stations", options.mStations, "So many stations")
       ->capture_default_str()
-      ->check(CLI::Range(1, 60000));
+      ->check(WholeNumber(1, 60000));
   cli.add_option("--rate", options.mRate, "Actions a second, of all stations together")
       ->capture_default_str()
-      ->check(CLI::Range(Search::kLowest, Search::kHighest));
+      ->check(Number(Search::kLowest, Search::kHighest));
   cli.add_option("--mix", texts.mMix, "What they do, in proportion (click:70,edit:20,enter:10)")
-      ->type_name("MIX");
+      ->type_name("MIX")
+      ->check(Checked(CheckMix));
   cli.add_option("--for", texts.mFor, "How long, or each trial of --until (10s)")
-      ->type_name("DURATION");
+      ->type_name("DURATION")
+      ->check(Checked(CheckDuration));
   cli.add_option("--ramp", texts.mRamp, "Until all stations have begun to come (10ms for each)")
-      ->type_name("DURATION");
+      ->type_name("DURATION")
+      ->check(Checked(CheckDuration));
   cli.add_option("--timeout", texts.mTimeout, "Until an answer counts as missing (5s)")
-      ->type_name("DURATION");
+      ->type_name("DURATION")
+      ->check(Checked(CheckDuration));
   cli.add_option("--until", texts.mUntil,
                  "Search the highest rate at which this holds, beginning with --rate: p50, p90, "
                  "p99 or worst of the confirm time, such as p99=50ms")
-      ->type_name("LIMIT");
+      ->type_name("LIMIT")
+      ->check(Checked(CheckGoal));
 }
 
 void DescribeStations(CLI::App& cli, Options& options) {
@@ -48,11 +78,13 @@ void DescribeStations(CLI::App& cli, Options& options) {
   cli.add_option("--only", options.mOnly, "Touch these objects alone")
       ->delimiter(',')
       ->allow_extra_args(false)  // What follows it is HOST:PORT.
-      ->type_name("NAME,...");
+      ->type_name("NAME,...")
+      ->check(NotEmpty("names of objects"));
   cli.add_option("--seed", options.mSeed, "Of the order of actions and objects")
-      ->capture_default_str();
+      ->capture_default_str()
+      ->check(WholeNumber(0, std::numeric_limits<unsigned>::max()));
   cli.add_option("--pid", options.mPid, "Process of the host, for its processor time and memory")
-      ->check(CLI::PositiveNumber);
+      ->check(WholeNumber(1, std::numeric_limits<int>::max()));
   cli.add_flag("--json", options.mIsJson, "Print one JSON object at the end and nothing else");
 }
 
@@ -71,52 +103,16 @@ void Describe(CLI::App& cli, Options& options, Given& texts) {
       "    --id guest --pass guest 127.0.0.1:5000\n");
 }
 
-// False, having said what would be right, when `text` is given and is no duration.
-bool TakeDuration(const char* option, const std::string& text, std::optional<Us>& into) {
-  if (text.empty()) return true;
-  into = ReadDuration(text);
-  if (into) return true;
-  std::fprintf(stderr, "dorn-load: %s: '%s' is no duration; such as 250us, 50ms, 1.5s or 2m\n",
-               option, text.c_str());
-  return false;
+// What was checked before.
+void TakeTexts(const Given& texts, Options& options) {
+  if (!texts.mMix.empty()) options.mMix = *ReadMix(texts.mMix);
+  if (!texts.mUntil.empty()) options.mUntil = ReadGoal(texts.mUntil);
+  if (!texts.mRamp.empty()) options.mRamp = ReadDuration(texts.mRamp);
+  if (!texts.mFor.empty()) options.mFor = *ReadDuration(texts.mFor);
+  if (!texts.mTimeout.empty()) options.mTimeout = *ReadDuration(texts.mTimeout);
 }
 
-bool TakeTimes(const Given& texts, Options& options) {
-  std::optional<Us> length, timeout;
-  if (!TakeDuration("--for", texts.mFor, length)) return false;
-  if (!TakeDuration("--timeout", texts.mTimeout, timeout)) return false;
-  if (!TakeDuration("--ramp", texts.mRamp, options.mRamp)) return false;
-  options.mFor = length.value_or(options.mFor);
-  options.mTimeout = timeout.value_or(options.mTimeout);
-  return true;
-}
-
-bool TakeWords(const Given& texts, Options& options) {
-  if (!texts.mMix.empty()) {
-    const auto mix = ReadMix(texts.mMix);
-    if (!mix) {
-      std::fprintf(stderr,
-                   "dorn-load: --mix: '%s' is not understood; such as click:70,edit:20,enter:10, "
-                   "of which some may be left out\n",
-                   texts.mMix.c_str());
-      return false;
-    }
-    options.mMix = *mix;
-  }
-  if (!texts.mUntil.empty()) {
-    options.mUntil = ReadGoal(texts.mUntil);
-    if (!options.mUntil) {
-      std::fprintf(stderr,
-                   "dorn-load: --until: '%s' is not understood; such as p99=50ms, with p50, p90, "
-                   "p99 or worst\n",
-                   texts.mUntil.c_str());
-      return false;
-    }
-  }
-  return true;
-}
-
-bool TakeNumbersAndHost(const Given& texts, Options& options) {
+bool TakeHost(const Given& texts, Options& options) {
   if (texts.mAt.empty()) {
     std::fputs("dorn-load: HOST:PORT is missing; such as 127.0.0.1:5000\n", stderr);
     return false;
@@ -128,10 +124,6 @@ bool TakeNumbersAndHost(const Given& texts, Options& options) {
     return false;
   }
   options.mAt = *at;
-  if (std::isnan(options.mRate)) {
-    std::fputs("dorn-load: --rate: that is no number; such as 10 or 0.5\n", stderr);
-    return false;
-  }
   if (options.mPid > 0 && !ProcessFigures::Of(options.mPid)) {
     std::fprintf(stderr, "dorn-load: --pid: there is no process %d; give that of the host\n",
                  options.mPid);
@@ -148,16 +140,13 @@ std::optional<Options> ReadOptions(int argc, char** argv, int& exitCode) {
   Options options;
   Given texts;
   Describe(cli, options, texts);
-  exitCode = kUsage;
-  try {
-    cli.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    exitCode = cli.exit(error) == 0 ? 0 : kUsage;
+  if (const auto code = dorn::tools::ReadArguments(cli, "dorn-load", argc, argv)) {
+    exitCode = *code;
     return std::nullopt;
   }
-  const bool isRight =
-      TakeNumbersAndHost(texts, options) && TakeTimes(texts, options) && TakeWords(texts, options);
-  if (!isRight) return std::nullopt;
+  exitCode = kUsage;
+  if (!TakeHost(texts, options)) return std::nullopt;
+  TakeTexts(texts, options);
   return options;
 }
 

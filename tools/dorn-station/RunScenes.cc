@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -15,6 +14,7 @@
 #include "tools/dorn-station/scene/Parser.h"
 #include "tools/dorn-station/scene/Report.h"
 #include "tools/dorn-station/scene/Words.h"
+#include "tools/support/Arguments.h"
 
 namespace {
 
@@ -34,30 +34,38 @@ struct Arguments {
 
 // Where the host is, how long it may take, and what the stations say of themselves.
 void DescribePlay(CLI::App& cli, Arguments& arguments) {
-  cli.add_option("--start", arguments.start,
-                 "Start this host (program and arguments, quotes as in scenes) and end it by "
-                 "SIGTERM; it listens where DORN_STATION says and tells by DORN_STATION_FILE");
+  auto* const start = cli.add_option(
+      "--start", arguments.start,
+      "Start this host (program and arguments, quotes as in scenes) and end it by SIGTERM; it "
+      "listens where DORN_STATION says and tells by DORN_STATION_FILE");
   cli.add_option("--host", arguments.play.mAt.mHost, "Server name or address, without --start")
-      ->capture_default_str();
+      ->capture_default_str()
+      ->check(dorn::tools::NotEmpty("a name or an address, such as 127.0.0.1"))
+      ->excludes(start);
   cli.add_option("--port", arguments.play.mAt.mPort, "TCP port, without --start")
       ->capture_default_str()
-      ->check(CLI::Range(1, 65535));
+      ->check(dorn::tools::WholeNumber(1, 65535))
+      ->excludes(start);
   cli.add_option("--timeout", arguments.timeout, "Seconds that a step without `within` may take")
       ->capture_default_str()
-      ->check(CLI::Range(0.001, 86400.0));
+      ->check(dorn::tools::Number(0.001, 86400));
   cli.add_option("--patience", arguments.play.mPatience,
                  "All limits are so many times as long, for machines that are slow or busy")
       ->capture_default_str()
-      ->check(CLI::Range(0.1, 1000.0));
+      ->check(dorn::tools::Number(0.1, 1000));
   auto& session = arguments.play.mActor.mSession;
   cli.add_option("--type", session.mType, "Type of the stations")->capture_default_str();
-  cli.add_option("--width", session.mWidth, "ResolutionH")->capture_default_str();
-  cli.add_option("--height", session.mHeight, "ResolutionV")->capture_default_str();
+  cli.add_option("--width", session.mWidth, "ResolutionH")
+      ->capture_default_str()
+      ->check(dorn::tools::Pixels());
+  cli.add_option("--height", session.mHeight, "ResolutionV")
+      ->capture_default_str()
+      ->check(dorn::tools::Pixels());
   using dorn::station::Quotes;
   cli.add_option("--quotes", session.mQuotes,
                  "How values with quotes or backslashes are stored: escape, replace or raw")
-      ->transform(CLI::Transformer(std::map<std::string, Quotes>{
-          {"escape", Quotes::kEscape}, {"replace", Quotes::kReplace}, {"raw", Quotes::kRaw}}))
+      ->transform(dorn::tools::OneOf<Quotes>(
+          {{"escape", Quotes::kEscape}, {"replace", Quotes::kReplace}, {"raw", Quotes::kRaw}}))
       ->default_str("escape");
 }
 
@@ -73,8 +81,9 @@ void DescribeRun(CLI::App& cli, Arguments& arguments) {
   cli.add_option("files", arguments.files, "Scenes to play")->required();
   cli.add_option("--junit", arguments.junit, "Write the results to this file, as JUnit does");
   cli.add_flag("--check", arguments.check, "Only read the scenes and tell their mistakes");
-  cli.add_flag("--verbose", arguments.verbose, "Print each step before it is played");
-  cli.add_flag("--quiet", arguments.quiet, "Print nothing but failures");
+  auto* const verbose =
+      cli.add_flag("--verbose", arguments.verbose, "Print each step before it is played");
+  cli.add_flag("--quiet", arguments.quiet, "Print nothing but failures")->excludes(verbose);
   DescribePlay(cli, arguments);
 }
 
@@ -139,10 +148,8 @@ Outcome OutcomeOf(const std::vector<Played>& all) {
 
 // Nothing when the arguments are right; the exit code otherwise, and after --help.
 std::optional<int> Read(CLI::App& cli, Arguments& arguments, int argc, char** argv) {
-  try {
-    cli.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return cli.exit(error) == 0 ? 0 : static_cast<int>(Outcome::kUsage);
+  if (const auto code = dorn::tools::ReadArguments(cli, cli.get_name().c_str(), argc, argv)) {
+    return code;
   }
   if (cli.count("--start") > 0) {
     std::string error;

@@ -86,8 +86,8 @@ std::optional<Step> WithText(StepKind kind, const std::string& word, const std::
 std::optional<Step> Wait(const std::string& text, std::string& error) {
   char* end = nullptr;
   const double seconds = std::strtod(text.c_str(), &end);
-  if (text.empty() || *end != '\0' || !(seconds >= 0)) {
-    error = "write: wait SECONDS";
+  if (text.empty() || *end != '\0' || !(seconds >= 0 && seconds <= kMostSeconds)) {
+    error = "write: wait SECONDS, at most 31536000";
     return std::nullopt;
   }
   return Step{StepKind::kWait, "", seconds};

@@ -18,6 +18,9 @@ enum class StepKind {
   kNothing  // an empty line or a comment
 };
 
+// A year: nobody waits longer, and clocks can be set so far ahead.
+constexpr double kMostSeconds = 31'536'000;
+
 struct Step {
   StepKind kind = StepKind::kNothing;
   std::string text;

@@ -4,7 +4,6 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +16,7 @@
 #include "tools/dorn-station/Shell.h"
 #include "tools/dorn-station/Station.h"
 #include "tools/dorn-station/Steps.h"
+#include "tools/support/Arguments.h"
 #include "tools/support/Streams.h"
 
 namespace {
@@ -49,16 +49,22 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
       "\nExample:\n"
       "  dorn-station --id tanaka --pass secret --dialog panel 'touch pump1' "
       "--expect pump1\n");
-  cli.add_option("--host", arguments.host, "Server name or address")->capture_default_str();
+  cli.add_option("--host", arguments.host, "Server name or address")
+      ->capture_default_str()
+      ->check(dorn::tools::NotEmpty("a name or an address, such as 127.0.0.1"));
   cli.add_option("--port", arguments.port, "TCP port")
       ->capture_default_str()
-      ->check(CLI::Range(1, 65535));
+      ->check(dorn::tools::WholeNumber(1, 65535));
   cli.add_option("--id", arguments.login.mId, "Log in as this user (HELLO with Id and Pass)");
   cli.add_option("--pass", arguments.login.mPass, "Password of the user");
   cli.add_option("--session", arguments.session, "Re-attach to this session instead");
   cli.add_option("--type", arguments.login.mType, "Type of this station")->capture_default_str();
-  cli.add_option("--width", arguments.login.mWidth, "ResolutionH")->capture_default_str();
-  cli.add_option("--height", arguments.login.mHeight, "ResolutionV")->capture_default_str();
+  cli.add_option("--width", arguments.login.mWidth, "ResolutionH")
+      ->capture_default_str()
+      ->check(dorn::tools::Pixels());
+  cli.add_option("--height", arguments.login.mHeight, "ResolutionV")
+      ->capture_default_str()
+      ->check(dorn::tools::Pixels());
   cli.add_option("--dialog", arguments.dialog, "Enter this dialog after the log-in");
   cli.add_option("--expect", arguments.expected,
                  "After the last line wait for a message that contains this; may be repeated")
@@ -66,17 +72,19 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& noKeepalive) {
       ->expected(1);
   cli.add_option("--timeout", arguments.timeout,
                  "Seconds that an expectation, or sending a command, may take")
-      ->capture_default_str();
+      ->capture_default_str()
+      ->check(dorn::tools::Number(0, kMostSeconds));
   cli.add_option("--linger", arguments.linger,
                  "Seconds to print what arrives after the last line; -1: until the server closes")
-      ->capture_default_str();
+      ->capture_default_str()
+      ->check(dorn::tools::Number(-1, kMostSeconds));
   cli.add_option("--save", arguments.station.saveDirectory, "Write received files to this folder")
       ->check(CLI::ExistingDirectory);
   using dorn::station::Quotes;
   cli.add_option("--quotes", arguments.quotes,
                  "How values with quotes or backslashes are stored: escape, replace or raw")
-      ->transform(CLI::Transformer(std::map<std::string, Quotes>{
-          {"escape", Quotes::kEscape}, {"replace", Quotes::kReplace}, {"raw", Quotes::kRaw}}))
+      ->transform(dorn::tools::OneOf<Quotes>(
+          {{"escape", Quotes::kEscape}, {"replace", Quotes::kReplace}, {"raw", Quotes::kRaw}}))
       ->default_str("escape");
   auto* const quiet = cli.add_flag("--quiet", arguments.quiet, "Print nothing but errors");
   cli.add_flag("--json", arguments.json, "Print each message as a line of strict JSON, for scripts")
@@ -218,11 +226,7 @@ int Main(int argc, char** argv) {
   Arguments arguments;
   bool noKeepalive = false;
   Describe(cli, arguments, noKeepalive);
-  try {
-    cli.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return cli.exit(error) == 0 ? 0 : static_cast<int>(Outcome::kUsage);
-  }
+  if (const auto code = dorn::tools::ReadArguments(cli, "dorn-station", argc, argv)) return *code;
   arguments.station.answerKeepalive = !noKeepalive;
   arguments.station.timeout = arguments.timeout;
   return static_cast<int>(Run(arguments).All());

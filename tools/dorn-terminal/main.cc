@@ -7,12 +7,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <map>
 #include <optional>
 #include <random>
 #include <string>
 
 #include "tools/dorn-terminal/Loop.h"
+#include "tools/support/Arguments.h"
 #include "tools/support/Streams.h"
 
 namespace {
@@ -38,8 +38,8 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& isMono, bool& hasNoMous
   cli.footer(
       "Keys: Tab and arrows go from object to object, space or Enter act, F1 or ? tells the rest,\n"
       "q (where no text is edited) or F10 ends.\n"
-      "\nExit codes: 0 ended by the user, SIGTERM, SIGINT or SIGHUP; 2 wrong usage; 3 no terminal\n"
-      "that can be used.\n"
+      "\nExit codes: 0 ended by the user, SIGTERM, SIGINT or SIGHUP; 2 wrong usage, or --help could\n"
+      "not be written; 3 no terminal that can be used.\n"
       "\nExample:\n"
       "  dorn-terminal --id tanaka --pass water 127.0.0.1:5000\n");
   cli.add_option("host", arguments.mHost, "The server, as HOST:PORT; without :PORT it is 5000")
@@ -49,19 +49,19 @@ void Describe(CLI::App& cli, Arguments& arguments, bool& isMono, bool& hasNoMous
   cli.add_option("--dialog", arguments.mSetup.mDialog, "Enter this dialog after the log-in");
   cli.add_option("--language", arguments.mSetup.mLanguage,
                  "en or ja; else the host's choice, else that of the locale")
-      ->check(CLI::IsMember({"en", "ja"}));
+      ->check(dorn::tools::OneWordOf({"en", "ja"}));
   cli.add_option("--type", arguments.mSession.mType, "Type of this station")->capture_default_str();
   using dorn::station::Quotes;
   cli.add_option("--quotes", arguments.mSession.mQuotes,
                  "How values with quotes or backslashes are stored: escape, replace or raw")
-      ->transform(CLI::Transformer(std::map<std::string, Quotes>{
-          {"escape", Quotes::kEscape}, {"replace", Quotes::kReplace}, {"raw", Quotes::kRaw}}))
+      ->transform(dorn::tools::OneOf<Quotes>(
+          {{"escape", Quotes::kEscape}, {"replace", Quotes::kReplace}, {"raw", Quotes::kRaw}}))
       ->default_str("escape");
   using Strings = dorn::station::Reader::Strings;
   cli.add_option("--reading", arguments.mSession.mReading,
                  "How the host's texts are read: strict, or literal where it stores them unescaped")
-      ->transform(CLI::Transformer(std::map<std::string, Strings>{{"strict", Strings::kStrictFirst},
-                                                                  {"literal", Strings::kLiteral}}))
+      ->transform(dorn::tools::OneOf<Strings>(
+          {{"strict", Strings::kStrictFirst}, {"literal", Strings::kLiteral}}))
       ->default_str("strict");
   cli.add_flag("--mono", isMono, "No colours, as with NO_COLOR in the environment");
   cli.add_flag("--no-mouse", hasNoMouse, "Leave the mouse to the terminal");
@@ -138,14 +138,14 @@ Outcome Main(int argc, char** argv) {
   bool isMono = false;
   bool hasNoMouse = false;
   Describe(cli, arguments, isMono, hasNoMouse);
-  try {
-    cli.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return cli.exit(error) == 0 ? Outcome::kDone : Outcome::kUsage;
+  if (const auto code = dorn::tools::ReadArguments(cli, "dorn-terminal", argc, argv)) {
+    const bool isDone = *code == 0 && dorn::tools::PrintedAll("dorn-terminal");
+    return isDone ? Outcome::kDone : Outcome::kUsage;
   }
   const auto host = dorn::tools::ReadHostAndPort(arguments.mHost);
   if (!host) {
-    std::fprintf(stderr, "dorn-terminal: %s is not HOST:PORT\n", arguments.mHost.c_str());
+    std::fprintf(stderr, "dorn-terminal: '%s' is not HOST:PORT; such as 127.0.0.1:5000\n",
+                 arguments.mHost.c_str());
     return Outcome::kUsage;
   }
   std::setlocale(LC_ALL, "");

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <chrono>
 #include <clocale>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
@@ -17,6 +16,7 @@
 #include "tools/dorn-top/Screen.h"
 #include "tools/dorn-top/Source.h"
 #include "tools/dorn-top/Table.h"
+#include "tools/support/Arguments.h"
 #include "tools/support/Streams.h"
 
 namespace {
@@ -49,9 +49,10 @@ void Describe(CLI::App& cli, Arguments& arguments) {
       "\nExample:\n"
       "  dorn-top /run/pumphouse/statistics\n");
   cli.add_option("sockets", arguments.mPaths, "What the hosts gave to ServeStatistics()")
-      ->required();
+      ->required()
+      ->check(dorn::tools::NotEmpty("the path of a socket"));
   cli.add_option("--interval", arguments.mIntervalSeconds, "Seconds from one look to the next")
-      ->check(CLI::Range(0.0, kMaxIntervalSeconds))
+      ->check(dorn::tools::Number(0, kMaxIntervalSeconds))
       ->capture_default_str();
   cli.add_flag("--once", arguments.mIsOnce,
                "Look twice, an interval apart, print and end; once with --interval 0");
@@ -152,16 +153,7 @@ int Main(int argc, char** argv) {
   CLI::App cli{"Shows what hosts do: stations, messages a second, what waits, the slowest pass."};
   Arguments arguments;
   Describe(cli, arguments);
-  try {
-    cli.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return cli.exit(error) == 0 ? kDone : kUsage;
-  }
-  // A range lets through what is no number.
-  if (std::isnan(arguments.mIntervalSeconds)) {
-    std::fputs("dorn-top: --interval: no number\n", stderr);
-    return kUsage;
-  }
+  if (const auto code = dorn::tools::ReadArguments(cli, "dorn-top", argc, argv)) return *code;
   std::vector<Source> sources;
   for (const std::string& path : arguments.mPaths) sources.emplace_back(path);
   if (arguments.mIsOnce || arguments.mIsJson) return PrintOnce(arguments, sources);

@@ -229,7 +229,10 @@ std::optional<HostAndPort> ReadHostAndPort(std::string_view text) {
     host = text.substr(0, colon);
     port = text.substr(colon);
   }
-  if (host.empty() || host.find('\0') != std::string_view::npos) return std::nullopt;
+  // No name has any of these, and nobody sees them in what is told about it.
+  const bool isName = std::all_of(host.begin(), host.end(),
+                                  [](unsigned char byte) { return byte > ' ' && byte != 0x7F; });
+  if (host.empty() || !isName) return std::nullopt;
   HostAndPort read{std::string(host), kStationPort};
   if (port.empty()) return read;
   const char* const end = port.data() + port.size();
