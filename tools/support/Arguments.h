@@ -82,7 +82,7 @@ namespace arguments {
 // What is meant by the library, in the words of a person.
 inline std::string Told(const CLI::App& cli, const CLI::ParseError& error) {
   const std::string kind = error.get_name();
-  const std::string what = error.what();
+  std::string what = error.what();
   const auto has = [&what](const char* text) { return what.find(text) != std::string::npos; };
   const auto before = [&what](const char* text) { return what.substr(0, what.find(text)); };
   if (kind == "ArgumentMismatch" && has(" missing")) return before(": ") + ": its value is missing";
