@@ -40,11 +40,13 @@ int HexDigit(char byte) {
 
 // The number behind a "\u" at the beginning of `text`, or -1.
 long CodeUnit(std::string_view text) {
-  constexpr std::size_t kLength = 6;
-  if (text.size() < kLength || text[0] != '\\' || text[1] != 'u') return -1;
+  constexpr std::size_t kDigits = 4;
+  if (text.substr(0, 2) != "\\u") return -1;
+  const std::string_view digits = text.substr(2, kDigits);
+  if (digits.size() < kDigits) return -1;
   long unit = 0;
-  for (std::size_t i = 2; i < kLength; ++i) {
-    const int digit = HexDigit(text[i]);
+  for (const char byte : digits) {
+    const int digit = HexDigit(byte);
     if (digit < 0) return -1;
     unit = unit * 16 + digit;
   }

@@ -17,12 +17,11 @@ constexpr std::size_t kShownCharacters = 8;
 bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
 std::string_view FirstCharacters(std::string_view text) {
-  std::size_t end = 0;
-  for (std::size_t left = kShownCharacters; left > 0 && end < text.size(); --left) {
-    ++end;
-    while (end < text.size() && IsContinuation(text[end])) ++end;
+  auto end = text.begin();
+  for (std::size_t left = kShownCharacters; left > 0 && end != text.end(); --left) {
+    end = std::find_if_not(end + 1, text.end(), IsContinuation);
   }
-  return text.substr(0, end);
+  return text.substr(0, static_cast<std::size_t>(end - text.begin()));
 }
 
 // Where the value that `text` begins with ends. A string does at its closing quote; its opening one

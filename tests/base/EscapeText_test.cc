@@ -33,6 +33,14 @@ TEST(UnescapeTextTest, ReadsEveryEscapeOfJson) {
   EXPECT_EQ(std::string("\0", 1), Unescaped("\\u0000"));
 }
 
+TEST(UnescapeTextTest, ReadsTheFirstAndTheLastDigitOfEachKind) {
+  EXPECT_EQ("\xea\xaf\x8d\xee\xbc\x8a", Unescaped("\\uABCD\\uEF0A"));
+  EXPECT_EQ("\xea\xaf\x8d\xee\xbc\x89", Unescaped("\\uabcd\\uef09"));
+  for (const char* text : {"\\u000/", "\\u000:", "\\u000@", "\\u000G", "\\u000`", "\\u000g"}) {
+    EXPECT_EQ(text, Unescaped(text));
+  }
+}
+
 TEST(UnescapeTextTest, LeavesWhatIsNoEscape) {
   for (const char* text : {"\\", "a\\", "\\x", "\\u", "\\u12", "\\u12g4", "\\u 123", "\\ud83d",
                            "\\ud83dx", "\\ud83d\\ud83d", "\\ude00", "\\U0041"}) {

@@ -38,6 +38,9 @@ TEST_F(TraceFilterTest, CutsSessionIdsToEightCharacters) {
   EXPECT_EQ("01234567", dorn::Shown("01234567"));
   EXPECT_EQ("01234567", dorn::Shown("0123456789"));
   EXPECT_EQ("ポンプポンプポン", dorn::Shown("ポンプポンプポンプ"));
+  EXPECT_EQ("ポンプ", dorn::Shown("ポンプ"));
+  EXPECT_EQ("\x80\x80", dorn::Shown("\x80\x80"));
+  EXPECT_EQ("\x80\x80 123456", dorn::Shown("\x80\x80 1234567"));
 }
 
 TEST_F(TraceFilterTest, CutsTheMembersOfATextWhereverTheyStand) {
