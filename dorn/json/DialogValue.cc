@@ -4,6 +4,7 @@
 #include <string>
 
 #include "dorn/base/ShortCopy.h"
+#include "dorn/json/PlainText.h"
 
 namespace dorn {
 
@@ -37,7 +38,7 @@ int TextToInt(const char* text) {
   constexpr int kSafeDigits = 9;
   const char* at = text;
   int number = 0;
-  for (; *at >= '0' && *at <= '9'; ++at) {
+  for (; IsJsonDigit(*at); ++at) {
     if (at - text == kSafeDigits) return std::atoi(text);
     number = number * 10 + (*at - '0');
   }

@@ -135,7 +135,7 @@ bool CommandOutline::Truth(Member& member) {
   if (std::string_view(mAt, static_cast<std::size_t>(mEnd - mAt)).substr(0, word.size()) != word) {
     return false;
   }
-  member.number = isTrue ? 1 : 0;
+  member.number = static_cast<int>(isTrue);
   mAt += word.size();
   return true;
 }
