@@ -1,6 +1,6 @@
 #include "dorn/server/SessionId.h"
 
-#include <sys/random.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -16,13 +16,9 @@ namespace {
 
 constexpr std::size_t kBytes = 16;
 
-// A request of up to 256 bytes is answered whole, once the system has enough to give.
+// Waits until the system has enough to give, whatever interrupts it.
 void FillWithRandomBytes(std::array<unsigned char, kBytes>& bytes) {
-  ssize_t got;
-  do {
-    got = getrandom(bytes.data(), bytes.size(), 0);
-  } while (got < 0 && errno == EINTR);
-  if (got == static_cast<ssize_t>(bytes.size())) return;
+  if (getentropy(bytes.data(), bytes.size()) == 0) return;
   std::fprintf(stderr, "dorn: no random bytes for a session id: %s\n", std::strerror(errno));
   std::fflush(stdout);
   std::abort();

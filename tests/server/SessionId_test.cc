@@ -2,11 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <set>
 #include <string>
-
-#include "tests/support/Deadline.h"
 
 namespace {
 
@@ -30,13 +27,6 @@ TEST(SessionIdTest, IsRandomInEveryDigit) {
     for (std::size_t digit = 0; digit < 32; ++digit) seen[digit].insert(id[digit]);
   }
   for (const std::set<char>& digits : seen) EXPECT_EQ(16U, digits.size());
-}
-
-// What errno says is of no interest after a call that has not failed.
-TEST(SessionIdTest, AnInterruptionBeforeDoesNotMakeItAskForEver) {
-  const HangGuard guard;
-  errno = EINTR;
-  EXPECT_EQ(32U, dorn::MakeSessionId().size());
 }
 
 }  // namespace
