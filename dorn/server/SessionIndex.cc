@@ -94,7 +94,7 @@ void SessionIndex::Removed(unsigned int timerId) {
   if (mOrphans.size() > mOrphanLimit) DropCancelled();
 }
 
-// A host may cancel the timer of a session that it removes.
+// Some never had a timer, and a host may cancel that of a session that it removes.
 void SessionIndex::DropCancelled() {
   for (auto it = mOrphans.begin(); it != mOrphans.end();) {
     it = App().HasTimer(*it) ? std::next(it) : mOrphans.erase(it);

@@ -39,7 +39,7 @@ class SessionIndex {
   void Added(std::size_t size, const KZString& key, unsigned int timerId);
   void Erased(std::size_t size, const KZString& key, unsigned int timerId);
 
-  // A session was removed while its timer, which nobody cancels, is still to fire.
+  // A session was removed while its timer, which nobody cancels, is still to fire, if it has one.
   void Removed(unsigned int timerId);
 
   // Before the list is destroyed.

@@ -70,9 +70,7 @@ void VQSessionList::Remove(const KZString& sessionId) {
     found = mSessionList.find(KZString(key));
     if (!ending.IsAlive() || found == mSessionList.end() || found->second != session) return;
   }
-  if (session != nullptr && session->mInterval > 0) {
-    dorn::SessionIndex::Of(*this).Removed(session->mTimerId);
-  }
+  if (session != nullptr) dorn::SessionIndex::Of(*this).Removed(session->mTimerId);
   Erase(*this, found);
 }
 

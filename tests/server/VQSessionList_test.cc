@@ -171,6 +171,12 @@ TEST_F(VQSessionListTest, ARenamedSessionEndsWhatBelongsToItsNewName) {
   EXPECT_EQ(nullptr, Find(b));
 }
 
+TEST_F(VQSessionListTest, ANullEntryIsRemovedLikeAnyOther) {
+  mList.mSessionList[KZString("A")] = nullptr;
+  mList.Remove("A");
+  EXPECT_FALSE(mList.Has("A"));
+}
+
 TEST_F(VQSessionListTest, NullEntriesAreSkipped) {
   mList.mSessionList[KZString("A")] = nullptr;
   app.CreateSession("S1", 30000);
