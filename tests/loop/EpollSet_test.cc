@@ -292,6 +292,18 @@ TEST(EpollSetTest, AForkedChildDoesNotTouchTheSetOfItsParent) {
   EXPECT_EQ(Readable(set), std::vector<int>{pipe.ReadEnd()});
 }
 
+TEST(EpollSetTest, AForkedChildHasNoMembersFromTheStart) {
+  const TestPipe pipe;
+  dorn::EpollSet set;
+  ASSERT_TRUE(set.Add(pipe.ReadEnd()));
+  const pid_t child = fork();
+  if (child == 0) _exit(FD_ISSET(pipe.ReadEnd(), &set.Members()) ? 1 : 0);
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(FD_ISSET(pipe.ReadEnd(), &set.Members()));
+}
+
 TEST(EpollSetTest, ASetThatSomebodyHasClosedIsMadeAnewAndItsNumberLeftAlone) {
   const TestPipe pipe;
   dorn::EpollSet set;

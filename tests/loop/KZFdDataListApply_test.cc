@@ -62,6 +62,24 @@ TEST_F(KZFdDataListApplyTest, ARemovedRecordWithoutAutoDeleteIsOnlyUnlinked) {
   EXPECT_EQ(mList.Count(record.get()), 0);
 }
 
+// The list has nothing to do with it any more, so that its lock may be held.
+TEST_F(KZFdDataListApplyTest, ARecordThatWasUnlinkedOrNeverLinkedIsDestroyedWithoutTheList) {
+  std::unique_ptr<TestRecord> unlinked(Make("unlinked", 900, 1, false));
+  std::unique_ptr<TestRecord> pending(Make("pending", 901, 2, false));
+  unlinked->AddEvent();
+  Apply();
+  unlinked->RemoveEvent();
+  pending->AddEvent();
+  pending->RemoveEvent();
+  Apply();
+  const HangGuard guard;
+  mList.mSemFdList.Lock();
+  unlinked.reset();
+  pending.reset();
+  mList.mSemFdList.Unlock();
+  EXPECT_THAT(mDestroyed, ElementsAre("unlinked destroyed", "pending destroyed"));
+}
+
 TEST_F(KZFdDataListApplyTest, PendingRecordsAreLinkedInRequestOrder) {
   TestRecord a(2, 900, 1);
   TestRecord b(2, 901, 2);

@@ -245,17 +245,19 @@ TEST(KZFdDataTest, CreateBufferDoesNotInitialiseTheBuffer) {
 }
 
 TEST(KZFdDataTest, ALargeBufferInUsedMemoryHoldsHardlyAnyPage) {
-  TestRecord record(nullptr);
-  const BufferAllocation::FillNew fill('\x5A');
-  ASSERT_TRUE(record.CreateBuffer(0x80000));
-  const auto pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-  void* firstPage = record.mDataBuffer;
-  size_t size = 0x80000;
-  ASSERT_NE(std::align(pageSize, pageSize, firstPage, size), nullptr);
-  std::vector<unsigned char> resident(size / pageSize);
-  ASSERT_EQ(mincore(firstPage, resident.size() * pageSize, resident.data()), 0);
-  const auto isResident = [](unsigned char page) { return (page & 1) != 0; };
-  EXPECT_EQ(std::count_if(resident.begin(), resident.end(), isResident), 0);
+  for (const int capacity : {0x80000, 0x10000}) {
+    TestRecord record(nullptr);
+    const BufferAllocation::FillNew fill('\x5A');
+    ASSERT_TRUE(record.CreateBuffer(capacity));
+    const auto pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    void* firstPage = record.mDataBuffer;
+    auto size = static_cast<size_t>(capacity);
+    ASSERT_NE(std::align(pageSize, pageSize, firstPage, size), nullptr);
+    std::vector<unsigned char> resident(size / pageSize);
+    ASSERT_EQ(mincore(firstPage, resident.size() * pageSize, resident.data()), 0);
+    const auto isResident = [](unsigned char page) { return (page & 1) != 0; };
+    EXPECT_EQ(std::count_if(resident.begin(), resident.end(), isResident), 0) << capacity;
+  }
 }
 
 TEST(KZFdDataTest, CreateBufferWithoutMemoryFailsAndKeepsTheOldCapacity) {

@@ -161,6 +161,14 @@ TEST_F(KZTimerTest, ANegativeIntervalIsDueInThePast) {
   EXPECT_THAT(mApp.TakeIds(), ElementsAre(2));
 }
 
+// Each would take milliseconds if the others were looked at.
+TEST_F(KZTimerTest, ThousandsOfTimersThatAreDueBeforeAllOthersAreRegisteredQuickly) {
+  const HangGuard guard;
+  for (unsigned int i = 20000; i > 0; --i) mApp.SetApplicationSingleTimerInterval(i, i);
+  EXPECT_EQ(mApp.mTimerList.size(), 20000u);
+  EXPECT_EQ(mApp.mTimerList.front().mId, 1u);
+}
+
 // --- Cancelling ---
 
 TEST_F(KZTimerTest, AnIntervalOfZeroCancelsEveryTimerWithThatIdWhateverItsName) {
@@ -179,6 +187,21 @@ TEST_F(KZTimerTest, EachFormCancelsWithAnIntervalOfZero) {
   mApp.SetTimerData(0, 1, "any", 1);
   mApp.SetApplicationSingleTimerInterval(0, 2);
   EXPECT_THAT(ListedIds(), ElementsAre(3));
+}
+
+// The list is public, and what is written over a timer of it counts.
+TEST_F(KZTimerTest, AListedTimerThatWasAssignedToIsCancelledByItsNewId) {
+  mApp.SetTimerData(100, 1, "", 0);
+  mApp.SetTimerData(200, 2, "", 0);
+  KZTimerData other;
+  other.mTime = kStartMs + 50;
+  other.mId = 7;
+  mApp.mTimerList.front() = other;
+  mApp.SetApplicationTimerInterval(0, 1);
+  EXPECT_THAT(ListedIds(), ElementsAre(7, 2));
+  mApp.mTimerList.back() = other;
+  mApp.SetApplicationTimerInterval(0, 7);
+  EXPECT_THAT(ListedIds(), IsEmpty());
 }
 
 TEST_F(KZTimerTest, CancellingAnUnknownIdChangesNothing) {

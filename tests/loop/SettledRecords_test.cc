@@ -110,6 +110,16 @@ TEST_F(SettledRecordsTest, OfAClassThatMayNotSettleAreLookedAt) {
   EXPECT_FALSE(Pass(mList).Reads(kFirstFd + 50));
 }
 
+TEST_F(SettledRecordsTest, OnDescriptorsThatSelectHasNoPlaceForAreLookedAt) {
+  for (const int fd : {-1, FD_SETSIZE, FD_SETSIZE + 64}) {
+    Settling other(fd, 1, &mList);
+    other.AddEvent();
+    Apply(mList);
+    Pass settling(mList);
+    EXPECT_FALSE(dorn::SettledRecords::Has(other)) << fd;
+  }
+}
+
 TEST_F(SettledRecordsTest, ANewDescriptorIsSeen) {
   mRecords[1]->SetFD(kFirstFd + 40);
   const Pass pass(mList);

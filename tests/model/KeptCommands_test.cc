@@ -117,6 +117,7 @@ TEST_F(KeptCommandsTest, WhatHooksWriteIsWrittenAgain) {
       [](auto& command) { command.VQJsonObject::SetDirtyDel("x"); },
       [](auto& command) { command.mDebugFlag = 77; },
       [](auto& command) { command.mListKey = "Commands"; },
+      [](auto& command) { command.mListKey.reserve(1024); },
       [](auto& command) { command.mList.clear(); },
       [](auto& command) { command.mList["Command"].mInt = 9; },
       [](auto& command) { command.mList["Command"].mType = VQValue::TYPE_NONE; },
@@ -166,7 +167,7 @@ TEST_F(KeptCommandsTest, WhatHooksHaveSharedCopiedOrMovedIsNotKept) {
         command.mDirty = {"a", "b"};
       },
       [](auto& command) { command.mName.reserve(2000); },
-      [](auto& command) { command.mListKey.reserve(2000); },
+      [](auto& command) { command.mListKey.reserve(1025); },
       [](auto& command) { command.mObjectList[1]->mDirtyDel.reserve(2000); },
       [](auto& command) { command.mObjectList[1]->mList["a"].mString.reserve(2000); },
       [](auto& command) { command.mObjectList[1]->mList[std::string(2000, 'k')]; },
@@ -182,6 +183,13 @@ TEST_F(KeptCommandsTest, WhatHooksHaveSharedCopiedOrMovedIsNotKept) {
   ASSERT_EQ(group.mObjectList.size(), 2U);
   EXPECT_EQ(group.mObjectList[0]->GetJson(), R"({"Name":"p","Value":"ON"})");
   EXPECT_EQ(group.mObjectList[1]->mName, "CONDITION");
+}
+
+TEST_F(KeptCommandsTest, AListThatWasFilledByHandIsNotKept) {
+  auto list = std::make_unique<VQJsonCommands>();
+  list->mObjectList.push_back(new VQJsonCommand("A"));
+  mKept.GiveBack(std::move(list));
+  EXPECT_EQ(mKept.Count(), 0U);
 }
 
 // The oldest goes. 32 objects stay at most, commands included.

@@ -118,6 +118,19 @@ TEST(OwnershipTest, AChildThatTwoGroupsShareIsDeletedFromEach) {
 }
 
 // One of two siblings holds the other: the group that holds both must not meet the dead one.
+// A group that lets several go at once is the parent of none of them any more.
+TEST(OwnershipTest, ChildrenThatTwoGroupsShareForgetTheOneThatIsEmptied) {
+  const auto group = MakeGroup();
+  auto* first = new VQJsonObject(group.get());
+  auto* second = new VQJsonObject(group.get());
+  for (VQJsonObject* child : {first, second}) group->AddObject(child, 0);
+  const Group copy(*group);
+  group->DeleteChildAll();
+  EXPECT_EQ(first->mParent, nullptr);
+  EXPECT_EQ(second->mParent, nullptr);
+  EXPECT_EQ(copy.mObjectList, (std::vector<VQJsonObject*>{first, second}));
+}
+
 TEST(OwnershipTest, ASiblingThatASiblingHoldsTooDiesOnce) {
   for (const bool innerFirst : {true, false}) {
     int destroyed = 0;

@@ -1,5 +1,6 @@
 #include "dorn/net/KZSocket.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,6 +19,20 @@
 #include "tests/support/FakeClock.h"
 #include "tests/support/MemberOrder.h"
 #include "tests/support/VirtualSlot.h"
+
+namespace {
+
+// While it is set, the words of every error.
+char* gErrorWords = nullptr;
+
+}  // namespace
+
+// In place of the C library's, whose words are plain ASCII where nothing is translated.
+extern "C" char* strerror(int error) noexcept {
+  using StrError = char* (*)(int);
+  static const auto real = reinterpret_cast<StrError>(dlsym(RTLD_NEXT, "strerror"));
+  return gErrorWords != nullptr ? gErrorWords : real(error);
+}
 
 namespace {
 
@@ -428,6 +443,25 @@ TEST_F(KZSocketTest, AFailedAcceptIsLoggedUnharmedInEveryLocale) {
     const std::string message = mLog.Messages().front();
     EXPECT_EQ(message.rfind("接続を許可出来ませんでした。 ", 0), 0u) << locale;
     EXPECT_LT(message.size(), 200u) << locale;
+  }
+  std::setlocale(LC_ALL, "C");
+}
+
+// The words of a translation may be in another encoding than the locale, and of any length.
+TEST_F(KZSocketTest, AFailedAcceptIsLoggedWithQuestionMarksForBytesThatAreNoText) {
+  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const std::string lead = "接続を許可出来ませんでした。 ";
+  for (const std::string& rest : {std::string(), std::string(600, 'x')}) {
+    mLog.Clear();
+    std::string words = "Gr\xf6\xdf" + std::string("e") + rest;
+    TestSocket socket(kLogSize, &mLog, List());
+    socket.Socket(AF_INET, SOCK_STREAM, 0);
+    socket.Listen(5);
+    gErrorWords = words.data();
+    EXPECT_EQ(socket.Accept(), -1);
+    gErrorWords = nullptr;
+    const std::string shown = "Gr??e" + rest;
+    EXPECT_EQ(mLog.Messages().front(), lead + shown.substr(0, 255) + "\n");
   }
   std::setlocale(LC_ALL, "C");
 }

@@ -182,6 +182,20 @@ TEST_F(DelayedLogInTest, APileBehindItIsExecutedInManyPasses) {
   EXPECT_GT(passes, 100);
 }
 
+// Eight messages move 3,733,856 bytes, and nine 4,195,980.
+TEST_F(DelayedLogInTest, APassEndsWithTheMessageThatMovesMoreThanFourMiB) {
+  UseUp("u1");
+  Link link = Connect();
+  Tell(link, Hello("u1", "p"));
+  std::string pile;
+  for (int i = 0; i < 460; ++i) pile += "\x02" + std::string(1022, ' ') + "\x03";
+  Feed(link, pile + "\x02" + std::string(298, ' ') + "\x03");
+  const CapturedStdout console;
+  const std::uint64_t before = app.Statistics().messagesIn;
+  Wait(1000);
+  EXPECT_EQ(9U, app.Statistics().messagesIn - before);
+}
+
 TEST_F(DelayedLogInTest, WhatTheStationSendsBehindItWaitsInOrder) {
   UseUp("u1");
   Shared("top", kTree);

@@ -1,4 +1,5 @@
 // GETFILE of big files: slow readers, many requests, files that change meanwhile.
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -16,6 +17,22 @@
 #include "dorn/server/OutgoingQueue.h"
 #include "tests/server/FileTransferTest.h"
 #include "tests/support/Deadline.h"
+
+namespace {
+
+// While it is not 0, what every read of a part of a file fails with.
+int gReadError = 0;
+
+}  // namespace
+
+// In place of the C library's: no file of a test fails by itself.
+extern "C" ssize_t pread(int file, void* bytes, size_t length, off_t offset) {
+  using Pread = ssize_t (*)(int, void*, size_t, off_t);
+  static const auto real = reinterpret_cast<Pread>(dlsym(RTLD_NEXT, "pread"));
+  if (gReadError == 0) return real(file, bytes, length, offset);
+  errno = gReadError;
+  return -1;
+}
 
 namespace {
 
@@ -117,6 +134,21 @@ TEST_F(FileStreamingTest, AFileThatShrinksClosesTheConnection) {
   EXPECT_TRUE(got.substr(announced.size()) == text.substr(0, got.size() - announced.size()));
   EXPECT_LT(got.size(), text.size());
   EXPECT_EQ(before + 1, app.Statistics().closedByHost);
+}
+
+TEST_F(FileStreamingTest, AFileThatCannotBeReadClosesTheConnection) {
+  const HangGuard guard;
+  const std::string name = File("broken.bin", Pattern(3 << 20));
+  CapturedStdout console;
+  gReadError = EIO;
+  Get(name);
+  EXPECT_TRUE(RunUntil([&] {
+    mLink.station.Bytes();
+    return mLink.station.IsClosed();
+  }));
+  gReadError = 0;
+  EXPECT_THAT(console.Text(), HasSubstr(" closed: a file that was being sent to it is shorter "));
+  EXPECT_EQ(Frame(Follows(name, 3 << 20)), mLink.station.Bytes());
 }
 
 // What errno says is of no interest where nothing has failed.

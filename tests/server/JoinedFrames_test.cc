@@ -252,6 +252,36 @@ TEST_F(JoinedFramesTest, AnAnswerLeavesBeforeADialogIsMadeLate) {
   EXPECT_EQ(Frame("a"), mSeenMeanwhile);
 }
 
+// Its first wrong password takes long, and whatever it sends behind that is looked at late.
+TEST_F(JoinedFramesTest, AnAnswerLeavesBeforeAPasswordOrASessionIsLookedAtLate) {
+  const std::string hello = Frame(R"({"Command":"HELLO","Id":"x","Pass":"y"})");
+  const std::string change = Frame(R"({"Command":"CHANGE","SessionId":"none"})");
+  for (const std::string& late : {hello, change}) {
+    Link guest = ConnectTcp();
+    mOther.station.Take(mOther.station.Bytes().size());
+    mSeenMeanwhile.clear();
+    app.auth = [this](const KZString&, const KZString&, VQClientSocket*) {
+      Find(mOther)->SendData("a");
+      mClock.AdvanceMs(21);
+      app.auth = [this](const KZString&, const KZString&, VQClientSocket*) {
+        mSeenMeanwhile = mOther.station.Bytes();
+      };
+    };
+    app.authCheck = [this] { mSeenMeanwhile = mOther.station.Bytes(); };
+    Feed(guest, hello + late);
+    EXPECT_EQ(Frame("a"), mSeenMeanwhile) << late;
+  }
+  app.auth = nullptr;
+  app.authCheck = nullptr;
+}
+
+TEST_F(JoinedFramesTest, AnAnswerLeavesBeforeAStartPageIsLate) {
+  app.start = [this] { mSeenMeanwhile = mOther.station.Bytes(); };
+  Feed(mAsking, Ask("a") + Ask("slow") + Frame(R"({"Command":"HELLO"})"));
+  EXPECT_EQ(Frame("a"), mSeenMeanwhile);
+  app.start = nullptr;
+}
+
 TEST_F(JoinedFramesTest, AnAnswerWaitsForHooksThatFollowQuickly) {
   Feed(mAsking, Ask("a") + Ask("quick") + Ask("look") + Ask("b"));
   EXPECT_EQ("", mSeenMeanwhile);

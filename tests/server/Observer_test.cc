@@ -301,6 +301,22 @@ TEST_F(ObserverTest, HearsTheFormerSessionOfAConnectionThatIsOpenAgain) {
   }
 }
 
+TEST_F(ObserverTest, HearsTheSessionOfEachStationWhenOneConnectionIsOpenedAgain) {
+  Link other = LoggedIn("S0");
+  ReopeningClient client(&app.mLog, app.GetFdDataList());
+  client.OpenFor("S1");
+  client.mNext = "S2";
+  Pass();
+  Calls().clear();
+  Find(other)->Close();
+  client.Close();
+  Pass();
+  EXPECT_THAT(Calls(), ElementsAre("gone " + std::to_string(other.id) + " S0",
+                                   "gone " + std::to_string(client.GetId()) + " S1 open"));
+  client.Close();
+  Pass(2);
+}
+
 TEST_F(ObserverTest, HearsNothingOfAStationThatCameToAConnectionAndDidNotLogIn) {
   ReopeningClient client(&app.mLog, app.GetFdDataList());
   const std::string gone = "gone " + std::to_string(client.GetId()) + " ";

@@ -261,6 +261,17 @@ TEST_F(OutgoingQueueTest, AStationThatFinishedSendingStillGetsWhatIsQueued) {
   EXPECT_TRUE(RunUntil([] { return Connections() == 0; }));
 }
 
+TEST_F(OutgoingQueueTest, WhatAStationSentBeforeItFinishedSendingIsExecuted) {
+  Shared("top", kTree);
+  Link link = LoggedIn("S1", "top");
+  Send(link, Text(2 * kMiB, 'a'));
+  link.station.Send(R"({"Command":"CONDITION"})");
+  link.station.ShutdownWrite();
+  Pass(3);
+  EXPECT_THAT(Calls(), ElementsAre("OnCondition top S1"));
+  EXPECT_TRUE(Frame(Text(2 * kMiB, 'a')) == Received(link, 2 * kMiB + 2));
+}
+
 TEST_F(OutgoingQueueTest, AStationThatFinishedSendingAndDoesNotReadIsTimedOut) {
   Link link = ConnectTcp();
   Send(link, Text(6 * kMiB, 'a'));

@@ -120,6 +120,16 @@ TEST_F(StationAddressTest, AnEmptyVariableIsNone) {
   });
 }
 
+TEST_F(StationAddressTest, StartingAnswersWhatTheHostAnswers) {
+  for (const int result : {-7, 7}) {
+    InChild({}, [result] {
+      app.SetStationAddress("127.0.0.1", 0);
+      app.initResult = result;
+      return app.Initialize(0, nullptr) == result;
+    });
+  }
+}
+
 TEST_F(StationAddressTest, RefusesAVariableThatItCannotRead) {
   InChild({{"DORN_STATION", "5000"}}, [] {
     app.initResult = 7;  // The hook is not asked.

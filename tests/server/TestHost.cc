@@ -86,11 +86,13 @@ void TestApp::OnAuth(const KZString& id, const KZString& pass, VQClientSocket* c
 
 bool TestApp::OnAuthCheck(const KZString& sid, VQClientSocket* client) {
   Record("OnAuthCheck " + Text(sid));
+  if (const auto hook = authCheck) hook();
   return VQApplication::OnAuthCheck(sid, client);
 }
 
 void TestApp::OnStart(VQClientSocket* client, KZString& type, int first, int second) {
   Record("OnStart " + Text(type) + " " + std::to_string(first) + " " + std::to_string(second));
+  if (const auto hook = start) hook();
   VQApplication::OnStart(client, type, first, second);
 }
 

@@ -70,6 +70,7 @@ class TestApp : public VQApplication {
   int initResult = 0;
   int sessionIntervalMs = 60000;
   std::function<void(const KZString& id, const KZString& pass, VQClientSocket*)> auth;
+  std::function<void()> authCheck, start;
   std::function<void(unsigned int)> timer;
 };
 

@@ -355,6 +355,18 @@ TEST_F(LongDialogListTest, ANameThatIsAddedAfterAnotherWasTakenAwayByHandIsKnown
   delete taken;
 }
 
+// A dialog without a tree goes with any session.
+TEST_F(LongDialogListTest, ASessionsEndFindsADialogThatWasReplacedAndCameBack) {
+  VQDialog* const dialog = Add("x");
+  Add("x");
+  mList.Add("y", dialog);
+  Calls().clear();
+  mList.RemoveBySession("nobody");
+  EXPECT_FALSE(mList.Has("x"));
+  EXPECT_FALSE(mList.Has("y"));
+  EXPECT_THAT(Calls(), ElementsAre("OnFinal x", "OnFinal x"));
+}
+
 // Whether it was made before or after somebody has searched.
 TEST_F(LongDialogListTest, ASessionsEndFindsADialogWithoutTreesThatWasPutInAnothersPlaceByHand) {
   for (const bool isSearched : {false, true}) {

@@ -135,6 +135,15 @@ TEST_F(VQStationSocketTest, AcceptIsLoggedThroughTheSocketsLog) {
   EXPECT_EQ("切断しました\n", sink.Messages().back());
 }
 
+TEST_F(VQStationSocketTest, ListeningIsLoggedThroughTheSocketsLog) {
+  RecordingStream sink;
+  VQStationSocket logged(&sink, app.GetFdDataList());
+  ASSERT_GE(logged.Open("127.0.0.1", 0), 0);
+  EXPECT_EQ("待ち受け開始しました\n", sink.Messages().front());
+  logged.Close();
+  Pass(2);
+}
+
 // Waiting would not help, as it does where descriptors are short.
 TEST_F(VQStationSocketTest, AListenerThatHasStoppedListeningIsClosedWithTheReason) {
   RecordingStream sink;
@@ -224,6 +233,35 @@ TEST_F(VQStationSocketTest, WithoutAnyDescriptorLeftTheListenerStaysOpen) {
   EXPECT_EQ(1U, Connections());
   EXPECT_FALSE(first.IsClosed());
   EXPECT_TRUE(IsListening());
+}
+
+TEST_F(VQStationSocketTest, TheDescriptorThatIsKeptForRefusalsMayBeNumber0) {
+  auto listener = std::make_unique<VQStationSocket>(&app.mLog, app.GetFdDataList());
+  ASSERT_GE(listener->Socket(AF_INET, SOCK_STREAM, 0), 0);
+  sockaddr_in local{};
+  local.sin_family = AF_INET;
+  local.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ASSERT_EQ(0, listener->Bind(reinterpret_cast<const sockaddr*>(&local), sizeof local));
+  const NoStandardInput closed;
+  ASSERT_EQ(0, listener->Listen(5));
+  ASSERT_TRUE(NoStandardInput::IsTaken());
+  Station station;
+  ASSERT_TRUE(station.Connect(PortOf(listener->GetFD())));
+  CapturedStdout console;
+  std::vector<int> fillers;
+  {
+    const DescriptorLimit limit(LimitAbove(5));
+    for (int fd = 0; (fd = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) fillers.push_back(fd);
+    listener->ReadyToRead();
+  }
+  for (const int fd : fillers) close(fd);
+  EXPECT_EQ("Connection refused: no descriptor is left\n", console.Text());
+  EXPECT_TRUE(station.WaitForClose());
+  EXPECT_TRUE(NoStandardInput::IsTaken());
+  listener->Close();
+  Pass(2);
+  listener.reset();
+  EXPECT_FALSE(NoStandardInput::IsTaken());
 }
 
 TEST_F(VQStationSocketTest, WithoutAnyDescriptorLeftAConnectionWithoutLogInMakesRoom) {
