@@ -43,8 +43,9 @@ export class Claim {
 
   private lock(id: string): Promise<boolean> {
     return new Promise((resolve) => {
-      const holds = (): Promise<void> => {
-        resolve(true);
+      const holds = async (): Promise<void> => {
+        resolve(this.wanted === id);
+        if (this.wanted !== id) return; // Another one meanwhile.
         return new Promise((release) => (this.release = release));
       };
       navigator.locks

@@ -8,7 +8,7 @@
 //              same attributes is older than ours at the host; between a and b the host corrects
 //              us.
 
-import { Json, JsonObject, memberText, textOf } from "./json";
+import { Json, JsonObject, memberList, memberText, textOf } from "./json";
 import { Changes, Tree, TreeObject } from "./tree";
 
 /**
@@ -23,6 +23,8 @@ export interface SetObject {
   readonly name: string;
   readonly attributes: Readonly<Record<string, Json>>;
 }
+
+const kMostBuffered = 200_000;
 
 interface Change {
   readonly name: string;
@@ -58,6 +60,7 @@ export class Replica {
   private fence: number | null = null;
   private shown = { state: "empty" as ReplicaState, dialog: "" }; // Before the entries under way.
   private buffer: JsonObject[] = [];
+  private buffered = 0; // Objects in it.
   private actions: Action[] = [];
   private wantsEntry = false;
 
@@ -73,6 +76,7 @@ export class Replica {
     this.fence = fence;
     this.state = fence === null ? "buffer" : "fence";
     this.buffer = [];
+    this.buffered = 0;
     this.wantsEntry = false;
   }
 
@@ -91,7 +95,13 @@ export class Replica {
     } else if (memberText(command, "Command") === "UPDATE") {
       // The tree that follows is newer than what was added and deleted before it.
       this.buffer.push(command);
+      this.buffered += 1 + memberList(command, "Objects").length;
     }
+  }
+
+  /** The host goes on telling what has changed, and never tells of what. */
+  get isFlooded(): boolean {
+    return this.state === "buffer" && this.buffered > kMostBuffered;
   }
 
   private apply(command: JsonObject): void {

@@ -81,6 +81,7 @@ export abstract class SessionBase {
   protected hasLocalFiles = false; // At the gateway.
   protected readonly local = new Map<string, JsonObject | null>(); // By dialog; null: there is none.
   protected entries: { ordinal: number; dialog: string; isNewLine: boolean }[] = []; // Under way.
+  protected awaiting: string | null = null; // A dialog to enter when these have ended.
   protected localFence: number | null = null; // Behind which the station's own file is the tree.
 
   protected isLooking = true;
@@ -118,6 +119,7 @@ export abstract class SessionBase {
     this.fences.forget();
     this.files.forget();
     this.entries = [];
+    this.awaiting = null;
     this.localFence = null;
     this.enterAgainAt = null;
     this.unreadable = 0;

@@ -5,6 +5,8 @@ import { isObject, JsonObject, memberList, memberText, textOf } from "./json";
 import { readOpened } from "./opened";
 import { SessionBase } from "./sessionbase";
 
+const kMostEntries = 16; // Under way at a time, as far as the host asks for them.
+
 export abstract class ReceivingSession extends SessionBase {
   protected receiveFrame(frame: JsonObject): void {
     switch (frame["t"]) {
@@ -47,6 +49,7 @@ export abstract class ReceivingSession extends SessionBase {
         break;
       default:
         this.replica.receive(command);
+        if (this.replica.isFlooded) this.loseLine("hostLost");
         break;
     }
   }
@@ -62,10 +65,16 @@ export abstract class ReceivingSession extends SessionBase {
     const isReturn = this.state === "loggingIn" && this.returnTo !== "";
     const dialog = isReturn ? this.returnTo : this.opened.dialog;
     this.aliveAt = this.now;
-    if (dialog !== "") this.startEntry(dialog, false);
+    if (dialog !== "") this.followTo(dialog);
     else if (this.dialog === "") this.showNothing();
     else if (isHeld) this.startEntry(this.dialog, false);
     // Else what is shown stays: hosts may tell of a new menu alone.
+  }
+
+  /** Only the last of very many is entered: each asks the host for more than it has said. */
+  protected followTo(dialog: string): void {
+    if (this.entries.length >= kMostEntries) this.awaiting = dialog;
+    else this.startEntry(dialog, false);
   }
 
   /** No dialog yet: the menu is all there is. */
@@ -133,6 +142,9 @@ export abstract class ReceivingSession extends SessionBase {
     this.message = "";
     this.retries = 0;
     this.lostAt = null;
+    const { awaiting } = this;
+    this.awaiting = null;
+    if (awaiting !== null) this.startEntry(awaiting, false);
   }
 
   /** The gateway did not pass a text on; its fences will not be answered. */

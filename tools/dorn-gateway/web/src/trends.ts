@@ -8,6 +8,7 @@ export interface Point {
 const kWindow = 600_000;
 const kMostPoints = 240;
 const kStep = kWindow / kMostPoints;
+const kMostNames = 10_000; // A host may name new objects for ever.
 
 export class Trends {
   private readonly points = new Map<string, Point[]>();
@@ -20,6 +21,7 @@ export class Trends {
   add(name: string, value: number, at: number): readonly Point[] {
     let points = this.points.get(name);
     if (!points) this.points.set(name, (points = []));
+    if (this.points.size > kMostNames) this.points.delete(this.points.keys().next().value ?? "");
     const before = points[points.length - 2];
     if (before && at - before.at < kStep) points.pop();
     points.push({ at, value });
