@@ -28,6 +28,12 @@ export function readDecimal(text: string): Decimal | null {
   return { digits: match[1] === "-" ? -value : value, decimals: fraction.length };
 }
 
+/** As near as floating point comes to it, to draw it. */
+export function numberOf(text: string): number | null {
+  const number = readDecimal(text);
+  return number && Number(number.digits) / 10 ** number.decimals;
+}
+
 /** Half away from zero. */
 function roundedQuotient(dividend: bigint, divisor: bigint): bigint {
   const size = dividend < 0n ? -dividend : dividend;

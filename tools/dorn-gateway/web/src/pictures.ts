@@ -3,15 +3,15 @@
 
 import { Cache } from "./cache";
 
-const kTypes: Readonly<Record<string, string>> = {
-  png: "image/png",
-  jpg: "image/jpeg",
-  jpeg: "image/jpeg",
-  gif: "image/gif",
-  webp: "image/webp",
-  svg: "image/svg+xml",
-  bmp: "image/bmp",
-};
+const kTypes: ReadonlyMap<string, string> = new Map([
+  ["png", "image/png"],
+  ["jpg", "image/jpeg"],
+  ["jpeg", "image/jpeg"],
+  ["gif", "image/gif"],
+  ["webp", "image/webp"],
+  ["svg", "image/svg+xml"],
+  ["bmp", "image/bmp"],
+]);
 
 export interface Picture {
   readonly url: string | null; // Null: there is no such file.
@@ -66,7 +66,7 @@ export class Pictures {
     const before = this.known.get(name);
     if (before && before.bytes === bytes) return false;
     if (before?.url) URL.revokeObjectURL(before.url);
-    const type = kTypes[extensionOf(name)];
+    const type = kTypes.get(extensionOf(name));
     const blob = bytes && new Blob([bytes], { type: type ?? "application/octet-stream" });
     const url = blob && URL.createObjectURL(blob);
     const size = bytes?.byteLength ?? 0;

@@ -1,6 +1,7 @@
 // A value between its ends, with its limits as strokes across.
 
 import { make } from "../dom";
+import { numberOf } from "../numbers";
 import type { Item } from "../screen";
 
 export interface Range {
@@ -35,11 +36,10 @@ export function makeBar(): HTMLElement {
 }
 
 export function showBar(bar: HTMLElement, item: Item): void {
-  const value = Number(item.raw);
-  const isNumber = item.raw !== "" && Number.isFinite(value);
-  const range = rangeOf(item, item.min === undefined ? [0, value || 0] : [value || 0]);
+  const value = numberOf(item.raw);
+  const range = rangeOf(item, item.min === undefined ? [0, value ?? 0] : [value ?? 0]);
   const fill = bar.firstElementChild as HTMLElement;
-  fill.style.transform = `scaleX(${isNumber ? fractionOf(value, range).toFixed(4) : 0})`;
+  fill.style.transform = `scaleX(${value === null ? 0 : fractionOf(value, range).toFixed(4)})`;
   const limits = [item.low, item.high, item.lowLow, item.highHigh];
   const key = `${range.least} ${range.most} ${limits.join(" ")}`;
   if (bar.dataset["limits"] === key) return;

@@ -1,5 +1,6 @@
 // What stands below a number: a bar between its ends, or a line of how it has been lately.
 
+import { numberOf } from "../numbers";
 import type { Page } from "../page";
 import type { Item } from "../screen";
 import { makeBar, showBar } from "./bar";
@@ -38,9 +39,9 @@ export class Gauge {
 
   // Only what is drawn is remembered: ten minutes of each of a thousand numbers are 10 MB.
   private showSpark(item: Item, old: Item | undefined, page: Page): void {
-    const isNumber = item.raw !== "" && Number.isFinite(Number(item.raw));
+    const value = numberOf(item.raw);
     const isNew = old?.raw !== item.raw || old.format !== item.format;
-    if (isNumber && isNew) page.trends.add(item.name, Number(item.raw), performance.now());
+    if (value !== null && isNew) page.trends.add(item.name, value, performance.now());
     if (!this.spark) {
       this.clear();
       this.parent.append((this.spark = new Spark()).element);

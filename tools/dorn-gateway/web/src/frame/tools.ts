@@ -21,7 +21,10 @@ export interface ToolActions {
   logOut(): void;
 }
 
-const kLanguageNames: Readonly<Record<string, string>> = { en: "English", ja: "日本語" };
+const kLanguageNames: ReadonlyMap<string, string> = new Map([
+  ["en", "English"],
+  ["ja", "日本語"],
+]);
 
 export class Tools {
   readonly element = make("footer", "tools");
@@ -86,7 +89,7 @@ export class Tools {
     setAttribute(this.language, "aria-label", texts.language);
     showOptions(
       this.language,
-      state.languages.map((each) => [each, kLanguageNames[each] ?? each]),
+      state.languages.map((each) => [each, kLanguageNames.get(each) ?? each]),
       state.language,
     );
     setText(this.themeLabel, texts.theme);
