@@ -33,6 +33,7 @@ const kSecond = 1000;
 // 20.
 const kMany = 8;
 const kRestAfterMany = 30;
+const kLongDraw = 50;
 
 export class App implements Page, FrameActions {
   readonly isKiosk = new URLSearchParams(location.search).has("kiosk");
@@ -53,6 +54,7 @@ export class App implements Page, FrameActions {
   private isBusy = false;
   private isDrawing = false;
   private drawnAt = 0;
+  private restsUntil = 0;
   private readonly wakeup = new Wakeup(
     () => this.now,
     () => this.told(() => this.session.tick(this.now)),
@@ -158,15 +160,24 @@ export class App implements Page, FrameActions {
       } else {
         this.isDrawing = false;
         this.drawnAt = this.now;
+        setTimeout(() => this.restAfterLong()); // Behind layout and paint.
         this.draw();
       }
     };
     withNextFrame(frame);
   }
 
+  /** What takes long leaves the user as much time as it took; a page out of view is just late. */
+  private restAfterLong(): void {
+    const took = Math.min(kSecond, this.now - this.drawnAt);
+    this.restsUntil = took > kLongDraw ? this.now + took : 0;
+  }
+
   private mayRest(): boolean {
     const { all, isAwaited, names } = this.session.replica.changes;
-    const isFlood = !all && !isAwaited && names.size >= kMany;
+    if (isAwaited) return false;
+    if (this.now < this.restsUntil) return true;
+    const isFlood = !all && names.size >= kMany;
     return isFlood && this.isOperable && this.now - this.drawnAt < kRestAfterMany;
   }
 
@@ -323,7 +334,7 @@ function languagesOf(root: TreeObject): string[] {
       const language = key.includes(":") ? kLanguageWords.exec(key)?.[1] : undefined;
       if (language !== undefined) languages.add(language);
     }
-    open.push(...object.children);
+    for (const child of object.children) open.push(child);
   }
   return [...languages];
 }

@@ -1,5 +1,12 @@
 // What building elements needs. Texts of hosts become text nodes and attributes, never markup.
 
+// Of longer ones a browser lays out a megabyte a second, each time anew.
+const kMostShown = 20_000;
+
+/** As much of a text as is drawn. */
+export const shownText = (text: string): string =>
+  text.length > kMostShown ? `${text.slice(0, kMostShown)} …` : text;
+
 export function make<K extends keyof HTMLElementTagNameMap>(
   tag: K,
   className = "",
@@ -7,7 +14,7 @@ export function make<K extends keyof HTMLElementTagNameMap>(
 ): HTMLElementTagNameMap[K] {
   const element = document.createElement(tag);
   if (className !== "") element.className = className;
-  if (text !== "") element.textContent = text;
+  if (text !== "") element.textContent = shownText(text);
   return element;
 }
 
@@ -32,7 +39,8 @@ export function makeSvg<K extends keyof SVGElementTagNameMap>(
 }
 
 /** Touches the document only where something is different. */
-export function setText(element: Element, text: string): void {
+export function setText(element: Element, whole: string): void {
+  const text = shownText(whole);
   const node = element.firstChild;
   if (node instanceof Text && node === element.lastChild) {
     if (node.data !== text) node.data = text;

@@ -106,6 +106,7 @@ export interface Screen {
   readonly dialog: string;
   readonly title: string;
   readonly cards: readonly Card[];
+  readonly isPart: boolean; // There are more objects than a screen is made of.
   readonly hasAlarms: boolean; // There is a grid for alarms.
   readonly alarmBar: readonly AlarmLine[]; // Alarms that nobody has acknowledged.
 }
@@ -115,6 +116,9 @@ interface Inherited {
   readonly isVisible: boolean;
   readonly isEnabled: boolean;
 }
+
+/** Of so many a screen is made; ten thousand are drawn in seconds. */
+export const kMostItems = 10_000;
 
 const kCardColumns = 4;
 const kWideCardColumns = 8;
@@ -133,6 +137,7 @@ export function makeScreen(replica: Replica, language: string): Screen {
     dialog: replica.dialog,
     title: words.caption(),
     cards: cardsOf(items),
+    isPart: maker.isOver,
     hasAlarms: alarmGrids(items).length > 0,
     alarmBar: alarmLines(items),
   };
@@ -184,6 +189,9 @@ function cardOf(item: Item): Card {
 }
 
 class ItemMaker {
+  isOver = false;
+  private left = kMostItems;
+
   constructor(
     private readonly replica: Replica,
     private readonly language: string,
@@ -201,7 +209,13 @@ class ItemMaker {
   }
 
   children(group: TreeObject, inherited: Inherited): Item[] {
-    const items = group.children.map((child) => this.item(child, inherited));
+    const items: Item[] = [];
+    for (const child of group.children) {
+      this.isOver ||= this.left === 0;
+      if (this.isOver) break;
+      --this.left;
+      items.push(this.item(child, inherited));
+    }
     if (items.some((item) => item.order !== 0)) items.sort((a, b) => a.order - b.order);
     if (items.some((item) => !item.place)) {
       for (const item of items) item.place = null;

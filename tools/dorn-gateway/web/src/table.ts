@@ -59,8 +59,8 @@ export function makeTable(words: Words): Table {
       needsAck: ackColumn >= 0 && (cells[ackColumn] ?? "") === "",
     };
   });
-  const columns = textsOf(words.findInLanguage("Columns"));
-  columns.push(...titles.slice(columns.length));
+  const translated = textsOf(words.findInLanguage("Columns"));
+  const columns = translated.concat(titles.slice(translated.length));
   const widest = rows.reduce((most, row) => Math.max(most, row.cells.length), titles.length);
   while (columns.length < widest) columns.push(letterOf(columns.length));
   return { columns, widths: textsOf(words.find("Widths")), rows, isAlarms, stateColumn, ackColumn };

@@ -53,6 +53,8 @@ export interface Texts {
   readonly missing: string;
   readonly show: string;
   readonly hide: string;
+  readonly tablePart: (rows: string, columns: string) => string;
+  readonly screenPart: (shown: number) => string;
 }
 
 const english: Texts = {
@@ -118,6 +120,8 @@ const english: Texts = {
   missing: "Not there",
   show: "Show all",
   hide: "Show less",
+  tablePart: (rows, columns) => `Shown: rows ${rows}, columns ${columns}`,
+  screenPart: (shown) => `Too large: only the first ${shown} objects are shown`,
 };
 
 const japanese: Texts = {
@@ -176,6 +180,8 @@ const japanese: Texts = {
   missing: "ありません",
   show: "すべて表示",
   hide: "閉じる",
+  tablePart: (rows, columns) => `表示: 行 ${rows}、列 ${columns}`,
+  screenPart: (shown) => `大きすぎるため、最初の ${shown} 個だけを表示しています`,
 };
 
 export const textsIn = (language: string): Texts => (language === "ja" ? japanese : english);

@@ -17,6 +17,7 @@ export interface ShownAlarms {
 export class View {
   readonly element = make("div", "cards");
   title = "";
+  isPart = false; // There is more than is shown.
   alarms: ShownAlarms = { isThere: false, open: [] };
   private readonly elements = new Map<string, DialogElement>();
 
@@ -37,12 +38,14 @@ export class View {
     this.elements.clear();
     this.element.replaceChildren();
     this.title = "";
+    this.isPart = false;
     this.alarms = { isThere: false, open: [] };
   }
 
   showAll(replica: Replica, language: string): void {
     const screen = makeScreen(replica, language);
     this.title = screen.title;
+    this.isPart = screen.isPart;
     this.elements.clear();
     this.showCards(screen.cards);
     this.alarms = { isThere: screen.hasAlarms, open: screen.alarmBar };
@@ -50,6 +53,9 @@ export class View {
 
   showSome(replica: Replica, language: string, names: ReadonlySet<string>): void {
     let hasAlarms = false;
+    // What depends on many is brought in line once, behind all of them.
+    const cards = new Set<HTMLElement>();
+    const radioGroups = new Set<GroupElement>();
     for (const name of names) {
       const element = this.elements.get(name);
       const object = replica.tree.find(name);
@@ -57,18 +63,16 @@ export class View {
       const item = makeItem(replica, language, object);
       if (item.widget !== element.item.widget) return this.showAll(replica, language);
       item.place = element.item.place; // Its group's matter.
-      this.showOne(element, item);
+      element.show(item, this.page, element.level);
+      const card = element.parentElement;
+      if (card?.classList.contains("implied")) cards.add(card);
+      const group = element.parentElement?.parentElement;
+      if (element instanceof RadioElement && group instanceof GroupElement) radioGroups.add(group);
       hasAlarms ||= item.table?.isAlarms === true || element instanceof GridElement;
     }
+    for (const group of radioGroups) group.showTabStop();
+    for (const card of cards) hideEmpty(card);
     if (hasAlarms) this.collectAlarms();
-  }
-
-  private showOne(element: DialogElement, item: Item): void {
-    element.show(item, this.page, element.level);
-    const group = element.parentElement?.parentElement;
-    if (element instanceof RadioElement && group instanceof GroupElement) group.showTabStop();
-    const card = element.parentElement;
-    if (card?.classList.contains("implied")) hideEmpty(card);
   }
 
   showOperable(): void {

@@ -6,6 +6,10 @@ import type { Item } from "../screen";
 import { ObjectElement } from "./object";
 
 const kMostRows = 6;
+const kMostOptions = 5000; // More are no choice, and cost a second.
+
+const areSame = (a: readonly string[], b: readonly string[]): boolean =>
+  a === b || (a.length === b.length && a.every((text, i) => text === b[i]));
 
 abstract class ChoiceElement extends ObjectElement {
   protected readonly select = make("select");
@@ -26,8 +30,9 @@ abstract class ChoiceElement extends ObjectElement {
 
   protected patch(item: Item, old: Item | undefined): void {
     const isSame =
-      old?.options.join("\n") === item.options.join("\n") &&
-      old.optionTexts.join("\n") === item.optionTexts.join("\n");
+      old !== undefined &&
+      areSame(old.options, item.options) &&
+      areSame(old.optionTexts, item.optionTexts);
     if (!isSame) this.showOptions(item);
     this.select.disabled = !item.isEnabled || item.isReadOnly;
     if (!this.isReached) this.showChosen();
@@ -37,27 +42,36 @@ abstract class ChoiceElement extends ObjectElement {
   /** What was reached by keys stays while it can still be chosen. */
   protected showOptions(item: Item): void {
     const reached = this.isReached ? item.options.indexOf(this.select.value) : -1;
-    const options = item.options.map((value, i) => {
+    const options = new DocumentFragment();
+    item.options.slice(0, kMostOptions).forEach((value, i) => {
       const option = make("option", "", item.optionTexts[i]);
       option.value = value;
-      return option;
+      options.append(option);
     });
-    this.select.replaceChildren(...options);
+    if (item.options.length > kMostOptions) options.append(this.makeRest(item.options.length));
+    this.select.replaceChildren(options);
     this.isReached = reached >= 0;
     if (this.isReached) this.select.selectedIndex = reached;
   }
 
+  /** Stands for the ones that are not shown; chosen where the value is one of them. */
+  private makeRest(count: number): HTMLOptionElement {
+    const rest = make("option", "", `${kMostOptions} / ${count} …`);
+    rest.disabled = true;
+    return rest;
+  }
+
   private showChosen(): void {
-    const index = this.item.options.indexOf(this.item.raw);
+    const index = Math.min(this.item.options.indexOf(this.item.raw), kMostOptions);
     if (this.select.selectedIndex !== index) this.select.selectedIndex = index;
     this.markChosen();
   }
 
   private markChosen(): void {
-    this.item.options.forEach((option, i) => {
-      const element = this.select.options[i];
-      if (element) setFlag(element, "data-on", option === this.item.raw);
-    });
+    let i = 0;
+    for (const element of this.select.children) {
+      setFlag(element, "data-on", this.item.options[i++] === this.item.raw);
+    }
   }
 
   private onKey(event: KeyboardEvent): void {

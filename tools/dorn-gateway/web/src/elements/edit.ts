@@ -17,6 +17,15 @@ const typedForm = (item: Item): string => (item.isNumeric ? item.value : item.ra
 const isReadOtherwise = (item: Item): boolean =>
   !item.isNumeric && (item.format === "time" || item.format === "datetime");
 
+// A field with more of it does not answer for seconds.
+const kMostTyped = 50_000;
+
+/** It cannot be typed into: what is cut off would be lost. */
+const isTooLong = (item: Item): boolean => item.raw.length > kMostTyped;
+
+const shownForm = (item: Item, text: string): string =>
+  isTooLong(item) ? `${text.slice(0, kMostTyped)} …` : text;
+
 /** A limit as the user would type it. */
 function limitText(item: Item, limit: number | undefined): string {
   if (limit === undefined) return "";
@@ -93,11 +102,13 @@ export class EditElement extends ObjectElement {
 
   /** The text stays where it is, and the focus, too. */
   private showReadOnly(): void {
-    this.field.readOnly = this.item.isReadOnly || !this.page.isOperable;
+    const { isReadOnly } = this.item;
+    this.field.readOnly = isReadOnly || isTooLong(this.item) || !this.page.isOperable;
   }
 
   private showPad(item: Item): void {
-    const isWanted = item.keyboard === "number" && !item.isReadOnly && item.isEnabled;
+    const isWanted =
+      item.keyboard === "number" && !item.isReadOnly && item.isEnabled && !isTooLong(item);
     if (isWanted && !this.pad) {
       this.pad = makeButton("pad", "", () => void this.usePad());
       this.row.append(this.pad);
@@ -123,7 +134,7 @@ export class EditElement extends ObjectElement {
   private showTyped(): void {
     const draft = this.draft;
     const isRead = isReadOtherwise(this.item) && document.activeElement !== this.field;
-    const text = draft ?? (isRead ? this.item.value : typedForm(this.item));
+    const text = draft ?? shownForm(this.item, isRead ? this.item.value : typedForm(this.item));
     if (this.field.value !== text) this.field.value = text;
     this.classList.toggle("unsent", draft !== undefined);
     if (draft !== undefined) this.row.dataset["unsent"] = this.page.texts.unsent;

@@ -6,13 +6,24 @@ import type { Table, TableRow } from "../table";
 import { ObjectElement } from "./object";
 
 const kNumber = /^[-+]?\d[\d.,]*$/;
+// What can be laid out without anybody waiting for it.
+const kMostColumns = 200;
+const kMostCells = 30_000;
+
+/** As much of a table as is shown: whole rows. */
+function partOf(table: Table): Table {
+  const columns = table.columns.slice(0, kMostColumns);
+  const rows = table.rows.slice(0, Math.floor(kMostCells / Math.max(1, columns.length)));
+  return { ...table, columns, rows };
+}
 
 export class GridElement extends ObjectElement {
   private readonly table = make("table");
   private readonly head = make("tr");
   private readonly body = make("tbody");
   private readonly scroller = make("div", "scroller");
-  private columns = make("colgroup");
+  private readonly columns = make("colgroup");
+  private readonly rest = make("span", "hint");
 
   protected build(): void {
     const head = make("thead");
@@ -36,19 +47,35 @@ export class GridElement extends ObjectElement {
       setAttribute(this.scroller, "aria-label", item.caption);
     }
     this.classList.toggle("alarms", table.isAlarms);
-    this.showColumns(table);
-    for (const [i, row] of table.rows.entries()) this.showRow(this.rowAt(i), row, table);
-    while (this.body.rows.length > table.rows.length) this.body.deleteRow(-1);
-    this.alignColumns(table);
+    const shown = partOf(table);
+    this.showColumns(shown);
+    const rows = [...this.body.rows];
+    for (const row of rows.splice(shown.rows.length)) row.remove();
+    shown.rows.forEach((row, i) => this.showRow(rows[i] ?? this.addRow(rows), row, shown));
+    this.alignColumns(shown, rows);
+    this.showRest(table, shown);
   }
 
   /** Numbers stand on the right, with their title, where a column holds nothing else. */
-  private alignColumns(table: Table): void {
-    table.columns.forEach((_, i) => {
+  private alignColumns(table: Table, rows: readonly HTMLTableRowElement[]): void {
+    const isNumeric = table.columns.map((_, i) => {
       const texts = table.rows.map((row) => row.cells[i] ?? "").filter((text) => text !== "");
-      const isNumeric = texts.length > 0 && texts.every((text) => kNumber.test(text));
-      for (const row of this.table.rows) row.cells[i]?.classList.toggle("number", isNumeric);
+      return texts.length > 0 && texts.every((text) => kNumber.test(text));
     });
+    for (const row of [this.head, ...rows]) {
+      let i = 0;
+      for (const cell of row.children) cell.classList.toggle("number", isNumeric[i++]);
+    }
+  }
+
+  /** Nobody takes a part for the whole. */
+  private showRest(table: Table, shown: Table): void {
+    const [rows, allRows] = [shown.rows.length, table.rows.length];
+    const [columns, allColumns] = [shown.columns.length, table.columns.length];
+    if (rows === allRows && columns === allColumns) return this.rest.remove();
+    const { tablePart } = this.page.texts;
+    setText(this.rest, tablePart(`${rows} / ${allRows}`, `${columns} / ${allColumns}`));
+    if (!this.rest.parentNode) this.append(this.rest);
   }
 
   override showOperable(): void {
@@ -59,37 +86,48 @@ export class GridElement extends ObjectElement {
   }
 
   private showColumns(table: Table): void {
-    while (this.head.cells.length > table.columns.length) {
-      this.head.deleteCell(-1);
-      this.columns.lastElementChild?.remove();
-    }
-    while (this.head.cells.length < table.columns.length) {
-      const cell = make("th");
-      cell.scope = "col";
-      this.head.append(cell);
-      this.columns.append(make("col"));
-    }
+    const cells = [...this.head.cells];
+    const columns = [...this.columns.children] as HTMLElement[];
+    for (const extra of cells.splice(table.columns.length)) extra.remove();
+    for (const extra of columns.splice(table.columns.length)) extra.remove();
     table.columns.forEach((title, i) => {
-      const cell = this.head.cells[i];
-      if (cell) setText(cell, title);
-      const column = this.columns.children[i] as HTMLElement | undefined;
+      setText(cells[i] ?? this.addTitle(), title);
       const width = Number.parseFloat(table.widths[i] ?? "");
-      if (column) column.style.width = width > 0 ? `${width}ch` : "";
+      (columns[i] ?? this.addColumn()).style.width = width > 0 ? `${width}ch` : "";
     });
   }
 
-  private rowAt(index: number): HTMLTableRowElement {
-    return this.body.rows[index] ?? this.body.insertRow();
+  private addTitle(): HTMLElement {
+    const cell = make("th");
+    cell.scope = "col";
+    this.head.append(cell);
+    return cell;
+  }
+
+  private addColumn(): HTMLElement {
+    const column = make("col");
+    this.columns.append(column);
+    return column;
+  }
+
+  private addRow(rows: HTMLTableRowElement[]): HTMLTableRowElement {
+    const row = make("tr");
+    this.body.append(row);
+    rows.push(row);
+    return row;
   }
 
   private showRow(element: HTMLTableRowElement, row: TableRow, table: Table): void {
-    while (element.cells.length > table.columns.length) element.deleteCell(-1);
-    while (element.cells.length < table.columns.length) element.insertCell();
+    const cells = [...element.children] as HTMLTableCellElement[];
+    for (const extra of cells.splice(table.columns.length)) extra.remove();
+    while (cells.length < table.columns.length) {
+      const cell = make("td");
+      element.append(cell);
+      cells.push(cell);
+    }
     setAttribute(element, "data-state", table.isAlarms ? row.state : null);
     element.classList.toggle("open", row.needsAck && row.state !== "NORMAL");
-    table.columns.forEach((_, i) => {
-      const cell = element.cells[i];
-      if (!cell) return;
+    cells.forEach((cell, i) => {
       if (i === table.ackColumn && row.needsAck) this.showAck(cell, row);
       else this.showCell(cell, row.cells[i] ?? "", i === table.stateColumn ? row : null);
     });

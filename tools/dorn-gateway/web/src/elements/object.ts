@@ -1,7 +1,7 @@
 // What the elements of all objects have in common. Each keeps what it shows and touches the
 // document only where that has changed.
 
-import { make, newId, setAttribute, setFlag, setText } from "../dom";
+import { make, newId, setAttribute, setFlag, setText, shownText } from "../dom";
 import type { DialogElement, Page } from "../page";
 import { setPlace } from "../reconcile";
 import type { Item, Place } from "../screen";
@@ -115,7 +115,7 @@ export abstract class ObjectElement extends HTMLElement implements DialogElement
 
   private showCaption(caption: string): void {
     const text = this.caption?.firstChild;
-    if (text instanceof Text) text.data = caption;
+    if (text instanceof Text) text.data = shownText(caption);
   }
 
   private showMark(): void {

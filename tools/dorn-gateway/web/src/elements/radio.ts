@@ -49,7 +49,8 @@ export function moveFocus(event: KeyboardEvent, buttons: readonly HTMLElement[])
 
 /** One button of a group can be reached by the tabulator: what is on, else the first. */
 export function setTabStop(buttons: readonly HTMLElement[], on: HTMLElement | undefined): void {
-  const focused = buttons.find((button) => button === document.activeElement);
+  const { activeElement } = document;
+  const focused = buttons.find((button) => button === activeElement);
   const stop = focused ?? on ?? buttons.find((button) => !button.hasAttribute("disabled"));
   for (const button of buttons) setAttribute(button, "tabindex", button === stop ? "0" : "-1");
 }

@@ -24,7 +24,12 @@ export class Tabs {
     const visible = groups.filter((child) => child.isVisible);
     if (!visible.some((child) => child.name === this.chosen)) this.chosen = visible[0]?.name ?? "";
     const tabs = this.tabs();
-    groups.forEach((child, i) => this.showTab(tabs[i] ?? this.makeTab(), child));
+    const panels = new Map<string, GroupElement>();
+    for (const panel of this.panels().reverse()) panels.set(panel.item.name, panel);
+    groups.forEach((child, i) => {
+      const panel = panels.get(child.name);
+      if (panel) this.showTab(tabs[i] ?? this.makeTab(), panel, child);
+    });
     for (const tab of tabs.slice(groups.length)) tab.remove();
     this.choose(this.chosen);
   }
@@ -55,9 +60,7 @@ export class Tabs {
     return tab;
   }
 
-  private showTab(tab: HTMLButtonElement, item: Item): void {
-    const panel = this.panels().find((each) => each.dataset["name"] === item.name);
-    if (!panel) return;
+  private showTab(tab: HTMLButtonElement, panel: GroupElement, item: Item): void {
     setAttribute(tab, "data-tab", item.name);
     setAttribute(tab, "data-state", item.state);
     setText(tab, item.caption);

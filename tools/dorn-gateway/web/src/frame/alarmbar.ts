@@ -7,6 +7,9 @@ import type { Texts } from "../texts";
 import type { ShownAlarms } from "../view";
 import { Sound } from "./sound";
 
+// Nobody reads more of them here: their number is told, and the list itself has all.
+const kMostLines = 100;
+
 export class AlarmBar {
   readonly element = make("section", "alarmbar");
   private readonly lines = make("ul");
@@ -57,7 +60,7 @@ export class AlarmBar {
   private showLines(open: readonly AlarmLine[], isFresh: boolean, texts: Texts): void {
     const lines = [...this.lines.children];
     const known = new Map(lines.map((line) => [line.getAttribute("data-key"), line]));
-    const wanted = open.map((alarm) => {
+    const wanted = open.slice(0, kMostLines).map((alarm) => {
       const key = JSON.stringify([alarm.grid, alarm.key, alarm.text, texts.ack]);
       const line = known.get(key) ?? this.makeLine(alarm, key, texts);
       const button = line.querySelector("button");

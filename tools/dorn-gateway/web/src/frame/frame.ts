@@ -1,7 +1,7 @@
 // Everything around the dialog, from the head of the page to its foot.
 
 import { make, setFlag, setText } from "../dom";
-import type { AlarmLine } from "../screen";
+import { AlarmLine, kMostItems } from "../screen";
 import type { Session } from "../session";
 import type { TextStorage } from "../storage";
 import type { Texts } from "../texts";
@@ -138,7 +138,8 @@ export class Frame {
     this.isFormThere = isForm && session.state !== "loggingIn";
     const isNothing = session.state === "showing" && session.replica.state === "nothing";
     const isEmpty = !isForm && view.element.childElementCount === 0;
-    setText(this.note, isNothing ? texts.nothing : isEmpty ? texts.entering : "");
+    const part = view.isPart ? texts.screenPart(kMostItems) : "";
+    setText(this.note, isNothing ? texts.nothing : isEmpty ? texts.entering : part);
     this.note.hidden = this.note.textContent === "";
     this.cards.hidden = isForm || isNothing;
   }
