@@ -153,6 +153,22 @@ test('a host that opens a dialog thousands of times is not asked as often', asyn
   await script.end();
 });
 
+test('a browser that takes no more steps of the way back shows the dialog all the same', async ({browser}) => {
+  const script = await Script.show(browser, [label], (page) =>
+    page.addInitScript(() => {
+      history.pushState = () => {
+        throw new DOMException('too often', 'SecurityError');
+      };
+    }),
+  );
+  script.command({Command: 'OPEN', DialogName: 'e', SessionId: 's'});
+  await until('the dialog is asked for', () => script.missing.has('e.json') || undefined);
+  const head = {Command: 'PUTFILE', File: 'e.json'};
+  script.tell({t: 'file', head, live: true, tree: {Name: 'e', Objects: [{...label, Name: 'm'}]}});
+  await expect(object(script.page, 'm')).toBeVisible();
+  await script.end();
+});
+
 test('words that every object of the page has are words like others', async ({browser}) => {
   const words = ['constructor', '__proto__', 'toString'];
   const script = await Script.show(browser, [

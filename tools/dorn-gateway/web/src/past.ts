@@ -17,8 +17,12 @@ export class Past {
     if (dialog === this.current) return;
     const isFirst = this.current === "";
     this.current = dialog;
-    if (isFirst) history.replaceState({ dialog }, "");
-    else history.pushState({ dialog }, "");
+    try {
+      if (isFirst) history.replaceState({ dialog }, "");
+      else history.pushState({ dialog }, "");
+    } catch {
+      // Some browsers refuse what comes too often, or is too long: there is no way back to it.
+    }
   }
 }
 
