@@ -71,7 +71,6 @@ void Node::Body::OnFetched(Sequence mark, const std::optional<std::string>& byte
 
 // Somebody has deleted them. Whoever starts waits for one, however little changes meanwhile.
 void Node::Body::OnNoSnapshots() {
-  if (!mState.HasBegun()) return;
   mSnapshots.OnGone();
   if (!IsKeeper() || std::exchange(mToldNoSnapshots, true)) return;
   mListener.OnWord(
