@@ -28,16 +28,6 @@ void Lease::OnRenew(const Renew& renew) {
   mSureFrom = sentAt;
 }
 
-// What counts the renewals goes on: each still says when it was sent.
-void Lease::ForgetLog() {
-  mToken = 0;
-  mIsMine = false;
-  mHasHeard = true;
-  mSent.clear();
-  mSureFrom.reset();
-  mKept = Ms(0);
-}
-
 Ms Lease::KeptAtMost(Ms now) const {
   // Older renewals are forgotten, so they cannot move the clock any more.
   constexpr Ms kOnTheirWay = kSureFor + kRenewEach;

@@ -36,8 +36,9 @@ class Lease {
   void OnTake(Sequence token, const OriginId& keeper, Ms now);
   void OnRenew(const Renew& renew);
 
-  // The log is another one, in which nobody is known to keep.
-  void ForgetLog();
+  // The log is another one, in which nobody is known to keep. The rest goes with the next take;
+  // what counts the renewals goes on, since each still says when it was sent.
+  void ForgetLog() { mToken = 0; }
 
   // What to publish now, if anything. `mayKeep`: this host has a state that could be the site's.
   std::optional<Entry> Tick(bool mayKeep, Ms now);

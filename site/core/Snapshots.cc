@@ -52,13 +52,6 @@ void Snapshots::OnMark(Ms now) {
   mMarkedAt = now;
 }
 
-void Snapshots::ForgetLog() {
-  mKnown.clear();
-  mChanges = 0;
-  mAreGone = false;
-  OnTake();
-}
-
 void Snapshots::Store(Sequence mark, std::string bytes, const Digest& digest,
                       const Digest& resources, Ms now) {
   Making making;

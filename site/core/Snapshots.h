@@ -51,7 +51,7 @@ class Snapshots {
   // There is none any more.
   void OnGone() { mAreGone = true; }
   // The marks that are known are those of another log.
-  void ForgetLog();
+  void ForgetLog() { mKnown.clear(); }
 
   // --- the keeper ---
 

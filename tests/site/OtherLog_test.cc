@@ -102,6 +102,25 @@ TEST_F(OtherLogTest, ItsOldMarksSayNothingOfTheNewOnes) {
   EXPECT_TRUE(mNode.IsServing());
 }
 
+// Of the old log, and with a later mark than any of the new one.
+TEST_F(OtherLogTest, WhoIsLoadingASnapshotLoadsTheOneOfTheNewLog) {
+  BeginAsOther();
+  BackUp();
+  Foreign("lost");
+  Write(Mark{mBrokers.site.Token(), 2});
+  const Brokers old = mBrokers;
+  mNode.OnOpened(Newest(ManifestNow()));
+  ASSERT_EQ(mTransport.fetched.back(), old.mark);
+  TellRestored();
+  ASSERT_EQ(mTransport.fetched.back(), mBrokers.mark);
+  mNode.OnFetched(old.mark, old.snapshot);  // It was on its way.
+  EXPECT_EQ(mState.text, "begin;lost;");
+  mNode.OnFetched(mBrokers.mark, mBrokers.snapshot);
+  ReadAgain(mBrokers.mark);
+  EXPECT_TRUE(mNode.IsServing());
+  EXPECT_EQ(mState.text, "begin;");
+}
+
 TEST_F(OtherLogTest, AnEmptyLogBeginsWithTheDialogsOfWhoKeepsFirst) {
   BeginAsKeeper();
   mNode.Submit(ChangeOf("a"));
