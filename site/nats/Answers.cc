@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <ctime>
 
 namespace dorn::site {
 namespace {
@@ -55,7 +56,24 @@ std::optional<StoredMessage> MessageIn(std::string_view json) {
   // An empty one has none.
   std::optional<std::string> data = FromBase64(TextIn(message, R"("data":")").value_or(""));
   if (!data) return std::nullopt;
-  return StoredMessage{*sequence, *std::move(data)};
+  const std::int64_t stamp = StampIn(TextIn(message, R"("time":")").value_or(""));
+  return StoredMessage{*sequence, *std::move(data), stamp};
+}
+
+std::int64_t StampIn(std::string_view time) {
+  std::tm date{};
+  const std::string text(time);
+  const char* rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &date);
+  if (rest == nullptr) return 0;
+  std::int64_t nanoseconds = 0;
+  if (*rest == '.') {
+    ++rest;
+    for (std::int64_t unit = 100'000'000; unit > 0 && *rest >= '0' && *rest <= '9'; unit /= 10) {
+      nanoseconds += unit * (*rest++ - '0');
+    }
+  }
+  if (std::string_view(rest) != "Z") return 0;
+  return std::int64_t{timegm(&date)} * 1'000'000'000 + nanoseconds;
 }
 
 bool SaysMissing(std::string_view json) {

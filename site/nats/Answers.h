@@ -22,8 +22,12 @@ std::optional<std::string> FromBase64(std::string_view text);
 struct StoredMessage {
   Sequence sequence = 0;
   std::string data;
+  std::int64_t stamp = 0;  // When the log took it, in nanoseconds since 1970; 0: it does not say.
 };
 std::optional<StoredMessage> MessageIn(std::string_view json);
+
+// Nanoseconds since 1970, of "2026-11-22T20:00:00.5Z"; 0 if it is no such time.
+std::int64_t StampIn(std::string_view time);
 
 // That there is no such message, or no such stream.
 bool SaysMissing(std::string_view json);

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "site/nats/Answers.h"
 #include "site/nats/Exchange.h"
 #include "site/nats/NatsOwned.h"
 #include "site/nats/NatsTransport.h"
@@ -51,8 +52,7 @@ class Broker {
   bool HasSnapshots();
   bool HasStream(const std::string& name, const char** subjects, int count);
   Nats<natsMsg> AskForMessage(const std::string& stream, const std::string& which) const;
-  Outcome LastOf(const std::string& stream, const std::string& subject,
-                 TransportListener::NewestManifest& found);
+  Outcome LastOf(const std::string& stream, const std::string& subject, StoredMessage& found);
   bool TellNewest();
 
   void SendWaiting();

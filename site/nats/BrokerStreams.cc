@@ -49,23 +49,26 @@ Nats<natsMsg> Broker::AskForMessage(const std::string& stream, const std::string
 }
 
 Broker::Outcome Broker::LastOf(const std::string& stream, const std::string& subject,
-                               TransportListener::NewestManifest& found) {
+                               StoredMessage& found) {
   const Nats<natsMsg> answer = AskForMessage(stream, R"({"last_by_subj":")" + subject + R"("})");
   if (answer == nullptr) return Outcome::kAgain;
   if (SaysMissing(DataOf(answer))) return Outcome::kMissing;
   std::optional<StoredMessage> last = MessageIn(DataOf(answer));
   if (!last) return Outcome::kAgain;
-  found.sequence = last->sequence;
-  found.entry = std::move(last->data);
+  found = *std::move(last);
   return Outcome::kDone;
 }
 
+// By it the log is known again, before anything of it is read.
 bool Broker::TellNewest() {
-  TransportListener::NewestManifest newest;
+  StoredMessage newest;
   const Outcome outcome = LastOf(mLog, mManifestSubject, newest);
   if (outcome == Outcome::kAgain) return false;
   Opened opened{std::nullopt, std::exchange(mIsOtherLog, false)};
-  if (outcome == Outcome::kDone) opened.newest = std::move(newest);
+  if (outcome == Outcome::kDone) {
+    mExchange.Know({newest.sequence, 0, newest.stamp});
+    opened.newest = {newest.sequence, std::move(newest.data)};
+  }
   mExchange.Put(std::move(opened));
   return true;
 }
@@ -74,11 +77,11 @@ void Broker::FetchPieces() {
   const FetchRequest& fetch = mAsked.fetches.front();
   Outcome outcome = Outcome::kDone;
   if (mFetchedPieces < fetch.pieces) {
-    TransportListener::NewestManifest piece;
+    StoredMessage piece;
     const std::string subject =
         mSnapshotPrefix + std::to_string(fetch.mark) + '.' + std::to_string(mFetchedPieces);
     outcome = LastOf(mSnapshots, subject, piece);
-    mFetched += piece.entry;
+    mFetched += piece.data;
   }
   if (outcome == Outcome::kAgain) {
     TryLater();

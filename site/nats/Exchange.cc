@@ -231,6 +231,11 @@ Sequence Exchange::Known() const {
   return mKnown.sequence;
 }
 
+void Exchange::Know(const Place& place) {
+  const Lock lock(mMutex);
+  if (place.stamp != 0 && place.sequence > mKnown.sequence) mKnown = place;
+}
+
 bool Exchange::IsOther() const {
   const Lock lock(mMutex);
   return mIsOther;

@@ -12,6 +12,7 @@ TEST(AnswersTest, AStoredMessageIsFoundInItsAnswer) {
   ASSERT_TRUE(found);
   EXPECT_EQ(found->sequence, 17U);
   EXPECT_EQ(found->data, std::string("\0\xff\xfehallo", 8));
+  EXPECT_EQ(found->stamp, 1'795'377'600'000'000'000);
 
   const auto empty = MessageIn(R"({"message":{"subject":"a","seq":1,"time":"x"}})");
   ASSERT_TRUE(empty);
@@ -24,6 +25,15 @@ TEST(AnswersTest, OtherAnswersHoldNone) {
         R"({"message":{"seq":0,"data":"AAAA"}})", R"({"message":{"seq":"x","data":"AAAA"}})",
         R"({"message":{"seq":1,"data":"%%%%"}})"}) {
     EXPECT_FALSE(MessageIn(json)) << json;
+  }
+}
+
+TEST(AnswersTest, TimesAreReadToTheNanosecond) {
+  EXPECT_EQ(StampIn("1970-01-01T00:00:01.5Z"), 1'500'000'000);
+  EXPECT_EQ(StampIn("2022-11-22T20:00:00.000000123Z"), 1'669'147'200'000'000'123);
+  for (const char* text : {"", "x", "2022-11-22T20:00:00", "2022-11-22T20:00:00.1", "2022-11-22Z",
+                           "2022-11-22T20:00:00.1234567891Z", "2022-11-22T20:00:00+01:00"}) {
+    EXPECT_EQ(StampIn(text), 0) << text;
   }
 }
 

@@ -33,8 +33,8 @@ class NatsHost : public TransportListener {
   // Delivers until the condition holds. The time only decides when a test gives up: brokers take
   // theirs on a busy machine.
   template <typename Condition>
-  bool Until(Condition&& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  bool Until(Condition&& condition, std::chrono::seconds atMost = std::chrono::seconds(60)) {
+    const auto end = std::chrono::steady_clock::now() + atMost;
     while (!condition()) {
       if (std::chrono::steady_clock::now() > end) return false;
       Deliver(std::chrono::milliseconds(20));

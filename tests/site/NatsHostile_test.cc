@@ -44,7 +44,7 @@ void Suffer(FakeBroker& broker, Condition&& condition) {
   const auto begun = std::chrono::steady_clock::now();
   host.reset();
   // A second by the clock; the rest is for a busy machine.
-  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(10));
+  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(30));
 }
 
 // Each of them in a host of its own, all at the same time.

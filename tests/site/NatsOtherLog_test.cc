@@ -87,6 +87,32 @@ TEST_F(NatsOtherLogTest, ALogThatWentAnotherWayIsAnother) {
   EXPECT_TRUE(host.IsWithoutGap());
 }
 
+// The host was told of its newest manifest, and has read nothing of it yet.
+TEST_F(NatsOtherLogTest, ALogOfWhichOnlyTheNewestManifestIsKnownIsKnownAgain) {
+  const std::string manifest = Encode(Manifest{1, 2, {}, 5, 1, {}});
+  NatsServer elsewhere;
+  for (NatsServer* server : {&mServer, &elsewhere}) {
+    NatsHost other(OptionsFor(*server));
+    ASSERT_TRUE(BringsAll(other, 1, 3) && other.Bring(manifest) && BringsAll(other, 4, 6));
+  }
+  elsewhere.Kill();
+  NatsHost host(OptionsFor(mServer), false);
+  ASSERT_TRUE(host.Opens());
+  ASSERT_TRUE(host.mNewest);
+  host.Transport().Read(host.mNewest->sequence - 1);
+  ASSERT_TRUE(host.Until([&] { return host.mCaughtUp == 1; }));
+  EXPECT_EQ(host.mOtherLogs, 0) << "it is the same";
+
+  NatsHost loading(OptionsFor(mServer), false);
+  ASSERT_TRUE(loading.Opens());
+  mServer.Kill();
+  mServer.CopyStreams(elsewhere);
+  mServer.Start();
+  loading.Transport().Read(2);
+  ASSERT_TRUE(loading.Until([&] { return loading.mOtherLogs == 1; }));
+  EXPECT_EQ(loading.mCaughtUp, 0);
+}
+
 TEST_F(NatsOtherLogTest, ADeletedLogIsMadeAnewAndTold) {
   NatsHost one(OptionsFor(mServer));
   NatsHost other(OptionsFor(mServer));

@@ -1,10 +1,13 @@
 #include "tests/site/NatsServer.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -39,11 +42,28 @@ std::string Contents(const std::string& file) {
 
 }  // namespace
 
+// Bound and without a listener: a server may listen there all the same, and nobody else is given
+// it.
+ReservedPort::ReservedPort() : mSocket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  const int on = 1;
+  EXPECT_EQ(setsockopt(mSocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on), 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  auto* const generic = reinterpret_cast<sockaddr*>(&address);
+  EXPECT_EQ(bind(mSocket, generic, size), 0);
+  EXPECT_EQ(getsockname(mSocket, generic, &size), 0);
+  mNumber = ntohs(address.sin_port);
+}
+
+ReservedPort::~ReservedPort() { close(mSocket); }
+
 NatsServer::NatsServer(const std::string& settings)
     : mSettings(settings), mFolder(testing::TempDir() + "dorn-nats-XXXXXX") {
   if (mkdtemp(mFolder.data()) == nullptr) ADD_FAILURE() << "no folder " << mFolder;
   Launch();
-  FindPort();
+  AwaitRunning();
 }
 
 NatsServer::~NatsServer() {
@@ -59,7 +79,12 @@ void NatsServer::Kill() {
   mProcess = -1;
 }
 
-void NatsServer::Start() { Launch(); }
+void NatsServer::Start() {
+  Launch();
+  AwaitRunning();
+}
+
+std::string NatsServer::Log() const { return Contents(mFolder + "/log"); }
 
 // Until it stands still: what it was about to answer is answered.
 void NatsServer::Pause() {
@@ -79,7 +104,7 @@ void NatsServer::CopyStreams(const NatsServer& other) {
 
 void NatsServer::Launch() {
   std::ofstream(mFolder + "/config")
-      << "host: 127.0.0.1\nport: " << mPort << "\nports_file_dir: \"" << mFolder
+      << "host: 127.0.0.1\nport: " << mPort.Number() << "\nports_file_dir: \"" << mFolder
       << "\"\njetstream { store_dir: \"" << mFolder << "/streams\" }\n"
       << "ping_interval: \"1s\"\nping_max: 2\nwrite_deadline: \"2s\"\n"
       << mSettings;
@@ -90,18 +115,15 @@ void NatsServer::Launch() {
 
 // It says so in a file, soon after it has begun. Without a server each test would wait in vain for
 // all that it waits for.
-void NatsServer::FindPort() {
+void NatsServer::AwaitRunning() {
   const std::string file = mFolder + "/nats-server_" + std::to_string(mProcess) + ".ports";
-  const std::string before = "://127.0.0.1:";
+  const std::string before = "://127.0.0.1:" + std::to_string(mPort.Number());
   constexpr int kTries = 3000;
   for (int i = 0; i < kTries; ++i) {
     const std::string ports = Contents(file);
-    const std::size_t port = ports.find(before);
-    const std::size_t end = ports.find('"', port + before.size());
-    if (port != std::string::npos && end != std::string::npos) {
-      mPort = ports.substr(port + before.size(), end - port - before.size());
+    if (ports.find(before) != std::string::npos) {
       const bool isSafe = ports.find("\"tls://") != std::string::npos;
-      mUrl = (isSafe ? "tls://127.0.0.1:" : "nats://127.0.0.1:") + mPort;
+      mUrl = (isSafe ? "tls" : "nats") + before;
       return;
     }
     if (waitpid(mProcess, nullptr, WNOHANG) == mProcess) break;

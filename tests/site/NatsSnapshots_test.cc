@@ -138,8 +138,7 @@ TEST_F(NatsSnapshotsTest, WhoReadsFromTheBeginningReadsWhatIsKept) {
   NatsHost probe(OptionsFor(mServer), false);
   ASSERT_TRUE(probe.Until([&] {
     probe.Transport().Read(1);  // Answered by opening anew as soon as it is forgotten.
-    probe.RunFor(std::chrono::milliseconds(300));
-    return probe.mOpened > 1;
+    return probe.Until([&] { return probe.mOpened > 1; }, std::chrono::seconds(3));
   }));
 
   NatsHost late(OptionsFor(mServer));
@@ -156,8 +155,7 @@ TEST_F(NatsSnapshotsTest, AnEmptiedLogIsReadWithoutOpeningItAgainAndAgain) {
   NatsHost probe(OptionsFor(mServer), false);
   ASSERT_TRUE(probe.Until([&] {
     probe.Transport().Read(1);
-    probe.RunFor(std::chrono::milliseconds(300));
-    return probe.mOpened > 1;
+    return probe.Until([&] { return probe.mOpened > 1; }, std::chrono::seconds(3));
   }));
 
   NatsHost late(OptionsFor(mServer));

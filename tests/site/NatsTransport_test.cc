@@ -204,8 +204,11 @@ TEST(NatsTransportTest, AnswersAreToldWhileNothingHappensAndNotWithoutABroker) {
   EXPECT_TRUE(host.Until([&] { return host.mAnswered >= 5; }));
 
   server.Kill();
-  host.RunFor(milliseconds(200));
-  host.mAnswered = 0;
+  EXPECT_TRUE(host.Until([&] {
+    host.mAnswered = 0;
+    host.RunFor(milliseconds(300));
+    return host.mAnswered == 0;
+  }));
   host.RunFor(milliseconds(1000));
   EXPECT_EQ(host.mAnswered, 0);
   server.Start();
@@ -271,7 +274,7 @@ TEST(NatsTransportTest, ItEndsSoonWhateverTheBrokerDoes) {
   host.reset();
   unreached.reset();
   // A second each, by the clock; the rest is for a busy machine.
-  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(10));
+  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(30));
   server.Resume();
 }
 

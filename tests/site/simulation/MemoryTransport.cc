@@ -54,7 +54,9 @@ void MemoryTransport::Store(Sequence mark, std::string bytes) {
 }
 
 void MemoryTransport::Fetch(Sequence mark, std::uint32_t /*pieces*/) {
+  ++mFetches;
   AnswerLater([this, mark](TransportListener& listener) {
+    --mFetches;
     listener.OnFetched(mark, IsCut() ? std::nullopt : mLog.Fetch(mark));
   });
 }
@@ -82,7 +84,7 @@ void MemoryTransport::Deliver(TransportListener& listener, Ms now) {
   if (IsCut()) return;
   if (!mLog.IsAway() && now - mAnsweredAt >= 100ms) {
     mAnsweredAt = now;
-    if (!std::exchange(mIsOpened, true)) listener.OnOpened(mLog.NewestManifest());
+    if (!std::exchange(mIsOpened, true)) listener.OnOpened(TellNewest());
     listener.OnAnswered();
   }
   if (mIsReading && !mLog.IsAway()) NoticeOtherLog(listener, now);
@@ -107,10 +109,20 @@ void MemoryTransport::NoticeOtherLog(TransportListener& listener, Ms now) {
   mShortSince.reset();
   mKnown = 0;
   if (tellsOtherLog) {
-    listener.OnOtherLog(mLog.NewestManifest());
+    listener.OnOtherLog(TellNewest());
   } else {
-    listener.OnOpened(mLog.NewestManifest());
+    listener.OnOpened(TellNewest());
   }
+}
+
+// By it the log is known again, too.
+std::optional<TransportListener::NewestManifest> MemoryTransport::TellNewest() {
+  auto newest = mLog.NewestManifest();
+  if (newest && newest->sequence > mKnown) {
+    mKnown = newest->sequence;
+    mStamp = mLog.At(mKnown).stamp;
+  }
+  return newest;
 }
 
 void MemoryTransport::DeliverEntries(TransportListener& listener, Ms now) {

@@ -39,6 +39,8 @@ class MemoryTransport final : public Transport {
   void CalmDown(Ms now);
 
   bool IsCut() const { return mNow < mCutUntil; }
+  // A snapshot that was asked for is on its way.
+  bool IsFetching() const { return mFetches > 0; }
   bool IsTroubled() const { return IsCut() || mNow < mRefusesUntil || mNow < mLagUntil; }
   // What it has delivered is not in the log, which the host has not been told yet.
   bool HasOtherLog() const;
@@ -58,6 +60,7 @@ class MemoryTransport final : public Transport {
   };
 
   bool IsShort() const;
+  std::optional<TransportListener::NewestManifest> TellNewest();
   void NoticeOtherLog(TransportListener& listener, Ms now);
   void DeliverEntries(TransportListener& listener, Ms now);
   void AnswerLater(std::function<void(TransportListener&)> give);
@@ -68,11 +71,12 @@ class MemoryTransport final : public Transport {
   bool mIsOpened = false;
   bool mIsReading = false, mHasCaughtUp = false;
   Sequence mLast = 0;        // Delivered, of this reading.
-  Sequence mKnown = 0;       // The last that was delivered, of any reading,
-  std::uint64_t mStamp = 0;  // and its stamp.
+  Sequence mKnown = 0;       // The last that was delivered, of any reading, or told as the newest
+  std::uint64_t mStamp = 0;  // manifest, and its stamp.
   std::optional<Ms> mShortSince;
   Sequence mReadUpTo = 0;  // What the log held when the reading began.
   std::deque<Answer> mAnswers;
+  int mFetches = 0;                          // Among them.
   std::deque<std::string> mReconnectBuffer;  // Sent when the link is back.
   Ms mDeliveredAt{0}, mAnsweredAt{-1000};
   Ms mCutUntil{0}, mRefusesUntil{0}, mLagUntil{0}, mLag{0};

@@ -51,15 +51,21 @@ SimHost::SimHost(World& world, int start)
       mNextTick(world.now + world.random.Ms(0, 99)),
       mTroubledAt(world.now) {
   mTransport.tellsOtherLog = world.tellsOtherLog;
-  mTransport.onPublish = [this](const std::string& bytes) {
-    const auto entry = DecodeEntry(bytes);
-    const auto* end = std::get_if<SessionEnd>(&*entry);
-    if (end != nullptr) {
-      mWorld.Trace(Name() + " ends session " + std::to_string(end->session) + " extended by " +
-                   std::to_string(end->extended));
-    }
-    if (end != nullptr) mWorld.truth.OnEndPublished(*end, mWorld.now);
-  };
+  mTransport.onPublish = [this](const std::string& bytes) { NotePublished(bytes); };
+}
+
+void SimHost::NotePublished(const std::string& bytes) {
+  const auto entry = DecodeEntry(bytes);
+  if (const auto* end = std::get_if<SessionEnd>(&*entry)) {
+    mWorld.Trace(Name() + " ends session " + std::to_string(end->session) + " extended by " +
+                 std::to_string(end->extended));
+    mWorld.truth.OnEndPublished(*end, mWorld.now);
+  } else if (const auto* manifest = std::get_if<Manifest>(&*entry)) {
+    mWorld.Trace(Name() + " announces the snapshot of " + std::to_string(manifest->mark));
+    if (!std::exchange(mWorld.cutsWhoAnnounces, false)) return;
+    mWorld.Trace(Name() + " is cut off");
+    mTransport.Cut(mWorld.now + mWorld.random.Ms(500, 20'000));
+  }
 }
 
 void SimHost::Step() {
@@ -137,7 +143,7 @@ void SimHost::Apply(Sequence sequence, const Change& change, std::optional<Ticke
   const bool isSeenBefore = mWorld.applyAtOnce && what.start == mStart && mine;
   if (!isSeenBefore || change.token != 0) {
     // Until it has the site's beginning, it applies to its own.
-    if (mHasBeginning) {
+    if (HasSite()) {
       mWorld.truth.OnApplied(mModel.Count(), sequence, what, change.token);
     }
     mModel.Apply(change.dialog, change.command);
@@ -153,11 +159,15 @@ void SimHost::Apply(Sequence sequence, const Change& change, std::optional<Ticke
 bool SimHost::Load(std::string_view bytes) {
   const bool isLoaded = mModel.Load(bytes);
   if (isLoaded) mHasBeginning = true;
+  if (isLoaded && mTransport.HasOtherLog()) mWorld.truth.OnShown(mModel.Count());
   return isLoaded;
 }
 
 void SimHost::OnServing(bool isServing) {
   if (isServing) mHasBeginning = true;
+  if (isServing && mTransport.HasOtherLog()) {
+    mWorld.truth.Fail(Name() + " begins to serve with what is not of this log");
+  }
   mWorld.Trace(Name() + (isServing ? " serves" : " serves no longer"));
 }
 

@@ -37,6 +37,8 @@ struct World {
   bool applyAtOnce = false;  // A rule taken out: changes are applied before they come back.
   bool tellsOtherLog = true;
   bool isTraced = false;
+  // Whoever announces a snapshot next is cut off, so that it comes into the log much later.
+  bool cutsWhoAnnounces = false;
 };
 
 class SimHost final : public SharedState, public NodeListener {
@@ -100,6 +102,7 @@ class SimHost final : public SharedState, public NodeListener {
   void HandIn(bool isProposal);
   void StartSession();
   void NoteTrouble();
+  void NotePublished(const std::string& bytes);
   std::string Name() const { return "host " + std::to_string(mStart); }
 
   World& mWorld;

@@ -1,5 +1,6 @@
 #include "Simulation.h"
 
+#include <algorithm>
 #include <set>
 #include <utility>
 
@@ -12,7 +13,8 @@ constexpr Ms kStep = 20ms;
 
 }  // namespace
 
-Simulation::Simulation(const Options& options) : mWorld(options.seed) {
+Simulation::Simulation(const Options& options)
+    : mWorld(options.seed), mReplacesAnnounced(options.replacesAnnounced) {
   mWorld.rules = options.rules;
   mWorld.applyAtOnce = options.applyAtOnce;
   mWorld.tellsOtherLog = options.tellsOtherLog;
@@ -102,6 +104,7 @@ void Simulation::Step() {
     }
     if (place.host) place.host->Step();
   }
+  ReplaceWhenDue();
   Check();
 }
 
@@ -135,20 +138,41 @@ void Simulation::FaultOfLog() {
       mWorld.Trace("pieces of snapshots are missing");
       return mWorld.log.LoseAPiece(mWorld.now + mWorld.random.Ms(500, 10'000));
     default:
-      return ReplaceLog();
+      return FaultOfReplacedLog();
   }
 }
 
-// All brokers are down meanwhile. A host that has read nothing yet cannot know by anything that the
-// log is another one than that of which it loads the snapshot: it is started anew.
-void Simulation::ReplaceLog() {
+void Simulation::FaultOfReplacedLog() {
+  const int kind = mWorld.random.Of(0, 4);
+  if (kind <= 1 && !mWorld.log.HasBackUp()) {
+    mWorld.Trace("the log is backed up");
+    return mWorld.log.BackUp();
+  }
+  if (mDue != Replacement::kNone || mWorld.random.Chance(400)) return ReplaceLog(kind);
+  mWorld.cutsWhoAnnounces = mReplacesAnnounced && mWorld.random.Chance(500);
+  mDue = mWorld.cutsWhoAnnounces ? Replacement::kWhileOneAnnounces : Replacement::kWhileOneLoads;
+}
+
+void Simulation::ReplaceWhenDue() {
+  if (mDue == Replacement::kNone) return;
+  if (mDue == Replacement::kWhileOneAnnounces) {
+    if (mWorld.cutsWhoAnnounces) return;
+    ++mResult.replacedWhileAnnouncing;
+  } else {
+    const auto isLoading = [](const Place& place) {
+      return place.host && place.host->Transport().IsFetching();
+    };
+    if (std::none_of(mPlaces.begin(), mPlaces.end(), isLoading)) return;
+    ++mResult.replacedWhileLoading;
+  }
+  mDue = Replacement::kNone;
+  ReplaceLog(mWorld.random.Of(mWorld.log.HasBackUp() ? 0 : 2, 4));
+}
+
+// All brokers are down meanwhile.
+void Simulation::ReplaceLog(int kind) {
   SharedLog& log = mWorld.log;
   const Ms until = mWorld.now + mWorld.random.Ms(500, 9000);
-  const int kind = mWorld.random.Of(0, 4);
-  if (kind <= 1 && !log.HasBackUp()) {
-    mWorld.Trace("the log is backed up");
-    return log.BackUp();
-  }
   if (kind <= 1) {
     mWorld.Trace("the log is put back to its back-up");
     log.PutBack(until);
@@ -161,7 +185,6 @@ void Simulation::ReplaceLog() {
   }
   std::set<std::size_t> show{0};
   for (Place& place : mPlaces) {
-    if (place.host && !place.host->GetNode().IsServing()) Crash(place);
     if (place.host) show.insert(place.host->Applied());
   }
   mWorld.truth.OnOtherLog(log, std::move(show));
@@ -216,6 +239,8 @@ void Simulation::Crash(Place& place) {
 
 void Simulation::CalmDown() {
   mWorld.Trace("nothing goes wrong from here on");
+  mDue = Replacement::kNone;
+  mWorld.cutsWhoAnnounces = false;
   mWorld.log.CalmDown(mWorld.now);
   for (Place& place : mPlaces) {
     if (place.host) place.host->CalmDown();

@@ -17,6 +17,8 @@ struct Options {
   Rules rules;
   bool applyAtOnce = false;
   bool tellsOtherLog = true;
+  // The log is replaced, too, while a snapshot is being announced, which comes into the new one.
+  bool replacesAnnounced = false;
   bool isTraced = false;
 };
 
@@ -24,6 +26,7 @@ struct Result {
   std::string wrong;  // Empty: everything held.
   std::size_t applied = 0, refused = 0, sessionsEnded = 0, entries = 0, starts = 0, takes = 0;
   std::size_t snapshotsLoaded = 0, forgotten = 0, sentAgain = 0, otherLogs = 0;
+  std::size_t replacedWhileLoading = 0, replacedWhileAnnouncing = 0;
 };
 
 class Simulation {
@@ -39,6 +42,8 @@ class Simulation {
     bool lags = false, refusals = false, clocks = false, pieces = false, bursts = false,
          replaces = false;
   };
+  // When the log is replaced.
+  enum class Replacement { kNone, kWhileOneLoads, kWhileOneAnnounces };
   // A place for a host; empty while the one there has crashed.
   struct Place {
     std::unique_ptr<SimHost> host;
@@ -50,7 +55,9 @@ class Simulation {
   void RunFor(Ms time, bool withFaults);
   void Fault();
   void FaultOfLog();
-  void ReplaceLog();
+  void FaultOfReplacedLog();
+  void ReplaceWhenDue();
+  void ReplaceLog(int kind);
   void FaultOf(Place& place);
   void Crash(Place& place);
   void Count(const SimHost& host);
@@ -65,11 +72,13 @@ class Simulation {
   World mWorld;
   Mix mMix;
   bool mIsLong = false;
+  const bool mReplacesAnnounced;
   // Entries reach the log and the hosts at once or never: then two must not even be sure at once.
   bool mIsPrompt = false;
   std::vector<Place> mPlaces;
   int mStarts = 0;
   Ms mNextFault{0};
+  Replacement mDue = Replacement::kNone;
   Result mResult;
 };
 

@@ -47,6 +47,8 @@ class Truth {
   void OnOtherLog(const SharedLog& log, std::set<std::size_t> show);
   // A host serves that has applied nothing but the beginning and what is in this log.
   void OnBegun(std::size_t applied);
+  // A host shows dialogs with so many changes, perhaps of the former log.
+  void OnShown(std::size_t applied) { mShown.insert(applied); }
 
   // So many changes were applied up to that entry, as far as any host has read.
   std::size_t AppliedUpTo(Sequence sequence) const;

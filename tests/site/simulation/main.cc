@@ -1,9 +1,11 @@
 // Plays schedules of a simulated site.
 //
-//   dorn_site_simulation [--schedules N] [--seed N] [--without RULE] [--trace]
+//   dorn_site_simulation [--schedules N] [--seed N] [--without RULE] [--announced] [--trace]
 //
 // Plays N schedules from the seed on (10,000 from 1) and ends at the first in which something did
-// not hold. With --trace one schedule is played, and what happens in it is printed.
+// not hold. With --announced the log is also replaced while a snapshot is being announced, which
+// then comes into the new one: what hosts do not survive yet. With --trace one schedule is played,
+// and what happens in it is printed.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -46,6 +48,10 @@ Arguments Read(int count, char** words) {
       arguments.schedules = 1;
       continue;
     }
+    if (word == "--announced") {
+      arguments.options.replacesAnnounced = true;
+      continue;
+    }
     ++i;
     if (word == "--seed") {
       arguments.options.seed = std::strtoull(value, nullptr, 10);
@@ -64,7 +70,8 @@ int main(int count, char** words) {
   Arguments arguments = Read(count, words);
   if (!arguments.areGood) {
     std::fputs(
-        "usage: dorn_site_simulation [--schedules N] [--seed N] [--trace] [--without RULE]\n"
+        "usage: dorn_site_simulation [--schedules N] [--seed N] [--trace] [--announced]\n"
+        "                            [--without RULE]\n"
         "rules: fencing, each-once, without-holes, go-back-n, generation, ends-the-idle-only,\n"
         "apply-when-back, other-log\n",
         stderr);
@@ -80,6 +87,8 @@ int main(int count, char** words) {
     all.snapshotsLoaded += one.snapshotsLoaded;
     all.sessionsEnded += one.sessionsEnded;
     all.otherLogs += one.otherLogs;
+    all.replacedWhileLoading += one.replacedWhileLoading;
+    all.replacedWhileAnnouncing += one.replacedWhileAnnouncing;
     if (!one.wrong.empty()) {
       std::printf("seed %llu: %s\n", static_cast<unsigned long long>(arguments.options.seed),
                   one.wrong.c_str());
@@ -89,8 +98,10 @@ int main(int count, char** words) {
   }
   std::printf(
       "%llu schedules: %zu entries, %zu changes applied, %zu refused, %zu sessions ended, "
-      "%zu takes, %zu snapshots loaded, %zu other logs; everything held\n",
+      "%zu takes, %zu snapshots loaded, %zu other logs (%zu and %zu times replaced while a "
+      "host was loading, and announcing); everything held\n",
       static_cast<unsigned long long>(arguments.schedules), all.entries, all.applied, all.refused,
-      all.sessionsEnded, all.takes, all.snapshotsLoaded, all.otherLogs);
+      all.sessionsEnded, all.takes, all.snapshotsLoaded, all.otherLogs, all.replacedWhileLoading,
+      all.replacedWhileAnnouncing);
   return 0;
 }
