@@ -44,7 +44,7 @@ void Simulation::ChooseMix() {
   mMix.refusals = random.Chance(300);
   mMix.clocks = random.Chance(200);
   mMix.pieces = random.Chance(400);
-  mMix.replaces = random.Chance(200);
+  mMix.replaces = random.Chance(300);
   mWorld.log.weather.doubled = random.Chance(500) ? random.Of(0, 200) : 0;
   mWorld.log.weather.late = random.Chance(500) ? random.Of(0, 200) : 0;
 }

@@ -31,6 +31,7 @@ void Add(const Result& one, Result& all) {
   all.forgotten += one.forgotten;
   all.sentAgain += one.sentAgain;
   all.otherLogs += one.otherLogs;
+  all.replacedWhileLoading += one.replacedWhileLoading;
 }
 
 TEST(SimulationTest, EverythingHoldsInAllSchedulesAndTheyAreWorthPlaying) {
@@ -44,6 +45,7 @@ TEST(SimulationTest, EverythingHoldsInAllSchedulesAndTheyAreWorthPlaying) {
   EXPECT_GT(all.forgotten, 0U);
   EXPECT_GT(all.sentAgain, 1000U);
   EXPECT_GT(all.otherLogs, 50U);
+  EXPECT_GT(all.replacedWhileLoading, 5U);
 }
 
 TEST(SimulationTest, EverythingHoldsInSchedulesThatNobodyHasPlayedBefore) {
