@@ -144,7 +144,8 @@ void MemoryTransport::DeliverEntries(TransportListener& listener, Ms now) {
     const std::string bytes = mLog.At(next).bytes;
     listener.OnEntry(next, bytes);
   }
-  const bool isAll = std::max(mLast + 1, mLog.FirstKept()) > mReadUpTo;
+  // What is known is there, too, however short the log was when the reading began.
+  const bool isAll = std::max(mLast + 1, mLog.FirstKept()) > std::max(mReadUpTo, mKnown);
   if (isAll && !std::exchange(mHasCaughtUp, true)) listener.OnCaughtUp();
 }
 
