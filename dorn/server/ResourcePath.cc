@@ -40,7 +40,8 @@ bool HasParent(std::string_view name) {
 std::string ReadLink(const char* link) {
   char path[PATH_MAX];
   const ssize_t length = readlink(link, path, sizeof path);
-  const bool isWhole = length > 0 && length < static_cast<ssize_t>(sizeof path);
+  // Of a failure it is negative, and so the largest there is.
+  const bool isWhole = static_cast<std::size_t>(length) < sizeof path;
   return isWhole ? std::string(path, static_cast<std::size_t>(length)) : std::string();
 }
 
