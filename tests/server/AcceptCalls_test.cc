@@ -1,11 +1,13 @@
-// The system calls that a new connection costs. The test program defines fcntl() and getrlimit()
-// itself, and counts.
+// The system calls that a new connection costs. The test program defines fcntl(), getrlimit() and
+// accept4() itself, and counts, or fails.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <cstdarg>
+#include <utility>
 
 #include "dorn/server/VQStationSocket.h"
 #include "tests/server/ServerTest.h"
@@ -14,6 +16,9 @@ namespace {
 
 int gSettings = 0;  // By fcntl().
 int gLimits = 0;    // By getrlimit().
+
+// What the next accept4() fails with; 0: nothing.
+int gAcceptError = 0;
 
 class AcceptCallsTest : public ServerTest {
  protected:
@@ -74,7 +79,31 @@ TEST_F(AcceptCallsTest, TheLimitIsReadForANewHighestNumberOnly) {
   EXPECT_EQ(0, gLimits);
 }
 
+// The peer is turned away, and the next one served.
+TEST_F(AcceptCallsTest, EveryShortageRefusesOneConnectionAndLeavesTheListenerOpen) {
+  for (const int error : {EMFILE, ENFILE, ENOBUFS, ENOMEM}) {
+    Station station;
+    ASSERT_TRUE(station.Connect(PortOf(mListener.GetFD())));
+    CapturedStdout console;
+    gAcceptError = error;
+    EXPECT_TRUE(RunUntil([&] { return station.IsClosed(); })) << error;
+    EXPECT_EQ("Connection refused: no descriptor is left\n", console.Text()) << error;
+  }
+  Station served;
+  Accept(served);
+}
+
 }  // namespace
+
+extern "C" int accept4(int fd, sockaddr* __restrict address, socklen_t* __restrict length,
+                       int flags) {
+  using Accept4 = int (*)(int, sockaddr*, socklen_t*, int);
+  static const auto real = reinterpret_cast<Accept4>(dlsym(RTLD_NEXT, "accept4"));
+  const int error = std::exchange(gAcceptError, 0);
+  if (error == 0) return real(fd, address, length, flags);
+  errno = error;
+  return -1;
+}
 
 extern "C" int fcntl(int fd, int command, ...) {
   using Fcntl = int (*)(int, int, ...);

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "tests/server/ServerTest.h"
 #include "tests/support/NoStandardInput.h"
@@ -64,6 +65,64 @@ class StatisticsTest : public ServerTest {
 
   dorn::Statistics mBefore;
 };
+
+// Each number in its own place.
+TEST(StatisticsTextTest, NamesEveryNumberOnce) {
+  dorn::Statistics all;
+  std::uint64_t next = 1;
+  for (std::uint64_t dorn::Statistics::*number :
+       {&dorn::Statistics::stations,         &dorn::Statistics::loggedIn,
+        &dorn::Statistics::sessions,         &dorn::Statistics::dialogs,
+        &dorn::Statistics::timers,           &dorn::Statistics::queuedBytes,
+        &dorn::Statistics::messagesIn,       &dorn::Statistics::bytesIn,
+        &dorn::Statistics::messagesOut,      &dorn::Statistics::bytesOut,
+        &dorn::Statistics::unreadable,       &dorn::Statistics::accepted,
+        &dorn::Statistics::refused,          &dorn::Statistics::closedByStation,
+        &dorn::Statistics::closedNoLogin,    &dorn::Statistics::closedNoAnswer,
+        &dorn::Statistics::closedNotReading, &dorn::Statistics::closedTooLong,
+        &dorn::Statistics::closedBadSession, &dorn::Statistics::closedSessionEnded,
+        &dorn::Statistics::closedForAnother, &dorn::Statistics::closedByHost,
+        &dorn::Statistics::passes,           &dorn::Statistics::longestPassUs}) {
+    all.*number = next++;
+  }
+  std::istringstream text(all.Text());
+  std::string samples;
+  int heads = 0;
+  for (std::string line; std::getline(text, line);) {
+    if (line[0] == '#') {
+      ++heads;
+    } else {
+      samples += line + '\n';
+    }
+  }
+  EXPECT_EQ(2 * 16, heads);
+  EXPECT_EQ(
+      "dorn_stations 1\n"
+      "dorn_stations_logged_in 2\n"
+      "dorn_sessions 3\n"
+      "dorn_dialogs 4\n"
+      "dorn_timers 5\n"
+      "dorn_queued_bytes 6\n"
+      "dorn_messages_in_total 7\n"
+      "dorn_bytes_in_total 8\n"
+      "dorn_messages_out_total 9\n"
+      "dorn_bytes_out_total 10\n"
+      "dorn_unreadable_total 11\n"
+      "dorn_accepted_total 12\n"
+      "dorn_refused_total 13\n"
+      "dorn_closed_total{reason=\"station\"} 14\n"
+      "dorn_closed_total{reason=\"no_login\"} 15\n"
+      "dorn_closed_total{reason=\"no_answer\"} 16\n"
+      "dorn_closed_total{reason=\"not_reading\"} 17\n"
+      "dorn_closed_total{reason=\"too_long\"} 18\n"
+      "dorn_closed_total{reason=\"bad_session\"} 19\n"
+      "dorn_closed_total{reason=\"session_ended\"} 20\n"
+      "dorn_closed_total{reason=\"slot_needed\"} 21\n"
+      "dorn_closed_total{reason=\"host\"} 22\n"
+      "dorn_passes_total 23\n"
+      "dorn_longest_pass_microseconds 24\n",
+      samples);
+}
 
 TEST_F(StatisticsTest, CountsWhatThereIs) {
   Shared("top", kTree);
