@@ -23,15 +23,21 @@ bool MemoryTransport::Publish(std::string entry) {
     mReconnectBuffer.push_back(std::move(entry));
     return true;
   }
-  mLog.Publish(entry, mNow);
+  Send(entry, mNow);
   return true;
+}
+
+// Hosts do not survive an announcement of a snapshot that is another log's.
+void MemoryTransport::Send(const std::string& entry, Ms now) {
+  if (!takesForeignManifests && IsManifest(entry) && HasOtherLog()) return;
+  mLog.Publish(entry, now);
 }
 
 void MemoryTransport::Step(Ms now) {
   mNow = now;
   if (IsCut()) return;
   for (; !mReconnectBuffer.empty(); mReconnectBuffer.pop_front()) {
-    mLog.Publish(mReconnectBuffer.front(), now);
+    Send(mReconnectBuffer.front(), now);
   }
 }
 

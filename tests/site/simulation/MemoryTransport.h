@@ -52,6 +52,8 @@ class MemoryTransport final : public Transport {
 
   // A rule taken out: the host is not told that the log is another one.
   bool tellsOtherLog = true;
+  // What a host announces of the former log comes into the one in its place.
+  bool takesForeignManifests = false;
 
  private:
   struct Answer {
@@ -60,6 +62,7 @@ class MemoryTransport final : public Transport {
   };
 
   bool IsShort() const;
+  void Send(const std::string& entry, Ms now);
   std::optional<TransportListener::NewestManifest> TellNewest();
   void NoticeOtherLog(TransportListener& listener, Ms now);
   void DeliverEntries(TransportListener& listener, Ms now);

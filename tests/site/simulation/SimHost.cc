@@ -51,6 +51,7 @@ SimHost::SimHost(World& world, int start)
       mNextTick(world.now + world.random.Ms(0, 99)),
       mTroubledAt(world.now) {
   mTransport.tellsOtherLog = world.tellsOtherLog;
+  mTransport.takesForeignManifests = world.takesForeignManifests;
   mTransport.onPublish = [this](const std::string& bytes) { NotePublished(bytes); };
 }
 

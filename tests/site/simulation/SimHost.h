@@ -36,6 +36,7 @@ struct World {
   Rules rules;
   bool applyAtOnce = false;  // A rule taken out: changes are applied before they come back.
   bool tellsOtherLog = true;
+  bool takesForeignManifests = false;
   bool isTraced = false;
   // Whoever announces a snapshot next is cut off, so that it comes into the log much later.
   bool cutsWhoAnnounces = false;

@@ -18,6 +18,7 @@ Simulation::Simulation(const Options& options)
   mWorld.rules = options.rules;
   mWorld.applyAtOnce = options.applyAtOnce;
   mWorld.tellsOtherLog = options.tellsOtherLog;
+  mWorld.takesForeignManifests = options.replacesAnnounced;
   mWorld.isTraced = options.isTraced;
   mWorld.log.onEnter = [this](Sequence sequence, const Entry& entry) {
     mWorld.truth.OnEntered(sequence, entry, mWorld.now);
