@@ -233,7 +233,7 @@ Sequence Exchange::Known() const {
 
 void Exchange::Know(const Place& place) {
   const Lock lock(mMutex);
-  if (place.stamp != 0 && place.sequence > mKnown.sequence) mKnown = place;
+  if (place.stamp != 0 && mKnown.sequence == 0) mKnown = place;
 }
 
 bool Exchange::IsOther() const {

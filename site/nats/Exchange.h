@@ -147,9 +147,10 @@ class Exchange {
   // To be answered with nothing, for consumers that ask whether there is room.
   std::vector<std::string> TakeAsked();
 
-  // The last entry that was read, or told without being read, by which the log is known again; 0:
-  // none.
+  // The last entry that was read, by which the log is known again; 0: none.
   Sequence Known() const;
+  // By this one, which was not read yet, until one has been. What was read stays what the log is
+  // known by: it is asked for once more whenever reading goes on there.
   void Know(const Place& place);
   // At that place the log has another entry.
   bool IsOther() const;

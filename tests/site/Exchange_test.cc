@@ -182,6 +182,16 @@ TEST_F(ExchangeTest, AConsumerThatEndsIsLostAndAnOldOneIsNot) {
   EXPECT_TRUE(mExchange.IsLost());
 }
 
+TEST_F(ExchangeTest, ALogIsKnownByWhatIsToldOfItUntilSomethingOfItWasRead) {
+  mExchange.Know({9, 0, 1});
+  EXPECT_EQ(mExchange.Known(), 9U);
+  mExchange.ForgetLog();
+  Subscription& reading = Reading(0, 5);
+  Arrive(reading, 1, "a", 2);
+  mExchange.Know({9, 0, 1});
+  EXPECT_EQ(mExchange.Known(), 1U) << "otherwise the entry that was read is not looked at again";
+}
+
 TEST_F(ExchangeTest, TheLastEntryIsKnownAgainByItsStamp) {
   Arrive(Reading(0, 9), 1, "1", 17);
   EXPECT_EQ(mExchange.Known(), 1U);

@@ -124,7 +124,7 @@ void MemoryTransport::NoticeOtherLog(TransportListener& listener, Ms now) {
 // By it the log is known again, too.
 std::optional<TransportListener::NewestManifest> MemoryTransport::TellNewest() {
   auto newest = mLog.NewestManifest();
-  if (newest && newest->sequence > mKnown) {
+  if (newest && mKnown == 0) {
     mKnown = newest->sequence;
     mStamp = mLog.At(mKnown).stamp;
   }
