@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 
 namespace dorn::site {
 namespace {
@@ -73,7 +74,12 @@ std::int64_t StampIn(std::string_view time) {
     }
   }
   if (std::string_view(rest) != "Z") return 0;
-  return std::int64_t{timegm(&date)} * 1'000'000'000 + nanoseconds;
+  // What nanoseconds cannot hold, some three centuries before and after, is no time of a log.
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / kSecond - 1;
+  const std::int64_t seconds = timegm(&date);
+  if (seconds < -kMost || seconds > kMost) return 0;
+  return seconds * kSecond + nanoseconds;
 }
 
 bool SaysMissing(std::string_view json) {
