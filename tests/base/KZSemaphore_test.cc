@@ -8,10 +8,8 @@
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -21,6 +19,7 @@
 
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
+#include "tests/support/Deadline.h"
 
 namespace {
 std::atomic<bool> gSemInitFails{false};
@@ -51,12 +50,8 @@ static_assert(std::is_same_v<decltype(std::declval<KZSemaphore&>().Unlock()), in
 // Waits for a condition that another thread brings about; false after the deadline.
 template <typename Condition>
 bool WaitUntil(Condition condition) {
-  const char* scale = std::getenv("DORN_TEST_TIMEOUT_SCALE");
-  const auto seconds = std::chrono::duration<double>(20 * (scale ? std::atof(scale) : 1.0));
-  const auto deadline = std::chrono::steady_clock::now() + seconds;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::yield();
+  for (const Deadline deadline; !condition(); std::this_thread::yield()) {
+    if (deadline.IsOver()) return false;
   }
   return true;
 }
