@@ -26,6 +26,8 @@ using testing::StartsWith;
 constexpr const char* kPolicy =
     "\r\nContent-Security-Policy: default-src 'self'; img-src 'self' blob:; frame-ancestors 'self'\r\n";
 
+const std::string kHeadOfBody = "POST / HTTP/1.1\r\nHost: a\r\nContent-Length: 99999999\r\n\r\n";
+
 class HttpTest : public testing::Test {
  protected:
   // The first line of the answer to a request for a WebSocket.
@@ -129,6 +131,39 @@ TEST_F(HttpTest, DoesNotWaitForTheEndOfABody) {
   for (const std::string begun : {"", "0", "0;extension", "0\r\nTrailer: x\r\n", "5\r\nhel"}) {
     EXPECT_THAT(HttpAnswer(gateway.Port(), head + begun), StartsWith("HTTP/1.1 413 ")) << begun;
   }
+}
+
+// A reset would take the answer from browsers whose system forgets what they have not read.
+TEST_F(HttpTest, ABodyThatNobodyWantsResetsNothing) {
+  RunningGateway gateway(mHost.Port());
+  TcpPeer browser;
+  ASSERT_TRUE(browser.Connect(gateway.Port()));
+  ASSERT_TRUE(browser.Send(kHeadOfBody + std::string(40000, 'x')));
+  ASSERT_TRUE(browser.WaitForClose());
+  EXPECT_THAT(browser.Received(), StartsWith("HTTP/1.1 413 "));
+  EXPECT_TRUE(browser.Send("x")) << "after a reset nothing can be sent";
+}
+
+TEST_F(HttpTest, OfABodyThatNobodyWantsLittleIsRead) {
+  RunningGateway gateway(mHost.Port());
+  TcpPeer browser;
+  ASSERT_TRUE(browser.Connect(gateway.Port()));
+  ASSERT_TRUE(browser.Send(kHeadOfBody));
+  constexpr int kMegabytes = 64;  // Sockets hold some of them.
+  int sent = 0;
+  while (sent < kMegabytes && browser.Send(std::string(1048576, 'x'))) ++sent;
+  EXPECT_LT(sent, kMegabytes);
+}
+
+TEST_F(HttpTest, WhoDoesNotCloseBehindTheLastAnswerIsClosed) {
+  RunningGateway gateway(mHost.Port());
+  TcpPeer browser;
+  ASSERT_TRUE(browser.Connect(gateway.Port()));
+  ASSERT_TRUE(browser.Send(kHeadOfBody));
+  ASSERT_TRUE(browser.WaitForClose());
+  const Deadline deadline;
+  while (!deadline.IsOver() && browser.Send("x")) std::this_thread::sleep_for(Ms(10));
+  EXPECT_FALSE(deadline.IsOver());
 }
 
 TEST_F(HttpTest, ClosesAConnectionThatSendsNoRequest) {

@@ -20,6 +20,9 @@ namespace http = boost::beast::http;
 namespace {
 
 constexpr std::size_t kTimedPiece = 65536;
+constexpr std::size_t kDroppedAtOnce = 16384;
+constexpr std::size_t kMostDropped = 1048576;
+constexpr Ms kLongestFarewell{2000};
 
 template <class Stream>
 class HttpSession : public std::enable_shared_from_this<HttpSession<Stream>> {
@@ -37,6 +40,8 @@ class HttpSession : public std::enable_shared_from_this<HttpSession<Stream>> {
   void WriteSome();
   void OnWrittenSome(const beast::error_code& error, std::size_t bytes);
   void OnWritten(const beast::error_code& error);
+  void TakeLeave();
+  void DropSome();
   using std::enable_shared_from_this<HttpSession<Stream>>::shared_from_this;
 
   Shared& mShared;
@@ -47,7 +52,8 @@ class HttpSession : public std::enable_shared_from_this<HttpSession<Stream>> {
   std::optional<http::request_parser<http::string_body>> mParser;
   std::optional<Response> mResponse;
   std::optional<http::response_serializer<SharedBody>> mSerializer;
-  std::size_t mTaken = 0;  // Bytes that the browser took since its time began.
+  std::size_t mTaken = 0;    // Bytes that the browser took since its time began.
+  std::size_t mDropped = 0;  // Bytes that came behind the last answer.
 };
 
 template <class Stream>
@@ -134,15 +140,37 @@ void HttpSession<Stream>::OnWrittenSome(const beast::error_code& error, std::siz
 
 template <class Stream>
 void HttpSession<Stream>::OnWritten(const beast::error_code& error) {
-  const bool goesOn = !error && mResponse->keep_alive() && !mShared.mIsStopping;
+  const bool goesOn = mResponse->keep_alive() && !mShared.mIsStopping;
   mSerializer.reset();
   mResponse.reset();
-  if (!goesOn) {
-    beast::error_code ignored;
-    beast::get_lowest_layer(mStream).socket().shutdown(asio::socket_base::shutdown_send, ignored);
-    return beast::get_lowest_layer(mStream).close();
-  }
-  Read(mShared.mOptions.mTimes.mIdle);
+  if (error) return beast::get_lowest_layer(mStream).close();
+  if (goesOn) return Read(mShared.mOptions.mTimes.mIdle);
+  TakeLeave();
+}
+
+// A connection that is closed over bytes nobody has read is reset, and the reset may overtake the
+// answer: so what the browser still sends is read until it has seen the end (RFC 9112, 9.6).
+template <class Stream>
+void HttpSession<Stream>::TakeLeave() {
+  auto& plain = beast::get_lowest_layer(mStream);
+  beast::error_code error;
+  plain.socket().shutdown(asio::socket_base::shutdown_send, error);
+  if (error || mShared.mIsStopping) return plain.close();
+  plain.expires_after(kLongestFarewell);
+  mBuffer.clear();
+  DropSome();
+}
+
+template <class Stream>
+void HttpSession<Stream>::DropSome() {
+  auto& plain = beast::get_lowest_layer(mStream);
+  plain.async_read_some(
+      mBuffer.prepare(kDroppedAtOnce),
+      [self = shared_from_this()](const beast::error_code& error, std::size_t bytes) {
+        self->mDropped += bytes;
+        if (!error && self->mDropped < kMostDropped) return self->DropSome();
+        beast::get_lowest_layer(self->mStream).close();
+      });
 }
 
 }  // namespace
