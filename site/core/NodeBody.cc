@@ -313,6 +313,7 @@ void Node::Body::Carry(Sequence sequence, const Manifest& manifest, const Verdic
   const bool isFirst = mState.OlderMark() == 0;
   mSnapshots.OnManifest(mState.NewestMark(), mState.OlderMark(), mNow);
   mToldNoSnapshots = false;
+  mAnnouncedAt = mNow;
   if (manifest.resources != mShared.Resources() && !std::exchange(mToldResources, true)) {
     mListener.OnWord(
         "The resource files of this host are not those of the site, whose dialogs it shows: "

@@ -129,6 +129,7 @@ class Node::Body {
   Sequence mToldDamaged = 0;  // The snapshot that was told last.
   bool mToldUnloadable = false;
   bool mToldNoSnapshots = false;
+  std::optional<Ms> mAnnouncedAt;  // The newest snapshot.
 };
 
 }  // namespace dorn::site

@@ -12,6 +12,7 @@ namespace {
 
 constexpr Ms kReloadAtMostEach{60'000};
 constexpr Ms kFetchAgainAfter{1000};
+constexpr Ms kMissingAfter{2000};  // Brokers that have lost it say so again each 5 s.
 constexpr int kTriesBeforeWord = 10;
 
 }  // namespace
@@ -69,8 +70,10 @@ void Node::Body::OnFetched(Sequence mark, const std::optional<std::string>& byte
   if (!mIsFollowing && !mIsWatching) Watch();
 }
 
-// Somebody has deleted them. Whoever starts waits for one, however little changes meanwhile.
+// Somebody has deleted them. Whoever starts waits for one, however little changes meanwhile. What
+// was answered before the newest one was stored may come behind its announcement.
 void Node::Body::OnNoSnapshots() {
+  if (mAnnouncedAt && mNow - *mAnnouncedAt < kMissingAfter) return;
   mSnapshots.OnGone();
   if (!IsKeeper() || std::exchange(mToldNoSnapshots, true)) return;
   mListener.OnWord(

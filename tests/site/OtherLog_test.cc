@@ -287,6 +287,19 @@ TEST_F(OtherLogTest, BeforeTheFirstSnapshotNoneIsMissed) {
   EXPECT_FALSE(mListener.Heard("word: The brokers have none"));
 }
 
+// Brokers answer a question of a moment ago.
+TEST_F(OtherLogTest, ASnapshotThatWasJustAnnouncedIsNotMissed) {
+  BeginAsKeeper();
+  mTransport.stored.clear();
+  for (int i = 0; i < 15; ++i) {
+    mNode.OnNoSnapshots();
+    Pass(100ms);
+    Return();
+  }
+  EXPECT_FALSE(mListener.Heard("word: The brokers have none"));
+  EXPECT_TRUE(mTransport.stored.empty());
+}
+
 // The log may be another one, which the host has not been told yet.
 TEST_F(OtherLogTest, NoSnapshotIsAnnouncedWhileNoRenewalComesBack) {
   ASSERT_NO_FATAL_FAILURE(BeginAsKeeperAndStoreASecond());
