@@ -5,6 +5,8 @@
 #include <random>
 #include <string>
 
+#include "tests/base/Allocations.h"
+
 namespace {
 
 using dorn::EscapeText;
@@ -48,9 +50,37 @@ TEST(UnescapeTextTest, LeavesWhatIsNoEscape) {
   }
 }
 
+TEST(UnescapeTextTest, WritesTheFirstAndTheLastCharacterOfEachLength) {
+  EXPECT_EQ("\x7f\xc2\x80", Unescaped("\\u007f\\u0080"));
+  EXPECT_EQ("\xdf\xbf\xe0\xa0\x80", Unescaped("\\u07ff\\u0800"));
+  EXPECT_EQ("\xef\xbf\xbf\xf0\x90\x80\x80", Unescaped("\\uffff\\ud800\\udc00"));
+  EXPECT_EQ("\xf4\x8f\xbf\xbf", Unescaped("\\udbff\\udfff"));
+}
+
+TEST(UnescapeTextTest, TakesTheHalvesOfPairsAloneForNoCharacters) {
+  EXPECT_EQ("\xed\x9f\xbf\xee\x80\x80", Unescaped("\\ud7ff\\ue000"));
+  for (const char* text : {"\\ud800", "\\udbff", "\\udc00", "\\udfff", "\\udc00\\ud800"}) {
+    EXPECT_EQ(text, Unescaped(text));
+  }
+  EXPECT_EQ("\\ud800\xed\x9f\xbf", Unescaped("\\ud800\\ud7ff"));
+  EXPECT_EQ("\\ud800\xee\x80\x80", Unescaped("\\ud800\\ue000"));
+}
+
 TEST(UnescapeTextTest, ReadsWhatFollowsHalfAPair) {
   EXPECT_EQ("\\ud83dA", Unescaped("\\ud83d\\u0041"));
   EXPECT_EQ("\\ud83d\xf0\x9f\x98\x80", Unescaped("\\ud83d\\ud83d\\ude00"));
+}
+
+TEST(EscapeTextTest, AsksForMemoryOnceWhereNothingIsEscaped) {
+  const KZString text(std::string(100, 'x'));
+  const AllocationCount escaping;
+  const KZString escaped = EscapeText(text);
+  EXPECT_EQ(escaping.Get(), 1);
+  EXPECT_EQ(escaped, text);
+  const AllocationCount unescaping;
+  const KZString unescaped = UnescapeText(text);
+  EXPECT_EQ(unescaping.Get(), 1);
+  EXPECT_EQ(unescaped, text);
 }
 
 TEST(UnescapeTextTest, GivesBackWhateverWasEscaped) {

@@ -12,6 +12,7 @@
 
 #include "dorn/base/Clock.h"
 #include "gtest/gtest.h"
+#include "tests/base/Allocations.h"
 #include "tests/base/UntypedStream.h"
 #include "tests/support/CapturedStdout.h"
 
@@ -128,6 +129,50 @@ TEST_F(KZLogTest, LogsThatSayNothingShareABuffer) {
   EXPECT_STREQ(silent.mBuffer, "");
   other.LogStart(0, nullptr);
   EXPECT_EQ(other.mBuffer, nullptr);
+}
+
+TEST_F(KZLogTest, UpTo2048BytesAreAskedForWithTheFirstMessage) {
+  KZLog small;
+  KZLog large;
+  const AllocationCount starting;
+  small.LogStart(2048, &mSink);
+  EXPECT_EQ(starting.Get(), 0);
+  large.LogStart(2049, &mSink);
+  EXPECT_EQ(starting.Get(), 1);
+  KZStream dropping;
+  small.mSrteam = &dropping;
+  const AllocationCount writing;
+  small.LogPrintf("first");
+  EXPECT_EQ(writing.Get(), 1);
+  small.LogPrintf("second");
+  EXPECT_EQ(writing.Get(), 1);
+}
+
+TEST_F(KZLogTest, WithoutMemoryForItsBufferTheFirstMessageGoesToTheConsole) {
+  mLog.LogStart(100, &mSink);
+  CapturedStdout captured;
+  int result = 0;
+  {
+    const NoMemory none;
+    result = mLog.LogPrintf("first\n");
+  }
+  EXPECT_EQ(result, -1);
+  EXPECT_EQ(mLog.LogPrintf("second\n"), -1);
+  EXPECT_EQ(captured.Text(), " 00:00:00.000 first\n 00:00:00.000 second\n");
+  EXPECT_EQ(mLog.GetSize(), 0);
+  EXPECT_EQ(mLog.mBuffer, nullptr);
+  EXPECT_TRUE(mSink.mTexts.empty());
+}
+
+TEST_F(KZLogTest, WithoutMemoryForALargeBufferTheFormerOneStays) {
+  mLog.LogStart(100, &mSink);
+  {
+    const NoMemory none;
+    EXPECT_EQ(mLog.LogStart(5000, &mSink), 1);
+  }
+  EXPECT_EQ(mLog.GetSize(), 100);
+  mLog.LogPrintf("text");
+  EXPECT_EQ(mSink.mTexts, (Texts{" 00:00:00.000 ", "text"}));
 }
 
 // Writes to another log before it looks at its own text.

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -195,6 +196,19 @@ TEST(KZSemaphoreTest, LockWaitsOnAfterAnInterruption) {
   sigaction(SIGUSR1, &previous, nullptr);
 }
 
+// Whatever failed before, the lock is taken once.
+TEST(KZSemaphoreTest, AnEarlierInterruptionIsOfNoInterest) {
+  KZSemaphore semaphore;
+  Worker worker([&] {
+    errno = EINTR;
+    semaphore.Lock();
+  });
+  const bool isDone = worker.WaitUntilDone();
+  EXPECT_TRUE(isDone);
+  EXPECT_EQ(semaphore.TryLock(), 0);
+  if (!isDone) static_cast<void>(semaphore.Unlock());
+}
+
 // The counter.
 
 TEST(KZSemaphoreTest, IncrementAddsAndReturnsTheNewValue) {
@@ -301,6 +315,19 @@ TEST(KZSemaphoreDeathTest, FailedInitialisationPrintsAndExitsWithOne) {
         std::_Exit(7);
       },
       testing::ExitedWithCode(1), testing::Eq("Socketセマフォの初期化に失敗しました。\n"));
+}
+
+TEST(KZSemaphoreDeathTest, PrintsBeforeAnythingThatRunsAtTheExit) {
+  EXPECT_EXIT(
+      {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        std::atexit([] { static_cast<void>(!write(STDERR_FILENO, "at the exit\n", 12)); });
+        gSemInitFails = true;
+        KZSemaphore semaphore;
+        std::_Exit(7);
+      },
+      testing::ExitedWithCode(1),
+      testing::Eq("Socketセマフォの初期化に失敗しました。\nat the exit\n"));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "dorn/base/KZString.h"
 #include "gtest/gtest.h"
+#include "tests/base/Allocations.h"
 
 namespace {
 
@@ -276,6 +277,14 @@ TEST(KZStringCharactersTest, MakeUpperReturnsAnUpperCasedCopy) {
     EXPECT_TRUE(text.MakeUpper() == row.expected) << row.name;
     EXPECT_TRUE(text == row.input) << row.name;
   }
+}
+
+TEST(KZStringCharactersTest, MakeUpperAsksForMemoryOnce) {
+  const KZString text(std::string(100, 'x'));
+  const AllocationCount asked;
+  const KZString upper = text.MakeUpper();
+  EXPECT_EQ(asked.Get(), 1);
+  EXPECT_TRUE(upper == std::string(100, 'X'));
 }
 
 TEST(KZStringCharactersTest, MakeUpperKeepsMultiByteCharactersInAUtf8Locale) {

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -11,6 +12,20 @@
 
 #include "dorn/base/KZLog.h"
 #include "gtest/gtest.h"
+#include "tests/support/NoStandardInput.h"
+
+namespace {
+bool gStreamFails = false;
+}
+
+// The linker sends the library's calls of fdopen() here.
+extern "C" {
+std::FILE* __real_fdopen(int fd, const char* mode);
+std::FILE* __wrap_fdopen(int fd, const char* mode);
+std::FILE* __wrap_fdopen(int fd, const char* mode) {
+  return gStreamFails ? nullptr : __real_fdopen(fd, mode);
+}
+}
 
 namespace {
 
@@ -99,6 +114,30 @@ TEST_F(LogPrintfTest, SeveralWritersAppendToOneFile) {
   std::ofstream(mPath, std::ios::app) << "b\n";
   log_printf(mPath.c_str(), "c\n");
   EXPECT_EQ(Content(), "a\nb\nc\n");
+}
+
+TEST_F(LogPrintfTest, WorksWithoutStandardInput) {
+  Create("");
+  const NoStandardInput closed;
+  EXPECT_EQ(log_printf(mPath.c_str(), "text"), 4);
+  EXPECT_FALSE(NoStandardInput::IsTaken());
+  EXPECT_EQ(Content(), "text");
+}
+
+// The stream is line-buffered: what is in a full line is written before the result is known.
+TEST_F(LogPrintfTest, ALineThatCannotBeWrittenIsAFailure) {
+  EXPECT_EQ(log_printf("/dev/full", "text\n"), -1);
+}
+
+TEST_F(LogPrintfTest, WithoutAStreamNothingIsWrittenAndTheDescriptorIsClosed) {
+  Create("");
+  const int before = OpenDescriptors();
+  gStreamFails = true;
+  const int result = log_printf(mPath.c_str(), "text");
+  gStreamFails = false;
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(Content(), "");
 }
 
 TEST_F(LogPrintfTest, ClosesItsDescriptor) {
