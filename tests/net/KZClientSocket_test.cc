@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <functional>
 #include <memory>
 #include <string>
@@ -122,6 +123,16 @@ TEST_F(KZClientSocketTest, ARefusedConnectionIsLoggedAndCloses) {
   EXPECT_FALSE(IsLinked(&client));
 }
 
+TEST_F(KZClientSocketTest, OpenGivesBackTheAddressItHasFound) {
+  const TcpAcceptor acceptor;
+  TestClient client(kLogSize, &mLog, List());
+  const ResolverSpy spy;
+  client.Open("127.0.0.1", acceptor.Port(), 3000);
+  EXPECT_EQ(spy.mFreed.size(), 1u);
+  client.Close();
+  Settle();
+}
+
 TEST_F(KZClientSocketTest, AHostThatDoesNotResolveReturnsMinus1) {
   TestClient client(kLogSize, &mLog, List());
   ResolverSpy spy;
@@ -153,6 +164,20 @@ TEST_F(KZClientSocketTest, AConnectThatIsStillUnderWayIsNotTakenForConnected) {
   EXPECT_GE(client.GetFD(), 0);
   EXPECT_THAT(client.mEvents, IsEmpty());
   EXPECT_THAT(mLog.mCalls, IsEmpty());
+  client.Close();
+}
+
+TEST_F(KZClientSocketTest, AConnectedSocketIsOpenThoughNothingCanBeWritten) {
+  TestClient client(kLogSize, &mLog, List());
+  const TcpPeer peer = Join(client);
+  const std::string bytes(1024 * 1024, 'x');
+  while (send(client.GetFD(), bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0) {
+  }
+  client.SetFDStatus(1);
+  errno = ENOTCONN;  // Of something else.
+  client.ReadyToWrite();
+  EXPECT_EQ(client.GetFDStatus(), 2);
+  EXPECT_THAT(client.mEvents, ElementsAre("open"));
   client.Close();
 }
 

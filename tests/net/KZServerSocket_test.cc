@@ -71,6 +71,15 @@ TEST_F(KZServerSocketTest, OpenAsksForAPassiveStreamAddress) {
   Settle();
 }
 
+TEST_F(KZServerSocketTest, OpenGivesBackTheAddressItHasFound) {
+  TestServer server(kLogSize, &mLog, List());
+  const ResolverSpy spy;
+  server.Open("127.0.0.1", 0);
+  EXPECT_EQ(spy.mFreed.size(), 1u);
+  server.Close();
+  Settle();
+}
+
 TEST_F(KZServerSocketTest, OpenWithoutAHostListensOnAllAddresses) {
   TestServer server(kLogSize, &mLog, List());
   const int fd = server.Open(nullptr, 0);

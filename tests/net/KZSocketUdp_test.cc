@@ -103,6 +103,18 @@ TEST_F(KZSocketUdpTest, OpenRaisesASmallBufferTo3000) {
   }
 }
 
+TEST_F(KZSocketUdpTest, OpenAndSendToGiveBackTheAddressesTheyHaveFound) {
+  const UdpPeer peer;
+  TestUdp udp(kLogSize, &mLog, List());
+  const ResolverSpy spy;
+  udp.Open("127.0.0.1", 0, 0);
+  EXPECT_EQ(spy.mFreed.size(), 1u);
+  udp.SendTo("x", 1u, "127.0.0.1", static_cast<unsigned short>(peer.Port()));
+  EXPECT_EQ(spy.mFreed.size(), 2u);
+  udp.Close();
+  Settle();
+}
+
 TEST_F(KZSocketUdpTest, OpenWithoutAHostBindsAllAddresses) {
   TestUdp udp(kLogSize, &mLog, List());
   const int fd = udp.Open(nullptr, 0, 0);

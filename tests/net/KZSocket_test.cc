@@ -6,11 +6,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <clocale>
-#include <functional>
-#include <memory>
 #include <string>
 #include <type_traits>
 
@@ -447,166 +444,40 @@ TEST_F(KZSocketTest, AFailedAcceptIsLoggedUnharmedInEveryLocale) {
   std::setlocale(LC_ALL, "C");
 }
 
-// The words of a translation may be in another encoding than the locale, and of any length.
-TEST_F(KZSocketTest, AFailedAcceptIsLoggedWithQuestionMarksForBytesThatAreNoText) {
+TEST_F(KZSocketTest, AFailedAcceptIsLoggedWith255CharactersAtMost) {
   ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-  const std::string lead = "接続を許可出来ませんでした。 ";
-  for (const std::string& rest : {std::string(), std::string(600, 'x')}) {
+  for (const size_t length : {255u, 256u, 600u}) {
     mLog.Clear();
-    std::string words = "Gr\xf6\xdf" + std::string("e") + rest;
+    std::string words(length, 'x');
     TestSocket socket(kLogSize, &mLog, List());
     socket.Socket(AF_INET, SOCK_STREAM, 0);
     socket.Listen(5);
     gErrorWords = words.data();
     EXPECT_EQ(socket.Accept(), -1);
     gErrorWords = nullptr;
-    const std::string shown = "Gr??e" + rest;
-    EXPECT_EQ(mLog.Messages().front(), lead + shown.substr(0, 255) + "\n");
+    EXPECT_EQ(mLog.Messages().front(),
+              "接続を許可出来ませんでした。 " + std::string(255, 'x') + "\n");
   }
   std::setlocale(LC_ALL, "C");
 }
 
-// Opening again from OnClose()
-
-// Opens itself again whenever it is closed, where nothing can be opened.
-template <typename Base>
-class Stubborn : public Base {
- public:
-  using Base::Base;
-
-  void OnClose() override {
-    constexpr int kPatience = 50;
-    ++mCloses;
-    mDeepest = std::max(mDeepest, ++mDepth);
-    if (mCloses < kPatience && mOpen) mOpen();
-    --mDepth;
+// The words of a translation may be in another encoding than the locale, and of any length.
+TEST_F(KZSocketTest, AFailedAcceptIsLoggedWithQuestionMarksForBytesThatAreNoText) {
+  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const std::string lead = "接続を許可出来ませんでした。 ";
+  for (const std::string& rest : {std::string(), std::string(600, 'x')}) {
+    mLog.Clear();
+    std::string words = "\xf6ndern \xdf\x80\x7f" + rest;
+    TestSocket socket(kLogSize, &mLog, List());
+    socket.Socket(AF_INET, SOCK_STREAM, 0);
+    socket.Listen(5);
+    gErrorWords = words.data();
+    EXPECT_EQ(socket.Accept(), -1);
+    gErrorWords = nullptr;
+    const std::string shown = "?ndern ??\x7f" + rest;
+    EXPECT_EQ(mLog.Messages().front(), lead + shown.substr(0, 255) + "\n");
   }
-
-  std::function<void()> mOpen;
-  int mCloses = 0;
-  int mDepth = 0;
-  int mDeepest = 0;
-};
-
-class ReopeningTest : public SocketTest {
- protected:
-  void Pass() {
-    mApp.WakeUp();
-    mApp.RunPass();
-  }
-
-  // No connection can be made to everybody: that fails at once.
-  template <typename Client>
-  static void OpenInVain(Client& client) {
-    client.Open("255.255.255.255", 9, 3000);
-  }
-};
-
-TEST_F(ReopeningTest, AFailureComesInTheNextPassAndNotFromWithinTheHook) {
-  Stubborn<KZClientSocket> client(kLogSize, &mLog, List());
-  client.mOpen = [&] { OpenInVain(client); };
-  OpenInVain(client);
-  EXPECT_EQ(client.mCloses, 1);
-  for (int pass = 2; pass < 5; ++pass) {
-    Pass();
-    EXPECT_EQ(client.mCloses, pass);
-  }
-  EXPECT_EQ(client.mDeepest, 1);
-  client.mOpen = nullptr;
-  Pass();
-}
-
-TEST_F(ReopeningTest, TheLastFailureIsReportedOnce) {
-  Stubborn<KZClientSocket> client(kLogSize, &mLog, List());
-  client.mOpen = [&] {
-    OpenInVain(client);
-    OpenInVain(client);
-  };
-  OpenInVain(client);
-  client.mOpen = nullptr;
-  Pass();
-  Pass();
-  EXPECT_EQ(client.mCloses, 2);
-}
-
-TEST_F(ReopeningTest, ADatagramSocketFailsTheSameWay) {
-  // An address for examples, which no machine has.
-  Stubborn<KZSocketUdp> socket(kLogSize, &mLog, List());
-  socket.mOpen = [&] { socket.Open("192.0.2.1", 0, 3000); };
-  socket.mOpen();
-  EXPECT_EQ(socket.mCloses, 1);
-  Pass();
-  EXPECT_EQ(socket.mCloses, 2);
-  EXPECT_EQ(socket.mDeepest, 1);
-  socket.mOpen = nullptr;
-  Pass();
-}
-
-// A sanitizer sees what is called for an object that is gone.
-TEST_F(ReopeningTest, ADestroyedSocketIsForgotten) {
-  auto client = std::make_unique<Stubborn<KZClientSocket>>(kLogSize, &mLog, List());
-  client->mOpen = [&] { OpenInVain(*client); };
-  OpenInVain(*client);
-  client.reset();
-  Pass();
-}
-
-// Opens itself again when it is told that a read has failed.
-class Reviving : public TestClient {
- public:
-  using TestClient::TestClient;
-  int OnNotice(int code, int value) override {
-    TestClient::OnNotice(code, value);
-    if (code == kNoticeReadError && mPort != 0) {
-      Close();
-      Open("127.0.0.1", std::exchange(mPort, 0), 3000);
-    }
-    return 0;
-  }
-  int mPort = 0;
-};
-
-TEST_F(ReopeningTest, ASocketThatIsOpenAgainIsNotClosedForWhatHappenedBefore) {
-  TcpAcceptor acceptor;
-  Reviving client(kLogSize, &mLog, List());
-  TcpPeer peer = Join(client);
-  client.AddEvent();
-  Settle();
-  client.mPort = acceptor.Port();
-  peer.Reset();
-  ASSERT_TRUE(RunUntil([&] { return client.Has("close"); }));
-  ASSERT_TRUE(RunUntil([&] { return client.Has("open"); }));
-  EXPECT_EQ(client.GetFDStatus(), 2);
-  const TcpPeer accepted = acceptor.Accept();
-  EXPECT_THAT(client.TakeEvents(), ElementsAre("notice 1002 104", "close", "open"));
-  client.Close();
-  Settle();
-}
-
-// Kept: only the loop says what is ready.
-TEST_F(ReopeningTest, AnAdoptedDescriptorLeavesTheReadinessAsItWas) {
-  TestClient client(kLogSize, &mLog, List());
-  client.SetSelect(1);
-  client.Create(dup(0), 3000);
-  client.SetAutoDelete(0);
-  EXPECT_EQ(client.IsSelect(), 1);
-  client.Close();
-  Settle();
-}
-
-TEST_F(ReopeningTest, ASocketThatIsOpenAgainHearsNothingOfTheFailure) {
-  const TcpAcceptor acceptor;
-  Stubborn<KZClientSocket> client(kLogSize, &mLog, List());
-  client.mOpen = [&] { OpenInVain(client); };
-  OpenInVain(client);
-  client.mOpen = nullptr;
-  client.Open("127.0.0.1", acceptor.Port(), 3000);
-  Pass();
-  EXPECT_EQ(client.mCloses, 1);
-  client.Close();
-  EXPECT_EQ(client.mCloses, 2);
-  Pass();
-  EXPECT_EQ(client.mCloses, 2);
+  std::setlocale(LC_ALL, "C");
 }
 
 }  // namespace
