@@ -21,13 +21,11 @@ const unsigned char* Bytes(const std::string& text) {
   return reinterpret_cast<const unsigned char*>(text.c_str());
 }
 
-// Length of the character that a first byte of 0xC0 or more begins, by the byte's lower six bits.
-// The last two entries belong to 0xFE and 0xFF, which begin none.
-constexpr std::array<unsigned char, 64> kCharacterLength = {
-    2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2,  //
-    2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2,  //
-    3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3,  //
-    4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 1, 1};
+// Length of the character that a first byte from 0xC0 to 0xFD begins, by the byte's lower six bits.
+constexpr unsigned char kCharacterLength[] = {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2,  //
+                                              2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2,  //
+                                              3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3,  //
+                                              4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 5, 5, 6, 6};
 
 }  // namespace
 
@@ -68,7 +66,6 @@ int KZString::GetCharLength() const {
 }
 
 KZString KZString::GetChar(int st, int len) const {
-  if (st < 0 || len == 0) return KZString();
   unsigned int code = 0;
   int start = -1;
   int at = 0;
@@ -83,7 +80,7 @@ KZString KZString::GetChar(int st, int len) const {
     at += bytes;
     if (index >= st) ++counted;
   }
-  if (start < 0) return KZString();
+  if (start < 0) return {};
   return KZString(substr(start, at - start));
 }
 
@@ -167,7 +164,7 @@ double KZString::ToDouble() const {
 
 KZString KZString::GetFileExtension() const {
   const std::size_t dot = rfind('.');
-  if (dot == npos || dot + 1 == length()) return KZString();
+  if (dot == npos || dot + 1 == length()) return {};
   return KZString(substr(dot + 1));
 }
 

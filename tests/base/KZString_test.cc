@@ -388,6 +388,7 @@ TEST(KZStringTest, ReplaceChangesEveryOccurrenceInPlaceAndReturnsACopy) {
       {"aXbXc", "X", "", "abc"},
       {"aXbXc", "X", "--", "a--b--c"},
       {"XX", "X", "X", "XX"},
+      {"X", "X", "y", "y"},
       {"aaa", "aa", "a", "aa"},
       {"aaaa", "aa", "b", "bb"},
       {"abc", "x", "y", "abc"},
@@ -412,6 +413,13 @@ TEST(KZStringTest, ReplaceOfAnEmptyTextReturnsAtOnceUnchanged) {
   EXPECT_TRUE(text == "abc");
   KZString empty;
   EXPECT_TRUE(empty.Replace("", "x") == "");
+}
+
+TEST(KZStringTest, ReplaceOfWhatIsNotThereTouchesNothing) {
+  KZString text("a text that is too long for the small string buffer");
+  const char* buffer = text;
+  text.Replace("missing", "");
+  EXPECT_EQ(static_cast<const char*>(text), buffer);
 }
 
 TEST(KZStringTest, ReplaceMayBeGivenTheStringItself) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -55,7 +56,11 @@ TEST_F(TraceFilterTest, CutsTheMembersOfATextWhereverTheyStand) {
       {R"({"Pass":""})", R"({"Pass":"***"})"},
       {R"({"Id":"a","Pass":"water","Type":"T"})", R"({"Id":"a","Pass":"***","Type":"T"})"},
       {R"({"Pass":"a"b","X":1})", R"({"Pass":"***","X":1})"},
+      {R"({"Pass":"a""})", R"({"Pass":"***"})"},
       {R"({"Pass":"never ends)", R"({"Pass":"***)"},
+      {R"({"Pass":"never ends"s)", R"({"Pass":"***)"},
+      {R"({"Pass":"no more")", R"({"Pass":"***")"},
+      {R"({"Pass":)", R"({"Pass":***)"},
       {R"({"SessionId":"0123456789"})", R"({"SessionId":"01234567"})"},
       {R"({"SessionId":"short"})", R"({"SessionId":"short"})"},
       {R"([{"SessionId":"0123456789","Pass":"x"},{"Pass":"y"}])",
@@ -66,6 +71,15 @@ TEST_F(TraceFilterTest, CutsTheMembersOfATextWhereverTheyStand) {
       {R"({"Passage":"open"})", R"({"Passage":"open"})"},
   };
   for (const auto& row : kRows) EXPECT_EQ(row.shown, Text(row.text));
+}
+
+TEST_F(TraceFilterTest, LooksAtNothingBehindATextsEnd) {
+  dorn::SetTraceLevel(Trace::kNoSecrets);
+  const std::string_view whole = R"({"Pass":"water"})";
+  std::string storage;
+  EXPECT_EQ(R"({"Pass":***)", dorn::ShownText(whole.substr(0, 8), storage));
+  EXPECT_EQ(R"({"Pass":"***)", dorn::ShownText(whole.substr(0, 9), storage));
+  EXPECT_EQ(R"({"Pass":"***")", dorn::ShownText(whole.substr(0, 15), storage));
 }
 
 }  // namespace
