@@ -14,7 +14,7 @@ constexpr std::string_view kPlain = "\"\\/\b\f\n\r\t";
 constexpr std::string_view kLetters = "\"\\/bfnrt";
 
 void AppendControl(std::string& out, char byte) {
-  char code[8];
+  char code[sizeof "\\u0000"];
   static_cast<void>(std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(byte)));
   out += code;
 }
@@ -38,16 +38,16 @@ int HexDigit(char byte) {
   return -1;
 }
 
+// Of a "\u" with its four digits.
+constexpr std::size_t kCodeLength = 6;
+
 // The number behind a "\u" at the beginning of `text`, or -1.
 long CodeUnit(std::string_view text) {
-  constexpr std::size_t kDigits = 4;
-  if (text.substr(0, 2) != "\\u") return -1;
-  const std::string_view digits = text.substr(2, kDigits);
-  if (digits.size() < kDigits) return -1;
+  if (text.size() < kCodeLength || text.substr(0, 2) != "\\u") return -1;
   long unit = 0;
-  for (const char byte : digits) {
+  for (const char byte : text.substr(2, kCodeLength - 2)) {
     const int digit = HexDigit(byte);
-    if (digit < 0) return -1;
+    if (digit < 0) return digit;
     unit = unit * 16 + digit;
   }
   return unit;
@@ -78,17 +78,16 @@ void AppendUtf8(std::string& out, long code) {
 // Reads the \u escape, or the pair of them, at the beginning of `text`; returns its length, or 0 if
 // it stands for no character.
 std::size_t ReadCode(std::string& out, std::string_view text) {
-  constexpr std::size_t kLength = 6;
   const long unit = CodeUnit(text);
   if (unit < 0 || IsTrail(unit)) return 0;
   if (!IsLead(unit)) {
     AppendUtf8(out, unit);
-    return kLength;
+    return kCodeLength;
   }
-  const long second = CodeUnit(text.substr(kLength));
+  const long second = CodeUnit(text.substr(kCodeLength));
   if (!IsTrail(second)) return 0;
   AppendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (second - 0xDC00));
-  return 2 * kLength;
+  return 2 * kCodeLength;
 }
 
 // The same for any escape. `text` begins with a backslash.

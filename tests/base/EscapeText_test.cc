@@ -45,7 +45,7 @@ TEST(UnescapeTextTest, ReadsTheFirstAndTheLastDigitOfEachKind) {
 
 TEST(UnescapeTextTest, LeavesWhatIsNoEscape) {
   for (const char* text : {"\\", "a\\", "\\x", "\\u", "\\u12", "\\u12g4", "\\u 123", "\\ud83d",
-                           "\\ud83dx", "\\ud83d\\ud83d", "\\ude00", "\\U0041"}) {
+                           "\\ud83dx", "\\ud83dxxde00", "\\ud83d\\ud83d", "\\ude00", "\\U0041"}) {
     EXPECT_EQ(text, Unescaped(text));
   }
 }
