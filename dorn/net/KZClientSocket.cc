@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
 #include "dorn/loop/NextPass.h"
 
@@ -21,8 +22,8 @@ bool IsConnecting(int fd) {
   if (getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) == 0 || errno != ENOTCONN) {
     return false;
   }
-  pollfd state = {fd, POLLOUT, 0};
-  return poll(&state, 1, 0) == 0;
+  pollfd state[] = {{fd, POLLOUT, {}}};
+  return poll(state, std::size(state), 0) == 0;
 }
 
 }  // namespace

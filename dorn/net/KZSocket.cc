@@ -6,9 +6,9 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <cwchar>
+#include <string>
 #include <utility>
 
 #include "dorn/loop/NextPass.h"
@@ -170,15 +170,14 @@ int KZSocket::GetAddrInfo(int flags, int family, int type, const char* addr, int
   hints.ai_flags = flags;
   hints.ai_family = family;
   hints.ai_socktype = type;
-  char service[16];
-  std::snprintf(service, sizeof service, "%d", port);
+  const std::string service = std::to_string(port);
   addrinfo* found = nullptr;
-  int result = getaddrinfo(addr, service, &hints, &found);
+  int result = getaddrinfo(addr, service.c_str(), &hints, &found);
   const bool isNumeric = addr != nullptr && IsNumeric(addr);
   if (result == EAI_NONAME && (flags & AI_ADDRCONFIG) != 0 && (isNumeric || IsThisMachine(addr))) {
     // On a machine (or in a container) with loopback addresses alone, the flag makes these unknown.
     hints.ai_flags = (flags & ~AI_ADDRCONFIG) | (isNumeric ? AI_NUMERICHOST : 0);
-    result = getaddrinfo(addr, service, &hints, &found);
+    result = getaddrinfo(addr, service.c_str(), &hints, &found);
   }
   if (result != 0) {
     // "Error getaddrinfo"
