@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdarg>
@@ -28,7 +29,7 @@ std::int64_t Microseconds(const timeval& time) {
 // The time from the start to `time`; a start after it moves back to it.
 std::uint64_t Elapsed(const timeval& time, std::uint64_t& startUs) {
   const std::int64_t nowUs = Microseconds(time);
-  if (nowUs < static_cast<std::int64_t>(startUs)) startUs = static_cast<std::uint64_t>(nowUs);
+  startUs = static_cast<std::uint64_t>(std::min(nowUs, static_cast<std::int64_t>(startUs)));
   return static_cast<std::uint64_t>(nowUs) - startUs;
 }
 

@@ -55,7 +55,7 @@ std::string_view ShownText(std::string_view text, std::string& storage) {
     const std::size_t sessionId = text.find(kSessionId);
     const std::size_t found = std::min(pass, sessionId);
     if (found == std::string_view::npos) break;
-    const bool isPass = pass < sessionId;
+    const bool isPass = found == pass;
     std::size_t start = found + (isPass ? kPass : kSessionId).size();
     const bool isString = start < text.size() && text[start] == '"';
     if (isString) ++start;
