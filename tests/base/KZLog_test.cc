@@ -330,6 +330,12 @@ TEST_F(KZLogTest, BufferedMessageIsTwoOutputsAndTheSumOfTheirResults) {
   EXPECT_EQ(mLog.LogPrintf(gNow, "text"), -2);
 }
 
+TEST_F(KZLogTest, AMessageWithATimeOfItsOwnTakesArgumentsToo) {
+  mLog.LogStart(100, &mSink);
+  mLog.LogPrintf(AfterStart(1000), "%s=%d %s\n", "a", 12, "b");
+  EXPECT_EQ(mSink.mTexts, (Texts{" 00:00:00.001 ", "a=12 b\n"}));
+}
+
 TEST_F(KZLogTest, BaseStreamAsSinkSwallowsTheMessage) {
   KZStream stream;
   mLog.LogStart(100, &stream);
