@@ -20,6 +20,23 @@
 
 namespace {
 
+// Of the last poll().
+int gPollTimeoutMs = 0;
+
+}  // namespace
+
+// The linker sends the library's calls of poll() here.
+extern "C" {
+int __real_poll(pollfd* entries, nfds_t count, int timeoutMs);
+int __wrap_poll(pollfd* entries, nfds_t count, int timeoutMs);
+int __wrap_poll(pollfd* entries, nfds_t count, int timeoutMs) {
+  gPollTimeoutMs = timeoutMs;
+  return __real_poll(entries, count, timeoutMs);
+}
+}
+
+namespace {
+
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -178,6 +195,16 @@ TEST_F(KZClientSocketTest, AConnectedSocketIsOpenThoughNothingCanBeWritten) {
   client.ReadyToWrite();
   EXPECT_EQ(client.GetFDStatus(), 2);
   EXPECT_THAT(client.mEvents, ElementsAre("open"));
+  client.Close();
+}
+
+TEST_F(KZClientSocketTest, TheLoopDoesNotWaitForAConnectThatIsUnderWay) {
+  const FullListener listener;
+  TestClient client(kLogSize, &mLog, List());
+  client.Open("127.0.0.1", listener.Port(), 3000);
+  gPollTimeoutMs = -1;
+  client.ReadyToWrite();
+  EXPECT_EQ(gPollTimeoutMs, 0);
   client.Close();
 }
 
