@@ -6,6 +6,7 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -87,7 +88,7 @@ void EpollSet::TakeReadable(fd_set* readable) {
     const int fd = events[static_cast<std::size_t>(i)].data.fd;
     if (FD_ISSET(fd, &mMembers)) asked[members++] = {fd, kReadable, 0};
   }
-  bool isTrue = static_cast<int>(members) == (count > 0 ? count : 0);
+  bool isTrue = static_cast<int>(members) == std::max(count, 0);
   const bool isAsked = poll(asked.data(), members, 0) >= 0;
   for (nfds_t i = 0; i < members; ++i) {
     if (!isAsked || (asked[i].revents != 0 && (asked[i].revents & POLLNVAL) == 0)) {

@@ -1,7 +1,9 @@
 #include "tests/loop/SystemCallSpy.h"
 
 #include <dlfcn.h>
+#include <poll.h>
 #include <stdio_ext.h>
+#include <sys/epoll.h>
 
 #include <atomic>
 #include <cerrno>
@@ -15,6 +17,7 @@ namespace {
 std::atomic<SelectSpy*> gSelectSpy{nullptr};
 std::atomic<FailedFcntlSpy*> gFcntlSpy{nullptr};
 std::atomic<ClockSettingSpy*> gClockSpy{nullptr};
+std::atomic<EpollSpy*> gEpollSpy{nullptr};
 
 using Select = int (*)(int, fd_set*, fd_set*, fd_set*, timeval*);
 
@@ -28,6 +31,12 @@ using Fcntl = int (*)(int, int, ...);
 Fcntl RealFcntl() {
   static const auto real = reinterpret_cast<Fcntl>(dlsym(RTLD_NEXT, "fcntl"));
   return real;
+}
+
+// The system's own function of that name.
+template <class Function>
+Function Real(const char* name) {
+  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
 int NoteClockSetting(const timeval& time) {
@@ -58,6 +67,9 @@ FailedFcntlSpy::~FailedFcntlSpy() { gFcntlSpy = nullptr; }
 
 ClockSettingSpy::ClockSettingSpy() { gClockSpy = this; }
 ClockSettingSpy::~ClockSettingSpy() { gClockSpy = nullptr; }
+
+EpollSpy::EpollSpy() { gEpollSpy = this; }
+EpollSpy::~EpollSpy() { gEpollSpy = nullptr; }
 
 extern "C" int select(int limit, fd_set* reads, fd_set* writes, fd_set* exceptions,
                       timeval* timeout) {
@@ -93,4 +105,35 @@ extern "C" int settimeofday(const timeval* time, const struct timezone*) noexcep
 
 extern "C" int clock_settime(clockid_t, const timespec* time) noexcept {
   return NoteClockSetting({time->tv_sec, time->tv_nsec / 1000});
+}
+
+extern "C" int epoll_create1(int flags) noexcept {
+  static const auto real = Real<int (*)(int)>("epoll_create1");
+  EpollSpy* const spy = gEpollSpy;
+  if (spy != nullptr) ++spy->mSetsMade;
+  return real(flags);
+}
+
+extern "C" int epoll_ctl(int set, int operation, int fd, epoll_event* event) noexcept {
+  static const auto real = Real<int (*)(int, int, int, epoll_event*)>("epoll_ctl");
+  EpollSpy* const spy = gEpollSpy;
+  if (spy != nullptr) ++spy->mChanges;
+  return real(set, operation, fd, event);
+}
+
+extern "C" int epoll_wait(int set, epoll_event* events, int count, int timeoutMs) {
+  static const auto real = Real<int (*)(int, epoll_event*, int, int)>("epoll_wait");
+  EpollSpy* const spy = gEpollSpy;
+  if (spy == nullptr) return real(set, events, count, timeoutMs);
+  spy->mWaitsMs.push_back(timeoutMs);
+  if (spy->mWaitError == 0) return real(set, events, count, timeoutMs);
+  errno = spy->mWaitError;
+  return -1;
+}
+
+extern "C" int poll(pollfd* asked, nfds_t count, int timeoutMs) {
+  static const auto real = Real<int (*)(pollfd*, nfds_t, int)>("poll");
+  EpollSpy* const spy = gEpollSpy;
+  if (spy != nullptr) spy->mWaitsMs.push_back(timeoutMs);
+  return real(asked, count, timeoutMs);
 }

@@ -1,6 +1,6 @@
-// Looks at, and replaces, system calls of the loop: the test program defines select(), fcntl() and
-// settimeofday() itself. Without a spy, select() is the real one; the clock of the machine is
-// never set.
+// Looks at, and replaces, system calls of the loop: the test program defines select(), fcntl(),
+// settimeofday() and those of epoll itself. Without a spy they are the real ones; but the clock of
+// the machine is never set.
 #ifndef TESTS_LOOP_SYSTEMCALLSPY_H_
 #define TESTS_LOOP_SYSTEMCALLSPY_H_
 
@@ -47,6 +47,21 @@ class FailedFcntlSpy {
   FailedFcntlSpy& operator=(const FailedFcntlSpy&) = delete;
 
   const std::function<void(int fd)> mOnFailure;
+};
+
+// While one lives, what is asked of epoll sets is noted, and what poll() is asked. At most one at a
+// time.
+class EpollSpy {
+ public:
+  EpollSpy();
+  ~EpollSpy();
+  EpollSpy(const EpollSpy&) = delete;
+  EpollSpy& operator=(const EpollSpy&) = delete;
+
+  int mSetsMade = 0;
+  int mChanges = 0;           // Of members: added, or taken out.
+  std::vector<int> mWaitsMs;  // How long each epoll_wait() and each poll() were to wait.
+  int mWaitError = 0;         // What epoll_wait() fails with, without being made; 0: it is made.
 };
 
 // While one lives, settimeofday() notes the time and gives a result.
