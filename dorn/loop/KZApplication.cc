@@ -3,6 +3,7 @@
 #include <sys/select.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -124,6 +125,11 @@ timeval ToTimeval(std::uint64_t milliseconds) {
   return time;
 }
 
+// The wait for what comes first; 0: for ever.
+std::uint64_t Sooner(std::uint64_t waitMs, std::uint64_t limitMs) {
+  return waitMs == 0 ? limitMs : std::min(waitMs, limitMs);
+}
+
 // How many timers fire in one pass before steps no longer wrap.
 constexpr std::size_t kMaxBurst = 100000;
 
@@ -218,8 +224,8 @@ void KZApplication::RunPass() {
   fd_set writes;
   const std::uint64_t refreshMs = mFdList.mState->mSettled.RefreshIfDue();
   const bool isBuffered = mFdList.Prepare(&reads, &writes) == 0;
-  if (isBuffered && (waitMs == 0 || waitMs > kBufferedWaitMs)) waitMs = kBufferedWaitMs;
-  if (refreshMs != 0 && (waitMs == 0 || waitMs > refreshMs)) waitMs = refreshMs;
+  if (isBuffered) waitMs = Sooner(waitMs, kBufferedWaitMs);
+  if (refreshMs != 0) waitMs = Sooner(waitMs, refreshMs);
   // From here on a wish to wake up is a byte in the pipe.
   const bool isWoken = mFdList.IsWoken();
   timeval timeout = isWoken ? timeval{} : ToTimeval(waitMs);

@@ -150,7 +150,7 @@ void KZFdDataList::WriteWakeUp() const {
   const int fd = LoadShared(mPipeFd);
   // When the pipe is full the loop is woken anyway. A byte that is lost for any other reason would
   // leave requests waiting for the next one.
-  if (write(fd, "!", 1) >= 0 || errno == EAGAIN) return;
+  if (write(fd, "!", 1) == 1 || errno == EAGAIN) return;
   [[maybe_unused]] const ssize_t ignored = write(fd, "!", 1);
 }
 

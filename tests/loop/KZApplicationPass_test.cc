@@ -1,4 +1,5 @@
 // Tests of one pass of the loop: its wait, what it serves, and what a failing select() does.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
@@ -422,6 +423,22 @@ TEST_F(KZApplicationPassTest, ADescriptorClosedUnderTheLoopStopsNoOtherRecord) {
   EXPECT_THAT(alive.TakeEvents(), ElementsAre("receive"));
 }
 
+// What select was not given cannot be what it fails for.
+TEST_F(KZApplicationPassTest, AClosedDescriptorThatIsNotWatchedRemovesNoRecord) {
+  TestPipe dead;
+  TestRecord victim(2, dead.ReadEnd(), 5);
+  TestRecord notYet(2, dead.WriteEnd(), 6);
+  TestRecord tooHigh(2, FD_SETSIZE, 7);
+  notYet.SetFDStatus(KZFdData::kStatusInitial);
+  for (TestRecord* record : {&victim, &notYet, &tooHigh}) mApp.mFdList.push_back(record);
+  dead.CloseReadEnd();
+  dead.CloseWriteEnd();
+  mApp.RunPass();
+  EXPECT_FALSE(IsLinked(mApp, &victim));
+  EXPECT_TRUE(IsLinked(mApp, &notYet));
+  EXPECT_TRUE(IsLinked(mApp, &tooHigh));
+}
+
 TEST_F(KZApplicationPassTest, ARecordWhoseDescriptor0WasClosedIsRemoved) {
   TestRecord victim(2, 0, 5);
   mApp.mFdList.push_back(&victim);
@@ -517,6 +534,13 @@ TEST_F(KZApplicationPassTest, AWakeUpPipeClosedUnderTheLoopIsReplaced) {
   const int writeEnd = mApp.mFdList.mPipeFd;
   close(readEnd);
   mApp.RunPass();  // Finds it closed.
+  const int newReadEnd = mApp.mFdList.front()->GetFD();
+  EXPECT_NE(fcntl(newReadEnd, F_GETFD), -1);
+  EXPECT_NE(mApp.mFdList.mPipeFd, writeEnd);
+  mApp.WakeUp();
+  int waiting = 0;
+  ioctl(newReadEnd, FIONREAD, &waiting);
+  EXPECT_EQ(waiting, 1);
   TestRecord added(2, mPipe.ReadEnd(), 7);
   mApp.AddEventFd(&added);
   mApp.RunPass();

@@ -80,6 +80,25 @@ TEST_F(KZFdDataListApplyTest, ARecordThatWasUnlinkedOrNeverLinkedIsDestroyedWith
   EXPECT_THAT(mDestroyed, ElementsAre("unlinked destroyed", "pending destroyed"));
 }
 
+// Whoever has the lock of another one, which is not marked, is not waited for.
+TEST_F(KZFdDataListApplyTest, OnlyTheLocksOfMarkedRecordsAreTaken) {
+  const HangGuard guard;
+  const std::unique_ptr<TestRecord> linked(Make("linked", 900, 1, false));
+  const std::unique_ptr<TestRecord> pending(Make("pending", 901, 2, false));
+  TestRecord* const removed = Make("removed", 902, 3, true);
+  mList.push_back(linked.get());
+  mList.push_back(removed);
+  mList.Add(pending.get());
+  mList.Remove(removed);
+  linked->mSemData.Lock();
+  pending->mSemData.Lock();
+  Apply();
+  linked->mSemData.Unlock();
+  pending->mSemData.Unlock();
+  EXPECT_THAT(mDestroyed, ElementsAre("removed destroyed"));
+  EXPECT_EQ(mList.Count(pending.get()), 1);
+}
+
 TEST_F(KZFdDataListApplyTest, PendingRecordsAreLinkedInRequestOrder) {
   TestRecord a(2, 900, 1);
   TestRecord b(2, 901, 2);

@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "dorn/loop/KZFdData.h"
+#include "tests/loop/SystemCallSpy.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Deadline.h"
 #include "tests/support/MemberOrder.h"
@@ -102,6 +104,18 @@ TEST(KZFdDataListTest, ExitsWithAMessageWhenThePipeCannotBeCreated) {
   EXPECT_EQ(child.mOutput, "エラー！通知用パイプがオープンできませんでした。");
 }
 
+// Whatever they do then: the text is out.
+TEST(KZFdDataListTest, TheMessageIsOutBeforeTheExitHandlersOfTheHostRun) {
+  const ChildResult child = RunChild([] {
+    AllowDescriptorsBelow(3);
+    std::atexit([] { _exit(4); });
+    new KZFdDataList;
+    return 0;
+  });
+  EXPECT_EQ(child.mExitCode, 4);
+  EXPECT_EQ(child.mOutput, "エラー！通知用パイプがオープンできませんでした。");
+}
+
 TEST(KZFdDataListTest, ThePipeTakesNoStandardDescriptor) {
   const ChildResult child = RunChild([] {
     close(0);
@@ -184,6 +198,25 @@ TEST(KZFdDataListTest, WakeUpWritesOneExclamationMark) {
   TestList list;
   list.WakeUp();
   EXPECT_EQ(DrainPipe(list), "!");
+}
+
+TEST(KZFdDataListTest, AWakeUpThatIsLostIsWrittenOnceMore) {
+  for (const std::vector<int>& errors : {std::vector<int>{EINTR}, {EINTR, EINTR}}) {
+    TestList list;
+    {
+      const FailedWriteSpy spy(errors);
+      list.WakeUp();
+      EXPECT_EQ(spy.mCalls, 2u);
+    }
+    EXPECT_EQ(DrainPipe(list), errors.size() == 1 ? "!" : "");
+  }
+}
+
+TEST(KZFdDataListTest, AWakeUpThatAFullPipeRefusesIsNotWrittenAgain) {
+  TestList list;
+  const FailedWriteSpy spy({EAGAIN});
+  list.WakeUp();
+  EXPECT_EQ(spy.mCalls, 1u);
 }
 
 TEST(KZFdDataListTest, SeventyThousandWakeUpsDoNotBlock) {

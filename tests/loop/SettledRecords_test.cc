@@ -167,6 +167,16 @@ TEST_F(SettledRecordsTest, ReadyOnesComeInTheOrderOfTheList) {
   EXPECT_EQ(mRecords[1]->IsSelect(), 0);
 }
 
+// The list is as long as before then, and ends with the same one.
+TEST_F(SettledRecordsTest, TheLastOneStaysWatchedWhenItIsAddedAgain) {
+  mRecords.back()->AddEvent();
+  Apply(mList);
+  const Pass pass(mList);
+  EXPECT_EQ(pass.mResult, kFds + 1);
+  EXPECT_TRUE(pass.Reads(kFirstFd + kFds - 1));
+  EXPECT_EQ(Ready(mList, {kFirstFd + kFds - 1}), FdDataList{mRecords.back().get()});
+}
+
 TEST_F(SettledRecordsTest, ADestroyedOneIsForgotten) {
   mRecords.erase(mRecords.begin() + 2);
   EXPECT_EQ(Ready(mList, {kFirstFd + 2, kFirstFd + 3}), FdDataList{mRecords[2].get()});

@@ -4,6 +4,8 @@
 #include <poll.h>
 #include <stdio_ext.h>
 #include <sys/epoll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -18,6 +20,9 @@ std::atomic<SelectSpy*> gSelectSpy{nullptr};
 std::atomic<FailedFcntlSpy*> gFcntlSpy{nullptr};
 std::atomic<ClockSettingSpy*> gClockSpy{nullptr};
 std::atomic<EpollSpy*> gEpollSpy{nullptr};
+std::atomic<StillClockSpy*> gStillClockSpy{nullptr};
+std::atomic<SleepSpy*> gSleepSpy{nullptr};
+std::atomic<FailedWriteSpy*> gFailedWriteSpy{nullptr};
 
 using Select = int (*)(int, fd_set*, fd_set*, fd_set*, timeval*);
 
@@ -70,6 +75,17 @@ ClockSettingSpy::~ClockSettingSpy() { gClockSpy = nullptr; }
 
 EpollSpy::EpollSpy() { gEpollSpy = this; }
 EpollSpy::~EpollSpy() { gEpollSpy = nullptr; }
+
+StillClockSpy::StillClockSpy() { gStillClockSpy = this; }
+StillClockSpy::~StillClockSpy() { gStillClockSpy = nullptr; }
+
+SleepSpy::SleepSpy() { gSleepSpy = this; }
+SleepSpy::~SleepSpy() { gSleepSpy = nullptr; }
+
+FailedWriteSpy::FailedWriteSpy(std::vector<int> errors) : mErrors(std::move(errors)) {
+  gFailedWriteSpy = this;
+}
+FailedWriteSpy::~FailedWriteSpy() { gFailedWriteSpy = nullptr; }
 
 extern "C" int select(int limit, fd_set* reads, fd_set* writes, fd_set* exceptions,
                       timeval* timeout) {
@@ -136,4 +152,34 @@ extern "C" int poll(pollfd* asked, nfds_t count, int timeoutMs) {
   EpollSpy* const spy = gEpollSpy;
   if (spy != nullptr) spy->mWaitsMs.push_back(timeoutMs);
   return real(asked, count, timeoutMs);
+}
+
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+  const StillClockSpy* const spy = gStillClockSpy;
+  const bool isOfMachine = clock == CLOCK_MONOTONIC || clock == CLOCK_MONOTONIC_COARSE;
+  // May be called before anything can be looked up.
+  if (spy == nullptr || !isOfMachine) {
+    return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+  }
+  time->tv_sec = static_cast<time_t>(spy->mUs / 1000000);
+  time->tv_nsec = static_cast<long>(spy->mUs % 1000000 * 1000);
+  return 0;
+}
+
+extern "C" int usleep(useconds_t us) {
+  SleepSpy* const spy = gSleepSpy;
+  if (spy != nullptr) {
+    spy->mSleepsUs.push_back(us);
+    return 0;
+  }
+  timespec left = {static_cast<time_t>(us / 1000000), static_cast<long>(us % 1000000) * 1000};
+  return nanosleep(&left, nullptr);
+}
+
+extern "C" ssize_t write(int fd, const void* bytes, std::size_t count) {
+  static const auto real = Real<ssize_t (*)(int, const void*, std::size_t)>("write");
+  FailedWriteSpy* const spy = gFailedWriteSpy;
+  if (spy == nullptr || ++spy->mCalls > spy->mErrors.size()) return real(fd, bytes, count);
+  errno = spy->mErrors[spy->mCalls - 1];
+  return -1;
 }

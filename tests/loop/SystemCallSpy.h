@@ -1,12 +1,14 @@
 // Looks at, and replaces, system calls of the loop: the test program defines select(), fcntl(),
-// settimeofday() and those of epoll itself. Without a spy they are the real ones; but the clock of
-// the machine is never set.
+// write(), usleep(), those of epoll and those for clocks itself. Without a spy they are the real
+// ones; but the clock of the machine is never set.
 #ifndef TESTS_LOOP_SYSTEMCALLSPY_H_
 #define TESTS_LOOP_SYSTEMCALLSPY_H_
 
 #include <sys/select.h>
 #include <sys/time.h>
 
+#include <atomic>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -62,6 +64,44 @@ class EpollSpy {
   int mChanges = 0;           // Of members: added, or taken out.
   std::vector<int> mWaitsMs;  // How long each epoll_wait() and each poll() were to wait.
   int mWaitError = 0;         // What epoll_wait() fails with, without being made; 0: it is made.
+};
+
+// While one lives, the clocks that count from the start of the machine stand still until a test
+// moves them. Not to be used beside anything that waits by such a clock. At most one at a time.
+class StillClockSpy {
+ public:
+  StillClockSpy();
+  ~StillClockSpy();
+  StillClockSpy(const StillClockSpy&) = delete;
+  StillClockSpy& operator=(const StillClockSpy&) = delete;
+
+  void AdvanceUs(long long us) { mUs += us; }
+
+  std::atomic<long long> mUs{1234567899};
+};
+
+// While one lives, usleep() only notes for how long it was to be. At most one at a time.
+class SleepSpy {
+ public:
+  SleepSpy();
+  ~SleepSpy();
+  SleepSpy(const SleepSpy&) = delete;
+  SleepSpy& operator=(const SleepSpy&) = delete;
+
+  std::vector<unsigned> mSleepsUs;
+};
+
+// While one lives, write() fails with these errors, the first one first, and then is the real one.
+// At most one at a time.
+class FailedWriteSpy {
+ public:
+  explicit FailedWriteSpy(std::vector<int> errors);
+  ~FailedWriteSpy();
+  FailedWriteSpy(const FailedWriteSpy&) = delete;
+  FailedWriteSpy& operator=(const FailedWriteSpy&) = delete;
+
+  const std::vector<int> mErrors;
+  std::size_t mCalls = 0;
 };
 
 // While one lives, settimeofday() notes the time and gives a result.
