@@ -48,7 +48,7 @@ void Store(const Words& words, fd_set* set) { std::memcpy(set, words.data(), siz
 
 template <class Combine>
 Words Combined(Words a, const Words& b, Combine combine) {
-  for (std::size_t word = 0; word < kWords; ++word) a[word] = combine(a[word], b[word]);
+  std::transform(a.begin(), a.end(), b.begin(), a.begin(), combine);
   return a;
 }
 

@@ -271,6 +271,19 @@ TEST_F(SettledMembersTest, WhatCannotBeAMemberIsTriedOnce) {
   for (const int file : files) close(file);
 }
 
+TEST_F(SettledMembersTest, WhatWasRefusedIsTriedAnewWhenAllAreForgotten) {
+  std::vector<int> files;
+  for (int i = 0; i < 5; ++i) files.push_back(open("/proc/self/exe", O_RDONLY | O_CLOEXEC));
+  for (const int file : files) Settle(file);
+  EXPECT_EQ(Watched(), files);
+  mSettled.ForgetAll();
+  for (int i = 0; i < 5; ++i) ASSERT_TRUE(mSettled.Settle(&At(i)));
+  const EpollSpy spy;
+  EXPECT_EQ(Watched(), files);
+  EXPECT_EQ(spy.mChanges, 5);
+  for (const int file : files) close(file);
+}
+
 // --- What select found ---
 
 TEST_F(SettledMembersTest, TheOneDescriptorIsReplacedByTheMembersThatCanBeRead) {
