@@ -1,5 +1,5 @@
-// Control over the allocation of receive buffers: the test program replaces the array form of
-// nothrow operator new.
+// Control over the allocation of receive buffers, and a count of all: the test program replaces
+// operator new.
 #ifndef TESTS_LOOP_BUFFERALLOCATION_H_
 #define TESTS_LOOP_BUFFERALLOCATION_H_
 
@@ -21,6 +21,16 @@ class BufferAllocation {
     ~FillNew();
     FillNew(const FillNew&) = delete;
     FillNew& operator=(const FillNew&) = delete;
+  };
+
+  // What this program has allocated since it was made.
+  class CountNew {
+   public:
+    CountNew();
+    long Count() const;
+
+   private:
+    long mBefore;
   };
 };
 

@@ -12,6 +12,7 @@
 #include <type_traits>
 
 #include "dorn/base/Clock.h"
+#include "dorn/loop/RestartTimer.h"
 #include "tests/loop/SystemCallSpy.h"
 #include "tests/support/CapturedStdout.h"
 #include "tests/support/ChildProcess.h"
@@ -130,6 +131,43 @@ TEST(KZApplicationTest, RegisteringATimerWakesTheLoop) {
   app.SetApplicationTimerInterval(1000, 1);
   app.SetApplicationSingleTimerInterval(1000, 1);
   EXPECT_EQ(PendingWakeUps(app), 3);
+}
+
+TEST(KZApplicationTest, RestartingATimerWakesTheLoop) {
+  TestApplication app;
+  dorn::RestartSingleTimer(app, 1000, 1);
+  EXPECT_EQ(PendingWakeUps(app), 1);
+}
+
+// Its deadlines are read again before it waits.
+TEST(KZApplicationTest, ATimerOfADescriptorCallbackWakesNoLoop) {
+  const FakeClock clock;
+  for (const bool isRestarted : {false, true}) {
+    TestApplication app;
+    const TestPipe pipe;
+    TestRecord record(2, pipe.ReadEnd(), 5);
+    record.CreateBuffer(10);
+    record.mOnReceive = [&] {
+      record.Take(10);
+      if (isRestarted) {
+        dorn::RestartSingleTimer(app, 1000, 1);
+      } else {
+        app.SetApplicationSingleTimerInterval(1000, 1);
+      }
+    };
+    app.mFdList.push_back(&record);
+    pipe.Write("x");
+    app.RunPass();
+    SelectSpy spy;
+    spy.mReplacement = [](fd_set* reads, fd_set* writes) {
+      FD_ZERO(reads);
+      FD_ZERO(writes);
+      return 0;
+    };
+    app.RunPass();
+    EXPECT_EQ(spy.LastWaitMs(), 1000) << isRestarted;
+    app.mFdList.remove(&record);
+  }
 }
 
 TEST(KZApplicationTest, ATimerRegisteredByATimerCallbackWakesTheLoop) {

@@ -15,6 +15,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "dorn/loop/RecordState.h"
 #include "tests/loop/BufferAllocation.h"
 #include "tests/support/Deadline.h"
 #include "tests/support/MemberOrder.h"
@@ -161,6 +162,16 @@ TEST(KZFdDataTest, SetFDWithANegativeDescriptorMarksItGone) {
   EXPECT_EQ(record.GetFDStatus(), 3);
 }
 
+TEST(KZFdDataTest, EachNewDescriptorIsCountedAlsoWithTheSameNumber) {
+  KZFdData record(2, 5, 6, nullptr);
+  const auto& count = dorn::RecordState::Of(record).mDescriptors;
+  const unsigned int before = count;
+  record.SetFD(5);
+  EXPECT_EQ(count - before, 1u);
+  record.SetFD(-1);
+  EXPECT_EQ(count - before, 2u);
+}
+
 TEST(KZFdDataTest, SetFDStatusReturnsThePreviousStatus) {
   KZFdData record(2, 5, 6, nullptr);
   EXPECT_EQ(record.SetFDStatus(4), 1);
@@ -234,6 +245,37 @@ TEST(KZFdDataTest, CreateBufferWithZeroOnAFreshRecordMakesNoBuffer) {
   EXPECT_TRUE(record.CreateBuffer(0));
   EXPECT_EQ(record.mBufferSize, 0);
   EXPECT_EQ(record.mDataBuffer, nullptr);
+}
+
+TEST(KZFdDataTest, ABufferOfOneByteHoldsOne) {
+  TestRecord record(nullptr);
+  Fill(record, 1, "");
+  char bytes[] = "ab";
+  EXPECT_TRUE(record.SetDataToBuffer(bytes, 1));
+  EXPECT_FALSE(record.SetDataToBuffer(bytes + 1, 1));
+  EXPECT_EQ(record.Take(1), "a");
+  EXPECT_EQ(record.Take(1), "");
+}
+
+TEST(KZFdDataTest, ABufferThatIsReplacedIsFreedBefore) {
+  TestRecord record(nullptr);
+  constexpr int kKept = 0x80000;
+  Fill(record, kKept, "secret");
+  const char* const first = record.mDataBuffer;
+  Fill(record, kKept, "");
+  EXPECT_EQ(record.mDataBuffer, first);
+  EXPECT_EQ(std::string(record.mDataBuffer, 6), std::string(6, '\0'));
+}
+
+// As a host may have it: 0 stands for no buffer.
+TEST(KZFdDataTest, ABufferWithoutACapacityDropsWhatItIsGiven) {
+  TestRecord record(nullptr);
+  Fill(record, 10, "");
+  record.mBufferSize = 0;
+  char bytes[] = "abc";
+  EXPECT_TRUE(record.SetDataToBuffer(bytes, 3));
+  EXPECT_EQ(record.GetDataLength(), 0);
+  EXPECT_EQ(record.CheckBuffer(1), 1);
 }
 
 TEST(KZFdDataTest, CreateBufferDoesNotInitialiseTheBuffer) {
@@ -404,6 +446,7 @@ TEST(KZFdDataTest, CheckBufferCountsFewerThan1500FreeBytesAsNearlyFull) {
       {"full", 2000, 2000, 0},
       {"smaller than one read, empty", 1499, 0, 0},
       {"as large as one read, empty", kRoomForOneRead, 0, 1},
+      {"of one byte, empty", 1, 0, 0},
   };
   for (const auto& row : rows) {
     TestRecord record(nullptr);

@@ -84,6 +84,16 @@ TEST_F(KZTimerTest, CopyingTimerDataCopiesAllFields) {
   }
 }
 
+TEST_F(KZTimerTest, TimerDataMayBeAssignedToItself) {
+  mApp.SetTimerData(100, 7, "panel", 1);
+  KZTimerData& timer = mApp.mTimerList.front();
+  const KZTimerData& same = timer;
+  timer = same;
+  EXPECT_EQ(timer.mId, 7u);
+  EXPECT_STREQ(timer.mName, "panel");
+  EXPECT_TRUE(mApp.HasTimer(7));
+}
+
 // --- Registering ---
 
 TEST_F(KZTimerTest, APeriodicTimerKeepsItsIntervalAndIsDueThen) {

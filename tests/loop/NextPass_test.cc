@@ -120,6 +120,15 @@ TEST_F(NextPassTest, ACallMayDestroyAnyRecordThatWaitsAndItsOwn) {
   EXPECT_THAT(TakeCalled(), ElementsAre(1, 3));
 }
 
+// For a moment there is nothing at all.
+TEST_F(NextPassTest, WithoutARequestNothingIsCalled) {
+  EXPECT_FALSE(Run());
+  mFirst->Request();
+  dorn::NextPass::Forget(mFirst.get());
+  EXPECT_FALSE(Run());
+  EXPECT_THAT(TakeCalled(), IsEmpty());
+}
+
 TEST_F(NextPassTest, EachThreadHasItsOwn) {
   mFirst->Request();
   std::thread([this] {

@@ -331,6 +331,16 @@ TEST_F(SettledLoopTest, NothingOfAClosedOneIsHeardAnyMore) {
   close(held);
 }
 
+TEST_F(SettledLoopTest, TheOthersKeepTheirSetWhenOneIsRemoved) {
+  Make(10);
+  const EpollSpy spy;
+  At(1).RemoveEvent();
+  for (int i = 0; i < 3; ++i) Pass();
+  EXPECT_EQ(spy.mChanges, 1);
+  EXPECT_EQ(spy.mSetsMade, 0);
+  EXPECT_EQ(CountWatched(), 2);
+}
+
 TEST_F(SettledLoopTest, NothingOfARemovedOneIsHeardAnyMore) {
   Make(kMembers);
   At(1).RemoveEvent();

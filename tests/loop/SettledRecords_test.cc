@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -205,6 +206,17 @@ TEST_F(SettledRecordsTest, OneThatIsTakenOutByHandIsForgotten) {
   EXPECT_TRUE(pass.Reads(kFirstFd + 3));
   mList.push_back(mRecords[2].get());
   EXPECT_TRUE(Pass(mList).Reads(kFirstFd + 2));
+}
+
+TEST_F(SettledRecordsTest, OneThatIsPutByHandWhereOneWasDestroyedIsSeen) {
+  mRecords.erase(mRecords.begin() + 2);
+  KZFdData other(KZFdData::kTypeListener, kFirstFd + 50, 1, &mList);
+  mList.insert(std::next(mList.begin()), &other);
+  const Pass pass(mList);
+  EXPECT_EQ(pass.mResult, kFds + 1);
+  EXPECT_TRUE(pass.Reads(kFirstFd + 50));
+  EXPECT_FALSE(pass.Reads(kFirstFd + 2));
+  mList.remove(&other);
 }
 
 TEST_F(SettledRecordsTest, OneThatTakesAnothersPlaceByHandIsSeen) {
