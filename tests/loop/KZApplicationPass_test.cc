@@ -528,6 +528,25 @@ TEST_F(KZApplicationPassTest, ARecordThatGotAnotherDescriptorBeforeItsOldOneWasC
   EXPECT_THAT(record.TakeEvents(), ElementsAre("receive"));
 }
 
+TEST_F(KZApplicationPassTest, AClosedDescriptorIsARequestUntilItIsApplied) {
+  TestPipe dead;
+  TestRecord first(2, dead.ReadEnd(), 5);
+  TestRecord second(2, dead.WriteEnd(), 6);
+  mApp.mFdList.push_back(&first);
+  mApp.mFdList.push_back(&second);
+  dead.CloseReadEnd();
+  dead.CloseWriteEnd();
+  std::vector<int> requests;
+  {
+    const FailedFcntlSpy spy(
+        [&](int) { requests.push_back(static_cast<int>(mApp.mFdList.mRequest)); });
+    mApp.RunPass();
+  }
+  EXPECT_THAT(requests, ElementsAre(0, 1));
+  EXPECT_EQ(mApp.mFdList.mRequest, 0);
+  EXPECT_EQ(mApp.mFdList.size(), 1u);
+}
+
 TEST_F(KZApplicationPassTest, AWakeUpPipeClosedUnderTheLoopIsReplaced) {
   const int lower = dup(mPipe.ReadEnd());
   TestApplication app;

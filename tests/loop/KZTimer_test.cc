@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "dorn/loop/KZApplication.h"
+#include "dorn/loop/RestartTimer.h"
 #include "tests/support/Deadline.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/MemberOrder.h"
@@ -197,6 +198,15 @@ TEST_F(KZTimerTest, EachFormCancelsWithAnIntervalOfZero) {
   mApp.SetTimerData(0, 1, "any", 1);
   mApp.SetApplicationSingleTimerInterval(0, 2);
   EXPECT_THAT(ListedIds(), ElementsAre(3));
+}
+
+TEST_F(KZTimerTest, RestartingWithAnIntervalOfZeroOnlyCancels) {
+  mApp.SetTimerData(100, 1, "panel", 1);
+  mApp.SetTimerData(100, 2, "", 0);
+  dorn::RestartSingleTimer(mApp, 0, 1);
+  EXPECT_THAT(ListedIds(), ElementsAre(2));
+  dorn::RestartSingleTimer(mApp, 1, 2);
+  EXPECT_THAT(ListedTimes(), ElementsAre(1));
 }
 
 // The list is public, and what is written over a timer of it counts.

@@ -15,6 +15,7 @@
 #include "dorn/loop/KZApplication.h"
 #include "dorn/loop/KZFdDataList.h"
 #include "tests/support/CapturedStdout.h"
+#include "tests/support/TestApplication.h"
 
 namespace {
 
@@ -85,7 +86,7 @@ class SettledRecordsTest : public testing::Test {
     Pass settling(mList);
   }
 
-  KZFdDataList mList;
+  TestList mList;
   std::vector<std::unique_ptr<Settling>> mRecords;
 };
 
@@ -237,7 +238,7 @@ TEST_F(SettledRecordsTest, TwoOnOneDescriptorAreBothServed) {
 }
 
 TEST(SettledRecordsLifeTest, ARecordOutlivesItsList) {
-  auto list = std::make_unique<KZFdDataList>();
+  auto list = std::make_unique<TestList>();
   Settling record(kFirstFd, kFirstId, list.get());
   record.AddEvent();
   Apply(*list);
@@ -343,7 +344,7 @@ class TwinLists {
 
  private:
   struct Side {
-    KZFdDataList mList;
+    TestList mList;
     std::vector<std::unique_ptr<KZFdData>> mRecords{kFds};
   };
 

@@ -186,6 +186,28 @@ TEST_F(TimerIndexTest, AMovedTimerGoesAheadOfOneThatIsDueThenByNow) {
   EXPECT_THAT(Ids(), ElementsAre(2, 3, 1, 4));
 }
 
+// One look at the list is enough for the others.
+TEST_F(TimerIndexTest, AfterAPlaceThatDoesNotFitTheIndexKnowsTheTimesOfAll) {
+  Fill(50);
+  for (KZTimerData& timer : mList) timer.mTime += 1000;
+  mIndex.Insert(Timer(1255, 1000));
+  EXPECT_EQ(At(25).mId, 1000u);
+  const BufferAllocation::CountNew news;
+  mIndex.RestartSingle(1345, 20);
+  EXPECT_EQ(news.Count(), 0);
+  EXPECT_EQ(At(34).mId, 20u);
+}
+
+TEST_F(TimerIndexTest, WhatWasTakenAwayIsUnknownOnceAllAreErased) {
+  Fill(1);
+  KZTimerList taken;
+  taken.swap(mList);
+  mIndex.Clear();
+  mList.push_back(Timer(10, 5));
+  EXPECT_TRUE(mIndex.HasId(5));
+  EXPECT_FALSE(mIndex.HasId(1));
+}
+
 TEST_F(TimerIndexTest, ATimerOfAnotherListMayBeTakenOver) {
   KZTimerList otherList;
   dorn::TimerIndex other(otherList);
