@@ -491,6 +491,27 @@ TEST(JsonParserDeathTest, KeyedAccessToAScalarRootOrElementEndsTheProcess) {
               testing::HasSubstr(": Assertion `is<object>()' failed.\n"));
 }
 
+TEST(JsonParserDeathTest, AWalkOverTheMembersOfANonObjectEndsTheProcess) {
+  const auto isCheck = testing::HasSubstr(": Assertion `IsObject()' failed.\n");
+  for (const char* text : {"[1]", "5", "\"x\"", "null"}) {
+    Document document(text);
+    EXPECT_EXIT(static_cast<void>(document->MapBegin()), testing::KilledBySignal(SIGABRT), isCheck)
+        << text;
+  }
+  JsonParser none;
+  EXPECT_EXIT(static_cast<void>(none.MapBegin()), testing::KilledBySignal(SIGABRT), isCheck);
+
+  Document document("{\"list\":[1,2]}");
+  auto member = document->MapBegin();
+  const auto& list = document->GetArray("list");
+  auto element = document->Begin(list);
+  ASSERT_TRUE(document->Next(list, element));
+  KZString key;
+  EXPECT_EXIT(static_cast<void>(document->MapNext(member, key)), testing::KilledBySignal(SIGABRT),
+              isCheck)
+      << "the cursor has left the object";
+}
+
 // Small objects are searched differently from large ones.
 TEST(JsonParserTest, FindsMembersOfObjectsOfAnySize) {
   for (int count = 1; count <= 20; ++count) {

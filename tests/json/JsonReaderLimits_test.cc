@@ -57,6 +57,15 @@ TEST(JsonReaderLimitsTest, NestsAtLeastToThePromisedDepth) {
   }));
 }
 
+TEST(JsonReaderLimitsTest, OneDeeperThanPromisedIsAnErrorAtItsBracket) {
+  EXPECT_EQ(ErrorOf(Repeat("[", kPromisedDepth) + "[1]"), "syntax error at line 1 near: [1]");
+  EXPECT_EQ(ErrorOf(Repeat("[", kPromisedDepth) + "{}"), "syntax error at line 1 near: {}");
+  EXPECT_EQ(ErrorOf(Repeat("{\"\":", kPromisedDepth) + "{}"), "syntax error at line 1 near: {}");
+  EXPECT_EQ(ErrorOf(Repeat("{\"\":", kPromisedDepth) + "[]"), "syntax error at line 1 near: []");
+  EXPECT_NE(ErrorOf(Arrays(kPromisedDepth + 1)), "");
+  EXPECT_NE(ErrorOf(Objects(kPromisedDepth + 1)), "");
+}
+
 TEST(JsonReaderLimitsTest, ATextOfBracketsIsAnOrdinarySyntaxError) {
   ASSERT_TRUE(RunOnSmallStack([] {
     const std::string brackets = ErrorOf(Repeat("[", kReceiveBuffer));

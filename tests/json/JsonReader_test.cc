@@ -372,6 +372,8 @@ TEST(JsonReaderTest, RefusesBrokenCodePoints) {
       {R"("\u 123")", 1, " 123\""},
       {R"("\u-001")", 1, "-001\""},
       {R"("\uDC00")", 1, "\""},
+      {R"("\uDC00\uDC00")", 1, "\\uDC00\""},
+      {R"("\uDFFF\uDC00")", 1, "\\uDC00\""},
       {R"("\uDFFFx")", 1, "x\""},
       {R"("\uD83D")", 1, "\""},
       {R"("\uD83Dx")", 1, "x\""},

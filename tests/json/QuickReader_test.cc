@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include "tests/json/CountedAllocations.h"
+
 namespace {
 
 TEST(QuickReaderTest, TakesWhatIsUsual) {
@@ -38,11 +40,47 @@ TEST(QuickReaderTest, TakesWhatIsNoDeeperThanTheOtherReaderDoes) {
 
 TEST(QuickReaderTest, GivesUpAtWhatIsBroken) {
   for (const std::string text :
-       {"", "{", "[", "[1", "{\"a\"", "{\"a\":", "{\"a\":1", "{\"a\" 1}", "{a:1}", "[1 2]", "[1}",
-        "{\"a\":1]", "[nul]", "[tru]", "[+1]", "\"x\"", "1"}) {
+       {"", "{", "[", "[1", "{\"a\"", "{\"a\":", "{\"a\":1", "{\"a\" 1}", "{a:1}", "{xax:1}",
+        "[1 2]", "[1}", "{\"a\":1]", "[nul]", "[tru]", "[+1]", "\"x\"", "1"}) {
     value out;
     EXPECT_EQ(nullptr, dorn::ReadQuickly(out, text.data(), text.data() + text.size())) << text;
   }
+}
+
+// The document is not made a second time by the other reader.
+TEST(QuickReaderTest, WhatIsUsualIsReadOnceInAll) {
+  for (const std::string text :
+       {"[]", "{}", "[1,2]", "{\"a\":[true,{\"b\":\"a text that needs memory of its own\"}]}"}) {
+    const char* const last = text.data() + text.size();
+    value quick;
+    value whole;
+    const auto once = AllocationsOf([&] { dorn::ReadQuickly(quick, text.data(), last); });
+    const auto all = AllocationsOf([&] { value::parse(whole, text.data(), last, nullptr); });
+    EXPECT_GT(once.times, 0u) << text;
+    EXPECT_EQ(all.times, once.times) << text;
+    EXPECT_EQ(all.bytes, once.bytes) << text;
+  }
+}
+
+TEST(QuickReaderTest, EachTextIsMadeOnce) {
+  const std::string text =
+      R"({"a key that needs memory":'a text that is so long that it would grow more than once'})";
+  value out;
+  const auto used =
+      AllocationsOf([&] { dorn::ReadQuickly(out, text.data(), text.data() + text.size()); });
+  EXPECT_EQ(used.times, 5u) << "the map, its node, the key, the string, the text";
+}
+
+TEST(QuickReaderTest, AShortArrayTakesItsRoomAtOnce) {
+  const auto bytesOf = [](const std::string& text) {
+    value out;
+    return AllocationsOf([&] { dorn::ReadQuickly(out, text.data(), text.data() + text.size()); })
+        .bytes;
+  };
+  for (const char* const text : {"[1]", "[1,2]", "[1,2,3]", "[1,2,3,4]"}) {
+    EXPECT_EQ(bytesOf(text), sizeof(value::array) + 4 * sizeof(value)) << text;
+  }
+  EXPECT_EQ(bytesOf("[]"), sizeof(value::array));
 }
 
 }  // namespace

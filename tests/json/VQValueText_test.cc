@@ -1,37 +1,14 @@
 // The texts of dialog values: GetString() and what goes into update commands.
 #include <climits>
-#include <cstdlib>
 #include <iomanip>
-#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "dorn/json/VQValue.h"
 #include "gtest/gtest.h"
+#include "tests/json/CountedAllocations.h"
 #include "tests/support/GroupingLocale.h"
-
-namespace {
-
-// Bytes asked for by this thread while it counts.
-thread_local bool tCounting = false;
-thread_local size_t tAllocated = 0;
-
-void* Allocate(size_t size) {
-  if (tCounting) tAllocated += size;
-  void* memory = std::malloc(size == 0 ? 1 : size);
-  if (!memory) std::abort();
-  return memory;
-}
-
-}  // namespace
-
-void* operator new(size_t size) { return Allocate(size); }
-void* operator new[](size_t size) { return Allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -65,6 +42,8 @@ std::vector<Row> Rows() {
   noArray.mString = "[]";
   VQValue formerObject(idAndName);
   formerObject.Set(5);
+  VQValue formerArray(numbers);
+  formerArray.Set("x");
   return {
       {"none", VQValue(), "", ""},
       {"integer", VQValue(42), "42", "42"},
@@ -104,6 +83,8 @@ std::vector<Row> Rows() {
       {"object kind without a container", noObject, "{}", "{}"},
       {"array kind without a container", noArray, "[]", "[]"},
       {"integer that was an object", formerObject, "5", "5"},
+      {"text that was an array", formerArray, "x", "\"x\""},
+      {"text that was an array in an array", VQValue(VQJArray{formerArray}), "[x]", "[\"x\"]"},
   };
 }
 
@@ -171,6 +152,13 @@ TEST(VQValueTextTest, GetStringOfShortArraysGrowsNothing) {
   EXPECT_STREQ(one.GetChar(), "[]");
 }
 
+TEST(VQValueTextTest, GetStringOfWhatWasAnArrayGrowsNothing) {
+  VQValue v(VQJArray{VQValue(1), VQValue(2), VQValue(3)});
+  v.Set(5);
+  EXPECT_TRUE(v.GetString() == "5");
+  EXPECT_STREQ(v.GetChar(), "5");
+}
+
 TEST(VQValueTextTest, TheGrowthBelongsToTheValueThatWasAsked) {
   VQValue v(VQJArray{VQValue(1), VQValue(2)});
   VQValue copy(v);
@@ -227,20 +215,14 @@ TEST(VQValueTextTest, ComposingNestedObjectsCopiesTheInnerTextOnlyOnce) {
   VQValue v(std::string(kLeaf, 'x'));
   for (int i = 0; i < kDepth; ++i) v = VQValue(VQJObject{{"k", v}});
 
-  tAllocated = 0;
-  tCounting = true;
-  const KZString text = v.GetString();
-  tCounting = false;
-  EXPECT_GT(tAllocated, kLeaf) << "the count does count";
-  EXPECT_LT(tAllocated, 16 * kLeaf);
+  KZString text;
+  const size_t composed = AllocationsOf([&] { text = v.GetString(); }).bytes;
+  EXPECT_GT(composed, kLeaf) << "the count does count";
+  EXPECT_LT(composed, 16 * kLeaf);
   EXPECT_EQ(text.GetLength(), static_cast<int>(kLeaf) + kDepth * 8);
 
   std::ostringstream out;
-  tAllocated = 0;
-  tCounting = true;
-  out << v;
-  tCounting = false;
-  EXPECT_LT(tAllocated, 16 * kLeaf);
+  EXPECT_LT(AllocationsOf([&] { out << v; }).bytes, 16 * kLeaf);
   EXPECT_EQ(out.str(), static_cast<const std::string&>(text));
 }
 
