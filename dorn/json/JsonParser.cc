@@ -36,7 +36,7 @@ bool JsonParser::Parse(const char* json) {
   return true;
 }
 
-KZString JsonParser::Serialize() const { return KZString(); }
+KZString JsonParser::Serialize() const { return {}; }
 
 bool JsonParser::IsObject() const {
   return mValueCurrent != nullptr && mValueCurrent->is<object>();

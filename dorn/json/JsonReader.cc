@@ -1,8 +1,8 @@
 // The reader of JsonValue.h: `input` and the parse steps of `value`, one character at a time. It
 // has the last word on every text; parse() asks it only for those that the quick reader gives back.
 #include <clocale>
-#include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <utility>
 
 #include "dorn/base/Check.h"
@@ -103,9 +103,7 @@ int ParseLowSurrogate(int high, input& in) {
 
 // A line like "syntax error at line 3 near: tru}": the rest of the line that `in` stands in.
 std::string DescribeError(input& in) {
-  char text[64];
-  static_cast<void>(std::snprintf(text, sizeof text, "syntax error at line %d near: ", in.line()));
-  std::string description = text;
+  std::string description = "syntax error at line " + std::to_string(in.line()) + " near: ";
   for (int ch = in.getc(); ch != kEnd && ch != '\n'; ch = in.getc()) {
     if (ch >= ' ') description.push_back(static_cast<char>(ch));
   }

@@ -162,6 +162,6 @@ std::string value::to_str() const {
       return "object";
     default:
       DORN_CHECK(0);
-      return std::string();
+      return {};
   }
 }

@@ -192,7 +192,7 @@ void VQValue::Set(VQJArray&& a) {
 KZString VQValue::GetString() {
   std::string text;
   AppendText(text);
-  if (mType == TYPE_ARRAY && mArray && mArray->size() > 1) mString.append(mArray->size() - 1, ',');
+  if (mType == TYPE_ARRAY && mArray && !mArray->empty()) mString.append(mArray->size() - 1, ',');
   return KZString(std::move(text));
 }
 

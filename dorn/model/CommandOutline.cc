@@ -115,7 +115,8 @@ inline bool CommandOutline::Scalar(Member& member) {
   }
 }
 
-// An integer of at most nine digits.
+// An integer of at most nine digits. Where it goes on as another number, no comma or bracket
+// follows.
 bool CommandOutline::Number(Member& member) {
   constexpr int kMaxDigits = 9;
   const bool isNegative = *mAt == '-';
@@ -123,7 +124,7 @@ bool CommandOutline::Number(Member& member) {
   const char* at = digits;
   int number = 0;
   for (; IsJsonDigit(*at) && at - digits < kMaxDigits; ++at) number = number * 10 + (*at - '0');
-  if (at == digits || at == mEnd || IsNumberPart(*at)) return false;
+  if (at == digits) return false;
   member.number = isNegative ? -number : number;
   mAt = at;
   return true;
