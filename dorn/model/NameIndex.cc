@@ -13,7 +13,6 @@ constexpr int kSearchesBeforeIndexing = 4;
 VQJsonObject* NameIndex::Find(const KZString& name) {
   if (mHostClass || mSearches++ < kSearchesBeforeIndexing) return mRoot->SearchName(name);
   if (mFirst.empty() && !Insert(*mRoot)) {
-    mFirst.clear();
     mHostClass = true;
     return mRoot->SearchName(name);
   }

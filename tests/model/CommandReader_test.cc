@@ -5,6 +5,7 @@
 
 #include <random>
 #include <string>
+#include <vector>
 
 #include "dorn/model/VQJsonParser.h"
 #include "tests/support/CapturedStdout.h"
@@ -68,6 +69,13 @@ TEST(CommandReaderTest, WhatIsRareIsLeftAlone) {
            R"({"Command":"A","b":1-2})",
            R"({"Command":"A","b":-})",
            R"({"Command":"A","b":1234567890})",
+           R"({"Command":"A","b":1e5})",
+           R"({"Command":"A","b":1+})",
+           R"({"Command":"A","b":1 2})",
+           R"({"Command":"A","b":trux})",
+           R"({"Command":"A","b":t})",
+           R"({"Command":"A","b":falsy})",
+           R"({"Command":"A","b":1)",
            R"({"Command":"A","b":[1]})",
            R"({"Command":"A","b":{}})",
            R"({"Command":"A","b":1,"b":2})",
@@ -107,6 +115,49 @@ std::string ManyObjects(int count) {
   std::string text = R"({"Command":"A","Objects":[{})";
   for (int i = 2; i < count; ++i) text += ",{}";
   return text + "]}";
+}
+
+// A comma has to bring a member, wherever the room for them ends.
+TEST(CommandReaderTest, ACommaBehindTheLastMemberIsAnError) {
+  for (const int count : {1, 47, 48, 49}) {
+    for (const char* const end : {",}", ",,}", ",]"}) {
+      std::string text = ManyMembers(count);
+      text.replace(text.size() - 1, 1, end);
+      EXPECT_FALSE(IsUsual(text)) << text;
+      ExpectAsLiteral(text);
+    }
+  }
+}
+
+// As the attributes of an object are, also where an object is filled that has some already.
+TEST(CommandReaderTest, MembersComeInTheOrderOfTheirBytes) {
+  const std::string text =
+      "{\"b\":1,\"Command\":\"A\",\"\xe3\x81\x82\":2,\"\":3,\"ab\":4,\"a\":5,\"\x7f\":6}";
+  dorn::CommandOutline outline(text);
+  ASSERT_TRUE(outline.Read());
+  std::vector<std::string> keys;
+  for (const auto* member = outline.begin()->first; member != nullptr; member = member->next) {
+    keys.emplace_back(member->key);
+  }
+  EXPECT_EQ(keys,
+            (std::vector<std::string>{"", "Command", "a", "ab", "b", "\x7f", "\xe3\x81\x82"}));
+  ExpectAsLiteral(text);
+}
+
+TEST(CommandReaderTest, AnObjectThatIsFilledHasNothingElse) {
+  const std::string text = R"({"Command":"B","a":1,"c":"x","e":true})";
+  dorn::CommandOutline outline(text);
+  ASSERT_TRUE(outline.Read());
+  for (const std::string old : {"", "A", "Command", "a", "b", "c", "d", "e", "f"}) {
+    VQJsonCommands expected;
+    ASSERT_TRUE(LiteralReader::ParseCommand(&expected, text));
+    VQJsonObject object(nullptr);
+    object.SetValue("Name", "before", 0, "");
+    object.SetValue(old, "was there", 0, "");
+    dorn::FillObject(*outline.begin(), object);
+    EXPECT_EQ(object.mName, "B") << old;
+    EXPECT_EQ(object.GetJson(), expected.mObjectList.front()->GetJson()) << old;
+  }
 }
 
 TEST(CommandReaderTest, TheOutlineHasRoomForFortyEightMembersAndSixteenObjects) {
