@@ -165,6 +165,18 @@ TEST(JsonReaderLimitsTest, LongTokensAreReadWhole) {
   EXPECT_EQ(ErrorOf(text), "syntax error at line 1 near: " + text);
 }
 
+// What comes behind a number is looked at once, not once for each number.
+TEST(JsonReaderLimitsTest, AsManyNumbersAsFitAreRead) {
+  constexpr int kNumbers = kReceiveBuffer / 2 - 1;
+  const std::string text = "[" + Repeat("1,", kNumbers) + "2]";
+  value out;
+  const char* const end = value::parse(out, text.data(), text.data() + text.size(), nullptr);
+  EXPECT_EQ(end, text.data() + text.size());
+  ASSERT_TRUE(out.is<array>());
+  EXPECT_EQ(out.get<array>().size(), static_cast<size_t>(kNumbers) + 1);
+  EXPECT_EQ(out.get(kNumbers).get<int>(), 2);
+}
+
 constexpr char kDocument[] =
     "{\"Dialog\":{\"Name\":\"Pump \\\"1\\\"\",'Level':-12,\"Flow\":1.25e1,\"On\":true,\"Off\":false,"
     "\"None\":null,\"Text\":\"\\u3042\\uD83D\\uDE00\\n\",\"List\":[1,[2,{\"k\":'v'}],{}]}}";
