@@ -184,7 +184,6 @@ bool Family::HasOnlyHead(const VQJsonObject& object, const VQJsonObject& head) {
 }
 
 void Family::End(VQJsonObject& object) {
-  if (object.mFamily == 0) return;
   ForEachHead(object, [](VQJsonObject& head, unsigned int place) {
     At(head.mFamily).Remove(head.mFamily, place);
   });

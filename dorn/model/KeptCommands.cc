@@ -160,11 +160,11 @@ KeptCommands::Shape KeptCommands::ShapeOf(const VQJsonCommands& list) {
   Shape shape = 0;
   std::size_t count = 0;
   for (std::size_t i = 0; i < list.mObjectList.size(); ++i) {
-    if (count >= CommandOutline::kMostNodes) return 0;
     shape |= Shape{1} << count;
     count += 1 + CommandAt(list, i).mObjectList.size();
+    if (count > CommandOutline::kMostNodes) return 0;
   }
-  return count <= CommandOutline::kMostNodes ? shape | Shape{1} << count : 0;
+  return shape | Shape{1} << count;
 }
 
 std::size_t KeptCommands::CountOf(Shape shape) {

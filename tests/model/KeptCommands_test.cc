@@ -12,6 +12,7 @@
 
 #include "dorn/base/Poison.h"
 #include "dorn/model/VQJsonGrid.h"
+#include "tests/model/Allocations.h"
 #include "tests/support/LiteralReader.h"
 #include "tests/support/TreeDump.h"
 
@@ -185,6 +186,36 @@ TEST_F(KeptCommandsTest, WhatHooksHaveSharedCopiedOrMovedIsNotKept) {
   EXPECT_EQ(group.mObjectList[1]->mName, "CONDITION");
 }
 
+// Twelve attributes, and 1,024 bytes for texts, counted as they are reserved.
+TEST_F(KeptCommandsTest, WhatIsJustSmallEnoughIsKept) {
+  const auto isKept = [](int attributes, std::size_t nameBytes) {
+    KeptCommands kept;
+    bool isReadable = false;
+    KeptCommands::List list = kept.Read(R"({"Command":"A","Objects":[{}]})", isReadable);
+    VQJsonObject& child = *CommandOf(list).mObjectList[0];
+    for (int i = 0; i < attributes; ++i) child.mList[std::to_string(i)] = i;
+    const std::size_t others =
+        child.mDirtyDel.capacity() + child.mList.size() * 2 * std::string().capacity();
+    child.mName.reserve(nameBytes - others);
+    kept.GiveBack(std::move(list));
+    return kept.Count() == 1;
+  };
+  EXPECT_TRUE(isKept(12, 1024));
+  EXPECT_FALSE(isKept(13, 1024));
+  EXPECT_FALSE(isKept(12, 1025));
+  EXPECT_TRUE(isKept(0, 1024));
+  EXPECT_FALSE(isKept(0, 1025));
+}
+
+TEST_F(KeptCommandsTest, AMessageLikeTheOneBeforeTakesNoMemory) {
+  const std::string text = kCondition;
+  mKept.GiveBack(Read(text));
+  bool isReadable = false;
+  const Allocations allocations;
+  const KeptCommands::List list = mKept.Read(text, isReadable);
+  EXPECT_EQ(allocations.Count(), 0U);
+}
+
 TEST_F(KeptCommandsTest, AListThatWasFilledByHandIsNotKept) {
   auto list = std::make_unique<VQJsonCommands>();
   list->mObjectList.push_back(new VQJsonCommand("A"));
@@ -192,20 +223,29 @@ TEST_F(KeptCommandsTest, AListThatWasFilledByHandIsNotKept) {
   EXPECT_EQ(mKept.Count(), 0U);
 }
 
+// A command with objects, so many altogether.
+std::string MessageOf(int objects) {
+  std::string text = R"({"Command":"A","Objects":[{})";
+  for (int i = 2; i < objects; ++i) text += ",{}";
+  return text + "]}";
+}
+
+TEST_F(KeptCommandsTest, ThirtyTwoObjectsAreKept) {
+  std::vector<KeptCommands::List> lists;
+  for (int i = 0; i < 2; ++i) lists.push_back(Read(MessageOf(16)));
+  for (KeptCommands::List& list : lists) mKept.GiveBack(std::move(list));
+  EXPECT_EQ(mKept.Count(), 2U);
+}
+
 // The oldest goes. 32 objects stay at most, commands included.
 TEST_F(KeptCommandsTest, FewListsAreKept) {
-  const auto textOf = [](int objects) {
-    std::string text = R"({"Command":"A","Objects":[{})";
-    for (int i = 2; i < objects; ++i) text += ",{}";
-    return text + "]}";
-  };
-  mKept.GiveBack(Read(textOf(16)));
-  mKept.GiveBack(Read(textOf(15)));
+  mKept.GiveBack(Read(MessageOf(16)));
+  mKept.GiveBack(Read(MessageOf(15)));
   EXPECT_EQ(mKept.Count(), 2U);
-  mKept.GiveBack(Read(textOf(14)));
+  mKept.GiveBack(Read(MessageOf(14)));
   EXPECT_EQ(mKept.Count(), 2U);
   std::vector<KeptCommands::List> lists;
-  for (int i = 0; i < 12; ++i) lists.push_back(Read(textOf(3)));
+  for (int i = 0; i < 12; ++i) lists.push_back(Read(MessageOf(3)));
   for (KeptCommands::List& list : lists) mKept.GiveBack(std::move(list));
   EXPECT_EQ(mKept.Count(), 10U);
   lists.clear();
@@ -218,6 +258,31 @@ TEST_F(KeptCommandsTest, FewListsAreKept) {
                                       isReadable);
   mKept.GiveBack(std::move(big));
   EXPECT_EQ(mKept.Count(), 16U);
+}
+
+// More than an outline has: sixteen, commands included.
+TEST_F(KeptCommandsTest, AListOfSeventeenObjectsIsNotKept) {
+  const auto add = [](VQJsonCommands& list, const char* word, int children) {
+    auto* command = new VQJsonCommand(word);
+    for (int i = 0; i < children; ++i) command->AddObject(new VQJsonObject(command), 0);
+    list.AddObject(command, 0);
+  };
+  for (const int more : {0, 1}) {
+    for (const int commands : {1, 2, 16}) {
+      KeptCommands kept;
+      auto list = std::make_unique<VQJsonCommands>();
+      for (int i = 1; i < commands; ++i) add(*list, "A", 0);
+      add(*list, "B", 16 - commands + more);
+      kept.GiveBack(std::move(list));
+      EXPECT_EQ(kept.Count(), more == 0 ? 1U : 0U) << commands;
+    }
+    KeptCommands kept;
+    auto list = std::make_unique<VQJsonCommands>();
+    add(*list, "A", 14 + more);
+    add(*list, "B", 0);
+    kept.GiveBack(std::move(list));
+    EXPECT_EQ(kept.Count(), more == 0 ? 1U : 0U);
+  }
 }
 
 // Sanitized builds only; in the others nobody could tell.

@@ -371,6 +371,15 @@ TEST(OwnershipTest, AssigningTheSameChildrenAgainKeepsThem) {
   EXPECT_EQ(source.mObjectList[0]->mParent, &source);
 }
 
+TEST(OwnershipTest, ChildrenThatStayInAListKeepTheirParent) {
+  Group source("Objects", nullptr);
+  for (const char* const name : {"a", "b"}) AddChild(source, name);
+  const Group copy(source);
+  source = copy;
+  EXPECT_EQ(ChildrenOf(source), (Texts{"a", "b"}));
+  for (const VQJsonObject* child : source.mObjectList) EXPECT_EQ(child->mParent, &source);
+}
+
 TEST(OwnershipTest, AnObjectMayBeAssignedFromItsOwnChild) {
   Group root("Objects", nullptr);
   auto* child = AddChild(root, "c");

@@ -176,6 +176,30 @@ TEST_F(UpdateComposerTest, ForgetsWhatHostCodeMarkedDirectlyMeanwhile) {
   EXPECT_FALSE(mA->IsDirty() || mMore[20]->IsDirty());
 }
 
+// What is composed anew names no change twice and begins no list with a comma.
+TEST_F(UpdateComposerTest, ComposesAnewWhatHostCodeHasChangedMeanwhile) {
+  mA->SetValue("V", 1, 1, "S1");
+  mB->mDirtyDel = "b1";
+  UpdateComposer composer(&mTree, false, SideCommands::kFirst);
+  const std::string deleted = "{ \"Command\":\"DELETE\",\"Delete\":\"THIS\",\"Name\":\"";
+  EXPECT_EQ(std::string(*composer.Compose("S1")),
+            "{'Commands':[" + Update("") + "," + deleted + "b1\"}]}");
+  EXPECT_EQ(std::string(*composer.Compose("S2")), Update("{\"V\":1,\"Name\":\"a\"}"));
+  mA->SetValue("V", 2, 0, "");
+  mB->mDirtyDel = "b2";
+  composer.HostCodeRan();
+  EXPECT_EQ(std::string(*composer.Compose("S2")),
+            "{'Commands':[" + Update("{\"V\":2,\"Name\":\"a\"}") + "," + deleted + "b2\"}]}");
+  EXPECT_EQ(composer.Compose("S1"), nullptr);
+  mA->mDirty = {"V|:|S2"};
+  composer.HostCodeRan();
+  EXPECT_EQ(std::string(*composer.Compose("S1")), Update("{\"V\":2,\"Name\":\"a\"}"));
+  EXPECT_EQ(composer.Compose("S2"), nullptr);
+  mA->mDirty = {"V"};
+  composer.HostCodeRan();
+  EXPECT_EQ(std::string(*composer.Compose("S2")), Update("{\"V\":2,\"Name\":\"a\"}"));
+}
+
 class CountsResets : public VQJsonObject {
  public:
   using VQJsonObject::VQJsonObject;

@@ -99,6 +99,21 @@ TEST(VQJsonObjectHasListTest, NeverBecomesItsOwnDescendant) {
   EXPECT_EQ(destroyed, 1);
 }
 
+// Whether an operation has listed the group or the host itself, the object that holds it is found.
+TEST(VQJsonObjectHasListTest, NeverHoldsAGroupThatAHostHasPutAroundIt) {
+  VQJsonObjectHasList root("Objects", nullptr);
+  auto* listed = new VQJsonObjectHasList("Objects", &root);
+  root.mObjectList.push_back(listed);
+  EXPECT_FALSE(listed->AddObject(&root, 1));
+  VQJsonObjectHasList first("Objects", nullptr);
+  auto* moved = AddGroup(first, "moved");
+  first.mObjectList.clear();
+  root.mObjectList.push_back(moved);
+  EXPECT_FALSE(moved->AddObject(&root, 1));
+  EXPECT_TRUE(listed->mObjectList.empty() && moved->mObjectList.empty());
+  EXPECT_FALSE(listed->IsDirtyAdd() || moved->IsDirtyAdd() || root.IsDirtyAdd());
+}
+
 // --- Owning ---------------------------------------------------------------------------------
 
 TEST(VQJsonObjectHasListTest, DestroysItsChildrenWithItself) {

@@ -172,7 +172,8 @@ TEST(VQJsonObjectMarkerTest, TheAllocationOperatorStoresTheMarker) {
   const VQJsonObject layout(nullptr);
   const auto offset =
       reinterpret_cast<const char*>(&layout.mDebugFlag) - reinterpret_cast<const char*>(&layout);
-  for (const size_t size : {sizeof(VQJsonObject), sizeof(VQJsonGrid), size_t{4096}}) {
+  const size_t least = static_cast<size_t>(offset) + sizeof(std::int32_t);
+  for (const size_t size : {least, sizeof(VQJsonObject), sizeof(VQJsonGrid), size_t{4096}}) {
     void* storage = VQJsonObject::operator new(size);
     std::int32_t marker = 0;
     std::memcpy(&marker, static_cast<const char*>(storage) + offset, sizeof marker);

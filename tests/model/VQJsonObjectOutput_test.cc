@@ -5,6 +5,7 @@
 #include <string>
 
 #include "dorn/model/VQJsonObject.h"
+#include "tests/model/Allocations.h"
 #include "tests/model/Trees.h"
 
 namespace {
@@ -112,6 +113,17 @@ TEST(VQJsonObjectOutputTest, WritesTextsOfManyBytesWhole) {
   const std::string text(200000, 'x');
   object.SetValue("k", text, 0, "");
   EXPECT_EQ(Plain(object.GetJson()), "{\"k\":\"" + text + "\"}");
+}
+
+TEST(VQJsonObjectOutputTest, AnObjectOfUsualLengthTakesMemoryOnceForItsText) {
+  VQJsonObjectHasList group("Objects", nullptr);
+  for (const char* const name : {"a", "b", "c", "d"}) {
+    AddChild(group, name)->SetValue("Value", "ON", 0, "");
+  }
+  const Allocations allocations;
+  const KZString json = group.GetJson();
+  EXPECT_EQ(allocations.Count(), 1U);
+  EXPECT_GT(json.size(), 100U);
 }
 
 // A host that overrides one writer is heard by all that build upon it.
