@@ -89,9 +89,7 @@ void Refill(const CommandOutline& outline, const VQJsonCommands& list) {
 // Where a text is that is not within its object.
 template <class Add>
 void AddText(const std::string& text, Add&& add) {
-  const auto* const object = reinterpret_cast<const char*>(&text);
-  const auto* const end = reinterpret_cast<const char*>(&text + 1);
-  const bool isInside = text.data() >= object && text.data() < end;
+  const bool isInside = text.capacity() == std::string().capacity();
   if (!isInside) add(text.data(), text.capacity() + 1);
 }
 

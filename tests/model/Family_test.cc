@@ -61,6 +61,17 @@ TEST_F(FamilyTest, OfTwoRelationsTheOtherOneStays) {
   EXPECT_FALSE(IsHeld(mA));
 }
 
+TEST_F(FamilyTest, AGroupThatLetsASharedChildGoIsNotRelatedToItAnyMore) {
+  VQJsonObjectHasList group("Objects", nullptr);
+  mA.mName = "a";
+  for (VQJsonObjectHasList* holder : {&group, &mFirst}) holder->AddObject(&mA, 0);
+  group.DeleteChild("a");
+  mFirst.mObjectList.clear();
+  List(group, mA);
+  EXPECT_FALSE(IsHeld(mA));
+  group.mObjectList.clear();
+}
+
 TEST_F(FamilyTest, WhoIsNoMemberHasNothingToLeave) {
   List(mFirst, mA);
   List(mSecond, mB);

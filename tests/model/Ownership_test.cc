@@ -58,6 +58,18 @@ TEST(OwnershipTest, ACopyOfAVeryWideGroupDiesQuickly) {
   EXPECT_EQ(group->mObjectList.size(), kWide - 2);
 }
 
+TEST(OwnershipTest, VeryManyNewObjectsAndCopiesAreAddedQuickly) {
+  constexpr std::size_t kWide = 200000;
+  const VQJsonObject source(nullptr);
+  const auto group = MakeGroup();
+  const WorkLimit limit;
+  for (std::size_t i = 0; i < kWide; i += 2) {
+    group->AddObject(new VQJsonObject(nullptr), 0);
+    group->AddObject(new VQJsonObject(source), 0);
+  }
+  EXPECT_EQ(group->mObjectList.size(), kWide);
+}
+
 TEST(OwnershipTest, CopiesOfAVeryWideGroupAreAssignedQuickly) {
   constexpr std::size_t kWide = 200000;
   const auto group = MakeGroup();

@@ -127,6 +127,37 @@ TEST(TreeReaderTest, ARootThatHadAttributesSharesNothingWithThem) {
   EXPECT_EQ(Plain(tree.mObjectList.at(1)->GetJson()), R"({"x":[2]})");
 }
 
+// Sets an attribute of its own instead of the one that was read.
+class OwnAttributes : public VQJsonResource {
+ public:
+  bool Parse(JsonParser& /*jp*/, bool /*shard*/) override {
+    SetValue("Dialog", VQJObject{{"x", VQValue(VQJArray{VQValue(1)})}}, 0, "");
+    return true;
+  }
+};
+
+TEST(TreeReaderTest, ARootOfAHostsClassSharesNothing) {
+  OwnAttributes tree;
+  const CapturedStdout console;
+  ASSERT_TRUE(
+      VQJsonParser().ParseDialog(&tree, R"({"Command":"DIALOG","Dialog":{"x":[2]}})", true));
+  EXPECT_EQ(Plain(tree.mObjectList.at(0)->GetJson()), R"({"x":[2]})");
+}
+
+TEST(TreeReaderTest, AnAttributeThatIsReadAgainKeepsNoContainer) {
+  for (const char* const container : {R"({"y":1})", "[1]"}) {
+    VQJsonResource tree;
+    const CapturedStdout console;
+    VQJsonParser parser;
+    ASSERT_TRUE(parser.ParseDialog(
+        &tree, std::string(R"({"Command":"DIALOG","x":)") + container + "}", true));
+    ASSERT_TRUE(tree.mList["x"].mObject != nullptr || tree.mList["x"].mArray != nullptr);
+    ASSERT_TRUE(parser.ParseDialog(&tree, R"({"Command":"DIALOG","x":5})", true));
+    EXPECT_EQ(tree.mList["x"].mObject, nullptr);
+    EXPECT_EQ(tree.mList["x"].mArray, nullptr);
+  }
+}
+
 TEST(TreeReaderTest, FourKeysWithAZeroByteBringALongMember) {
   std::string members =
       R"("a":")" + std::string(65, 'x') + R"(","b":")" + std::string(64, 'y') + R"(","c":[],"d":7)";

@@ -9,6 +9,7 @@
 
 #include "dorn/model/VQJsonGrid.h"
 #include "dorn/model/VQJsonParser.h"
+#include "tests/model/Allocations.h"
 
 namespace {
 
@@ -198,6 +199,20 @@ TEST_F(UpdateComposerTest, ComposesAnewWhatHostCodeHasChangedMeanwhile) {
   mA->mDirty = {"V"};
   composer.HostCodeRan();
   EXPECT_EQ(std::string(*composer.Compose("S2")), Update("{\"V\":2,\"Name\":\"a\"}"));
+}
+
+// Whose change it was matters for what has changed alone.
+TEST_F(UpdateComposerTest, SessionsOfChangesCostNothingWhenAllIsSent) {
+  std::size_t counts[2] = {};
+  for (const bool isTagged : {false, true}) {
+    for (std::size_t i = 0; i < mMore.size(); ++i) {
+      mMore[i]->mDirty = {isTagged ? "V|:|" + std::to_string(i) : "V"};
+    }
+    const Allocations allocations;
+    UpdateComposer(&mTree, true, SideCommands::kFirst).Compose("S1");
+    counts[isTagged ? 1 : 0] = allocations.Count();
+  }
+  EXPECT_EQ(counts[0], counts[1]);
 }
 
 class CountsResets : public VQJsonObject {

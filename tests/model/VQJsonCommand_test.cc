@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "dorn/model/ObjectClass.h"
 #include "tests/model/Trees.h"
 
 namespace {
@@ -53,6 +54,23 @@ TEST(VQJsonCommandTest, WritesItsObjects) {
   VQJsonCommand command("CHANGE");
   AddChild(command, "b1");
   EXPECT_EQ(Plain(command.GetJson()), "{\"Command\":\"CHANGE\",\"Objects\":[{\"Name\":\"b1\"}]}");
+}
+
+class HostCommand : public VQJsonCommand {
+ public:
+  using VQJsonCommand::VQJsonCommand;
+};
+
+TEST(VQJsonCommandTest, AHostsCommandIsOneTooAndSoAreItsCopies) {
+  HostCommand command("A");
+  HostCommand copy(command);
+  HostCommand assigned("B");
+  assigned = command;
+  for (HostCommand* one : {&command, &copy, &assigned}) EXPECT_EQ(dorn::AsCommand(*one), one);
+  VQJsonCommand plainCopy(command);
+  EXPECT_EQ(dorn::AsCommand(plainCopy), &plainCopy);
+  VQJsonCommands list;
+  EXPECT_EQ(dorn::AsCommand(list), nullptr);
 }
 
 TEST(VQJsonCommandsTest, IsAnEmptyListWithListKeyCommands) {

@@ -189,6 +189,37 @@ TEST(VQJsonRadioButtonGroupTest, AHostsRadioGroupIsOneToo) {
   EXPECT_EQ(AttrOf(second), "OFF");
 }
 
+TEST(VQJsonRadioButtonGroupTest, ACopyOfARadioGroupIsOneToo) {
+  const HostRadioGroup group(nullptr);
+  HostRadioGroup copy(group);
+  auto* first = AddButton(copy, "a", "OFF");
+  auto* second = AddButton(copy, "b", "ON");
+  first->SetValue("Attr", "ON", -1, "");
+  EXPECT_EQ(AttrOf(second), "OFF");
+}
+
+class SaysItIsNoGroup : public VQJsonRadioButtonGroup {
+ public:
+  using VQJsonRadioButtonGroup::VQJsonRadioButtonGroup;
+  bool HasGroup() override { return false; }
+};
+
+TEST(VQJsonRadioButtonGroupTest, AHostsGroupThatSaysItIsNoneSwitchesNothing) {
+  SaysItIsNoGroup group(nullptr);
+  auto* first = AddButton(group, "a", "OFF");
+  auto* second = AddButton(group, "b", "ON");
+  first->SetValue("Attr", "ON", -1, "");
+  EXPECT_EQ(AttrOf(second), "ON");
+}
+
+TEST(VQJsonRadioButtonGroupTest, NullPointersInTheListArePassedOver) {
+  VQJsonRadioButtonGroup group(nullptr);
+  group.mObjectList.push_back(nullptr);
+  auto* button = AddButton(group, "a", "ON");
+  group.SwitchOff();
+  EXPECT_EQ(AttrOf(button), "OFF");
+}
+
 TEST(VQJsonRadioButtonGroupTest, InAPlainGroupNothingIsSwitchedOff) {
   VQJsonObjectHasList group("Objects", nullptr);
   auto* first = AddButton(group, "a", "OFF");
