@@ -64,11 +64,12 @@ char* PutFlat(char* to, const VQJsonObject& object, int& b) {
 }
 
 // Most objects have nothing but flat attributes: their text is measured, then written. A negative
-// counter, which may pass 0 on the way, is left to the literal way.
+// counter, which may pass 0 on the way, is left to the literal way, and so is an object without
+// any.
 bool AppendFlatAttributes(std::string& out, const VQJsonObject& object, int& b) {
   if (b < 0) return false;
   const std::ptrdiff_t length = FlatLength(object);
-  if (length <= 0) return length == 0;
+  if (length <= 0) return false;
   static_cast<void>(
       PutFlat(AppendRoom(out, static_cast<std::size_t>(length) - (b == 0)), object, b));
   return true;

@@ -293,6 +293,8 @@ TEST_F(KeptCommandsTest, AUseOfAnObjectThatWasGivenBackIsFound) {
   VQJsonCommand* const command = &CommandOf(list);
   VQJsonObject* const child = command->mObjectList[0];
   const VQValue* const value = &child->mList["Value"];
+  child->mDirty = {word};
+  child->mDirtyDel = word;
   const std::vector<const void*> all = {command,
                                         child,
                                         &command->mObjectList,
@@ -302,7 +304,10 @@ TEST_F(KeptCommandsTest, AUseOfAnObjectThatWasGivenBackIsFound) {
                                         value->GetChar(),
                                         command->mName.data(),
                                         &child->mList.begin()->first,
-                                        child->mList.rbegin()->first.data()};
+                                        child->mList.rbegin()->first.data(),
+                                        &*child->mDirty.begin(),
+                                        child->mDirty.begin()->data(),
+                                        child->mDirtyDel.data()};
   mKept.GiveBack(std::move(list));
   ASSERT_EQ(mKept.Count(), 1U);
   for (std::size_t i = 0; i < all.size(); ++i) {
