@@ -6,6 +6,7 @@
 #include <random>
 #include <string>
 
+#include "dorn/model/TreeReader.h"
 #include "dorn/model/VQJsonParser.h"
 #include "tests/model/Trees.h"
 #include "tests/support/CapturedStdout.h"
@@ -84,6 +85,15 @@ TEST(TreeReaderTest, ListsOfObjectsGoOnBelowTheFourthLevel) {
   ASSERT_TRUE(Receive(commands, R"({"Command":"A")" + Repeat(R"(,"Objects":[{"Type":"GROUP")", 50) +
                                     Repeat("}]", 50) + "}"));
   EXPECT_EQ(DepthOf(commands.mObjectList.at(0)), 51);
+}
+
+TEST(TreeReaderTest, ARootIsAnObjectOfTheFirstLevel) {
+  JsonParser parser;
+  ASSERT_TRUE(parser.Parse(Dialogs("DIALOG", 9).c_str()));
+  VQJsonResource tree;
+  const CapturedStdout console;
+  dorn::TreeReader(parser, true, dorn::Source::kStation).ReadRoot(tree);
+  EXPECT_EQ(DepthOf(&tree), 5);
 }
 
 TEST(TreeReaderTest, TheFilesOfAHostAreNotLimited) {

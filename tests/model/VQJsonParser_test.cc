@@ -271,6 +271,20 @@ TEST(VQJsonParserTest, AnElementWithoutATypeIsPlainAndHasNoChildren) {
   EXPECT_EQ(KeysOf(*node), (Texts{"Name"}));
 }
 
+TEST(VQJsonParserTest, WhatIsNoJsonObjectMakesAnEmptyPlainObject) {
+  const CapturedStdout console;
+  VQJsonObject parent(nullptr);
+  for (const char* const json : {"[]", "[{\"Command\":\"A\"}]", "5", "\"text\"", "null"}) {
+    JsonParser reader;
+    ASSERT_TRUE(reader.Parse(json)) << json;
+    const std::unique_ptr<VQJsonObject> node(VQJsonParser().ParseObject(reader, &parent, true));
+    ASSERT_NE(node, nullptr) << json;
+    EXPECT_EQ(node->mDebugFlag, 10) << json;
+    EXPECT_EQ(node->GetParent(), &parent) << json;
+    EXPECT_EQ(Plain(node->GetJson()), "{}") << json;
+  }
+}
+
 TEST(VQJsonParserTest, ObjectsHaveTheEnclosingGroupAsParent) {
   const auto node = Read(
       "{\"Type\":\"GROUP\",\"Objects\":[{\"Type\":\"GROUP\",\"Name\":\"inner\",\"Objects\":["
