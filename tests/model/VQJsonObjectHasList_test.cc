@@ -82,6 +82,25 @@ TEST(VQJsonObjectHasListTest, AChildAddedTwiceIsDestroyedOnce) {
   EXPECT_EQ(destroyed, 1);
 }
 
+TEST(VQJsonObjectHasListTest, AChildThatIsAddedAgainIsOnlyMarked) {
+  VQJsonObjectHasList group("Objects", nullptr);
+  auto* child = AddChild(group, "c");
+  EXPECT_TRUE(group.AddObject(child, 0));
+  EXPECT_FALSE(child->IsDirtyAdd());
+  EXPECT_TRUE(group.AddObject(child, 1));
+  EXPECT_TRUE(group.IsDirtyAdd() && child->IsDirtyAdd());
+  EXPECT_EQ(ChildrenOf(group), (Texts{"c"}));
+}
+
+TEST(VQJsonObjectHasListTest, AGroupInsideAnotherTakesAGroupWithChildren) {
+  VQJsonObjectHasList root("Objects", nullptr);
+  auto* inner = AddGroup(root, "inner");
+  auto* late = Named(new VQJsonObjectHasList("Objects", nullptr), "late");
+  AddChild(*late, "leaf");
+  EXPECT_TRUE(inner->AddObject(late, 0));
+  EXPECT_EQ(ChildrenOf(*inner), (Texts{"late"}));
+}
+
 TEST(VQJsonObjectHasListTest, NeverBecomesItsOwnDescendant) {
   int destroyed = 0;
   {
