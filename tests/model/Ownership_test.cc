@@ -158,6 +158,18 @@ TEST(OwnershipTest, ASiblingThatASiblingHoldsTooDiesOnce) {
   }
 }
 
+TEST(OwnershipTest, ACopyDiesWithTheGroupThatItIsAddedTo) {
+  int destroyed = 0;
+  {
+    Group group("Objects", nullptr);
+    auto* child = new CountedObject(destroyed, nullptr);
+    group.AddObject(child, 0);
+    group.AddObject(new CountedObject(destroyed, static_cast<const VQJsonObject&>(*child)), 0);
+    EXPECT_EQ(group.mObjectList.size(), 2U);
+  }
+  EXPECT_EQ(destroyed, 2);
+}
+
 TEST(OwnershipTest, AChildThatAHostListedTwiceDiesOnce) {
   int destroyed = 0;
   {
