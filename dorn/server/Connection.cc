@@ -54,9 +54,10 @@ class Connection::Asking {
   static Connection* Innermost() {
     return sInnermost != nullptr ? &sInnermost->mConnection : nullptr;
   }
+  // For both, one must be running.
   // How deep the message lies of which the innermost one is.
-  static int InnermostDepth() { return sInnermost != nullptr ? sInnermost->mDepth : 0; }
-  // Whether its connection was closed meanwhile. One must be running.
+  static int InnermostDepth() { return sInnermost->mDepth; }
+  // Whether its connection was closed meanwhile.
   static bool HasInnermostEnded() {
     return sInnermost->mConnection.HasEndedSince(sInnermost->mEnds);
   }

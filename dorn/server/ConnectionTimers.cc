@@ -56,10 +56,7 @@ void ConnectionTimers::Answered() {
   Forget();
 }
 
-void ConnectionTimers::Forget() {
-  mIsAsked = false;
-  mDelays = 0;
-}
+void ConnectionTimers::Forget() { mIsAsked = false; }
 
 void ConnectionTimers::CancelAll() {
   for (const Kind kind : {kLogIn, kIdle, kAnswer}) Cancel(kind);

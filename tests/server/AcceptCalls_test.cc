@@ -3,12 +3,14 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/select.h>
 #include <sys/socket.h>
 
 #include <cerrno>
 #include <cstdarg>
 #include <utility>
 
+#include "dorn/server/Descriptors.h"
 #include "dorn/server/VQStationSocket.h"
 #include "tests/server/ServerTest.h"
 
@@ -19,6 +21,8 @@ int gLimits = 0;    // By getrlimit().
 
 // What the next accept4() fails with; 0: nothing.
 int gAcceptError = 0;
+
+bool gHasLimit = true;  // Or getrlimit() fails.
 
 class AcceptCallsTest : public ServerTest {
  protected:
@@ -79,6 +83,12 @@ TEST_F(AcceptCallsTest, TheLimitIsReadForANewHighestNumberOnly) {
   EXPECT_EQ(0, gLimits);
 }
 
+TEST_F(AcceptCallsTest, WhereNoLimitCanBeReadItIsWhatTheLoopCanWatch) {
+  gHasLimit = false;
+  EXPECT_EQ(FD_SETSIZE, dorn::DescriptorLimit());
+  gHasLimit = true;
+}
+
 // The peer is turned away, and the next one served.
 TEST_F(AcceptCallsTest, EveryShortageRefusesOneConnectionAndLeavesTheListenerOpen) {
   for (const int error : {EMFILE, ENFILE, ENOBUFS, ENOMEM}) {
@@ -120,5 +130,9 @@ extern "C" int getrlimit(__rlimit_resource_t resource, rlimit* limit) noexcept {
   using Getrlimit = int (*)(__rlimit_resource_t, rlimit*);
   static const auto real = reinterpret_cast<Getrlimit>(dlsym(RTLD_NEXT, "getrlimit"));
   if (resource == RLIMIT_NOFILE) ++gLimits;
+  if (!gHasLimit) {
+    errno = EINVAL;
+    return -1;
+  }
   return real(resource, limit);
 }

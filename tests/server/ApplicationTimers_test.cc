@@ -48,6 +48,19 @@ TEST_F(ApplicationTimersTest, ConnectionTimeoutClosesTheConnection) {
   EXPECT_THAT(Calls(), IsEmpty());
 }
 
+// A host may set it again, or have it fire by hand.
+TEST_F(ApplicationTimersTest, ConnectionTimeoutClosesWhoeverIsLoggedInToo) {
+  Link link = LoggedIn("S1");
+  app.SetApplicationSingleTimerInterval(10, 0x8000000);
+  Wait(10);
+  EXPECT_EQ(nullptr, Find(link));
+  Link stranger = Connect(), known = LoggedIn("S1");
+  for (const Link* each : {&stranger, &known}) {
+    app.ApplicationTimer(timeval{}, static_cast<unsigned int>(each->id));
+    EXPECT_EQ(nullptr, Find(*each));
+  }
+}
+
 TEST_F(ApplicationTimersTest, IdleConnectionIsAskedToAnswer) {
   Link link = LoggedIn("S1");
   Tell(link, R"({"Command":"ANY"})");
@@ -133,6 +146,27 @@ TEST_F(ApplicationTimersTest, OtherCommandsDoNotAnswerTheKeepalive) {
   Tell(link, R"({"Command":"ANY"})");
   Wait(10000);
   EXPECT_EQ(nullptr, Find(link));
+}
+
+// Only while an answer is due. A host may set the timer without a question.
+TEST_F(ApplicationTimersTest, QueuedBytesThatGoOutPutNothingOffForWhomNobodyWaits) {
+  Link answered = LoggedIn("S1"), next = LoggedIn("S2");
+  for (const Link* link : {&answered, &next}) {
+    app.ApplicationTimer(timeval{}, static_cast<unsigned int>(link->id) + 1);
+  }
+  Tell(answered, R"({"Command":"KEEPALIVE"})");
+  Reopen(next);  // Its former station was asked.
+  const std::string text(2 << 20, 'x');
+  for (Link* link : {&answered, &next}) {
+    link->station.Take(link->station.Bytes().size());
+    {
+      const CapturedStdout console;
+      Find(*link)->SendData(KZString(text));
+    }
+    ASSERT_TRUE(RunUntil([&] { return link->station.Bytes().size() >= text.size() + 2; }));
+    app.ApplicationTimer(timeval{}, static_cast<unsigned int>(link->id) + 2);
+    EXPECT_EQ(nullptr, Find(*link));
+  }
 }
 
 TEST_F(ApplicationTimersTest, TimersThreeToNineOfAConnectionDoNothing) {

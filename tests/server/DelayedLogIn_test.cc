@@ -157,6 +157,18 @@ TEST_F(DelayedLogInTest, ALogInThatIsDueWithTheTimeForItIsGood) {
   EXPECT_GE(Find(link)->GetFD(), 0);
 }
 
+// That it went on in a round of its own is no reason to stay for ever.
+TEST_F(DelayedLogInTest, WhoeverIsLetInIsClosedByALaterLimitOfTheHost) {
+  UseUp("u1");
+  Link link = Connect();
+  Tell(link, Hello("u1", "p"));
+  Wait(1000);
+  ASSERT_TRUE(Find(link)->mAuth);
+  app.SetApplicationSingleTimerInterval(10, static_cast<unsigned int>(link.id));
+  Wait(10);
+  EXPECT_EQ(nullptr, Find(link));
+}
+
 // Each message that is taken moves those behind it.
 TEST_F(DelayedLogInTest, APileBehindItIsExecutedInManyPasses) {
   constexpr std::uint64_t kMessages = 50000;
@@ -194,6 +206,20 @@ TEST_F(DelayedLogInTest, APassEndsWithTheMessageThatMovesMoreThanFourMiB) {
   const std::uint64_t before = app.Statistics().messagesIn;
   Wait(1000);
   EXPECT_EQ(9U, app.Statistics().messagesIn - before);
+}
+
+// Sixteen messages move 4 MiB to the byte.
+TEST_F(DelayedLogInTest, APassGoesOnBehindTheMessageThatMovesFourMiB) {
+  UseUp("u1");
+  Link link = Connect();
+  Tell(link, Hello("u1", "p"));
+  std::string pile;
+  for (int i = 0; i < 139; ++i) pile += "\x02" + std::string(1998, ' ') + "\x03";
+  Feed(link, pile + "\x02" + std::string(1142, ' ') + "\x03");
+  const CapturedStdout console;
+  const std::uint64_t before = app.Statistics().messagesIn;
+  Wait(1000);
+  EXPECT_EQ(17U, app.Statistics().messagesIn - before);
 }
 
 TEST_F(DelayedLogInTest, WhatTheStationSendsBehindItWaitsInOrder) {

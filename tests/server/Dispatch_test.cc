@@ -230,6 +230,7 @@ TEST_F(DispatchTest, TheSharedTreesSessionIdIsNoLogIn) {
   EXPECT_EQ(kSessionError, link.station.Messages().at(0));
   EXPECT_TRUE(link.station.IsClosed());
   EXPECT_EQ(0U, Connections());
+  EXPECT_THAT(DueIn(0x8000000), IsEmpty());  // As with any other id that is none.
 }
 
 TEST_F(DispatchTest, NothingMoreOfTheMessageIsExecutedOnceTheConnectionIsClosed) {

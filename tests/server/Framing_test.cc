@@ -1,4 +1,6 @@
 // How a connection cuts the received bytes into messages: STX text ETX.
+#include <sys/socket.h>
+
 #include "tests/server/ServerTest.h"
 
 namespace {
@@ -91,6 +93,19 @@ TEST_F(FramingTest, WhatWasSearchedIsNotSearchedAgainWhenMoreArrives) {
 TEST_F(FramingTest, GarbageBeforeTheFirstStxIsDropped) {
   Receive("garbage" + Frame(Probe("a")));
   EXPECT_THAT(Calls(), ElementsAre("OnAuth a no"));
+}
+
+TEST_F(FramingTest, OneByteOfGarbageIsDroppedToo) {
+  Receive("x" + Frame(Probe("a")));
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth a no"));
+}
+
+// What is left behind it begins where nothing was searched yet.
+TEST_F(FramingTest, AMessageThatIsShorterThanTheGarbageBeforeItIsFound) {
+  Receive(std::string(100, 'x'));
+  Receive(Frame(Probe("a")));
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth a no"));
+  EXPECT_EQ(0, Find(mLink)->GetDataLength());
 }
 
 TEST_F(FramingTest, GarbageWithEndsBeforeTheFirstStxIsDroppedWhole) {
@@ -189,6 +204,64 @@ TEST_F(FramingTest, TheOtherStationsAreServedWhileOneSendsAMessageThatNeverEnds)
   mLink.station.SendRaw(kStx + std::string(100000, ' '));
   Tell(other, Probe("b"));
   EXPECT_THAT(Calls(), ElementsAre("OnAuth b no"));
+}
+
+// Hosts may read from the buffer and write into it.
+
+TEST_F(FramingTest, AMessageBehindWhatAHookHasTakenIsFoundHoweverShortItIs) {
+  const std::string unfinished = kStx + std::string(100, ' ');
+  app.auth = [&](const KZString&, const KZString&, VQClientSocket* client) {
+    char taken[200];
+    EXPECT_EQ(static_cast<int>(unfinished.size()), client->GetData(taken, sizeof taken));
+    app.auth = nullptr;
+  };
+  Receive(Frame(Probe("a")) + unfinished);
+  Receive(Frame(Probe("b")));
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth a no", "OnAuth b no"));
+}
+
+TEST_F(FramingTest, BytesThatAHostPutsThereAreASignOfLife) {
+  const auto timer = static_cast<unsigned int>(mLink.id) + 1;
+  Receive(kStx);
+  mClock.AdvanceMs(1000);
+  char bytes[] = "{";
+  Find(mLink)->SetDataToBuffer(bytes, 1);
+  Pass();
+  EXPECT_THAT(DueIn(timer), ElementsAre(180000));
+}
+
+TEST_F(FramingTest, AsManyBytesAsAHostHasTakenAreASignOfLifeToo) {
+  const auto timer = static_cast<unsigned int>(mLink.id) + 1;
+  Receive(std::string(kStx) + "{");
+  char taken[2];
+  ASSERT_EQ(2, Find(mLink)->GetData(taken, 2));
+  mClock.AdvanceMs(1000);
+  Receive(std::string(kStx) + "{");
+  EXPECT_THAT(DueIn(timer), ElementsAre(180000));
+}
+
+// The host reads by itself then.
+TEST_F(FramingTest, AConnectionWithoutABufferIsNeverFull) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+  Station station(pair[1]);
+  auto* client = new VQClientSocket(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 0);
+  Pass();
+  station.SendRaw("x");
+  Pass(2);
+  EXPECT_EQ(client, Find(client->GetId()));
+}
+
+TEST_F(FramingTest, OneByteFillsTheSmallestBuffer) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+  Station station(pair[1]);
+  auto* client = new VQClientSocket(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 1);
+  Pass();
+  station.SendRaw(kStx);
+  EXPECT_TRUE(RunUntil([&] { return station.IsClosed(); }));
 }
 
 TEST_F(FramingTest, ReturnsZeroToTheLoop) {

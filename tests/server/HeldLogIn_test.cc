@@ -269,6 +269,40 @@ TEST_F(HeldLogInTest, IsRefusedAndClosedWhenTheTimeForALogInIsOver) {
   EXPECT_FALSE(LetIn(Last()));
 }
 
+// Looks at itself when it sends.
+class LookingClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  int SendData(const KZString& text) override {
+    mWasLoggedIn = mAuth;
+    mCouldFinish = dorn::FinishLogIn(mHeld);
+    return VQClientSocket::SendData(text);
+  }
+  unsigned int mHeld = 0;
+  bool mWasLoggedIn = false;
+  bool mCouldFinish = false;
+};
+
+TEST_F(HeldLogInTest, HasEndedWhenTheStationIsToldThatTheTimeIsOver) {
+  auto [fd, station] = NextLine();
+  auto* client = new LookingClient(&app.mLog, app.GetFdDataList());
+  client->Create(fd, 3000);
+  client->SetAutoDelete(0);
+  Pass();
+  Link link;
+  link.station = std::move(station);
+  link.id = client->GetId();
+  Tell(link, kHello);
+  client->mHeld = Last();
+  client->Authentication("S1");
+  client->mCouldFinish = client->mWasLoggedIn = true;
+  Wait(10000);
+  EXPECT_THAT(link.station.Messages(), ElementsAre(kRefused));
+  EXPECT_FALSE(client->mWasLoggedIn);
+  EXPECT_FALSE(client->mCouldFinish);
+  delete client;
+}
+
 TEST_F(HeldLogInTest, TheTimeGoesOnThoughTheConnectionIsBoundToASession) {
   Link link = Connect();
   Tell(link, kHello);

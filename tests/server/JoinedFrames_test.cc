@@ -168,6 +168,13 @@ TEST_F(JoinedFramesTest, WhatAnotherThreadSendsLeavesAtOnce) {
   EXPECT_LT(WaitMs(mOther, 3), kKeptBackMs);
 }
 
+// It ends a message without a text.
+TEST_F(JoinedFramesTest, NothingLeavesWhileALoneEndWaits) {
+  Feed(mAsking, Ask("a") + "\x03");
+  EXPECT_THAT(mSeenByAsker, ElementsAre(""));
+  EXPECT_THAT(mAsking.station.Messages(), ElementsAre("a"));
+}
+
 TEST_F(JoinedFramesTest, AnIncompleteMessageBehindKeepsNothingBack) {
   Feed(mAsking, Ask("a") + "\x02{\"Comm");
   EXPECT_THAT(mSeenByAsker, ElementsAre(Frame("a")));
@@ -283,6 +290,12 @@ TEST_F(JoinedFramesTest, AnAnswerLeavesBeforeAStartPageIsLate) {
 }
 
 TEST_F(JoinedFramesTest, AnAnswerWaitsForHooksThatFollowQuickly) {
+  Feed(mAsking, Ask("a") + Ask("quick") + Ask("look") + Ask("b"));
+  EXPECT_EQ("", mSeenMeanwhile);
+}
+
+TEST_F(JoinedFramesTest, AnAnswerWaitsForHooksThatFollowQuicklyInTheNextSecond) {
+  mClock.AdvanceMs(990);
   Feed(mAsking, Ask("a") + Ask("quick") + Ask("look") + Ask("b"));
   EXPECT_EQ("", mSeenMeanwhile);
 }

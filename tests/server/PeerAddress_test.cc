@@ -90,6 +90,25 @@ TEST_F(PeerAddressTest, TheLineMayComeInPieces) {
   EXPECT_EQ("192.168.7.8", AddressAtLogIn(link, std::string("\x02") + kHello + "\x03"));
 }
 
+// What is left behind the line begins where nothing was searched yet.
+TEST_F(PeerAddressTest, AMessageThatIsShorterThanTheLineIsFoundBehindItsLastPiece) {
+  dorn::SetTrustedProxies({"10.0.0.6"});
+  Link link = From("10.0.0.6");
+  const std::string line = kLine;
+  Feed(link, line.substr(0, line.size() - 2));
+  const std::uint64_t before = app.Statistics().messagesIn;
+  Feed(link, line.substr(line.size() - 2) + "\x02{}\x03");
+  EXPECT_EQ(before + 1, app.Statistics().messagesIn);
+  EXPECT_EQ("192.168.7.8", AddressOf(link));
+}
+
+TEST_F(PeerAddressTest, AMessageWithALineEndInItIsNoLine) {
+  dorn::SetTrustedProxies({"10.0.0.6"});
+  Link link = From("10.0.0.6");
+  Feed(link, "\x02{\"Command\":\"HELLO\",\r\n\"Id\":\"u1\",\"Pass\":\"no\"}\x03");
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth u1 no"));
+}
+
 TEST_F(PeerAddressTest, FromAnybodyElseTheLineIsDropped) {
   dorn::SetTrustedProxies({"10.0.0.6"});
   for (const char* address : {"10.0.0.7", "192.168.7.8"}) {
@@ -118,6 +137,12 @@ TEST_F(PeerAddressTest, ALineThatIsNoneTellsNothingAndLosesNoMessage) {
   const LineCase table[] = {
       {"PROXY TCP4 1.2.3.4 5.6.7.8 1 65535\r\n", "1.2.3.4"},
       {"PROXY TCP6 2001:db8::1 2001:db8::2 1 2\r\n", "2001:db8::1"},
+      {"PROXY TCP4 1.2.3.4 5.6.7.8 67890 12345\r\n", "1.2.3.4"},
+      {"PROXY TCP4 1.2.3.4 5.6.7.8 1 123456\r\n", "10.0.0.6"},
+      {"PROXY TCP4 1.2.3.4 5.6.7.8 123456 1\r\n", "10.0.0.6"},
+      {"PROXY TCP4 1.2.3.4 5.6.7.8 1 /\r\n", "10.0.0.6"},
+      {"PROXY TCP4 1.2.3.4 5.6.7.8 1 :\r\n", "10.0.0.6"},
+      {"PROXY TCP4 1.2.3.4 5.6.7.999 1 2\r\n", "10.0.0.6"},
       {"PROXY UNKNOWN\r\n", "10.0.0.6"},
       {"PROXY UNKNOWN ffff::1 ffff::2 1 2\r\n", "10.0.0.6"},
       {"PROXY TCP4 1.2.3.4 5.6.7.8 1\r\n", "10.0.0.6"},

@@ -3,6 +3,10 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <algorithm>
+#include <new>
+#include <utility>
+
 #include "dorn/server/Connections.h"
 #include "tests/server/ServerTest.h"
 #include "tests/support/MemberOrder.h"
@@ -396,7 +400,6 @@ TEST_F(UsedAgainTest, AFreshOneKeepsWhatItWasGiven) {
   EXPECT_EQ("top", Str(client->mDialogName));
 }
 
-// What its last station has sent is not executed for the next one.
 class ReopeningClient : public VQClientSocket {
  public:
   using VQClientSocket::VQClientSocket;
@@ -407,6 +410,48 @@ class ReopeningClient : public VQClientSocket {
   int mNext = -1;
 };
 
+// A connection that another class made is known by its address alone.
+TEST_F(UsedAgainTest, ARecordThatLiesWhereOneLayIsNone) {
+  void* const place = operator new(std::max(sizeof(VQStationSocket), sizeof(ReopeningClient)));
+  auto* client = new (place) ReopeningClient(&app.mLog, app.GetFdDataList());
+  const int id = client->GetId();
+  EXPECT_EQ(client, dorn::AsConnection(client));
+  client->~ReopeningClient();
+  auto* record = new (place) VQStationSocket(&app.mLog, app.GetFdDataList());
+  record->SetId(id);
+  EXPECT_EQ(nullptr, dorn::AsConnection(record));
+  record->~VQStationSocket();
+  operator delete(place);
+}
+
+// As a host may that has nothing to wait for.
+class PlainlyReadingClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  void ReadyToRead() override { KZClientSocket::ReadyToRead(); }
+};
+
+// What was searched was its last station's.
+TEST_F(UsedAgainTest, AMessageOfItsNextStationIsFoundHoweverShortItIs) {
+  int first[2], second[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, first));
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, second));
+  Station old(first[1]), next(second[1]);
+  auto* client = new PlainlyReadingClient(&app.mLog, app.GetFdDataList());
+  client->Create(first[0], 3000);
+  Pass();
+  old.SendRaw("\x02" + std::string(100, ' '));
+  Pass(2);
+  ASSERT_EQ(101, client->GetDataLength());
+  client->Close();
+  client->Create(second[0], 3000);
+  Pass();
+  next.Send(R"({"Command":"HELLO","Id":"a"})");
+  Pass(2);
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth a "));
+}
+
+// What its last station has sent is not executed for the next one.
 TEST_F(UsedAgainTest, CommandsBehindTheOneThatClosedAreNotExecutedForTheNextStation) {
   int first[2], second[2];
   ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, first));

@@ -344,6 +344,66 @@ TEST_F(ManySessionsTest, AConnectionThatAnEndingDialogBindsByHandIsClosed) {
   EXPECT_EQ(nullptr, Find(link));
 }
 
+// Of a connection that was bound by hand nobody has heard, whatever was found before.
+
+TEST_F(ManySessionsTest, AConnectionThatAHostsTimerHasBoundByHandIsFound) {
+  Link link = LoggedIn("other");
+  app.timer = [&](unsigned int) {
+    app.RemoveSocketBySession("A");
+    app.RemoveSocketBySession("B");
+    Find(link)->mSessionId = "C";
+    app.RemoveSocketBySession("C");
+  };
+  app.SetApplicationSingleTimerInterval(1, 77);
+  Wait(1);
+  EXPECT_EQ(nullptr, Find(link));
+}
+
+TEST_F(ManySessionsTest, AConnectionThatAnEndingDialogHasBoundByHandIsFoundByIt) {
+  Link link = LoggedIn("other");
+  Offer("d", "unused", [&](HookedDialog& dialog) {
+    dialog.final = [&](HookedDialog&) {
+      app.RemoveSocketBySession("A");
+      app.RemoveSocketBySession("B");
+      Find(link)->mSessionId = "C";
+      app.RemoveSocketBySession("C");
+    };
+  });
+  app.CreateDialog("d");
+  Dialog("d")->AddSession("S1");
+  app.CreateSession("S1", 1);
+  Wait(1);
+  EXPECT_EQ(nullptr, Find(link));
+}
+
+TEST_F(ManySessionsTest, AConnectionThatWasBoundByHandIsFoundByATimerThatAHostFires) {
+  Link link = LoggedIn("other");
+  for (const char* sid : {"A", "B", "C"}) app.CreateSession(sid, 1000);
+  const unsigned int last = mList.Search("C")->mTimerId;
+  for (const char* sid : {"A", "B"}) {
+    app.ApplicationTimer(timeval{}, mList.Search(sid)->mTimerId);
+  }
+  Find(link)->mSessionId = "C";
+  app.ApplicationTimer(timeval{}, last);
+  EXPECT_EQ(nullptr, Find(link));
+}
+
+TEST_F(ManySessionsTest, ThatHadConnectionsInAnEarlierRoundNeedOneWalkForAll) {
+  std::vector<Link> links(20);
+  for (std::size_t i = 0; i < links.size(); ++i) {
+    app.CreateSession(Sid(static_cast<int>(i)), 2000);
+    links[i] = LoggedIn(Sid(static_cast<int>(i)));
+  }
+  app.CreateSession("a", 1000);
+  app.CreateSession("b", 1000);
+  Wait(1000);
+  for (const Link& link : links) Find(link)->Authentication("other");
+  const std::uint64_t before = dorn::SearchSteps();
+  Wait(1000);
+  EXPECT_EQ(20U, Connections());
+  EXPECT_LE(dorn::SearchSteps() - before, 2 * app.GetFdDataList()->size());
+}
+
 // Whatever is written into the map, the sessions and the dialogs' trees, the first session of the
 // timer goes, and nothing else.
 TEST_F(ManySessionsTest, WhatHostsWriteIntoTheMapCounts) {
