@@ -44,7 +44,7 @@ SessionIndex::Map::const_iterator SessionIndex::Find(unsigned int timerId) {
   }
   if (mSize != sessions.size()) Rebuild();
   const auto found = Look(timerId);
-  if (found != sessions.end() || mOrphans.erase(timerId) != 0) return found;
+  if (found != sessions.end() || (!mIsShared && mOrphans.erase(timerId) != 0)) return found;
   Rebuild();
   return Look(timerId);
 }
@@ -68,9 +68,10 @@ SessionIndex::Map::const_iterator SessionIndex::Look(unsigned int timerId) const
 void SessionIndex::Rebuild() {
   const Map& sessions = mList->mSessionList;
   mKeys.clear();
+  mIsShared = false;
   for (const auto& [key, session] : sessions) {
     ++gSessionSteps;
-    if (session != nullptr) mKeys.emplace(session->mTimerId, key);
+    if (session != nullptr && !mKeys.emplace(session->mTimerId, key).second) mIsShared = true;
   }
   mSize = sessions.size();
 }
@@ -79,7 +80,9 @@ void SessionIndex::Added(std::size_t size, const KZString& key, unsigned int tim
   if (mSize != size) return;
   mSize = mList->mSessionList.size();
   const auto [known, isNew] = mKeys.try_emplace(timerId, key);
-  if (!isNew && key < known->second) known->second = key;
+  if (isNew) return;
+  mIsShared = true;
+  if (key < known->second) known->second = key;
 }
 
 void SessionIndex::Erased(std::size_t size, const KZString& key, unsigned int timerId) {
@@ -89,7 +92,6 @@ void SessionIndex::Erased(std::size_t size, const KZString& key, unsigned int ti
 }
 
 void SessionIndex::Removed(unsigned int timerId) {
-  mKeys.erase(timerId);
   mOrphans.insert(timerId);
   if (mOrphans.size() > mOrphanLimit) DropCancelled();
 }

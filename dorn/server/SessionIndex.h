@@ -23,7 +23,8 @@ namespace dorn {
 //   that the list's own operations gave it.
 // - A session that is found still has its key and its timer id; if not, or if none is found, the
 //   index is built anew.
-// - Only the timer of a session that the list has removed is known to find nothing.
+// - Only the timer of a session that the list has removed is known to find nothing, and only while
+//   no two sessions have the same one.
 class SessionIndex {
  public:
   using Map = std::map<KZString, VQSession*>;
@@ -58,6 +59,7 @@ class SessionIndex {
   const VQSessionList* mList = nullptr;
   std::size_t mSize = 0;
   std::unordered_map<unsigned int, KZString> mKeys;  // Of the first session with each timer.
+  bool mIsShared = false;                            // Two sessions may have the same timer.
   std::unordered_set<unsigned int> mOrphans;         // Timers of removed sessions.
   std::size_t mOrphanLimit = 0;
 };
