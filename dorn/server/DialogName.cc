@@ -11,8 +11,9 @@ namespace dorn {
 
 namespace {
 
-// The parts of the name that count. False when it leads outside.
-bool Walk(std::string_view name, std::vector<std::string_view>& parts) {
+// The parts of the name that count; none when it leads outside.
+std::vector<std::string_view> PartsOf(std::string_view name) {
+  std::vector<std::string_view> parts;
   while (!name.empty()) {
     const std::size_t end = std::min(name.find_first_of("@/"), name.size());
     const std::string_view part = name.substr(0, end);
@@ -21,21 +22,20 @@ bool Walk(std::string_view name, std::vector<std::string_view>& parts) {
     if (part != "..") {
       parts.push_back(part);
     } else if (parts.empty()) {
-      return false;
+      return {};
     } else {
       parts.pop_back();
     }
   }
-  return true;
+  return parts;
 }
 
 }  // namespace
 
 KZString CanonicalDialogName(const KZString& name) {
-  std::vector<std::string_view> parts;
-  if (name.find('\0') != std::string::npos || !Walk(name, parts)) return KZString();
+  if (name.find('\0') != std::string::npos) return {};
   std::string canonical;
-  for (const std::string_view part : parts) {
+  for (const std::string_view part : PartsOf(name)) {
     if (!canonical.empty()) canonical += '@';
     canonical += part;
   }
