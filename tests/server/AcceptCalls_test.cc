@@ -1,13 +1,16 @@
-// The system calls that a new connection costs. The test program defines fcntl(), getrlimit() and
-// accept4() itself, and counts, or fails.
+// The system calls that a new connection costs. The test program defines fcntl(), getrlimit(),
+// usleep() and accept4() itself, and counts, or fails.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/select.h>
 #include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
 #include <utility>
 
 #include "dorn/server/Descriptors.h"
@@ -18,6 +21,7 @@ namespace {
 
 int gSettings = 0;  // By fcntl().
 int gLimits = 0;    // By getrlimit().
+int gPauses = 0;    // By usleep().
 
 // What the next accept4() fails with; 0: nothing.
 int gAcceptError = 0;
@@ -103,6 +107,31 @@ TEST_F(AcceptCallsTest, EveryShortageRefusesOneConnectionAndLeavesTheListenerOpe
   Accept(served);
 }
 
+// Without a descriptor its reader waits, and the loop must not spin meanwhile; whoever has given up
+// costs no pause.
+TEST_F(AcceptCallsTest, TheSocketOfTheStatisticsPausesWhenNoDescriptorIsLeft) {
+  const std::string path = FolderPath() + "/statistics";
+  ASSERT_TRUE(app.ServeStatistics(path.c_str()));
+  Pass();
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  Station reader(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  ASSERT_EQ(0, connect(reader.Fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  for (const int error : {EMFILE, ENFILE, ECONNABORTED}) {
+    gAcceptError = error;
+    gPauses = 0;
+    Pass();
+    EXPECT_EQ(0, gAcceptError);
+    EXPECT_EQ(error == ECONNABORTED ? 0 : 1, gPauses) << error;
+    EXPECT_FALSE(reader.IsClosed()) << error;
+  }
+  EXPECT_TRUE(RunUntil([&reader] { return reader.IsClosed(); }));
+  EXPECT_NE("", reader.Bytes());
+  app.ServeStatistics(nullptr);
+  Pass();
+}
+
 }  // namespace
 
 extern "C" int accept4(int fd, sockaddr* __restrict address, socklen_t* __restrict length,
@@ -113,6 +142,13 @@ extern "C" int accept4(int fd, sockaddr* __restrict address, socklen_t* __restri
   if (error == 0) return real(fd, address, length, flags);
   errno = error;
   return -1;
+}
+
+extern "C" int usleep(useconds_t time) {
+  using Usleep = int (*)(useconds_t);
+  static const auto real = reinterpret_cast<Usleep>(dlsym(RTLD_NEXT, "usleep"));
+  ++gPauses;
+  return real(time);
 }
 
 extern "C" int fcntl(int fd, int command, ...) {

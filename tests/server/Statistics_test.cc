@@ -1,25 +1,15 @@
 // What the application tells about itself.
 #include "dorn/server/Statistics.h"
 
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "tests/server/ServerTest.h"
-#include "tests/support/NoStandardInput.h"
 
 namespace {
 
-using testing::AllOf;
-using testing::EndsWith;
 using testing::HasSubstr;
-using testing::Not;
 
 class StatisticsTest : public ServerTest {
  protected:
@@ -28,40 +18,10 @@ class StatisticsTest : public ServerTest {
     mBefore = app.Statistics();
   }
 
-  void TearDown() override {
-    app.ServeStatistics(nullptr);
-    Pass();
-    ServerTest::TearDown();
-  }
-
   using Counter = std::uint64_t dorn::Statistics::*;
 
   // What was counted since the test began.
   std::uint64_t Since(Counter counter) { return app.Statistics().*counter - mBefore.*counter; }
-
-  static std::string SocketPath() { return FolderPath() + "/statistics"; }
-
-  static void BindTo(const std::string& path, int fd) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    ASSERT_EQ(0, bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
-  }
-
-  // Connects and lets the loop answer; all that came before the end, or "" without a connection.
-  static std::string Ask(const std::string& path) {
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-      close(fd);
-      return "";
-    }
-    Station reader(fd);
-    EXPECT_TRUE(RunUntil([&reader] { return reader.IsClosed(); }));
-    return reader.Bytes();
-  }
 
   dorn::Statistics mBefore;
 };
@@ -265,113 +225,6 @@ TEST_F(StatisticsTest, IsWrittenForPrometheus) {
         "longest_pass_microseconds"}) {
     EXPECT_THAT(text, HasSubstr(std::string("\ndorn_") + name + " ")) << name;
   }
-}
-
-TEST_F(StatisticsTest, IsServedAtASocket) {
-  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  Pass();
-  Link link = Connect();
-  const std::string text = Ask(SocketPath());
-  EXPECT_THAT(text, HasSubstr("\ndorn_stations 1\n"));
-  Link another = Connect();
-  EXPECT_THAT(Ask(SocketPath()), HasSubstr("\ndorn_stations 2\n"));
-}
-
-TEST_F(StatisticsTest, ServesWhatOthersAddBehindIt) {
-  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  Pass();
-  int asked = 0;
-  app.SetMoreStatistics([&asked] { return "plant_pumps " + std::to_string(++asked) + "\n"; });
-  EXPECT_THAT(Ask(SocketPath()),
-              AllOf(HasSubstr("dorn_passes_total "), EndsWith("\nplant_pumps 1\n")));
-  EXPECT_THAT(Ask(SocketPath()), EndsWith("\nplant_pumps 2\n"));
-  app.SetMoreStatistics({});
-  EXPECT_THAT(Ask(SocketPath()), Not(HasSubstr("plant_pumps")));
-}
-
-TEST_F(StatisticsTest, IsForTheOwnUserAlone) {
-  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  struct stat status {};
-  ASSERT_EQ(0, stat(SocketPath().c_str(), &status));
-  EXPECT_EQ(0600U, status.st_mode & 0777U);
-}
-
-TEST_F(StatisticsTest, TakesTheSocketAwayAgain) {
-  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  Pass();
-  const int open = OpenDescriptors();
-  EXPECT_TRUE(app.ServeStatistics(""));
-  EXPECT_FALSE(std::filesystem::exists(SocketPath()));
-  Pass(2);
-  EXPECT_EQ(open - 1, OpenDescriptors());
-}
-
-TEST_F(StatisticsTest, TakesTheSocketAwayAtTheEndOfTheLoop) {
-  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  app.Stop();
-  app.Run();
-  EXPECT_FALSE(std::filesystem::exists(SocketPath()));
-}
-
-// A host may close all descriptors to run in the background; the loop then removes the record.
-TEST_F(StatisticsTest, OutlivesTheEndOfItsDescriptor) {
-  const int next = dup(0);
-  close(next);
-  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  Pass();
-  ASSERT_EQ(0, close(next)) << "its descriptor was the lowest that was free";
-  Pass(3);
-  EXPECT_FALSE(std::filesystem::exists(SocketPath()));
-  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  Pass();
-  EXPECT_THAT(Ask(SocketPath()), HasSubstr("dorn_stations"));
-}
-
-TEST_F(StatisticsTest, MovesToAnotherPath) {
-  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  const std::string other = SocketPath() + "2";
-  ASSERT_TRUE(app.ServeStatistics(other.c_str()));
-  Pass(2);
-  EXPECT_FALSE(std::filesystem::exists(SocketPath()));
-  EXPECT_THAT(Ask(other), HasSubstr("dorn_stations"));
-}
-
-TEST_F(StatisticsTest, ReplacesASocketThatAKilledProcessLeftBehind) {
-  const int dead = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  BindTo(SocketPath(), dead);
-  close(dead);
-  EXPECT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  EXPECT_THAT(Ask(SocketPath()), HasSubstr("dorn_stations"));
-}
-
-// A host may run with standard input closed.
-TEST_F(StatisticsTest, IsServedAtDescriptor0) {
-  const int dead = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  BindTo(SocketPath(), dead);
-  close(dead);
-  const NoStandardInput closed;
-  EXPECT_TRUE(app.ServeStatistics(SocketPath().c_str()));
-  EXPECT_TRUE(closed.IsTaken());
-  EXPECT_THAT(Ask(SocketPath()), HasSubstr("dorn_stations"));
-  app.ServeStatistics(nullptr);
-  Pass();
-  EXPECT_FALSE(closed.IsTaken());
-}
-
-TEST_F(StatisticsTest, LeavesTheSocketOfALivingProcessAndFilesAlone) {
-  const int living = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  BindTo(SocketPath(), living);
-  ASSERT_EQ(0, listen(living, 1));
-  EXPECT_FALSE(app.ServeStatistics(SocketPath().c_str()));
-  close(living);
-  const std::string file = FolderPath() + "/file";
-  std::ofstream(file) << "mine";
-  EXPECT_FALSE(app.ServeStatistics(file.c_str()));
-  EXPECT_TRUE(std::filesystem::is_regular_file(file));
-}
-
-TEST_F(StatisticsTest, SaysThatAPathIsTooLong) {
-  EXPECT_FALSE(app.ServeStatistics((FolderPath() + std::string(200, 'x')).c_str()));
 }
 
 }  // namespace
