@@ -38,6 +38,12 @@ class StationAddressTest : public ServerTest {
   static bool Start() { return app.Initialize(0, nullptr) == app.initResult; }
   static std::string Host() { return dorn::AddressOf(app.mStationSocket.GetFD()).host; }
 
+  static std::string ErrorsOf(const std::function<void()>& body) {
+    testing::internal::CaptureStderr();
+    body();
+    return testing::internal::GetCapturedStderr();
+  }
+
   static bool CanConnect(int port) {
     TcpPeer station;
     return station.Connect(port);
@@ -53,6 +59,10 @@ TEST_F(StationAddressTest, ReadsAnAddressAndAPort) {
   ASSERT_TRUE(any.has_value());
   EXPECT_EQ(nullptr, any->HostOrNull());
   EXPECT_EQ(0, any->port);
+  const auto last = dorn::ReadStationAddress("host:65535");
+  ASSERT_TRUE(last.has_value());
+  EXPECT_STREQ("host", last->HostOrNull());
+  EXPECT_EQ(65535, last->port);
 }
 
 TEST_F(StationAddressTest, ReadsNothingElse) {
@@ -60,6 +70,27 @@ TEST_F(StationAddressTest, ReadsNothingElse) {
                            ": 5000", ":+5", ":0x10", ":99999999999999"}) {
     EXPECT_FALSE(dorn::ReadStationAddress(text).has_value()) << text;
   }
+}
+
+TEST_F(StationAddressTest, APortIsANumberFrom0To65535) {
+  for (const int port : {0, 1, 65535}) {
+    EXPECT_EQ("", ErrorsOf([port] { EXPECT_TRUE(dorn::CheckPort({"", port})) << port; }));
+  }
+  for (const int port : {-1, 65536}) {
+    EXPECT_EQ("dorn: " + std::to_string(port) + " is no TCP port\n", ErrorsOf([port] {
+                EXPECT_FALSE(dorn::CheckPort({"", port}));
+              }));
+  }
+}
+
+TEST_F(StationAddressTest, OfWhatIsNoListenerOfTheNetworkIsNone) {
+  const int local = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  for (const int listener : {-1, local}) {
+    const dorn::StationAddress address = dorn::AddressOf(listener);
+    EXPECT_EQ("", address.host) << listener;
+    EXPECT_EQ(0, address.port) << listener;
+  }
+  close(local);
 }
 
 TEST_F(StationAddressTest, IsEveryAddressAndPort5000WithoutACall) {
@@ -116,7 +147,9 @@ TEST_F(StationAddressTest, AnEmptyVariableIsNone) {
   const int port = UnusedPort();
   InChild({{"DORN_STATION", ""}, {"DORN_STATION_FILE", ""}}, [port] {
     app.SetStationAddress("127.0.0.1", port);
-    return Start() && app.GetStationPort() == port;
+    bool isThere = false;
+    const std::string errors = ErrorsOf([&] { isThere = Start() && app.GetStationPort() == port; });
+    return isThere && errors.empty();
   });
 }
 
@@ -133,7 +166,10 @@ TEST_F(StationAddressTest, StartingAnswersWhatTheHostAnswers) {
 TEST_F(StationAddressTest, RefusesAVariableThatItCannotRead) {
   InChild({{"DORN_STATION", "5000"}}, [] {
     app.initResult = 7;  // The hook is not asked.
-    return app.Initialize(0, nullptr) < 0 && !app.IsListening();
+    bool isRefused = false;
+    const std::string errors = ErrorsOf([&] { isRefused = app.Initialize(0, nullptr) < 0; });
+    return isRefused && !app.IsListening() &&
+           errors == "dorn: DORN_STATION is \"5000\"; write it as address:port\n";
   });
 }
 
@@ -172,9 +208,48 @@ TEST_F(StationAddressTest, WritesNoFileWhenItDoesNotListen) {
   EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(StationAddressTest, GoesOnWhenTheFileCannotBeWritten) {
-  InChild({{"DORN_STATION", "127.0.0.1:0"}, {"DORN_STATION_FILE", "/nowhere/at/all"}},
-          [] { return Start() && app.GetStationPort() > 0; });
+// What has been written of it is taken away again, and the host is told why.
+class UnwritableAddressTest : public StationAddressTest {
+ protected:
+  static std::string Path() { return FolderPath() + "/station"; }
+
+  static void ExpectNoFile(const std::string& path, const std::string& reason,
+                           const std::function<void()>& arrange) {
+    InChild({{"DORN_STATION", "127.0.0.1:0"}, {"DORN_STATION_FILE", path}}, [&] {
+      arrange();
+      bool isThere = false;
+      const std::string errors = ErrorsOf([&] { isThere = Start() && app.GetStationPort() > 0; });
+      return isThere && errors == "dorn: the station address cannot be written to " + path + ": " +
+                                      reason + "\n";
+    });
+  }
+
+  static std::vector<std::string> Files() {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(FolderPath())) {
+      names.push_back(entry.path().filename());
+    }
+    return names;
+  }
+};
+
+TEST_F(UnwritableAddressTest, IsNoReasonNotToStart) {
+  ExpectNoFile("/nowhere/at/all", "No such file or directory", [] {});
+}
+
+TEST_F(UnwritableAddressTest, LeavesNothingOnAFullDisk) {
+  const std::string path = Path();
+  ExpectNoFile(path, "No space left on device", [&path] {
+    const std::string fresh = path + "." + std::to_string(getpid());
+    EXPECT_EQ(0, symlink("/dev/full", fresh.c_str()));
+  });
+  EXPECT_THAT(Files(), testing::IsEmpty());
+}
+
+TEST_F(UnwritableAddressTest, LeavesAFolderOfThatNameAlone) {
+  std::filesystem::create_directory(Path());
+  ExpectNoFile(Path(), "Is a directory", [] {});
+  EXPECT_THAT(Files(), testing::ElementsAre("station"));
 }
 
 }  // namespace
