@@ -7,6 +7,7 @@
 
 #include "dorn/server/Observed.h"
 #include "tests/server/ServerTest.h"
+#include "tests/support/NoStandardInput.h"
 
 namespace {
 
@@ -201,6 +202,24 @@ TEST_F(ObserverTest, HearsOfAStationWhoseMembersWereWrittenByHand) {
   EXPECT_THAT(Calls(), ElementsAre("gone 134217728 S9"));
 }
 
+TEST_F(ObserverTest, HearsNothingOfASessionThatWasWrittenByHandWithoutALogIn) {
+  Link link = Connect();
+  Find(link)->mSessionId = "S9";
+  Calls().clear();
+  Find(link)->Close();
+  Pass(2);
+  EXPECT_THAT(Calls(), IsEmpty());
+}
+
+TEST_F(ObserverTest, HearsTheLastSessionOfAStationFromWhichItWasTakenByHand) {
+  Link link = LoggedIn("S1");
+  Find(link)->mSessionId.Clear();
+  Calls().clear();
+  Find(link)->Close();
+  Pass(2);
+  EXPECT_THAT(Calls(), ElementsAre("gone 134217728 S1"));
+}
+
 // Its descriptor is given to another record.
 TEST_F(ObserverTest, HearsOfAStationThatIsReplaced) {
   Link link = LoggedIn("S1");
@@ -258,6 +277,26 @@ TEST_F(ObserverTest, HearsOfEachLifeOfAConnectionThatIsOpenedAgain) {
   }
   EXPECT_THAT(Calls(), ElementsAre("gone " + id + " S1", "gone " + id + " S2"));
   delete client;
+}
+
+// A host may run with standard input closed.
+TEST_F(ObserverTest, HearsOfEachLifeOfAConnectionOnDescriptor0) {
+  VQClientSocket client(&app.mLog, app.GetFdDataList());
+  const std::string id = std::to_string(client.GetId());
+  const NoStandardInput closed;
+  Calls().clear();
+  for (const char* sid : {"S1", "S2"}) {
+    int pair[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+    ASSERT_EQ(0, pair[0]);
+    const Station station(pair[1]);
+    client.Create(pair[0], 1000);
+    client.SetAutoDelete(0);
+    client.Authentication(sid);
+    client.Close();
+    Pass(2);
+  }
+  EXPECT_THAT(Calls(), ElementsAre("gone " + id + " S1", "gone " + id + " S2"));
 }
 
 // A connection that goes on with another station when it is closed.
