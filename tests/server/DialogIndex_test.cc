@@ -268,8 +268,9 @@ TEST_F(DialogIndexTest, FindsAnOlderDialogThatGotATreeAndWasPutInAnothersPlaceBy
   HookedDialog* const dialog = Make("");
   AddIndexed();
   dialog->AddSession("S30");
-  delete std::exchange(mList.mDialogList["d20"], dialog);
+  const VQDialog* const replaced = std::exchange(mList.mDialogList["d20"], dialog);
   EXPECT_THAT(NamesFor("S30"), ElementsAre("d20", "d30"));
+  delete replaced;
 }
 
 TEST_F(DialogIndexTest, IsNotTakenForRightAgainWhenTheSizeHasOnceBeenAnother) {

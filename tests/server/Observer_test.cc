@@ -279,8 +279,8 @@ TEST_F(ObserverTest, HearsOfEachLifeOfAConnectionThatIsOpenedAgain) {
   delete client;
 }
 
-// A host may run with standard input closed.
-TEST_F(ObserverTest, HearsOfEachLifeOfAConnectionOnDescriptor0) {
+// A host may do by hand what Create() does, and run with standard input closed.
+TEST_F(ObserverTest, HearsOfEachLifeOfAConnectionThatGotDescriptor0ByHand) {
   VQClientSocket client(&app.mLog, app.GetFdDataList());
   const std::string id = std::to_string(client.GetId());
   const NoStandardInput closed;
@@ -290,8 +290,8 @@ TEST_F(ObserverTest, HearsOfEachLifeOfAConnectionOnDescriptor0) {
     ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
     ASSERT_EQ(0, pair[0]);
     const Station station(pair[1]);
-    client.Create(pair[0], 1000);
-    client.SetAutoDelete(0);
+    client.SetFD(pair[0]);
+    client.SetFDStatus(KZFdData::kStatusActive);
     client.Authentication(sid);
     client.Close();
     Pass(2);
@@ -390,6 +390,41 @@ TEST_F(ObserverTest, HearsOfEachStationOfAConnectionThatIsDestroyedInThePass) {
   Wait(1000);
   Pass(2);
   EXPECT_THAT(Calls(), ElementsAre("OnTimer app 7", gone + "S1", gone + "S2", "destroyed"));
+}
+
+// It is open when it is destroyed.
+TEST_F(ObserverTest, HearsOfTheFormerStationOfAConnectionThatIsDestroyed) {
+  for (const bool callsBase : {true, false}) {
+    auto client = std::make_unique<ReopeningClient>(&app.mLog, app.GetFdDataList());
+    const std::string gone = "gone " + std::to_string(client->GetId()) + " ";
+    client->mCallsBase = callsBase;
+    client->OpenFor("S1");
+    client->mNext = "S2";
+    Pass();
+    Calls().clear();
+    client->Close();
+    client.reset();
+    Calls().push_back("destroyed");
+    Pass(2);
+    EXPECT_THAT(Calls(), ElementsAre(gone + "S1 open", gone + "S2 open", "destroyed")) << callsBase;
+  }
+}
+
+TEST_F(ObserverTest, HearsOfAStationThatCameToAConnectionAndWhoseMembersWereWrittenByHand) {
+  ReopeningClient client(&app.mLog, app.GetFdDataList());
+  const std::string gone = "gone " + std::to_string(client.GetId()) + " ";
+  client.OpenFor("S1");
+  Pass();
+  client.Close();
+  Pass();
+  client.OpenFor("-");
+  client.mSessionId = "S9";
+  client.mAuth = true;
+  Pass();
+  Calls().clear();
+  client.Close();
+  Pass(2);
+  EXPECT_THAT(Calls(), ElementsAre(gone + "S9"));
 }
 
 // Where one connection was destroyed, the next one may be made in the same pass.

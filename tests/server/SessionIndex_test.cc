@@ -196,6 +196,17 @@ TEST_F(SessionIndexTest, NeedsOneWalkForATimerThatFiresTwice) {
   EXPECT_EQ(kMany - 1U, StepsOf([&] { EXPECT_EQ("", Found(timer)); }));
 }
 
+// It has fired while the list was short.
+TEST_F(SessionIndexTest, ForgetsATimerOfARemovedOneThatHasFired) {
+  AddMany(20);
+  const unsigned int timer = TimerOf("s20");
+  mList.Remove("s20");
+  EXPECT_EQ("", Found(timer));
+  for (int i = 50; i < 80; ++i) Add("s" + std::to_string(i));
+  EXPECT_EQ("s60", Found(TimerOf("s60")));
+  EXPECT_EQ(49U, StepsOf([&] { EXPECT_EQ("", Found(timer)); }));
+}
+
 TEST_F(SessionIndexTest, FindsASessionThatGetsTheTimerOfARemovedOne) {
   AddIndexed();
   const unsigned int timer = TimerOf("s20");
