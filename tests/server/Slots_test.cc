@@ -3,11 +3,14 @@
 #include "dorn/server/Slots.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dorn/server/Peers.h"
@@ -39,9 +42,13 @@ class SlotTest : public ServerTest {
     dorn::CountSlotsAnew();
   }
 
-  static Link From(const std::string& address) {
+  static Link From(const std::string& address, int atDescriptor = -1) {
     int pair[2];
     EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+    if (atDescriptor >= 0) {
+      EXPECT_EQ(atDescriptor, fcntl(pair[0], F_DUPFD_CLOEXEC, atDescriptor));
+      close(std::exchange(pair[0], atDescriptor));
+    }
     sockaddr_in peer{};
     peer.sin_family = AF_INET;
     EXPECT_EQ(1, inet_pton(AF_INET, address.c_str(), &peer.sin_addr));
@@ -117,6 +124,15 @@ TEST_F(SlotTest, AShareIsNotKeptWhileAQuarterIsFree) {
   EXPECT_EQ(0U, Closed(crowd));
   dorn::KeepShare(kNew + 1, "10.0.0.1");
   EXPECT_EQ(1U, Closed(crowd));
+}
+
+// As when a proxy tells the address of a station that has been there for a while.
+TEST_F(SlotTest, TheNewOneItselfIsNotTakenAboveItself) {
+  std::vector<Link> crowd = Crowd("10.0.0.1", 253);
+  constexpr int kNew = kLimit - 1 - 252;
+  crowd.push_back(From("10.0.0.1", kNew));
+  dorn::KeepShare(kNew, "10.0.0.1");
+  EXPECT_EQ(0U, Closed(crowd));
 }
 
 TEST_F(SlotTest, AShareOfFewSlotsIsOneOfThemOrIsNotKept) {

@@ -101,6 +101,7 @@ class StatisticsServerTest : public ServerTest {
   static void ExpectNone(const std::string& path, const std::string& reason) {
     const int open = OpenDescriptors();
     testing::internal::CaptureStderr();
+    errno = ECONNREFUSED;  // Of somebody else before.
     EXPECT_FALSE(app.ServeStatistics(path.c_str()));
     EXPECT_EQ("dorn: no statistics at " + path + ": " + reason + "\n",
               testing::internal::GetCapturedStderr());
@@ -233,6 +234,7 @@ TEST_F(StatisticsServerTest, LeavesWhatIsAtItsPathAlone) {
   const int listener = BoundTo(living, SOCK_STREAM);
   ASSERT_EQ(0, listen(listener, 1));
   ExpectNone(living, "Address already in use");
+  EXPECT_TRUE(std::filesystem::is_socket(living));
   close(listener);
 
   const std::string datagrams = SocketPath() + " datagrams";
