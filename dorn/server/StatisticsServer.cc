@@ -21,13 +21,14 @@ namespace {
 constexpr int kBacklog = 8;
 constexpr useconds_t kPauseUs = 10000;
 
+// `address` is empty before.
 bool FillAddress(const std::string& path, sockaddr_un& address) {
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) {
     errno = ENAMETOOLONG;
     return false;
   }
-  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  path.copy(address.sun_path, path.size());
   return true;
 }
 

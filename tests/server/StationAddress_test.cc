@@ -246,6 +246,14 @@ TEST_F(UnwritableAddressTest, LeavesNothingOnAFullDisk) {
   EXPECT_THAT(Files(), testing::IsEmpty());
 }
 
+TEST_F(UnwritableAddressTest, IsNotWrittenByWayOfAFolder) {
+  const std::string path = Path();
+  ExpectNoFile(path, "Is a directory", [&path] {
+    EXPECT_EQ(0, mkdir((path + "." + std::to_string(getpid())).c_str(), 0700));
+  });
+  EXPECT_THAT(Files(), testing::IsEmpty());
+}
+
 TEST_F(UnwritableAddressTest, LeavesAFolderOfThatNameAlone) {
   std::filesystem::create_directory(Path());
   ExpectNoFile(Path(), "Is a directory", [] {});

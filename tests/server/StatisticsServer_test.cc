@@ -143,7 +143,8 @@ TEST_F(StatisticsServerTest, IsARecordToWhichTheListGivesANumber) {
   const int next = list.mUniqueId;
   ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
   Pass();
-  const KZFdData* const record = list.back();
+  KZFdData* const record = list.back();
+  EXPECT_EQ(KZFdData::kStatusActive, record->GetFDStatus());
   EXPECT_EQ(next, record->GetId());
   EXPECT_EQ(KZFdData::kTypeListener, record->GetType());
   EXPECT_EQ(1, record->GetAutoDelete());
@@ -198,6 +199,18 @@ TEST_F(StatisticsServerTest, MovesToTheSamePath) {
     Pass(2);
     EXPECT_THAT(Ask(SocketPath()), HasSubstr("dorn_stations")) << i;
   }
+}
+
+// Its record lives for a little longer.
+TEST_F(StatisticsServerTest, TakesItsNameAwayOnce) {
+  ASSERT_TRUE(app.ServeStatistics(SocketPath().c_str()));
+  const std::string other = SocketPath() + "2";
+  std::filesystem::create_hard_link(SocketPath(), other);
+  EXPECT_TRUE(app.ServeStatistics(nullptr));
+  EXPECT_FALSE(std::filesystem::exists(SocketPath()));
+  std::filesystem::rename(other, SocketPath());
+  Pass(2);
+  EXPECT_TRUE(std::filesystem::exists(SocketPath()));
 }
 
 TEST_F(StatisticsServerTest, LeavesTheSocketAloneThatSomebodyElseHasPutInItsPlace) {
