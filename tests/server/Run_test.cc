@@ -9,7 +9,9 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <string>
 #include <thread>
+#include <utility>
 
 #include "tests/server/ServerTest.h"
 #include "tests/support/Deadline.h"
@@ -17,14 +19,27 @@
 namespace {
 
 std::atomic<int> gLongestPollMs{0};
+std::atomic<nfds_t> gMostPolled{0};
+int gWaits = 0;  // Calls that would wait.
+
+// What the next wait fails with; 0: nothing.
+int gWaitError = 0;
 
 }  // namespace
 
-// In place of the C library's, to see how long somebody would wait.
+// In place of the C library's, to see how long somebody would wait, and for how many.
 extern "C" int poll(pollfd* fds, nfds_t count, int timeoutMs) {
   using Poll = int (*)(pollfd*, nfds_t, int);
   static const auto real = reinterpret_cast<Poll>(dlsym(RTLD_NEXT, "poll"));
   gLongestPollMs = std::max(gLongestPollMs.load(), timeoutMs);
+  gMostPolled = std::max(gMostPolled.load(), count);
+  if (timeoutMs > 0) {
+    ++gWaits;
+    if (gWaitError != 0) {
+      errno = std::exchange(gWaitError, 0);
+      return -1;
+    }
+  }
   return real(fds, count, timeoutMs);
 }
 
@@ -100,6 +115,23 @@ TEST_F(RunTest, RunsAgainAfterItWasStopped) {
   EXPECT_THAT(Calls(), ElementsAre("OnTimer app 77"));
 }
 
+// The end itself takes two passes.
+TEST_F(RunTest, RunsAgainUntilItIsStoppedAgain) {
+  app.Stop();
+  app.Run();
+  constexpr int kPasses = 5;
+  int passes = 0;
+  app.timer = [&](unsigned int) {
+    if (++passes == kPasses) return app.Stop();
+    app.SetApplicationSingleTimerInterval(1, 77);
+    mClock.AdvanceMs(5);
+  };
+  app.SetApplicationSingleTimerInterval(1, 77);
+  mClock.AdvanceMs(5);
+  app.Run();
+  EXPECT_EQ(kPasses, passes);
+}
+
 void StopBySignal(int) { app.Stop(); }
 
 TEST_F(RunTest, ReturnsWhenASignalHandlerStopsItWhereverTheSignalHitsTheLoop) {
@@ -169,9 +201,35 @@ TEST_F(RunTest, LetsAStationReadWhatIsQueuedForIt) {
   Find(link)->SendData(text);
   std::thread reader([&link] { EXPECT_TRUE(link.station.WaitFor(3000002)); });
   app.Stop();
+  gMostPolled = 0;
   app.Run();
   reader.join();
   EXPECT_EQ(3000002U, link.station.Bytes().size());
+  EXPECT_EQ(1U, gMostPolled);
+}
+
+TEST_F(RunTest, ASignalDoesNotEndTheWaitForAStationThatReads) {
+  Link link = LoggedIn("S1");
+  const KZString text(std::string(3000000, 'x'));
+  Find(link)->SendData(text);
+  std::thread reader([&link] { EXPECT_TRUE(link.station.WaitFor(3000002)); });
+  app.Stop();
+  gWaitError = EINTR;
+  app.Run();
+  reader.join();
+  EXPECT_EQ(0, gWaitError);
+  EXPECT_EQ(3000002U, link.station.Bytes().size());
+}
+
+TEST_F(RunTest, WhereNoWaitIsPossibleItEndsWithout) {
+  Link link = LoggedIn("S1");
+  Find(link)->SendData(KZString(std::string(3000000, 'x')));
+  app.Stop();
+  gWaits = 0;
+  gWaitError = ENOMEM;
+  app.Run();
+  EXPECT_EQ(1, gWaits);
+  EXPECT_EQ(0U, Connections());
 }
 
 TEST_F(RunTest, WaitsASecondAtMostForAStationThatDoesNotRead) {
