@@ -11,20 +11,37 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "dorn/server/Descriptors.h"
 #include "dorn/server/VQStationSocket.h"
 #include "tests/server/ServerTest.h"
+#include "tests/support/NoStandardInput.h"
 
 namespace {
 
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::IsEmpty;
+
 int gSettings = 0;  // By fcntl().
 int gLimits = 0;    // By getrlimit().
-int gPauses = 0;    // By usleep().
 
-// What the next accept4() fails with; 0: nothing.
+int gAccepts = 0;
+std::vector<useconds_t> gPauses;  // By usleep(), which does not wait.
+
+// What the next calls of accept4() fail with, and how many of them.
 int gAcceptError = 0;
+int gAcceptFailures = 0;
+
+void FailAccept(int error, int times = 1) {
+  gAcceptError = error;
+  gAcceptFailures = times;
+  gAccepts = 0;
+  gPauses.clear();
+}
 
 bool gHasLimit = true;  // Or getrlimit() fails.
 
@@ -36,9 +53,19 @@ class AcceptCallsTest : public ServerTest {
     Pass();
   }
   void TearDown() override {
+    gAcceptFailures = 0;
     mListener.Close();
     Pass(2);
     ServerTest::TearDown();
+  }
+
+  bool IsListening() { return mListener.GetFD() >= 0 && mListener.GetFDStatus() == 2; }
+
+  // What the listener prints when it is ready, with nothing else of the loop.
+  std::string Ready() {
+    CapturedStdout console;
+    mListener.ReadyToRead();
+    return console.Text();
   }
 
   void Accept(Station& station) {
@@ -99,7 +126,7 @@ TEST_F(AcceptCallsTest, EveryShortageRefusesOneConnectionAndLeavesTheListenerOpe
     Station station;
     ASSERT_TRUE(station.Connect(PortOf(mListener.GetFD())));
     CapturedStdout console;
-    gAcceptError = error;
+    FailAccept(error);
     EXPECT_TRUE(RunUntil([&] { return station.IsClosed(); })) << error;
     EXPECT_EQ("Connection refused: no descriptor is left\n", console.Text()) << error;
   }
@@ -119,11 +146,10 @@ TEST_F(AcceptCallsTest, TheSocketOfTheStatisticsPausesWhenNoDescriptorIsLeft) {
   Station reader(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   ASSERT_EQ(0, connect(reader.Fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
   for (const int error : {EMFILE, ENFILE, ECONNABORTED}) {
-    gAcceptError = error;
-    gPauses = 0;
+    FailAccept(error);
     Pass();
-    EXPECT_EQ(0, gAcceptError);
-    EXPECT_EQ(error == ECONNABORTED ? 0 : 1, gPauses) << error;
+    EXPECT_EQ(0, gAcceptFailures);
+    EXPECT_EQ(error == ECONNABORTED ? 0U : 1U, gPauses.size()) << error;
     EXPECT_FALSE(reader.IsClosed()) << error;
   }
   EXPECT_TRUE(RunUntil([&reader] { return reader.IsClosed(); }));
@@ -132,23 +158,110 @@ TEST_F(AcceptCallsTest, TheSocketOfTheStatisticsPausesWhenNoDescriptorIsLeft) {
   Pass();
 }
 
+// It may be over by the time the peer is turned away.
+TEST_F(AcceptCallsTest, AShortageThatLetsNobodyBeRefusedEitherIsWaitedFor) {
+  FailAccept(ENFILE, 2);
+  EXPECT_EQ("No connection can be accepted now: Too many open files in system\n", Ready());
+  EXPECT_THAT(gPauses, ElementsAre(10000));
+  EXPECT_TRUE(IsListening());
+}
+
+TEST_F(AcceptCallsTest, AShortageMakesRoomForOneAlone) {
+  Station first, second, third;
+  Accept(first);
+  Accept(second);
+  ASSERT_TRUE(third.Connect(PortOf(mListener.GetFD())));
+  FailAccept(EMFILE, 2);
+  EXPECT_THAT(Ready(), EndsWith("Connection refused: no descriptor is left\n"));
+  Pass(2);
+  EXPECT_EQ(1U, Connections());
+  EXPECT_TRUE(first.IsClosed());
+  EXPECT_FALSE(second.IsClosed());
+  EXPECT_THAT(gPauses, IsEmpty());
+}
+
+// They are about one peer, or one moment.
+TEST_F(AcceptCallsTest, FailuresThatPassAreTriedAgainAtOnce) {
+  std::size_t served = 0;
+  for (const int error : {EINTR, ECONNABORTED, ECONNRESET, EPROTO, EPERM, ENETDOWN, ENETUNREACH,
+                          ENOPROTOOPT, EHOSTDOWN, EHOSTUNREACH, ENONET, EOPNOTSUPP, ETIMEDOUT}) {
+    Station station;
+    ASSERT_TRUE(station.Connect(PortOf(mListener.GetFD())));
+    FailAccept(error);
+    Ready();
+    EXPECT_EQ(2, gAccepts) << error;
+    EXPECT_EQ(app.mSocketId, 0x8000000U + 10 * ++served) << error;
+    EXPECT_TRUE(IsListening()) << error;
+  }
+  EXPECT_THAT(gPauses, IsEmpty());
+}
+
+TEST_F(AcceptCallsTest, AFailureThatDoesNotPassIsWaitedForAfterSixteenAttempts) {
+  FailAccept(ECONNABORTED, 1000);
+  EXPECT_EQ("No connection can be accepted now: Software caused connection abort\n", Ready());
+  EXPECT_EQ(16, gAccepts);
+  EXPECT_THAT(gPauses, ElementsAre(10000));
+  EXPECT_TRUE(IsListening());
+  gAcceptFailures = 0;
+  Station served;
+  Accept(served);
+}
+
+TEST_F(AcceptCallsTest, WhereNobodyIsWaitingNothingIsDone) {
+  FailAccept(EAGAIN);
+  EXPECT_EQ("", Ready());
+  EXPECT_EQ(1, gAccepts);
+  EXPECT_THAT(gPauses, IsEmpty());
+  EXPECT_TRUE(IsListening());
+}
+
+// Descriptor 0 is one like any other, for the connection and for the listener.
+
+TEST_F(AcceptCallsTest, AConnectionMayBeAcceptedAsDescriptor0) {
+  Station station;
+  ASSERT_TRUE(station.Connect(PortOf(mListener.GetFD())));
+  const NoStandardInput closed;
+  mListener.ReadyToRead();
+  Pass();
+  VQClientSocket* client = Find(0x8000000);
+  ASSERT_NE(nullptr, client);
+  EXPECT_EQ(0, client->GetFD());
+  EXPECT_FALSE(station.IsClosed());
+  client->Close();
+  Pass(2);
+}
+
+TEST_F(AcceptCallsTest, AListenerThatGoesOnIsNotSaidToBeClosed) {
+  const NoStandardInput closed;
+  VQStationSocket listener(&app.mLog, app.GetFdDataList());
+  ASSERT_EQ(0, listener.Open("127.0.0.1", 0));
+  Station station;
+  ASSERT_TRUE(station.Connect(PortOf(0)));
+  FailAccept(EINVAL);
+  CapturedStdout console;
+  listener.ReadyToRead();
+  EXPECT_EQ("VQApplication::MakeSocketId = 8000000\n", console.Text());
+  EXPECT_EQ(0, listener.GetFD());
+  listener.Close();
+  Pass(2);
+}
+
 }  // namespace
 
 extern "C" int accept4(int fd, sockaddr* __restrict address, socklen_t* __restrict length,
                        int flags) {
   using Accept4 = int (*)(int, sockaddr*, socklen_t*, int);
   static const auto real = reinterpret_cast<Accept4>(dlsym(RTLD_NEXT, "accept4"));
-  const int error = std::exchange(gAcceptError, 0);
-  if (error == 0) return real(fd, address, length, flags);
-  errno = error;
+  ++gAccepts;
+  if (gAcceptFailures == 0) return real(fd, address, length, flags);
+  --gAcceptFailures;
+  errno = gAcceptError;
   return -1;
 }
 
-extern "C" int usleep(useconds_t time) {
-  using Usleep = int (*)(useconds_t);
-  static const auto real = reinterpret_cast<Usleep>(dlsym(RTLD_NEXT, "usleep"));
-  ++gPauses;
-  return real(time);
+extern "C" int usleep(useconds_t pause) {
+  gPauses.push_back(pause);
+  return 0;
 }
 
 extern "C" int fcntl(int fd, int command, ...) {

@@ -235,6 +235,47 @@ TEST_F(VQStationSocketTest, WithoutAnyDescriptorLeftTheListenerStaysOpen) {
   EXPECT_TRUE(IsListening());
 }
 
+// A listener that found no descriptor to keep for refusals.
+class NoSpareTest : public VQStationSocketTest {
+ protected:
+  void SetUp() override {
+    VQStationSocketTest::SetUp();
+    ASSERT_GE(mBare.Socket(AF_INET, SOCK_STREAM, 0), 0);
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(0, mBare.Bind(reinterpret_cast<const sockaddr*>(&local), sizeof local));
+    const DescriptorLimit limit(LimitAbove(0));
+    ASSERT_EQ(0, mBare.Listen(5));
+  }
+  void TearDown() override {
+    mBare.Close();
+    VQStationSocketTest::TearDown();
+  }
+
+  VQStationSocket mBare{&app.mLog, app.GetFdDataList()};
+};
+
+TEST_F(NoSpareTest, KeepsOneAsSoonAsItCan) {
+  const int before = OpenDescriptors();
+  mBare.ReadyToRead();
+  EXPECT_EQ(before + 1, OpenDescriptors());
+  mBare.ReadyToRead();
+  EXPECT_EQ(before + 1, OpenDescriptors());
+}
+
+TEST_F(NoSpareTest, KeepsAPeerWaitingWithALine) {
+  Station station;
+  ASSERT_TRUE(station.Connect(PortOf(mBare.GetFD())));
+  CapturedStdout console;
+  {
+    const DescriptorLimit limit(LimitAbove(0));
+    mBare.ReadyToRead();
+  }
+  EXPECT_EQ("No connection can be accepted now: Too many open files\n", console.Text());
+  EXPECT_FALSE(station.IsClosed());
+}
+
 TEST_F(VQStationSocketTest, TheDescriptorThatIsKeptForRefusalsMayBeNumber0) {
   auto listener = std::make_unique<VQStationSocket>(&app.mLog, app.GetFdDataList());
   ASSERT_GE(listener->Socket(AF_INET, SOCK_STREAM, 0), 0);
@@ -361,6 +402,7 @@ TEST_F(SlotsTest, AStationOnDescriptor0MakesRoomLikeAnyOther) {
   Link late = From("10.0.0.9", kLimit);
   EXPECT_TRUE(first.station.IsClosed());
   EXPECT_FALSE(late.station.IsClosed());
+  EXPECT_EQ(0, Find(late)->GetFD());
   Find(late)->Close();
   Pass(2);
 }
