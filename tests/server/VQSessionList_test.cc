@@ -1,9 +1,12 @@
 #include "dorn/server/VQSessionList.h"
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <random>
 
 #include "dorn/server/Connections.h"
+#include "dorn/server/Observer.h"
 #include "dorn/server/SessionIndex.h"
 #include "tests/server/ServerTest.h"
 
@@ -169,6 +172,17 @@ TEST_F(VQSessionListTest, ARenamedSessionEndsWhatBelongsToItsNewName) {
   EXPECT_EQ(0U, dialog->mSessionResourceList.count("renamed"));
   EXPECT_NE(nullptr, Find(a));
   EXPECT_EQ(nullptr, Find(b));
+}
+
+// The empty name is that of every connection that never logged in.
+TEST_F(VQSessionListTest, TheEndOfASessionWithoutANameClosesOneConnectionThatNeverLoggedIn) {
+  app.CreateSession("", 30000);
+  Link first = Connect(), second = Connect(), loggedIn = LoggedIn("S1");
+  mList.Expire(0xD000000);
+  EXPECT_EQ(nullptr, Find(first));
+  EXPECT_NE(nullptr, Find(second));
+  EXPECT_NE(nullptr, Find(loggedIn));
+  EXPECT_FALSE(mList.Has(""));
 }
 
 TEST_F(VQSessionListTest, ANullEntryIsRemovedLikeAnyOther) {
@@ -402,6 +416,84 @@ TEST_F(ManySessionsTest, ThatHadConnectionsInAnEarlierRoundNeedOneWalkForAll) {
   Wait(1000);
   EXPECT_EQ(20U, Connections());
   EXPECT_LE(dorn::SearchSteps() - before, 2 * app.GetFdDataList()->size());
+}
+
+// A list that has not done anything yet knows nothing of one that lay in its place, and had as many
+// sessions when it ended.
+TEST_F(ManySessionsTest, ThatWereRemovedFromAListDoNotCountForTheNextOneInItsPlace) {
+  const CapturedStdout console;
+  std::vector<std::unique_ptr<VQSession>> sessions;
+  for (int i = 0; i < kCount; ++i) {
+    sessions.push_back(std::make_unique<VQSession>(KZString(Sid(i)), 1000));
+  }
+  const unsigned int timer = sessions.back()->mTimerId;
+  std::optional<VQSessionList> list;
+  list.emplace();
+  for (const auto& session : sessions) list->Add(session->GetSessionId(), session.get());
+  list->Expire(0xD00ABCD);
+  list->Remove(sessions.back().release()->GetSessionId());
+  sessions.pop_back();
+  list.reset();
+  list.emplace();
+  sessions.front()->mTimerId = timer;
+  for (const auto& session : sessions) list->mSessionList[session->GetSessionId()] = session.get();
+  const KZString first = sessions.front().release()->GetSessionId();
+  list->Expire(timer);
+  EXPECT_FALSE(list->Has(first));
+}
+
+// Sessions that end one after another in one pass. After the first two it is known which ones have
+// a connection.
+class EndingInTurnTest : public VQSessionListTest {
+ protected:
+  struct EndObserver : dorn::Observer {
+    void OnSessionEnd(const KZString& sid) override {
+      if (sid == "C") atEnd();
+    }
+    std::function<void()> atEnd;
+  };
+  struct CloseSink : KZStream {
+    int Output(char* text) override {
+      if (std::string(text) == "切断しました\n") std::exchange(atClose, [] {})();
+      return 0;
+    }
+    std::function<void()> atClose = [] {};
+  };
+
+  void SetUp() override {
+    VQSessionListTest::SetUp();
+    int interval = 1000;
+    for (const char* sid : {"A", "B", "C", "D"}) app.CreateSession(sid, interval++);
+    mLink = LoggedIn("other");
+  }
+  void TearDown() override {
+    dorn::SetObserver(nullptr);
+    VQSessionListTest::TearDown();
+    app.SetLogStream(&app.mLog);
+  }
+
+  Link mLink;
+};
+
+TEST_F(EndingInTurnTest, AConnectionThatTheObserverOfAnEarlierOneBoundIsClosed) {
+  EndObserver observer;
+  observer.atEnd = [this] { Find(mLink)->Authentication("D"); };
+  dorn::SetObserver(&observer);
+  Wait(2000);
+  EXPECT_EQ(nullptr, Find(mLink));
+}
+
+TEST_F(EndingInTurnTest, AConnectionThatTheLogOfAnEarlierOnesConnectionBoundIsClosed) {
+  CloseSink sink;
+  app.SetLogStream(&sink);
+  Link link = LoggedIn("C");
+  sink.atClose = [this] {
+    for (int i = 0; i < 2; ++i) app.RemoveSocketBySession("nobody");
+    Find(mLink)->mSessionId = "D";
+  };
+  Wait(2000);
+  EXPECT_EQ(nullptr, Find(link));
+  EXPECT_EQ(nullptr, Find(mLink));
 }
 
 // Whatever is written into the map, the sessions and the dialogs' trees, the first session of the

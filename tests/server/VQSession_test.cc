@@ -59,6 +59,14 @@ TEST_F(VQSessionTest, WithoutAnIntervalAnIdIsTakenButNoTimerStarted) {
   EXPECT_TRUE(app.mTimerList.empty());
 }
 
+TEST_F(VQSessionTest, TheShortestIntervalIsAMillisecond) {
+  VQSession session("S1", 1);
+  EXPECT_THAT(DueIn(0xD000000), ElementsAre(1));
+  app.ResetTimer();
+  session.Extend();
+  EXPECT_THAT(DueIn(0xD000000), ElementsAre(1));
+}
+
 TEST_F(VQSessionTest, ExtendCountsTheIntervalAnew) {
   VQSession session("S1", 30000);
   mClock.AdvanceMs(20000);
