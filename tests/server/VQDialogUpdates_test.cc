@@ -353,6 +353,40 @@ TEST_F(VQDialogUpdatesTest, SnapshotLeavesDeletesAndAddsToTheNextUpdate) {
   EXPECT_THAT(mA.station.Messages(), ElementsAre(kDeleted));
 }
 
+TEST_F(VQDialogUpdatesTest, SnapshotToNobodyIsNone) {
+  EXPECT_FALSE(mDialog->SendSnapshot(nullptr));
+  VQClientSocket* client = Find(mA);
+  client->Close();
+  CapturedStdout console;
+  EXPECT_FALSE(mDialog->SendSnapshot(client));
+  EXPECT_EQ("", console.Text());
+}
+
+TEST_F(VQDialogUpdatesTest, SnapshotWithoutASharedTreeIsNoneAndMakesNone) {
+  HookedDialog dialog;
+  dialog.Init("top", "unused");
+  dialog.AddSession("S1");
+  EXPECT_FALSE(dialog.SendSnapshot(Find(mA)));
+  EXPECT_EQ(1U, dialog.mSessionResourceList.size());
+  EXPECT_THAT(mA.station.Messages(), IsEmpty());
+}
+
+TEST_F(VQDialogUpdatesTest, SnapshotOfATreeWithoutObjectsIsNone) {
+  HookedDialog dialog;
+  dialog.Init("top", "unused");
+  dialog.GetResourceShare();
+  EXPECT_FALSE(dialog.SendSnapshot(Find(mA)));
+  EXPECT_THAT(mA.station.Messages(), IsEmpty());
+}
+
+TEST_F(VQDialogUpdatesTest, SnapshotOfOneObjectIsSent) {
+  mTree->SearchName("b1")->Delete("THIS");
+  EXPECT_TRUE(mDialog->SendSnapshot(Find(mA)));
+  EXPECT_THAT(
+      mA.station.Messages(),
+      ElementsAre("{ \"Command\":\"UPDATE\", \"Objects\":[{\"Name\":\"l1\",\"Value\":1}]}\n"));
+}
+
 // SendUpdateUnique
 
 class UniqueUpdatesTest : public VQDialogUpdatesTest {
