@@ -169,6 +169,30 @@ TEST_F(HooksThatPullTheRugTest, UpdateMayEraseTheTreeOutsideAnyOtherHook) {
   EXPECT_EQ(1U, mDialog->mSessionResourceList.size());
 }
 
+// An object that says whether it is still there.
+class MortalObject : public VQJsonObject {
+ public:
+  MortalObject(VQJsonObject* parent, bool& isAlive) : VQJsonObject(parent), mIsAlive(isAlive) {
+    mIsAlive = true;
+  }
+  ~MortalObject() override { mIsAlive = false; }
+
+ private:
+  bool& mIsAlive;
+};
+
+TEST_F(HooksThatPullTheRugTest, ATreeThatIsTakenAwayStaysUntilTheHookHasReturned) {
+  bool isAlive = false;
+  VQJsonResource* tree = mDialog->GetResourceUnique("S1");
+  tree->AddObject(new MortalObject(tree, isAlive), 0);
+  mDialog->condition = [&isAlive](HookedDialog& dialog, VQClientSocket*, VQJsonCommand*) {
+    EXPECT_EQ(1, dialog.RemoveSession("S1"));
+    EXPECT_TRUE(isAlive);
+  };
+  Tell(mLink, kCondition);
+  EXPECT_FALSE(isAlive);
+}
+
 TEST_F(HooksThatPullTheRugTest, UpdateMayDeleteTheTargetOrItsNeighbour) {
   mDialog->update = [](HookedDialog& dialog, VQJsonObject* target, VQJsonObject*, KZString) {
     if (VQJsonObject* other = dialog.GetResourceShare()->SearchName("l1")) other->Delete("THIS");

@@ -1,6 +1,7 @@
 #include "dorn/server/VQDialogList.h"
 
 #include <cstdint>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -63,6 +64,16 @@ TEST_F(VQDialogListTest, IgnoresANullDialog) {
   HookedDialog* dialog = Add("b");
   mList.Add("b", nullptr);
   EXPECT_EQ(dialog, mList.Search("b"));
+}
+
+TEST_F(VQDialogListTest, ANullEntryIsRemovedLikeAnyOtherAndBelongsToNoSession) {
+  mList.mDialogList["a"] = nullptr;
+  Add("b")->AddSession("S1");
+  mList.RemoveBySession("S1");
+  EXPECT_TRUE(mList.Has("a"));
+  EXPECT_FALSE(mList.Has("b"));
+  mList.Remove("a");
+  EXPECT_FALSE(mList.Has("a"));
 }
 
 TEST_F(VQDialogListTest, ALaterDialogOfTheNameReplacesTheEarlierWithoutDeletingIt) {
@@ -353,6 +364,25 @@ TEST_F(LongDialogListTest, ANameThatIsAddedAfterAnotherWasTakenAwayByHandIsKnown
   EXPECT_FALSE(mList.Has("y"));
   EXPECT_THAT(Calls(), ElementsAre("OnFinal d21"));
   delete taken;
+}
+
+// It had as many names, for the same dialogs.
+TEST_F(LongDialogListTest, AListKnowsNothingOfOneThatLayInItsPlace) {
+  std::optional<VQDialogList> list;
+  list.emplace();
+  for (const auto& [name, dialog] : mList.mDialogList) list->Add(name, dialog);
+  list->RemoveBySession("nobody");
+  list.reset();
+  list.emplace();
+  list->mDialogList = mList.mDialogList;
+  list->mDialogList["d21"] = list->mDialogList["d20"];
+  VQDialog* const left = mList.Search("d21");
+  mList.mDialogList.clear();
+  list->Remove("d20");
+  EXPECT_FALSE(list->Has("d20"));
+  EXPECT_FALSE(list->Has("d21"));
+  while (!list->mDialogList.empty()) list->Remove(KZString(list->mDialogList.begin()->first));
+  delete left;
 }
 
 // A dialog without a tree goes with any session.

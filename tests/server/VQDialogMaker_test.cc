@@ -27,6 +27,11 @@ class BothForms : public VQDialogMaker {
   }
 };
 
+class NamingMaker : public VQDialogMaker {
+ public:
+  const char* GetFilename(const KZString&) const override { return "a.json"; }
+};
+
 template <typename Maker>
 void ExpectThatItsDialogsAreMade() {
   Maker hostMaker;
@@ -62,6 +67,12 @@ TEST_F(VQDialogMakerTest, AHostMayOverrideTheFormWithoutConst) {
 
 TEST_F(VQDialogMakerTest, AHostMayOverrideTheConstForm) {
   ExpectThatItsDialogsAreMade<ConstForm>();
+}
+
+TEST_F(VQDialogMakerTest, TheFormOfAFileNameWithoutConstAsksTheOther) {
+  NamingMaker naming;
+  VQDialogMaker& plain = naming;
+  EXPECT_STREQ("a.json", plain.GetFilename("a"));
 }
 
 TEST_F(VQDialogMakerTest, AHostMayOverrideBothForms) { ExpectThatItsDialogsAreMade<BothForms>(); }

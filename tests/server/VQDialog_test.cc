@@ -375,6 +375,25 @@ TEST_F(ApplyTest, VeryManyObjectsReachTheirNamesakesQuickly) {
   EXPECT_TRUE(dialog.GetResourceShare()->mObjectList.back()->IsDirty());
 }
 
+// A host's class that overrides OnUpdate() and nothing else.
+class RenamingDialog : public VQDialog {
+ public:
+  void OnUpdate(VQJsonObject* target, VQJsonObject*, KZString) override {
+    mUpdated.push_back(target->mName);
+    VQJsonObject* label = GetResourceShare()->SearchName("l1");
+    if (label != nullptr) label->SetValue("Name", VQValue("renamed"), 0, "");
+  }
+  std::vector<std::string> mUpdated;
+};
+
+TEST_F(ApplyTest, ObjectsAreLookedForAsTheHookHasNamedThem) {
+  RenamingDialog dialog;
+  dialog.Init("top", WriteResource("top.json", kTree).c_str());
+  dialog.LoadJsonShare();
+  dialog.UpdateResourceShare(Command(R"({"Name":"b1"},{"Name":"l1"},{"Name":"renamed"})"), "S1");
+  EXPECT_THAT(dialog.mUpdated, ElementsAre("b1", "renamed"));
+}
+
 TEST_F(ApplyTest, NamesThatTheTreeDoesNotHaveAreSkippedWithALine) {
   HookedDialog* dialog = Shared("top", kTree);
   CapturedStdout console;
