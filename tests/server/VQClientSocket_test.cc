@@ -113,6 +113,18 @@ TEST_F(VQClientSocketTest, SaysOnTheConsoleThatItIsDeleted) {
   EXPECT_EQ("socket delete\n", console.Text());
 }
 
+TEST_F(VQClientSocketTest, ARecordThatLiesWhereOneLayIsNone) {
+  static_assert(sizeof(KZFdData) <= sizeof(VQClientSocket));
+  alignas(VQClientSocket) unsigned char place[sizeof(VQClientSocket)];
+  auto* client = new (place) VQClientSocket(&app.mLog, app.GetFdDataList());
+  const int id = client->GetId();
+  EXPECT_EQ(client, dorn::AsConnection(client));
+  client->~VQClientSocket();
+  auto* record = new (place) KZFdData(2, -1, id, app.GetFdDataList());
+  EXPECT_EQ(nullptr, dorn::AsConnection(record));
+  record->~KZFdData();
+}
+
 TEST_F(VQClientSocketTest, ClosingLogsToTheSinkAndDestroysTheRecordInTheNextPass) {
   Link link = Connect();
   VQClientSocket* client = Find(link);
@@ -274,6 +286,37 @@ TEST_F(VQClientSocketTest, AForgedFrameIsFoundAnywhereInAText) {
       EXPECT_EQ("\x02" + sent + "\x03", link.station.Take(72));
     }
   }
+}
+
+// Send, as the library and hosts call it for bytes without a frame
+
+TEST_F(VQClientSocketTest, ASingleByteLinesUpBehindWhatIsQueued) {
+  Link link = LoggedIn("S1");
+  const std::string text(3000000, 'x');
+  Find(link)->SendData(KZString(text));
+  EXPECT_EQ(1, Find(link)->Send("y", 1));
+  const std::string expected = "\x02" + text + "\x03y";
+  EXPECT_TRUE(RunUntil([&] { return link.station.Bytes().size() >= expected.size(); }));
+  EXPECT_TRUE(expected == link.station.Bytes());
+}
+
+TEST_F(VQClientSocketTest, BytesThatCannotBeQueuedAnyMoreCloseTheConnection) {
+  Link link = LoggedIn("S1");
+  VQClientSocket* client = Find(link);
+  const std::string bytes(1 << 20, 'x');
+  const int length = static_cast<int>(bytes.size());
+  client->SendData(KZString(bytes));
+  int result = length;
+  for (int i = 0; i < 20 && result == length; ++i) result = client->Send(bytes.data(), length);
+  EXPECT_EQ(-1, result);
+  EXPECT_EQ(nullptr, Find(link));
+}
+
+TEST_F(VQClientSocketTest, WhatReceivingAndCommandsReturnIsAlwaysTheSame) {
+  Link link = LoggedIn("S1");
+  EXPECT_EQ(0, Find(link)->OnReceive(nullptr, 0));
+  EXPECT_EQ(1, Find(link)->DoCommand("{}"));
+  EXPECT_EQ(1, Find(link)->DoCommand("nonsense"));
 }
 
 // Timers
