@@ -139,11 +139,10 @@ int VQApplication::GetStationPort() {
 }
 
 int VQApplication::Initialize(int argc, char** argv) {
-  int result = KZApplication::Initialize(argc, argv);
-  if (result < 0) return result;
+  static_cast<void>(KZApplication::Initialize(argc, argv));  // It cannot fail.
   dorn::StationAddress address = dorn::StateOf(*this).stationAddress;
   if (!dorn::ObeyEnvironment(address) || !dorn::CheckPort(address)) return -1;
-  result = mStationSocket.Open(address.HostOrNull(), address.port);
+  const int result = mStationSocket.Open(address.HostOrNull(), address.port);
   if (result < 0) {
     std::fprintf(stderr, "dorn: no socket can be opened for TCP port %d\n", address.port);
     return result;

@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 
 #include "tests/server/ServerTest.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/NoStandardInput.h"
 
 namespace {
 
@@ -161,6 +163,32 @@ TEST_F(StationAddressTest, StartingAnswersWhatTheHostAnswers) {
       return app.Initialize(0, nullptr) == result;
     });
   }
+}
+
+TEST_F(StationAddressTest, MayBeThatOfDescriptor0) {
+  InChild({}, [] {
+    const NoStandardInput closed;
+    app.SetStationAddress("127.0.0.1", 0);
+    app.initResult = 7;
+    return app.Initialize(0, nullptr) == 7 && app.mStationSocket.GetFD() == 0 && app.IsListening();
+  });
+}
+
+TEST_F(StationAddressTest, StartingFailsWithALineWhereThereIsNoDescriptorForThePort) {
+  InChild({}, [] {
+    app.SetStationAddress("127.0.0.1", 6001);
+    app.initResult = 7;  // The hook is not asked.
+    testing::internal::CaptureStderr();
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const int result = app.Initialize(0, nullptr);
+    setrlimit(RLIMIT_NOFILE, &before);
+    return testing::internal::GetCapturedStderr() ==
+               "dorn: no socket can be opened for TCP port 6001\n" &&
+           result < 0 && !app.IsListening();
+  });
 }
 
 TEST_F(StationAddressTest, RefusesAVariableThatItCannotRead) {

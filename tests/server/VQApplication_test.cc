@@ -4,9 +4,15 @@
 #include <unistd.h>
 
 #include <climits>
+#include <csignal>
+#include <cstdio>
+#include <optional>
 #include <type_traits>
 
+#include "dorn/server/App.h"
+#include "dorn/server/ApplicationState.h"
 #include "tests/server/ServerTest.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/MemberOrder.h"
 #include "tests/support/VirtualSlot.h"
 
@@ -104,6 +110,31 @@ TEST_F(VQApplicationTest, TheGlobalOneIsStillAskedAfterASecondOneIsGone) {
   EXPECT_EQ(0xD000001U, app.mSessionTimerId);
 }
 
+TEST_F(VQApplicationTest, NothingIsRememberedOfOneThatIsGone) {
+  std::optional<TestApp> other;
+  other.emplace(maker);
+  const VQApplication& place = *other;
+  EXPECT_NE(nullptr, dorn::FindState(place));
+  other.reset();
+  EXPECT_EQ(nullptr, dorn::FindState(place));
+}
+
+// What was printed until then is not lost.
+TEST_F(VQApplicationTest, WithoutAnyTheLibrarySaysSoAndEndsTheProcess) {
+  const ChildResult child = RunChild([] {
+    dup2(STDOUT_FILENO, STDERR_FILENO);
+    app.~TestApp();
+    std::fputs("printed before", stdout);
+    static_cast<void>(dorn::App());
+    return 0;
+  });
+  EXPECT_EQ(SIGABRT, child.mSignal);
+  EXPECT_EQ(
+      "dorn: there is no application object; define one before using the library\n"
+      "printed before",
+      child.mOutput);
+}
+
 // Ids
 
 TEST_F(VQApplicationTest, SocketIdsAdvanceByTenAndArePrinted) {
@@ -152,6 +183,15 @@ TEST_F(VQApplicationTest, AWrappedSocketIdSkipsThoseInUse) {
   Link second = Connect();
   EXPECT_NE(nullptr, Find(0x8000000));
   EXPECT_NE(nullptr, Find(0x800000A));
+}
+
+TEST_F(VQApplicationTest, AWrappedSocketIdSkipsThatOfAConnectionWithoutTimers) {
+  Link first = LoggedIn("S1");
+  app.ResetTimer();
+  app.mSocketId = 0xD000000;
+  Link second = Connect();
+  EXPECT_NE(nullptr, Find(0x800000A));
+  EXPECT_EQ(2U, Connections());
 }
 
 TEST_F(VQApplicationTest, AWrappedSocketIdSkipsThoseWithPendingTimers) {
