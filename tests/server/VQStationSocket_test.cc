@@ -8,6 +8,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <memory>
+
 #include "tests/server/ServerTest.h"
 #include "tests/support/Deadline.h"
 #include "tests/support/MemberOrder.h"
@@ -423,7 +425,7 @@ TEST_F(SlotsTest, AreCountedAnewWhenThePortIsOpenedAnew) {
 
 TEST_F(SlotsTest, WhatTheHostOpenedItselfMakesNoRoom) {
   const TcpAcceptor acceptor;
-  auto* outward = new VQClientSocket(nullptr, app.GetFdDataList());
+  const auto outward = std::make_unique<VQClientSocket>(nullptr, app.GetFdDataList());
   ASSERT_GE(outward->Open("127.0.0.1", acceptor.Port(), 1024), 0);
   Pass();
   const auto before = app.Statistics().closedForAnother;
