@@ -94,6 +94,21 @@ TEST(JsonReaderStepsTest, ContainersAreReadBehindTheirBracket) {
   EXPECT_EQ(map.in.getc(), 'x');
 }
 
+TEST(JsonReaderStepsTest, AContainerMayEndWhereItBegins) {
+  Reader list(" ]x");
+  value v(7);
+  EXPECT_TRUE(value::_parse_array(v, list.in));
+  ASSERT_TRUE(v.is<array>());
+  EXPECT_TRUE(v.get<array>().empty());
+  EXPECT_EQ(list.in.getc(), 'x');
+
+  Reader map(" }x");
+  EXPECT_TRUE(value::_parse_object(v, map.in));
+  ASSERT_TRUE(v.is<object>());
+  EXPECT_TRUE(v.get<object>().empty());
+  EXPECT_EQ(map.in.getc(), 'x');
+}
+
 TEST(JsonReaderStepsTest, NumberLeavesTheCharacterThatEndedIt) {
   Reader reader("1.5e1x");
   value v;
