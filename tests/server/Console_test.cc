@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdio_ext.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cwchar>
 #include <iterator>
@@ -169,6 +170,25 @@ TEST(ConsoleBufferTest, ALineStaysInAFullBufferThatHasRoom) {
   EXPECT_EQ(__fpending(stdout), 13u);
   EXPECT_EQ(std::string(gBuffer, 13), "first\nsecond\n");
   EXPECT_EQ(captured.Text(), "zeroth\nfirst\nsecond\n");
+}
+
+// Without memory of its own.
+TEST(ConsoleBufferTest, ALineIsPutTogetherWhereItBelongsIfItFits) {
+  CapturedStdout captured;
+  SetBuffering(_IOFBF, 70);
+  std::puts("zeroth");
+  std::fflush(stdout);
+  std::puts("first");
+  for (const std::size_t length : {65U, 64U}) {
+    std::fflush(stdout);
+    std::puts("again");
+    dorn::LinePlace place(length);
+    EXPECT_EQ(place.Begin() == gBuffer + 6, length == 64);
+    std::fill_n(place.Begin(), length, '.');
+  }
+  SetBuffering(_IOFBF, sizeof gBuffer);
+  EXPECT_EQ(captured.Text(),
+            "zeroth\nfirst\nagain\n" + std::string(65, '.') + "again\n" + std::string(64, '.'));
 }
 
 }  // namespace

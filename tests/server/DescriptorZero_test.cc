@@ -1,4 +1,7 @@
 // A host may run with standard input closed: then descriptor 0 is one like any other.
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include "tests/server/FileTransferTest.h"
 #include "tests/support/NoStandardInput.h"
 
@@ -40,6 +43,32 @@ TEST_F(DescriptorZeroTest, AStationThatGotItIsSentWhatDidNotFitAtOnce) {
   EXPECT_TRUE(RunUntil([&] { return link.station.Bytes().size() >= expected.size(); }));
   EXPECT_TRUE(expected == link.station.Bytes());
   End(link);
+}
+
+// One that was never opened carries the number, too.
+TEST_F(DescriptorZeroTest, WhoeverHasItGetsNothingOfAConnectionThatHasNone) {
+  const NoStandardInput closed;
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+  ASSERT_EQ(0, pair[0]);
+  Station other(pair[1]);
+  {
+    VQClientSocket client(&app.mLog, app.GetFdDataList());
+    ASSERT_EQ(0, client.GetFD());
+    EXPECT_EQ(-1, client.SendData("x"));
+  }
+  EXPECT_EQ("", other.Bytes());
+}
+
+TEST_F(DescriptorZeroTest, AConnectionThatWasGivenAnotherByHandSendsThere) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair));
+  Station other(pair[1]);
+  VQClientSocket client(&app.mLog, app.GetFdDataList());
+  client.SetFD(pair[0]);
+  EXPECT_EQ(3, client.SendData("x"));
+  EXPECT_EQ(Frame("x"), other.Bytes());
+  close(client.SetFD(-1));
 }
 
 TEST_F(DescriptorZeroTest, AFileThatGotItIsSent) {

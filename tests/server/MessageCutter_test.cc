@@ -74,6 +74,16 @@ TEST(MessageCutterTest, LooksAtEverythingAgainAfterForget) {
   cutter.Forget();
   EXPECT_EQ(2U, cutter.CountGarbage("ab\x02\x03"));
   EXPECT_EQ(4U, cutter.FindMessage("ab\x02\x03"));
+  cutter.Forget();
+  EXPECT_EQ(1U, cutter.FindMessage("\x03"));
+}
+
+TEST(MessageCutterTest, SearchesEachByteOnceBehindForgetToo) {
+  MessageCutter cutter;
+  cutter.Forget();
+  EXPECT_EQ(0U, cutter.FindMessage("\x02"
+                                   "abc"));
+  EXPECT_EQ(0U, cutter.FindMessage(Frame("ab")));
 }
 
 struct Text {

@@ -102,6 +102,16 @@ TEST_F(PeerAddressTest, AMessageThatIsShorterThanTheLineIsFoundBehindItsLastPiec
   EXPECT_EQ("192.168.7.8", AddressOf(link));
 }
 
+// What a former connection has left in the memory does not count.
+TEST_F(PeerAddressTest, TheLineMayComeWhenAHostHasLookedIntoTheEmptyBufferBefore) {
+  dorn::SetTrustedProxies({"10.0.0.6"});
+  Link link = From("10.0.0.6");
+  Find(link)->mDataBuffer[0] = 'x';
+  Find(link)->OnReceive(nullptr, 0);
+  Feed(link, kLine);
+  EXPECT_EQ("192.168.7.8", AddressOf(link));
+}
+
 TEST_F(PeerAddressTest, AMessageWithALineEndInItIsNoLine) {
   dorn::SetTrustedProxies({"10.0.0.6"});
   Link link = From("10.0.0.6");
