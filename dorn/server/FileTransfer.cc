@@ -39,9 +39,7 @@ constexpr std::size_t kPrintedName = 200;
 
 // What a station may fetch, or why not.
 struct Resource {
-  ResourceFile mFile;
-  std::time_t mTime = 0;  // Of its last modification; 0: nothing to fetch.
-  int mLength = 0;
+  ResourceFile mFile;  // Of the time 0: nothing to fetch.
   const char* mError = "FILE NOT FOUND";
 };
 
@@ -80,9 +78,9 @@ Resource LookFor(const KZString& file) {
   ResourceFile found = OpenResource(std::string_view(file));
   if (!found.mIsInside) {
     PrintRefusal("outside resources", file);
-    return resource;
+    return {};
   }
-  if (!found.mExists) return resource;
+  if (!found.mExists) return {};
   const struct stat& status = found.mStatus;
   if ((status.st_mode & S_IFMT) == 0) {
     resource.mError = "FILE IS NOT REGULAR";
@@ -91,10 +89,8 @@ Resource LookFor(const KZString& file) {
   // "Length" is an int: it would turn negative.
   if (status.st_size > INT_MAX) {
     PrintRefusal("larger than 2 GiB", file);
-    return resource;
+    return {};
   }
-  resource.mTime = status.st_mtime;
-  resource.mLength = static_cast<int>(status.st_size);
   resource.mFile = std::move(found);
   return resource;
 }
@@ -149,11 +145,11 @@ bool SendBlocks(VQClientSocket& client, std::string_view bytes) {
 // does not take is sent as it makes room, so that a station that reads slowly, or not at all, keeps
 // nobody else waiting. Only a regular file has bytes to send: reading a pipe or a device could
 // block, and a directory cannot be read; a station that asked for one waits in vain.
-void SendFile(VQClientSocket& client, ResourceFile& resource, int length) {
+void SendFile(VQClientSocket& client, ResourceFile& resource) {
   Outgoing& out = Connection::Of(client).Out();
   const int file = resource.mFile;
-  if (length <= 0 || file < 0 || HasNoDescriptor(client)) return;
-  const std::size_t end = static_cast<std::size_t>(length);
+  const auto end = static_cast<std::size_t>(resource.mStatus.st_size);
+  if (end == 0 || file < 0 || HasNoDescriptor(client)) return;
   std::size_t sent = 0;
   bool hasMore = true;
   while (hasMore && !out.HasBacklog()) {
@@ -166,7 +162,7 @@ void SendFile(VQClientSocket& client, ResourceFile& resource, int length) {
   }
   if (!hasMore) return;
   out.EnqueueFile(resource.mPath, std::exchange(resource.mFile, -1),
-                  static_cast<std::int64_t>(sent), length);
+                  static_cast<std::int64_t>(sent), static_cast<std::int64_t>(end));
 }
 
 }  // namespace
@@ -175,21 +171,22 @@ void AnswerGetfile(VQClientSocket& client, const KZString& file, const KZString&
                    const KZString& objectName) {
   const std::time_t requested = ParseDate(date);
   Resource resource = LookFor(file);
-  if (resource.mTime == 0) {
+  const struct stat& status = resource.mFile.mStatus;
+  if (status.st_mtime == 0) {
     SendPutfileError(client, file, resource.mError);
     return;
   }
   if (AnswerFromDialog(client, file, date, objectName)) return;
   PutfileReply reply(file);
-  reply.SetDateAndObject(FileDate(resource.mTime), objectName);
-  if (resource.mTime == requested) {
+  reply.SetDateAndObject(FileDate(status.st_mtime), objectName);
+  if (status.st_mtime == requested) {
     reply.Set(kKeyStatus, "LATEST");
     client.SendData(reply.GetJson());
     return;
   }
-  reply.SetLength(resource.mLength);
+  reply.SetLength(static_cast<int>(status.st_size));
   client.SendData(reply.GetJson());
-  SendFile(client, resource.mFile, resource.mLength);
+  SendFile(client, resource.mFile);
 }
 
 }  // namespace dorn

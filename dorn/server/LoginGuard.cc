@@ -1,7 +1,6 @@
 #include "dorn/server/LoginGuard.h"
 
 #include <algorithm>
-#include <climits>
 
 namespace dorn {
 
@@ -15,7 +14,7 @@ void FailureCounts::Count(std::string_view name) {
   const auto found = mIndex.find(name);
   if (found != mIndex.end()) {
     mEntries.splice(mEntries.begin(), mEntries, found->second);
-    if (found->second->count < INT_MAX) ++found->second->count;
+    ++found->second->count;
     return;
   }
   mEntries.push_front({std::string(name), 1});
@@ -31,16 +30,17 @@ void FailureCounts::Forget(std::string_view name) {
   mEntries.erase(entry);
 }
 
-int FailureCounts::Of(std::string_view name) const {
+std::int64_t FailureCounts::Of(std::string_view name) const {
   const auto found = mIndex.find(name);
   return found != mIndex.end() ? found->second->count : 0;
 }
 
 unsigned long LoginGuard::DelayMs(std::string_view id, unsigned int connection) const {
-  const int wrong = std::max(mById.Of(Counted(id)), mByConnection.Of(std::to_string(connection)));
+  const std::int64_t wrong =
+      std::max(mById.Of(Counted(id)), mByConnection.Of(std::to_string(connection)));
   if (wrong < kFreeAttempts) return 0;
   unsigned long delayMs = kFirstDelayMs;
-  for (int i = kFreeAttempts; i < wrong && delayMs < kLongestDelayMs; ++i) delayMs *= 2;
+  for (std::int64_t i = kFreeAttempts; i < wrong && delayMs < kLongestDelayMs; ++i) delayMs *= 2;
   return delayMs;
 }
 

@@ -3,6 +3,7 @@
 #define DORN_SERVER_LOGINGUARD_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <string>
 #include <string_view>
@@ -17,13 +18,13 @@ class FailureCounts {
 
   void Count(std::string_view name);
   void Forget(std::string_view name);
-  int Of(std::string_view name) const;
+  std::int64_t Of(std::string_view name) const;
   std::size_t Size() const { return mIndex.size(); }
 
  private:
   struct Entry {
     std::string name;
-    int count;
+    std::int64_t count;  // Nobody fails so often that it ends.
   };
   std::list<Entry> mEntries;  // The latest failure first.
   std::unordered_map<std::string_view, std::list<Entry>::iterator> mIndex;  // Views of the entries.

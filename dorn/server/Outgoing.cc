@@ -47,7 +47,7 @@ constexpr int kRoomTimeoutMs = 500;
 // A frame buffer that has grown beyond this is given back.
 constexpr std::size_t kMaxKeptFrame = std::size_t{1024} * 1024;
 
-bool IsRetryable(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
+bool IsRetryable(int error) { return error == EAGAIN || error == EINTR; }
 
 // Zero ends a text, STX and ETX frame it.
 bool MayNotBeInText(char byte) { return byte == '\0' || byte == kStx || byte == kEtx; }
@@ -166,14 +166,14 @@ bool Outgoing::Enqueue(const char* bytes, std::size_t length) {
   return isWatched || WatchBacklog();
 }
 
-bool Outgoing::EnqueueFile(const KZString& path, int file, std::int64_t offset, std::int64_t end) {
+void Outgoing::EnqueueFile(const KZString& path, int file, std::int64_t offset, std::int64_t end) {
   const bool isWatched = HasBacklog();
   if (!PrepareQueue(path.size())) {
     close(file);
-    return false;
+    return;
   }
   mQueue->AppendFile(path, file, offset, end);
-  return isWatched || WatchBacklog();
+  if (!isWatched) WatchBacklog();
 }
 
 // Closes a station that does not read. Dropping messages instead would leave it with a wrong
@@ -250,7 +250,7 @@ bool Outgoing::WaitForRoom() {
 bool Outgoing::SendBlock(const char* bytes, std::size_t length) {
   while (length > 0 && !HasBacklog()) {
     const int sent = mSocket.Send(bytes, static_cast<int>(length));
-    if (sent < 0 && errno != EAGAIN && errno != EWOULDBLOCK) return false;
+    if (sent < 0 && errno != EAGAIN) return false;
     const std::size_t taken = sent > 0 ? std::min(static_cast<std::size_t>(sent), length) : 0;
     bytes += taken;
     length -= taken;

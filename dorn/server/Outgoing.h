@@ -43,7 +43,7 @@ class Outgoing final : public Drainable {
   bool Enqueue(const char* bytes, std::size_t length);
 
   // The part of a file behind everything else; see OutgoingQueue::AppendFile().
-  bool EnqueueFile(const KZString& path, int file, std::int64_t offset, std::int64_t end);
+  void EnqueueFile(const KZString& path, int file, std::int64_t offset, std::int64_t end);
 
   // Bytes without a frame, through the connection's Send(), which hosts may override; what the
   // socket does not take is queued. False when Send() failed: the rest of the block is given up.

@@ -99,7 +99,7 @@ OutgoingQueue::Result OutgoingQueue::Write(int fd, std::size_t budget) {
     const long written = WriteChunk(fd, chunk, budget);
     if (written == kUnreadable) return Result::kCutShort;
     if (written < 0 && errno == EINTR) continue;
-    if (written < 0 && errno != EAGAIN && errno != EWOULDBLOCK) return Result::kFailed;
+    if (written < 0 && errno != EAGAIN) return Result::kFailed;
     if (written <= 0) return Result::kBlocked;
     chunk.mOffset += written;
     budget -= static_cast<std::size_t>(written);

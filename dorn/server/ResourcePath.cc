@@ -53,7 +53,6 @@ bool LiesBelow(const std::string& path, const std::string& folder) {
 // A descriptor that names a file without opening it: it needs no right to read and never waits.
 class Place {
  public:
-  Place() = default;
   explicit Place(const std::string& path)
       : mFd(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
   Place(const Place& folder, const std::string& part, int flags)
@@ -81,7 +80,7 @@ class Place {
   }
 
  private:
-  int mFd = -1;
+  int mFd;
 };
 
 // Follows a name from folder to folder as the system does, and remembers where links have led.
