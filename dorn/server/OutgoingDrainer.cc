@@ -67,10 +67,12 @@ bool OutgoingDrainer::Register(int fd) {
 }
 
 // A host that closes all descriptors, to run in the background, closes this one, too, and its
-// number may be another's by now.
+// number may be another's by now. Asking takes the notice of one who waits: it is asked for again.
 bool OutgoingDrainer::IsUsable() {
   epoll_event event{};
-  return epoll_wait(GetFD(), &event, 1, 0) >= 0;
+  const int count = epoll_wait(GetFD(), &event, 1, 0);
+  if (count > 0) Register(event.data.fd);
+  return count >= 0;
 }
 
 // The loop may have noticed and removed the record.
