@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
@@ -23,21 +24,32 @@ namespace {
 // While it is not 0, what every read of a part of a file fails with.
 int gReadError = 0;
 
+// Of how many of the next ones that is so; less than 0: of all.
+int gFailingReads = -1;
+
+int gReads = 0;
+size_t gLongestRead = 0;
+
 }  // namespace
 
 // In place of the C library's: no file of a test fails by itself.
 extern "C" ssize_t pread(int file, void* bytes, size_t length, off_t offset) {
   using Pread = ssize_t (*)(int, void*, size_t, off_t);
   static const auto real = reinterpret_cast<Pread>(dlsym(RTLD_NEXT, "pread"));
-  if (gReadError == 0) return real(file, bytes, length, offset);
+  ++gReads;
+  gLongestRead = std::max(gLongestRead, length);
+  if (gReadError == 0 || gFailingReads == 0) return real(file, bytes, length, offset);
+  if (gFailingReads > 0) --gFailingReads;
   errno = gReadError;
   return -1;
 }
 
 namespace {
 
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::SizeIs;
 
 using FileStreamingTest = FileTransferTest;
 
@@ -218,11 +230,130 @@ TEST_F(FileStreamingTest, BlocksOfOneKibibyteGoThroughSend) {
   client->Create(pair[0], 3000);
   Station station(pair[1]);
   Pass();
-  const std::string text = Pattern(2500);
+  const struct {
+    size_t length;
+    std::vector<int> blocks;
+  } rows[] = {{0, {}}, {1, {1}}, {1024, {1024}}, {1025, {1024, 1}}, {2500, {1024, 1024, 452}}};
+  for (const auto& row : rows) {
+    client->mBlocks.clear();
+    const std::string text = Pattern(row.length);
+    const std::string name = File("a.bin", text);
+    client->OnGetfile(KZString(name), "", "");
+    EXPECT_EQ(row.blocks, client->mBlocks) << row.length;
+    EXPECT_EQ(Frame(Follows(name, row.length)) + text, station.Take(10000));
+  }
+}
+
+// More of it is sent when others have had their turn.
+TEST_F(FileStreamingTest, OneTurnOfAFileIsSixtyFourKibibytes) {
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  auto* client = new RecordingClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  Station station(pair[1]);
+  Pass();
+  const std::string text = Pattern(100000);
   const std::string name = File("a.bin", text);
+  app.timer = [&](unsigned int) {
+    client->OnGetfile(KZString(name), "", "");
+    EXPECT_THAT(client->mBlocks, SizeIs(64));
+    EXPECT_THAT(client->mBlocks, Each(1024));
+  };
+  app.SetApplicationSingleTimerInterval(1, 42);
+  Wait(1);
+  EXPECT_THAT(client->mBlocks, SizeIs(64)) << "the rest does not go through Send()";
+  const std::string expected = Frame(Follows(name, text.size())) + text;
+  EXPECT_TRUE(RunUntil([&] { return station.Bytes().size() >= expected.size(); }));
+  EXPECT_TRUE(expected == station.Bytes());
+}
+
+// A connection of which no raw byte can be sent.
+class BrokenClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  int Send(const void*, int) override {
+    ++mCalls;
+    errno = EPIPE;
+    return -1;
+  }
+  int mCalls = 0;
+};
+
+TEST_F(FileStreamingTest, AFileOfWhichNoBlockCanBeSentIsGivenUp) {
+  const HangGuard guard;
+  int pair[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair));
+  auto* client = new BrokenClient(&app.mLog, app.GetFdDataList());
+  client->Create(pair[0], 3000);
+  Station station(pair[1]);
+  Pass();
+  const std::string name = File("a.bin", Pattern(200000));
   client->OnGetfile(KZString(name), "", "");
-  EXPECT_THAT(client->mBlocks, ElementsAre(1024, 1024, 452));
-  EXPECT_EQ(Frame(Follows(name, 2500)) + text, station.Bytes());
+  EXPECT_EQ(64, client->mCalls);
+  Pass(3);
+  EXPECT_EQ(Frame(Follows(name, 200000)), station.Bytes());
+}
+
+TEST_F(FileStreamingTest, AFileThatTheSocketTakesIsReadOnce) {
+  const std::string name = File("a.bin", Pattern(2500));
+  gReads = 0;
+  Get(name);
+  EXPECT_EQ(1, gReads);
+  EXPECT_EQ(Frame(Follows(name, 2500)) + Pattern(2500), Received(2500));
+}
+
+TEST_F(FileStreamingTest, AWaitingFileIsReadBySixtyFourKibibytes) {
+  const std::string text = Pattern(1 << 20);
+  const std::string name = File("a.bin", text);
+  Find(mLink)->SendData(std::string(1000000, 'x'));
+  gLongestRead = 0;
+  Find(mLink)->OnGetfile(KZString(name), "", "");
+  const std::string expected = Frame(Follows(name, text.size())) + text;
+  const std::string got = Received(1000002 + expected.size());
+  EXPECT_TRUE(expected == got.substr(1000002));
+  EXPECT_EQ(65536U, gLongestRead);
+}
+
+// Whatever the length: also where the last part is a single byte.
+TEST_F(FileStreamingTest, AWaitingFileArrivesToItsLastByte) {
+  std::string expected = Frame(std::string(1000000, 'x'));
+  Find(mLink)->SendData(std::string(1000000, 'x'));
+  for (const size_t length : {1U, 65536U, 65537U}) {
+    const std::string text = Pattern(length);
+    const std::string name = File(std::to_string(length) + ".bin", text);
+    Find(mLink)->OnGetfile(KZString(name), "", "");
+    expected += Frame(Follows(name, length)) + text;
+  }
+  EXPECT_TRUE(expected == Received(expected.size()));
+}
+
+TEST_F(FileStreamingTest, AReadThatIsInterruptedIsTriedAgain) {
+  const std::string text = Pattern(1000000);
+  const std::string name = File("a.bin", text);
+  std::string expected;
+  for (int i = 0; i < 2; ++i) {
+    // At once the first time; behind the other one the second time.
+    gReadError = EINTR;
+    gFailingReads = 1;
+    Find(mLink)->OnGetfile(KZString(name), "", "");
+    expected += Frame(Follows(name, text.size())) + text;
+  }
+  EXPECT_TRUE(expected == Received(expected.size()));
+  EXPECT_EQ(0, gFailingReads);
+  gReadError = 0;
+  gFailingReads = -1;
+}
+
+// It would hold one of the few descriptors until its turn comes.
+TEST_F(FileStreamingTest, AnEmptyFileDoesNotLineUp) {
+  const std::string name = File("empty.bin", "");
+  Find(mLink)->SendData(std::string(4000000, 'x'));
+  const int before = OpenDescriptors();
+  Find(mLink)->OnGetfile(KZString(name), "", "");
+  EXPECT_EQ(before, OpenDescriptors());
+  SendMarker();
+  const std::string expected = Frame(Follows(name, 0)) + Frame("marker");
+  EXPECT_EQ(expected, Received(4000002 + expected.size()).substr(4000002));
 }
 
 TEST_F(FileStreamingTest, ABlockThatFailsIsGivenUpAndTheNextOneSent) {
@@ -269,7 +400,9 @@ class ShorteningClient : public VQClientSocket {
   using VQClientSocket::VQClientSocket;
   int SendData(const KZString& text) override {
     EXPECT_EQ(0, truncate(mPath.c_str(), 100));
-    return VQClientSocket::SendData(text);
+    const int result = VQClientSocket::SendData(text);
+    errno = EINTR;  // Of something long ago.
+    return result;
   }
   std::string mPath;
 };

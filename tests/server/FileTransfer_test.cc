@@ -4,6 +4,7 @@
 
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -15,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -134,6 +136,17 @@ TEST_F(LinkedFolderTest, IsNotLeftThroughItsParent) {
   }
 }
 
+TEST_F(FileTransferTest, OfARefusedNameTwoHundredBytesAreReported) {
+  for (const size_t length : {199U, 200U, 201U, 5000U}) {
+    const std::string name = "../" + std::string(length - 3, 'n');
+    CapturedStdout console;
+    Get(name);
+    EXPECT_THAT(console.Text(),
+                HasSubstr("\nGETFILE refused, outside resources: " + name.substr(0, 200) + "\n"))
+        << length;
+  }
+}
+
 TEST_F(LinkedFolderTest, ANameThroughItsParentIsReportedInOneLine) {
   CapturedStdout console;
   Get(Folder() + "/help/../secret.txt");
@@ -238,6 +251,41 @@ TEST_F(FileTransferTest, AFileDatedAtTheEpochIsNotFound) {
   EXPECT_THAT(mLink.station.Messages(), ElementsAre(Error(name, "FILE NOT FOUND")));
 }
 
+// A date that cannot be read is that of the epoch, and no other.
+TEST_F(FileTransferTest, AFileDatedBehindTheEpochIsSentWhateverDateCannotBeRead) {
+  const std::string name = WriteResource("early.bin", "xyz");
+  SetFileTime(name, 1);
+  for (const char* date : {"", "yesterday-ish"}) {
+    Get(name, std::string(R"(,"Date":")") + date + "\"");
+    EXPECT_EQ(Frame(R"({"Command":"PUTFILE","Date":"1970-01-01 00:00:01","File":")" + name +
+                    R"(","Length":3})") +
+                  "xyz",
+              mLink.station.Take(1000));
+  }
+}
+
+// Dates have a place of 23 bytes.
+TEST_F(FileTransferTest, AYearOfNineDigitsHasNoDate) {
+  const int file = memfd_create("late", MFD_CLOEXEC);
+  ASSERT_EQ(3, write(file, "xyz", 3));
+  const std::string name = Folder() + "/late.bin";
+  const std::string target = "/proc/self/fd/" + std::to_string(file);
+  ASSERT_EQ(0, symlink(target.c_str(), Path(name).c_str()));
+  const std::pair<int, std::string> rows[] = {{99999999, "99999999-12-31 23:59:58"},
+                                              {100000000, ""}};
+  for (const auto& [year, date] : rows) {
+    std::tm fields{58, 59, 23, 31, 11, year - 1900, 0, 0, 0, 0, nullptr};
+    const timespec times[2] = {{0, 0}, {timegm(&fields), 0}};
+    ASSERT_EQ(0, futimens(file, times));
+    Get(name);
+    EXPECT_EQ(Frame(R"({"Command":"PUTFILE","Date":")" + date + R"(","File":")" + name +
+                    R"(","Length":3})") +
+                  "xyz",
+              mLink.station.Take(1000));
+  }
+  close(file);
+}
+
 TEST_F(FileTransferTest, ANameLongerThanAnyPathIsNotFound) {
   const std::string name(400000, 'n');
   Get(name);
@@ -300,6 +348,15 @@ TEST_F(FileTransferTest, AFileWhoseLengthDoesNotFitIsNotFoundAndReported) {
   EXPECT_THAT(mLink.station.Messages(), ElementsAre(Error(name, "FILE NOT FOUND")));
   // The command, the refusal, the reply.
   EXPECT_EQ(3, std::count(lines.begin(), lines.end(), '\n')) << lines;
+}
+
+TEST_F(FileTransferTest, AFileOfTheLargestLengthIsAnnounced) {
+  const std::string name = WriteResource("large.bin", "");
+  ASSERT_EQ(0, truncate(Path(name).c_str(), 2147483647LL));
+  SetFileTime(name, kFileTime);
+  Get(name);
+  const std::string expected = Frame(Follows(name, 2147483647));
+  EXPECT_EQ(expected, mLink.station.Bytes().substr(0, expected.size()));
 }
 
 // Files

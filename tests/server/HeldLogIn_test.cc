@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "dorn/server/Observer.h"
 #include "tests/server/LeavingClient.h"
 #include "tests/server/ServerTest.h"
 
@@ -388,6 +389,35 @@ TEST_F(HeldLogInTest, TheCommandIsPrintedOnce) {
   const std::string text = console.Text();
   EXPECT_NE(std::string::npos, text.find("Command=HELLO"));
   EXPECT_EQ(text.find("Command=HELLO"), text.rfind("Command=HELLO"));
+}
+
+// Writes who a station is when a session ends.
+class FinishingObserver : public dorn::Observer {
+ public:
+  void OnSessionEnd(const KZString& sid) override {
+    if (sid == "third") mFinished = dorn::FinishLogIn(mHeld);
+  }
+  unsigned int mHeld = 0;
+  bool mFinished = false;
+};
+
+// The start page may write a member; no call tells of it.
+TEST_F(HeldLogInTest, AConnectionThatItsStartPageBindsToAnExpiringSessionIsClosed) {
+  Link link = Connect();
+  Tell(link, kHello);
+  app.CreateSession("own", 0);
+  Find(link)->Authentication("own");
+  FinishingObserver observer;
+  observer.mHeld = Last();
+  dorn::SetObserver(&observer);
+  app.start = [&link] { Find(link)->mSessionId = "last"; };
+  // Of timers that are due together, the last registered one fires first.
+  for (const char* sid : {"last", "third", "second", "first"}) app.CreateSession(sid, 1000);
+  Wait(1000);
+  dorn::SetObserver(nullptr);
+  app.start = nullptr;
+  EXPECT_TRUE(observer.mFinished);
+  EXPECT_EQ(nullptr, Find(link));
 }
 
 // The number must not reach a station that has the same object now.

@@ -108,6 +108,12 @@ class JoinedFramesTest : public ServerTest {
       mSeenMeanwhile += mOther.station.Bytes();
     } else if (what == "close") {
       other->Close();
+    } else if (what == "open again") {
+      other->Close();
+      int pair[2];
+      ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair));
+      other->Create(pair[0], 3000);
+      mOther.station = Station(pair[1]);
     } else if (what == "close the base") {
       static_cast<KZSocket*>(other)->Close();
     } else if (what == "take the descriptor") {
@@ -347,6 +353,15 @@ TEST_F(JoinedFramesTest, AClosedStationGetsTheRestAtOnce) {
     EXPECT_LT(WaitMs(mOther, 3), kKeptBackMs) << way;
     mOther = LoggedInByTcp(std::string("S") + way);
   }
+}
+
+TEST_F(JoinedFramesTest, AConnectionThatIsOpenedAgainIsPushedAgain) {
+  FeedOnce(mAsking, Ask("a") + Ask("open again") + Ask("quick"));
+  Pass();
+  gPushes = 0;
+  FeedOnce(mAsking, Ask("c") + Ask("quick"));
+  EXPECT_EQ(2, gPushes) << "of the one that asks, and of the other";
+  EXPECT_THAT(mOther.station.Messages(), ElementsAre("c"));
 }
 
 // What is no socket has neither flags nor packets.

@@ -92,6 +92,19 @@ TEST(FailureCountsTest, LetsTheNameGoWhoseLastFailureIsTheOldest) {
   EXPECT_EQ(1, counts.Of("new"));
 }
 
+// What was forgotten takes nobody's place.
+TEST(FailureCountsTest, RemembersAsManyWhateverWasForgottenBetween) {
+  FailureCounts counts;
+  counts.Count("first");
+  for (std::size_t i = 0; i < 3 * FailureCounts::kMost; ++i) {
+    counts.Count("passing");
+    counts.Forget("passing");
+  }
+  for (std::size_t i = 1; i < FailureCounts::kMost; ++i) counts.Count(std::to_string(i));
+  EXPECT_EQ(1, counts.Of("first"));
+  EXPECT_EQ(FailureCounts::kMost, counts.Size());
+}
+
 TEST(FailureCountsTest, ForgetsANameThatItDoesNotKnow) {
   FailureCounts counts;
   counts.Forget("a");

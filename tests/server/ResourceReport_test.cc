@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "tests/server/ServerTest.h"
+#include "tests/support/NoStandardInput.h"
 
 namespace {
 
@@ -95,6 +96,31 @@ TEST_F(ResourceReportTest, SaysWhyAFileCannotBeRead) {
   std::filesystem::create_directories(FolderPath() + "/folder");
   EXPECT_EQ("cannot be read: Is a directory",
             Str(dorn::CheckResource(KZString(Folder() + "/folder")).reason));
+}
+
+TEST_F(ResourceReportTest, AZeroByteEndsTheText) {
+  const std::string zero(1, '\0');
+  EXPECT_TRUE(Check(kTree + zero + "}").isUsable);
+  EXPECT_EQ(FolderPath() + "/r.json:1:9: the text ends too early",
+            Str(Check("{\"Name\":" + zero + "1}").Text()));
+  EXPECT_EQ(FolderPath() + "/r.json:1:1: the text ends too early", Str(Check(zero + "{}").Text()));
+  const std::string blanks(10000, ' ');
+  EXPECT_TRUE(Check(blanks + kTree + blanks + zero + "}").isUsable);
+}
+
+TEST_F(ResourceReportTest, LeavesNoFileOpen) {
+  const int before = OpenDescriptors();
+  Check(kTree);
+  Check("");
+  Check("{");
+  EXPECT_EQ(before, OpenDescriptors());
+}
+
+TEST_F(ResourceReportTest, ReadsAFileThatGotDescriptorZero) {
+  const std::string name = WriteResource("r.json", kTree);
+  const NoStandardInput closed;
+  EXPECT_TRUE(dorn::CheckResource(KZString(name)).isUsable);
+  EXPECT_FALSE(closed.IsTaken());
 }
 
 TEST_F(ResourceReportTest, TellsWhatBecameOfTheLastLoad) {

@@ -1,11 +1,8 @@
 // The loop that ends in order when it is asked to.
-#include <dlfcn.h>
-#include <poll.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -13,35 +10,9 @@
 #include <thread>
 #include <utility>
 
+#include "tests/server/CallSpy.h"
 #include "tests/server/ServerTest.h"
 #include "tests/support/Deadline.h"
-
-namespace {
-
-std::atomic<int> gLongestPollMs{0};
-std::atomic<nfds_t> gMostPolled{0};
-int gWaits = 0;  // Calls that would wait.
-
-// What the next wait fails with; 0: nothing.
-int gWaitError = 0;
-
-}  // namespace
-
-// In place of the C library's, to see how long somebody would wait, and for how many.
-extern "C" int poll(pollfd* fds, nfds_t count, int timeoutMs) {
-  using Poll = int (*)(pollfd*, nfds_t, int);
-  static const auto real = reinterpret_cast<Poll>(dlsym(RTLD_NEXT, "poll"));
-  gLongestPollMs = std::max(gLongestPollMs.load(), timeoutMs);
-  gMostPolled = std::max(gMostPolled.load(), count);
-  if (timeoutMs > 0) {
-    ++gWaits;
-    if (gWaitError != 0) {
-      errno = std::exchange(gWaitError, 0);
-      return -1;
-    }
-  }
-  return real(fds, count, timeoutMs);
-}
 
 namespace {
 
@@ -201,11 +172,11 @@ TEST_F(RunTest, LetsAStationReadWhatIsQueuedForIt) {
   Find(link)->SendData(text);
   std::thread reader([&link] { EXPECT_TRUE(link.station.WaitFor(3000002)); });
   app.Stop();
-  gMostPolled = 0;
+  CallSpy::sMostPolled = 0;
   app.Run();
   reader.join();
   EXPECT_EQ(3000002U, link.station.Bytes().size());
-  EXPECT_EQ(1U, gMostPolled);
+  EXPECT_EQ(1, CallSpy::sMostPolled);
 }
 
 TEST_F(RunTest, ASignalDoesNotEndTheWaitForAStationThatReads) {
@@ -214,10 +185,10 @@ TEST_F(RunTest, ASignalDoesNotEndTheWaitForAStationThatReads) {
   Find(link)->SendData(text);
   std::thread reader([&link] { EXPECT_TRUE(link.station.WaitFor(3000002)); });
   app.Stop();
-  gWaitError = EINTR;
+  CallSpy::sWaitError = EINTR;
   app.Run();
   reader.join();
-  EXPECT_EQ(0, gWaitError);
+  EXPECT_EQ(0, CallSpy::sWaitError);
   EXPECT_EQ(3000002U, link.station.Bytes().size());
 }
 
@@ -225,10 +196,10 @@ TEST_F(RunTest, WhereNoWaitIsPossibleItEndsWithout) {
   Link link = LoggedIn("S1");
   Find(link)->SendData(KZString(std::string(3000000, 'x')));
   app.Stop();
-  gWaits = 0;
-  gWaitError = ENOMEM;
+  CallSpy::sWaits = 0;
+  CallSpy::sWaitError = ENOMEM;
   app.Run();
-  EXPECT_EQ(1, gWaits);
+  EXPECT_EQ(1, CallSpy::sWaits);
   EXPECT_EQ(0U, Connections());
 }
 
@@ -236,9 +207,9 @@ TEST_F(RunTest, WaitsASecondAtMostForAStationThatDoesNotRead) {
   Link link = LoggedIn("S1");
   Find(link)->SendData(KZString(std::string(3000000, 'x')));
   app.Stop();
-  gLongestPollMs = 0;
+  CallSpy::sLongestPollMs = 0;
   const long long ms = RunMs();
-  EXPECT_LE(gLongestPollMs, 1000);
+  EXPECT_LE(CallSpy::sLongestPollMs, 1000);
   EXPECT_GE(ms, 900);
   EXPECT_LE(ms, 1000 + TestTimeout().count() / 2);
   EXPECT_EQ(0U, Connections());

@@ -1,0 +1,66 @@
+#include "tests/server/CallSpy.h"
+
+#include <dlfcn.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+std::atomic<int> CallSpy::sPolls{0};
+std::atomic<int> CallSpy::sLongestPollMs{0};
+std::atomic<int> CallSpy::sMostPolled{0};
+std::atomic<int> CallSpy::sInterruptedPolls{0};
+std::atomic<int> CallSpy::sWaits{0};
+std::atomic<int> CallSpy::sWaitError{0};
+std::atomic<int> CallSpy::sInterruptedFd{-1};
+std::atomic<int> CallSpy::sNarrowFd{-1};
+std::atomic<const char*> CallSpy::sChangingPath{nullptr};
+std::atomic<int> CallSpy::sChanges{0};
+
+extern "C" int poll(pollfd* fds, nfds_t count, int timeoutMs) {
+  using Poll = int (*)(pollfd*, nfds_t, int);
+  static const auto real = reinterpret_cast<Poll>(dlsym(RTLD_NEXT, "poll"));
+  ++CallSpy::sPolls;
+  CallSpy::sLongestPollMs = std::max(CallSpy::sLongestPollMs.load(), timeoutMs);
+  CallSpy::sMostPolled = std::max(CallSpy::sMostPolled.load(), static_cast<int>(count));
+  if (CallSpy::sInterruptedPolls > 0) {
+    --CallSpy::sInterruptedPolls;
+    errno = EINTR;
+    return -1;
+  }
+  if (timeoutMs > 0) {
+    ++CallSpy::sWaits;
+    if (const int error = CallSpy::sWaitError.exchange(0); error != 0) {
+      errno = error;
+      return -1;
+    }
+  }
+  return real(fds, count, timeoutMs);
+}
+
+extern "C" ssize_t write(int fd, const void* bytes, size_t length) {
+  using Write = ssize_t (*)(int, const void*, size_t);
+  static const auto real = reinterpret_cast<Write>(dlsym(RTLD_NEXT, "write"));
+  int interrupted = fd;
+  if (fd >= 0 && CallSpy::sInterruptedFd.compare_exchange_strong(interrupted, -1)) {
+    errno = EINTR;
+    return -1;
+  }
+  int narrow = fd;
+  const bool isNarrow = fd >= 0 && CallSpy::sNarrowFd.compare_exchange_strong(narrow, -1);
+  return real(fd, bytes, isNarrow ? std::min(length, size_t{1}) : length);
+}
+
+extern "C" int stat(const char* __restrict path, struct stat* __restrict status) noexcept {
+  using Stat = int (*)(const char*, struct stat*);
+  static const auto real = reinterpret_cast<Stat>(dlsym(RTLD_NEXT, "stat"));
+  const int result = real(path, status);
+  const char* const changing = CallSpy::sChangingPath;
+  if (changing == nullptr || std::strcmp(path, changing) != 0) return result;
+  ++CallSpy::sChanges;
+  ++status->st_ino;
+  return result;
+}

@@ -1,0 +1,26 @@
+// What the code under test asks of the system. The test program defines these calls itself.
+#ifndef TESTS_SERVER_CALLSPY_H_
+#define TESTS_SERVER_CALLSPY_H_
+
+#include <atomic>
+
+struct CallSpy {
+  static std::atomic<int> sPolls;
+  static std::atomic<int> sLongestPollMs;
+  static std::atomic<int> sMostPolled;        // Descriptors at once.
+  static std::atomic<int> sInterruptedPolls;  // How many of the next ones a signal interrupts.
+  static std::atomic<int> sWaits;             // Polls that would wait.
+  static std::atomic<int> sWaitError;         // What the next of them fails with; 0: nothing.
+
+  // The descriptor the next write() to which a signal interrupts; -1: none.
+  static std::atomic<int> sInterruptedFd;
+
+  // The descriptor that takes a single byte of the next write(); -1: none.
+  static std::atomic<int> sNarrowFd;
+
+  // While it is set, each stat() of this path finds another file than the one that is opened.
+  static std::atomic<const char*> sChangingPath;
+  static std::atomic<int> sChanges;
+};
+
+#endif  // TESTS_SERVER_CALLSPY_H_
