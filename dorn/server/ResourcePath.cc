@@ -168,9 +168,9 @@ bool StaysInside(std::string_view name) {
 }
 
 ResourceFile FindResource(std::string_view name) {
-  ResourceFile result;
-  if (!StaysInside(name)) return result;
+  if (!StaysInside(name)) return {};
   const std::string folder = ResourceFolder();
+  ResourceFile result;
   result.mIsInside = true;
   result.mPath = folder + "/";
   result.mPath += name;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 std::atomic<int> CallSpy::sPolls{0};
 std::atomic<int> CallSpy::sLongestPollMs{0};
@@ -19,6 +20,7 @@ std::atomic<int> CallSpy::sInterruptedFd{-1};
 std::atomic<int> CallSpy::sNarrowFd{-1};
 std::atomic<const char*> CallSpy::sChangingPath{nullptr};
 std::atomic<int> CallSpy::sChanges{0};
+std::atomic<const char*> CallSpy::sProgram{nullptr};
 
 extern "C" int poll(pollfd* fds, nfds_t count, int timeoutMs) {
   using Poll = int (*)(pollfd*, nfds_t, int);
@@ -63,4 +65,21 @@ extern "C" int stat(const char* __restrict path, struct stat* __restrict status)
   ++CallSpy::sChanges;
   ++status->st_ino;
   return result;
+}
+
+extern "C" ssize_t readlink(const char* __restrict path, char* __restrict target,
+                            size_t size) noexcept {
+  using ReadLink = ssize_t (*)(const char*, char*, size_t);
+  static const auto real = reinterpret_cast<ReadLink>(dlsym(RTLD_NEXT, "readlink"));
+  const char* const program = CallSpy::sProgram;
+  const std::string_view link(path);
+  constexpr std::string_view kOwn = "/exe";
+  const bool isOwn = link.size() > kOwn.size() && link.substr(link.size() - kOwn.size()) == kOwn;
+  if (program == nullptr || !isOwn) return real(path, target, size);
+  const std::string_view whole(program);
+  if (whole.empty()) {
+    errno = ENOENT;
+    return -1;
+  }
+  return static_cast<ssize_t>(whole.copy(target, size));
 }

@@ -21,6 +21,9 @@ struct CallSpy {
   // While it is set, each stat() of this path finds another file than the one that is opened.
   static std::atomic<const char*> sChangingPath;
   static std::atomic<int> sChanges;
+
+  // Where the program's link to its own file leads; null: to that file. Empty: it cannot be read.
+  static std::atomic<const char*> sProgram;
 };
 
 #endif  // TESTS_SERVER_CALLSPY_H_

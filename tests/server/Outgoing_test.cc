@@ -305,6 +305,21 @@ TEST_F(OutgoingTest, AClosedConnectionWritesNothingOfItsBacklogAndIsNotClosedAga
   Pass(2);
 }
 
+// A sanitizer sees what happens when it is not forgotten. A child of the host may keep the socket.
+TEST_F(OutgoingTest, AConnectionThatIsGoneIsNotToldOfRoom) {
+  Link link = LoggedIn("S1");
+  const int copy = dup(Find(link)->GetFD());
+  FillSocket(copy);
+  EXPECT_EQ(3, SendQuietly(Find(link), "a"));
+  Find(link)->Close();
+  Pass(2);
+  EXPECT_EQ(0U, Connections());
+  link.station.Bytes();
+  Pass(2);
+  EXPECT_EQ(std::string::npos, link.station.Bytes().find('a'));
+  close(copy);
+}
+
 // Blocks
 
 // A connection that sends a block in its own way.
@@ -423,17 +438,20 @@ TEST_F(OutgoingTest, TheFrameOfATextIsKeptUpToAMebibyte) {
   Link link = LoggedIn("S1");
   const int file = MemoryFile();
   Replace(Find(link), file);
-  SendQuietly(Find(link), std::string(2 << 20, 'a'));
+  const KZString large(std::string(2 << 20, 'a'));
   const KZString most(std::string((1 << 20) - 2, 'b'));
   const KZString more(std::string((1 << 20) - 1, 'c'));
   const CapturedStdout console;
+  Find(link)->SendData(large);
   const size_t before = HeapBytes();
   Find(link)->SendData(most);
   EXPECT_GE(HeapBytes(), before + (1 << 20));
   EXPECT_LE(HeapBytes(), before + (1 << 20) + (64 << 10));
+  Find(link)->SendData(large);
+  EXPECT_LE(HeapBytes(), before + (64 << 10));
   Find(link)->SendData(more);
   EXPECT_LE(HeapBytes(), before + (64 << 10));
-  EXPECT_EQ((2 << 20) + 2 + (1 << 20) + (1 << 20) + 1, LengthOf(file));
+  EXPECT_EQ(2 * ((2 << 20) + 2) + (1 << 20) + (1 << 20) + 1, LengthOf(file));
   close(file);
 }
 

@@ -7,12 +7,14 @@
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "dorn/server/OutgoingQueue.h"
 #include "tests/server/CallSpy.h"
 #include "tests/server/ServerTest.h"
+#include "tests/support/NoStandardInput.h"
 
 namespace {
 
@@ -151,15 +153,59 @@ TEST_F(ResourcePathTest, OpensARegularFileAloneAndClosesIt) {
 TEST_F(ResourcePathTest, AFileThatIsNeverTheOneThatWasFoundIsGivenUp) {
   const std::string path = FolderPath() + "/a.bin";
   const int before = OpenDescriptors();
-  CallSpy::sChangingPath = path.c_str();
-  CallSpy::sChanges = 0;
-  const dorn::ResourceFile file = dorn::OpenResource(Folder() + "/a.bin");
-  CallSpy::sChangingPath = nullptr;
-  EXPECT_EQ(100, CallSpy::sChanges);
-  EXPECT_TRUE(file.mIsInside);
-  EXPECT_FALSE(file.mExists);
-  EXPECT_EQ(-1, file.mFile);
+  for (const bool hasInput : {true, false}) {
+    const std::optional<NoStandardInput> closed =
+        hasInput ? std::nullopt : std::optional<NoStandardInput>(std::in_place);
+    CallSpy::sChangingPath = path.c_str();
+    CallSpy::sChanges = 0;
+    const dorn::ResourceFile file = dorn::OpenResource(Folder() + "/a.bin");
+    CallSpy::sChangingPath = nullptr;
+    EXPECT_EQ(100, CallSpy::sChanges);
+    EXPECT_TRUE(file.mIsInside);
+    EXPECT_FALSE(file.mExists);
+    EXPECT_EQ(-1, file.mFile);
+  }
   EXPECT_EQ(before, OpenDescriptors());
+}
+
+// The program's own file as the system tells of it.
+class ModuleDirectoryTest : public testing::Test {
+ protected:
+  void TearDown() override { CallSpy::sProgram = nullptr; }
+
+  static std::string DirectoryOf(const std::string& program) {
+    CallSpy::sProgram = program.c_str();
+    std::string directory = dorn::ModuleDirectory();
+    CallSpy::sProgram = nullptr;
+    return directory;
+  }
+};
+
+TEST_F(ModuleDirectoryTest, IsTheOneOfTheProgram) {
+  EXPECT_EQ("/usr/bin", DirectoryOf("/usr/bin/program"));
+  EXPECT_EQ("/", DirectoryOf("/program"));
+  EXPECT_EQ("/", DirectoryOf("/"));
+  EXPECT_EQ(".", DirectoryOf(""));
+}
+
+TEST_F(ModuleDirectoryTest, OfALongPathTheFirst1023BytesCount) {
+  const std::string outer = "/" + std::string(500, 'a');
+  const std::string inner = outer + "/" + std::string(519, 'b');
+  ASSERT_EQ(1021U, inner.size());
+  EXPECT_EQ(inner, DirectoryOf(inner + "/f"));
+  EXPECT_EQ(inner, DirectoryOf(inner + "/file"));
+  EXPECT_EQ(outer, DirectoryOf(inner + "b/f"));
+  EXPECT_EQ(outer, DirectoryOf(inner + "bb/f"));
+}
+
+TEST_F(ModuleDirectoryTest, WithoutResourcesANameIsInsideAndMissing) {
+  CallSpy::sProgram = "/none/of/these/program";
+  for (const char* name : {"a.bin", "a/../a.bin", "a/.."}) {
+    const dorn::ResourceFile found = dorn::FindResource(name);
+    EXPECT_TRUE(found.mIsInside) << name;
+    EXPECT_FALSE(found.mExists) << name;
+    EXPECT_EQ("/none/of/these/resources/" + std::string(name), found.mPath);
+  }
 }
 
 TEST_F(ResourcePathTest, ANameWithoutParentsIsInsideWhateverIsOnTheDisk) {

@@ -1,9 +1,11 @@
 // Whether a resource file can be used, and why not.
 #include "dorn/server/ResourceReport.h"
 
+#include <cerrno>
 #include <filesystem>
 
 #include "tests/server/ServerTest.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/NoStandardInput.h"
 
 namespace {
@@ -81,6 +83,7 @@ TEST_F(ResourceReportTest, PointsAtTheBracketThatIsTooDeep) {
 
 TEST_F(ResourceReportTest, SaysThatThereIsNoDialog) {
   for (const char* text : {"{}", "[]", "1", R"({"Command":"UPDATE"})", R"({"Command":1})",
+                           R"({"Commands":[1,"DIALOG",null,[],{}]})",
                            R"({"Commands":[{"Command":"UPDATE"}],"Command":"DIALOG"})"}) {
     const dorn::ResourceReport report = Check(text);
     EXPECT_FALSE(report.isUsable) << text;
@@ -114,6 +117,14 @@ TEST_F(ResourceReportTest, LeavesNoFileOpen) {
   Check("");
   Check("{");
   EXPECT_EQ(before, OpenDescriptors());
+}
+
+// What errno says is of no interest where nothing has failed.
+TEST_F(ResourceReportTest, AnInterruptionBeforeDoesNotMakeTheReadingEndless) {
+  const std::string name = WriteResource("r.json", "");
+  const HangGuard guard;
+  errno = EINTR;
+  EXPECT_EQ("is empty", Str(dorn::CheckResource(KZString(name)).reason));
 }
 
 TEST_F(ResourceReportTest, ReadsAFileThatGotDescriptorZero) {
