@@ -213,7 +213,10 @@ TEST_F(StationAddressTest, RefusesANumberThatIsNoPort) {
 TEST_F(StationAddressTest, TellsAFileWhereItListens) {
   const std::string path = FolderPath() + "/station";
   InChild({{"DORN_STATION", "127.0.0.1:0"}, {"DORN_STATION_FILE", path}}, [&path] {
-    return Start() && Content(path) == "127.0.0.1:" + std::to_string(app.GetStationPort()) + "\n";
+    bool isThere = false;
+    const std::string errors = ErrorsOf([&isThere] { isThere = Start(); });
+    return isThere && errors.empty() &&
+           Content(path) == "127.0.0.1:" + std::to_string(app.GetStationPort()) + "\n";
   });
   // Nothing else is left there.
   const std::filesystem::directory_iterator files(FolderPath());
