@@ -319,6 +319,40 @@ TEST_F(VQClientSocketTest, WhatReceivingAndCommandsReturnIsAlwaysTheSame) {
   EXPECT_EQ(1, Find(link)->DoCommand("nonsense"));
 }
 
+// Opened by the host
+
+TEST_F(VQClientSocketTest, OneThatTheHostOpensIsActiveOnceItIsConnected) {
+  TcpAcceptor acceptor;
+  auto* client = new VQClientSocket(&app.mLog, app.GetFdDataList());
+  const int fd = client->Open("127.0.0.1", acceptor.Port(), 3000);
+  EXPECT_EQ(fd, client->GetFD());
+  const TcpPeer server = acceptor.Accept();
+  EXPECT_TRUE(RunUntil([client] { return client->GetFDStatus() == KZFdData::kStatusActive; }));
+  EXPECT_EQ(client, Find(client->GetId()));
+}
+
+// The end of what a station sends
+
+TEST_F(VQClientSocketTest, OneThatFinishedSendingIsWrittenToWhenItIsReady) {
+  Link link = LoggedIn("S1");
+  Find(link)->SendData(KZString(std::string(3000000, 'x')));
+  ASSERT_EQ(0, shutdown(link.station.Fd(), SHUT_WR));
+  ASSERT_TRUE(RunUntil([&] { return Find(link)->GetFDStatus() == KZFdData::kStatusOpen; }));
+  const std::size_t before = link.station.Bytes().size();
+  Find(link)->ReadyToWrite();
+  EXPECT_GT(link.station.Bytes().size(), before);
+  EXPECT_NE(nullptr, Find(link));
+}
+
+TEST_F(VQClientSocketTest, AMessageAfterTheBufferWasClearedIsRead) {
+  Link link = Connect();
+  Feed(link, "\x02" + std::string(500, 'x'));
+  Find(link)->ClearData();
+  // It ends before the place up to which the former one was searched.
+  Feed(link, "\x02{\"Command\":\"HELLO\",\"Id\":\"a\"}\x03\x02" + std::string(600, 'x'));
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth a "));
+}
+
 // Timers
 
 TEST_F(VQClientSocketTest, IdleTimerStartsWithTheFirstBytesAndNotBefore) {
@@ -418,6 +452,24 @@ TEST_F(UsedAgainTest, TheTimersOfItsLastStationAreCancelled) {
   for (unsigned int kind = 0; kind < 3; ++kind) {
     EXPECT_TRUE(DueIn(static_cast<unsigned int>(mNew.id) + kind).empty()) << kind;
   }
+}
+
+TEST_F(UsedAgainTest, OpenedByTheHostItIsANewOneToo) {
+  const TcpAcceptor acceptor;
+  mOld = LoggedIn("S1", "top");
+  mClient = Find(mOld);
+  Tell(mOld, "{}");
+  mClient->Close();
+  const int fd = mClient->Open("127.0.0.1", acceptor.Port(), 3000);
+  EXPECT_GE(fd, 0);
+  EXPECT_EQ(fd, mClient->GetFD());
+  EXPECT_FALSE(mClient->mAuth);
+  EXPECT_EQ("", Str(mClient->mSessionId));
+  EXPECT_EQ("", Str(mClient->mDialogName));
+  for (unsigned int kind = 0; kind < 3; ++kind) {
+    EXPECT_TRUE(DueIn(static_cast<unsigned int>(mOld.id) + kind).empty()) << kind;
+  }
+  Pass();
 }
 
 TEST_F(UsedAgainTest, AClosedOneStillKnowsWhatItWas) {

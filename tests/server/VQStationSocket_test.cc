@@ -442,6 +442,19 @@ TEST_F(SlotsTest, WhatTheHostOpenedItselfMakesNoRoom) {
   Pass(2);
 }
 
+TEST_F(SlotsTest, WhatTheHostOpenedAnewWithoutClosingItMakesNoRoom) {
+  const TcpAcceptor acceptor;
+  Link link = From("10.0.0.1");
+  VQClientSocket* client = Find(link);
+  const int before = client->GetFD();
+  ASSERT_GE(client->Open("127.0.0.1", acceptor.Port(), 1024), 0);
+  close(before);
+  ASSERT_TRUE(RunUntil([client] { return client->GetFDStatus() == KZFdData::kStatusActive; }));
+  Link late = From("10.0.0.9", kLimit);
+  EXPECT_TRUE(late.station.IsClosed());
+  EXPECT_GE(client->GetFD(), 0);
+}
+
 TEST_F(SlotsTest, WhereEveryoneIsLoggedInTheNewOneIsRefused) {
   Link a = From("10.0.0.1");
   Find(a)->Authentication("S1");
