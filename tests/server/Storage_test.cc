@@ -71,18 +71,21 @@ TEST_F(StorageTest, OfTheCallersOwnFrameIsThatOfVariables) {
   EXPECT_FALSE(dorn::IsVariable(std::make_unique<int>(1).get()));
 }
 
-TEST_F(StorageTest, OfAThreadsStackEndsWithTheStack) {
-  std::thread other([] {
-    pthread_attr_t attributes;
-    ASSERT_EQ(0, pthread_getattr_np(pthread_self(), &attributes));
-    void* begin = nullptr;
-    std::size_t size = 0;
-    EXPECT_EQ(0, pthread_attr_getstack(&attributes, &begin, &size));
-    pthread_attr_destroy(&attributes);
-    const std::uintptr_t end = reinterpret_cast<std::uintptr_t>(begin) + size;
-    EXPECT_TRUE(IsVariableAt(end - 1));
-    EXPECT_EQ(IsLoadedAt(end), IsVariableAt(end));  // A library may lie behind it.
-  });
+void ExpectThatTheStackEndsWhereItEnds() {
+  pthread_attr_t attributes;
+  ASSERT_EQ(0, pthread_getattr_np(pthread_self(), &attributes));
+  void* begin = nullptr;
+  std::size_t size = 0;
+  EXPECT_EQ(0, pthread_attr_getstack(&attributes, &begin, &size));
+  pthread_attr_destroy(&attributes);
+  const std::uintptr_t end = reinterpret_cast<std::uintptr_t>(begin) + size;
+  EXPECT_TRUE(IsVariableAt(end - 1));
+  EXPECT_EQ(IsLoadedAt(end), IsVariableAt(end));  // A library may lie behind it.
+}
+
+TEST_F(StorageTest, OfAStackEndsWithTheStack) {
+  ExpectThatTheStackEndsWhereItEnds();
+  std::thread other(ExpectThatTheStackEndsWhereItEnds);
   other.join();
 }
 
