@@ -2,8 +2,11 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <random>
+#include <utility>
+#include <vector>
 
 #include "dorn/server/Connections.h"
 #include "dorn/server/Observer.h"
@@ -476,6 +479,17 @@ class EndingInTurnTest : public VQSessionListTest {
 
   Link mLink;
 };
+
+// The one that was to be removed lives on then, in nobody's list.
+TEST_F(EndingInTurnTest, OneThatTheObserverPutsInThePlaceOfARemovedOneStays) {
+  const std::unique_ptr<VQSession> removed(mList.Search("C"));
+  auto* const other = new VQSession("C", 50000);
+  EndObserver observer;
+  observer.atEnd = [this, other] { mList.Add("C", other); };
+  dorn::SetObserver(&observer);
+  mList.Remove("C");
+  EXPECT_EQ(other, mList.Search("C"));
+}
 
 TEST_F(EndingInTurnTest, AConnectionThatTheObserverOfAnEarlierOneBoundIsClosed) {
   EndObserver observer;
