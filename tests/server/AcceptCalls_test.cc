@@ -32,6 +32,8 @@ int gLimits = 0;    // By getrlimit().
 int gAccepts = 0;
 std::vector<useconds_t> gPauses;  // By usleep(), which does not wait.
 
+bool gMoveFails = false;  // The next one of fcntl() to another descriptor.
+
 // What the next calls of accept4() fail with, and how many of them.
 int gAcceptError = 0;
 int gAcceptFailures = 0;
@@ -180,6 +182,29 @@ TEST_F(AcceptCallsTest, AShortageMakesRoomForOneAlone) {
   EXPECT_THAT(gPauses, IsEmpty());
 }
 
+TEST_F(AcceptCallsTest, OneThatCannotBeMovedWhereThereIsRoomIsRefused) {
+  Station first;
+  Accept(first);
+  rlimit before{};
+  ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &before));
+  const rlimit more{2048, before.rlim_max};
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &more));
+  int ends[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
+  Station station(ends[1]);
+  ASSERT_EQ(1500, dup2(ends[0], 1500));
+  close(ends[0]);
+  gMoveFails = true;
+  CapturedStdout console;
+  mListener.OnAccept(1500, nullptr, nullptr);
+  EXPECT_THAT(console.Text(),
+              EndsWith("Connection refused: too many are open (descriptor 1500)\n"));
+  EXPECT_EQ(-1, fcntl(1500, F_GETFD));
+  EXPECT_TRUE(station.IsClosed());
+  EXPECT_FALSE(std::exchange(gMoveFails, false));
+  EXPECT_EQ(0, setrlimit(RLIMIT_NOFILE, &before));
+}
+
 // They are about one peer, or one moment.
 TEST_F(AcceptCallsTest, FailuresThatPassAreTriedAgainAtOnce) {
   std::size_t served = 0;
@@ -268,6 +293,10 @@ extern "C" int fcntl(int fd, int command, ...) {
   using Fcntl = int (*)(int, int, ...);
   static const auto real = reinterpret_cast<Fcntl>(dlsym(RTLD_NEXT, "fcntl"));
   if (command == F_SETFL || command == F_SETFD) ++gSettings;
+  if (command == F_DUPFD_CLOEXEC && std::exchange(gMoveFails, false)) {
+    errno = EMFILE;
+    return -1;
+  }
   va_list arguments;
   va_start(arguments, command);
   void* const argument = va_arg(arguments, void*);
