@@ -1,5 +1,5 @@
 // The system calls that a new connection costs. The test program defines fcntl(), getrlimit(),
-// usleep() and accept4() itself, and counts, or fails.
+// accept4(), usleep() and the allocation of receive buffers itself, and counts, or fails.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -8,9 +8,12 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstddef>
 #include <cstring>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,6 +34,8 @@ int gLimits = 0;    // By getrlimit().
 
 int gAccepts = 0;
 std::vector<useconds_t> gPauses;  // By usleep(), which does not wait.
+
+std::atomic<bool> gIsMemoryShort{false};  // For receive buffers.
 
 bool gMoveFails = false;  // The next one of fcntl() to another descriptor.
 
@@ -205,6 +210,25 @@ TEST_F(AcceptCallsTest, OneThatCannotBeMovedWhereThereIsRoomIsRefused) {
   EXPECT_EQ(0, setrlimit(RLIMIT_NOFILE, &before));
 }
 
+TEST_F(AcceptCallsTest, OneWithoutMemoryForItsBufferIsClosedWithALine) {
+  std::vector<Station> stations;
+  CapturedStdout console;
+  const std::size_t before = Connections();
+  gIsMemoryShort = true;
+  // The first ones may get the buffers of others that have gone.
+  for (int i = 0; i < 100 && (stations.empty() || !stations.back().IsClosed()); ++i) {
+    stations.emplace_back();
+    EXPECT_TRUE(stations.back().Connect(PortOf(mListener.GetFD())));
+    mListener.ReadyToRead();
+    Pass(2);
+  }
+  gIsMemoryShort = false;
+  EXPECT_THAT(console.Text(), EndsWith("Connection closed: no memory for its receive buffer\n"
+                                       "socket delete\n"));
+  EXPECT_TRUE(stations.back().IsClosed());
+  EXPECT_EQ(before + stations.size() - 1, Connections());
+}
+
 // They are about one peer, or one moment.
 TEST_F(AcceptCallsTest, FailuresThatPassAreTriedAgainAtOnce) {
   std::size_t served = 0;
@@ -282,6 +306,11 @@ extern "C" int accept4(int fd, sockaddr* __restrict address, socklen_t* __restri
   --gAcceptFailures;
   errno = gAcceptError;
   return -1;
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  constexpr std::size_t kReceiveBuffer = 0x80000;
+  return gIsMemoryShort && size >= kReceiveBuffer ? nullptr : ::operator new[](size);
 }
 
 extern "C" int usleep(useconds_t pause) {

@@ -8,14 +8,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 #include <string_view>
 
 std::atomic<int> CallSpy::sPolls{0};
 std::atomic<int> CallSpy::sLongestPollMs{0};
 std::atomic<int> CallSpy::sMostPolled{0};
 std::atomic<int> CallSpy::sInterruptedPolls{0};
-std::atomic<int> CallSpy::sWaits{0};
-std::atomic<int> CallSpy::sWaitError{0};
+thread_local int CallSpy::tWaits = 0;
+thread_local int CallSpy::tWaitError = 0;
 std::atomic<int> CallSpy::sInterruptedFd{-1};
 std::atomic<int> CallSpy::sNarrowFd{-1};
 std::atomic<const char*> CallSpy::sChangingPath{nullptr};
@@ -34,8 +35,8 @@ extern "C" int poll(pollfd* fds, nfds_t count, int timeoutMs) {
     return -1;
   }
   if (timeoutMs > 0) {
-    ++CallSpy::sWaits;
-    if (const int error = CallSpy::sWaitError.exchange(0); error != 0) {
+    ++CallSpy::tWaits;
+    if (const int error = std::exchange(CallSpy::tWaitError, 0); error != 0) {
       errno = error;
       return -1;
     }

@@ -9,8 +9,9 @@ struct CallSpy {
   static std::atomic<int> sLongestPollMs;
   static std::atomic<int> sMostPolled;        // Descriptors at once.
   static std::atomic<int> sInterruptedPolls;  // How many of the next ones a signal interrupts.
-  static std::atomic<int> sWaits;             // Polls that would wait.
-  static std::atomic<int> sWaitError;         // What the next of them fails with; 0: nothing.
+  // Of this thread alone: polls that would wait, and what the next of them fails with; 0: nothing.
+  static thread_local int tWaits;
+  static thread_local int tWaitError;
 
   // The descriptor the next write() to which a signal interrupts; -1: none.
   static std::atomic<int> sInterruptedFd;

@@ -185,10 +185,10 @@ TEST_F(RunTest, ASignalDoesNotEndTheWaitForAStationThatReads) {
   Find(link)->SendData(text);
   std::thread reader([&link] { EXPECT_TRUE(link.station.WaitFor(3000002)); });
   app.Stop();
-  CallSpy::sWaitError = EINTR;
+  CallSpy::tWaitError = EINTR;
   app.Run();
   reader.join();
-  EXPECT_EQ(0, CallSpy::sWaitError);
+  EXPECT_EQ(0, CallSpy::tWaitError);
   EXPECT_EQ(3000002U, link.station.Bytes().size());
 }
 
@@ -196,10 +196,10 @@ TEST_F(RunTest, WhereNoWaitIsPossibleItEndsWithout) {
   Link link = LoggedIn("S1");
   Find(link)->SendData(KZString(std::string(3000000, 'x')));
   app.Stop();
-  CallSpy::sWaits = 0;
-  CallSpy::sWaitError = ENOMEM;
+  CallSpy::tWaits = 0;
+  CallSpy::tWaitError = ENOMEM;
   app.Run();
-  EXPECT_EQ(1, CallSpy::sWaits);
+  EXPECT_EQ(1, CallSpy::tWaits);
   EXPECT_EQ(0U, Connections());
 }
 

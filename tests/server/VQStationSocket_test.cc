@@ -10,6 +10,7 @@
 
 #include <memory>
 
+#include "dorn/loop/SettledRecords.h"
 #include "tests/server/ServerTest.h"
 #include "tests/support/Deadline.h"
 #include "tests/support/MemberOrder.h"
@@ -106,6 +107,12 @@ TEST_F(VQStationSocketTest, NeitherListenerNorConnectionsAreLeftToChildren) {
   ASSERT_TRUE(RunUntil([] { return Connections() == 1; }));
   EXPECT_NE(0, fcntl(mListener.GetFD(), F_GETFD) & FD_CLOEXEC);
   EXPECT_NE(0, fcntl(Find(0x8000000)->GetFD(), F_GETFD) & FD_CLOEXEC);
+}
+
+TEST_F(VQStationSocketTest, IdleConnectionsCostTheLoopNoLook) {
+  Link link = Connect();
+  Pass(2);
+  EXPECT_TRUE(dorn::SettledRecords::Has(*Find(link)));
 }
 
 // An answer in two writes must not wait for the station's acknowledgement.
