@@ -132,9 +132,11 @@ TEST(JsonReaderStepsTest, NumberCollectsSignsAndPointsWhereverTheyStand) {
 
 TEST(JsonReaderStepsTest, QuadhexReadsFourDigits) {
   const std::pair<const char*, int> rows[] = {
-      {"0000", 0},      {"00e9", 0xE9}, {"FFFF", 0xFFFF}, {"ffff", 0xFFFF}, {"1a2B3", 0x1A2B},
-      {"8000", 0x8000}, {"12", -1},     {"", -1},         {"12g4", -1},     {"-001", -1},
-      {"0x12", -1},     {"@123", -1},   {"`123", -1},     {":123", -1},     {"/123", -1},
+      {"0123", 0x123},  {"4567", 0x4567}, {"89ab", 0x89AB},  {"cdef", 0xCDEF}, {"ABCD", 0xABCD},
+      {"EF98", 0xEF98}, {"G000", -1},     {"g000", -1},      {"0000", 0},      {"00e9", 0xE9},
+      {"FFFF", 0xFFFF}, {"ffff", 0xFFFF}, {"1a2B3", 0x1A2B}, {"8000", 0x8000}, {"12", -1},
+      {"", -1},         {"12g4", -1},     {"-001", -1},      {"0x12", -1},     {"@123", -1},
+      {"`123", -1},     {":123", -1},     {"/123", -1},
   };
   for (const auto& [text, expected] : rows) {
     Reader reader(text);
