@@ -5,7 +5,7 @@
 #include <random>
 #include <string>
 
-#include "tests/base/Allocations.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 
@@ -73,13 +73,13 @@ TEST(UnescapeTextTest, ReadsWhatFollowsHalfAPair) {
 
 TEST(EscapeTextTest, AsksForMemoryOnceWhereNothingIsEscaped) {
   const KZString text(std::string(100, 'x'));
-  const AllocationCount escaping;
+  const Allocations escaping;
   const KZString escaped = EscapeText(text);
-  EXPECT_EQ(escaping.Get(), 1);
+  EXPECT_EQ(escaping.Count(), 1U);
   EXPECT_EQ(escaped, text);
-  const AllocationCount unescaping;
+  const Allocations unescaping;
   const KZString unescaped = UnescapeText(text);
-  EXPECT_EQ(unescaping.Get(), 1);
+  EXPECT_EQ(unescaping.Count(), 1U);
   EXPECT_EQ(unescaped, text);
 }
 

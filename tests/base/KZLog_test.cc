@@ -12,8 +12,8 @@
 
 #include "dorn/base/Clock.h"
 #include "gtest/gtest.h"
-#include "tests/base/Allocations.h"
 #include "tests/base/UntypedStream.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/CapturedStdout.h"
 
 namespace {
@@ -134,18 +134,18 @@ TEST_F(KZLogTest, LogsThatSayNothingShareABuffer) {
 TEST_F(KZLogTest, UpTo2048BytesAreAskedForWithTheFirstMessage) {
   KZLog small;
   KZLog large;
-  const AllocationCount starting;
+  const Allocations starting;
   small.LogStart(2048, &mSink);
-  EXPECT_EQ(starting.Get(), 0);
+  EXPECT_EQ(starting.Count(), 0U);
   large.LogStart(2049, &mSink);
-  EXPECT_EQ(starting.Get(), 1);
+  EXPECT_EQ(starting.Count(), 1U);
   KZStream dropping;
   small.mSrteam = &dropping;
-  const AllocationCount writing;
+  const Allocations writing;
   small.LogPrintf("first");
-  EXPECT_EQ(writing.Get(), 1);
+  EXPECT_EQ(writing.Count(), 1U);
   small.LogPrintf("second");
-  EXPECT_EQ(writing.Get(), 1);
+  EXPECT_EQ(writing.Count(), 1U);
 }
 
 TEST_F(KZLogTest, WithoutMemoryForItsBufferTheFirstMessageGoesToTheConsole) {

@@ -7,7 +7,7 @@
 
 #include "dorn/base/KZString.h"
 #include "gtest/gtest.h"
-#include "tests/base/Allocations.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 
@@ -281,9 +281,9 @@ TEST(KZStringCharactersTest, MakeUpperReturnsAnUpperCasedCopy) {
 
 TEST(KZStringCharactersTest, MakeUpperAsksForMemoryOnce) {
   const KZString text(std::string(100, 'x'));
-  const AllocationCount asked;
+  const Allocations asked;
   const KZString upper = text.MakeUpper();
-  EXPECT_EQ(asked.Get(), 1);
+  EXPECT_EQ(asked.Count(), 1U);
   EXPECT_TRUE(upper == std::string(100, 'X'));
 }
 

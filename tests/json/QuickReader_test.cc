@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "tests/json/CountedAllocations.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "dorn/json/VQValue.h"
 #include "gtest/gtest.h"
-#include "tests/json/CountedAllocations.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/GroupingLocale.h"
 
 namespace {

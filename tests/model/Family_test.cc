@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "dorn/model/VQJsonObject.h"
-#include "tests/model/Allocations.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 
 #include "dorn/base/Poison.h"
 #include "dorn/model/VQJsonGrid.h"
-#include "tests/model/Allocations.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/LiteralReader.h"
 #include "tests/support/TreeDump.h"
 

@@ -9,7 +9,7 @@
 
 #include "dorn/model/VQJsonGrid.h"
 #include "dorn/model/VQJsonParser.h"
-#include "tests/model/Allocations.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 

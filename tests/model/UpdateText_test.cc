@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "tests/model/Allocations.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "dorn/model/VQJsonObject.h"
-#include "tests/model/Allocations.h"
 #include "tests/model/Trees.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <utility>
 #include <string_view>
+#include <utility>
 
 std::atomic<int> CallSpy::sPolls{0};
 std::atomic<int> CallSpy::sLongestPollMs{0};

@@ -1,4 +1,4 @@
-#include "tests/base/Allocations.h"
+#include "tests/support/Allocations.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -6,11 +6,13 @@
 
 namespace {
 
-thread_local int tAsked = 0;
+thread_local std::size_t tCount = 0;
+thread_local std::size_t tBytes = 0;
 thread_local bool tRefuses = false;
 
 void* Allocate(std::size_t size) {
-  ++tAsked;
+  ++tCount;
+  tBytes += size;
   // A negative size arrives here as a huge one, which sanitizers do not let pass.
   return tRefuses || size > PTRDIFF_MAX ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
@@ -23,10 +25,14 @@ void* AllocateOrThrow(std::size_t size) {
 
 }  // namespace
 
-AllocationCount::AllocationCount() : mBefore(tAsked) {}
-int AllocationCount::Get() const { return tAsked - mBefore; }
+Allocations::Allocations() : mCountBefore(tCount), mBytesBefore(tBytes) {}
+
+std::size_t Allocations::Count() const { return tCount - mCountBefore; }
+
+std::size_t Allocations::Bytes() const { return tBytes - mBytesBefore; }
 
 NoMemory::NoMemory() { tRefuses = true; }
+
 NoMemory::~NoMemory() { tRefuses = false; }
 
 void* operator new(std::size_t size) { return AllocateOrThrow(size); }
