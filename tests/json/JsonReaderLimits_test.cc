@@ -196,6 +196,19 @@ TEST(JsonReaderLimitsTest, EveryTruncationIsAnError) {
   }
 }
 
+TEST(JsonReaderLimitsTest, WhatLiesBehindTheRangeIsNotRead) {
+  for (const std::string text : {"[-5]", "[1]", "[12]", "{\"a\":-5}", "[true]", "[null]", "['a']",
+                                 "[[]]", "{'a':{}}", "[ ]", "{\"a\" : 1 }", kDocument}) {
+    for (size_t length = 0; length < text.size(); ++length) {
+      value out;
+      std::string err;
+      const char* const last = text.data() + length;
+      EXPECT_EQ(value::parse(out, text.data(), last, &err), last) << text << ", " << length;
+      EXPECT_EQ(err, "syntax error at line 1 near: ") << text << ", " << length;
+    }
+  }
+}
+
 TEST(JsonReaderLimitsTest, EveryChangedByteIsReadOrRefused) {
   const std::string text = kDocument;
   int refused = 0;
