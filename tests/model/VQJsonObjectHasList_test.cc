@@ -92,6 +92,21 @@ TEST(VQJsonObjectHasListTest, AChildThatIsAddedAgainIsOnlyMarked) {
   EXPECT_EQ(ChildrenOf(group), (Texts{"c"}));
 }
 
+// Whether an operation has listed the child or the host itself.
+TEST(VQJsonObjectHasListTest, AChildOfACopyThatIsAddedAgainStaysThereOnce) {
+  VQJsonObjectHasList source("Objects", nullptr);
+  auto* child = AddChild(source, "c");
+  auto* listed = Named(new VQJsonObject(&source), "listed");
+  source.mObjectList.push_back(listed);
+  VQJsonObjectHasList copy(source);
+  for (VQJsonObject* one : {child, listed}) {
+    EXPECT_TRUE(copy.AddObject(one, 0));
+    EXPECT_TRUE(source.AddObject(one, 0));
+  }
+  EXPECT_EQ(ChildrenOf(copy), (Texts{"c", "listed"}));
+  EXPECT_EQ(ChildrenOf(source), (Texts{"c", "listed"}));
+}
+
 TEST(VQJsonObjectHasListTest, AGroupInsideAnotherTakesAGroupWithChildren) {
   VQJsonObjectHasList root("Objects", nullptr);
   auto* inner = AddGroup(root, "inner");
