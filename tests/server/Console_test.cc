@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cwchar>
 #include <iterator>
 #include <random>
 #include <string>
@@ -14,7 +13,6 @@
 
 #include "dorn/base/KZString.h"
 #include "tests/support/CapturedStdout.h"
-#include "tests/support/ChildProcess.h"
 
 namespace {
 
@@ -142,21 +140,6 @@ TEST(ConsoleBufferTest, ALineLeavesALineBufferedStreamAtOnce) {
   EXPECT_EQ(__fpending(stdout), 0u);
   SetBuffering(_IOFBF, sizeof gBuffer);
   EXPECT_EQ(captured.Text(), "first\nsecond\nbegun,ended\n");
-}
-
-// As printf() does there.
-TEST(ConsoleBufferTest, AStreamOfWideCharactersGetsNothing) {
-  const ChildResult child = RunChild([] {
-    std::FILE* const file = std::freopen("/proc/self/fd/1", "w", stdout);
-    if (file == nullptr || std::fwide(stdout, 1) <= 0) return 1;
-    std::fputws(L"first\n", stdout);
-    std::fflush(stdout);
-    dorn::PrintLine({"second"});
-    std::fputws(L"third\n", stdout);
-    return std::fflush(stdout);
-  });
-  EXPECT_EQ(child.mExitCode, 0);
-  EXPECT_EQ(child.mOutput, "first\nthird\n");
 }
 
 // Nothing reaches the descriptor before the buffer is full or flushed, as with printf().

@@ -317,6 +317,13 @@ TEST_F(DelayedLogInTest, TheNextStationOfAnObjectIsNotTakenForWhatWaitedForTheFo
   EXPECT_THAT(Calls(), ElementsAre("OnAuth u1 p", "OnStart  0 0"));
 }
 
+TEST_F(DelayedLogInTest, TheNextStationOfAnObjectHasAllOfItsFirstMessageExecuted) {
+  Link link = Connect();
+  Reopen(link);
+  Tell(link, R"({"Commands":[)" + Hello("u2", "x") + "," + Hello("u1", "p") + "]}");
+  EXPECT_THAT(Calls(), ElementsAre("OnAuth u2 x", "OnAuth u1 p", "OnStart  0 0"));
+}
+
 TEST_F(DelayedLogInTest, TheCommandIsPrintedOnce) {
   UseUp("u1");
   Link link = Connect();

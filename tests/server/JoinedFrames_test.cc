@@ -306,6 +306,15 @@ TEST_F(JoinedFramesTest, AnAnswerWaitsForHooksThatFollowQuicklyInTheNextSecond) 
   EXPECT_EQ("", mSeenMeanwhile);
 }
 
+// What was kept back before has left, and so has its time.
+TEST_F(JoinedFramesTest, TheTimeOfAnAnswerBeginsWithTheHookThatGivesIt) {
+  Feed(mAsking, Ask("a") + Ask("b"));
+  mOther.station.Take(mOther.station.Bytes().size());
+  mClock.AdvanceMs(15);
+  Feed(mAsking, Ask("c") + Ask("quick") + Ask("look") + Ask("d"));
+  EXPECT_EQ("", mSeenMeanwhile);
+}
+
 // Unasked, the kernel sends what it keeps back after 200 ms.
 TEST_F(JoinedFramesTest, WhatTheLastMessageDoesNotAnswerLeavesAtOnce) {
   FeedOnce(mAsking, Ask("a") + Ask("look"));

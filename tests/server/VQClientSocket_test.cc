@@ -522,6 +522,34 @@ TEST_F(UsedAgainTest, ARecordThatLiesWhereOneLayIsNone) {
   operator delete(place);
 }
 
+// A host's OnClose() need not call the library's.
+class KeepingClient : public VQClientSocket {
+ public:
+  using VQClientSocket::VQClientSocket;
+  void OnClose() override {}
+};
+
+TEST_F(UsedAgainTest, ItsNextStationGetsNothingOfWhatItsLastOneDidNotTake) {
+  int first[2], second[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, first));
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, second));
+  const Station old(first[1]);
+  Station next(second[1]);
+  auto* client = new KeepingClient(&app.mLog, app.GetFdDataList());
+  client->Create(first[0], 3000);
+  Pass();
+  {
+    const CapturedStdout console;
+    client->SendData(KZString(std::string(2 << 20, 'x')));
+  }
+  client->Close();
+  client->Create(second[0], 3000);
+  Pass(2);
+  EXPECT_EQ(3, client->SendData("y"));
+  Pass(2);
+  EXPECT_EQ("\x02y\x03", next.Bytes());
+}
+
 // As a host may that has nothing to wait for.
 class PlainlyReadingClient : public VQClientSocket {
  public:
