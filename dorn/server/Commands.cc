@@ -8,7 +8,7 @@
 #include "dorn/base/TraceFilter.h"
 #include "dorn/json/MemberSearch.h"
 #include "dorn/model/MemberText.h"
-#include "dorn/model/TreeWalk.h"
+#include "dorn/model/ObjectClass.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
