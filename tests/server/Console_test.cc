@@ -155,6 +155,25 @@ TEST(ConsoleBufferTest, ALineStaysInAFullBufferThatHasRoom) {
   EXPECT_EQ(captured.Text(), "zeroth\nfirst\nsecond\n");
 }
 
+// Or parts of another thread's line would come into it.
+TEST(ConsoleBufferTest, TheStreamIsLockedWhileALineIsPutTogether) {
+  const CapturedStdout captured;
+  const auto isLocked = [] {
+    bool result = false;
+    std::thread([&result] {
+      result = ftrylockfile(stdout) != 0;
+      if (!result) funlockfile(stdout);
+    }).join();
+    return result;
+  };
+  {
+    dorn::LinePlace place(2);
+    std::fill_n(place.Begin(), 2, '.');
+    EXPECT_TRUE(isLocked());
+  }
+  EXPECT_FALSE(isLocked());
+}
+
 // Without memory of its own.
 TEST(ConsoleBufferTest, ALineIsPutTogetherWhereItBelongsIfItFits) {
   CapturedStdout captured;
