@@ -375,23 +375,26 @@ TEST_F(ApplyTest, VeryManyObjectsReachTheirNamesakesQuickly) {
   EXPECT_TRUE(dialog.GetResourceShare()->mObjectList.back()->IsDirty());
 }
 
-// A host's class that overrides OnUpdate() and nothing else.
+// A host's class that overrides OnUpdate() and nothing else. It renames an object late, when what
+// a command names is looked up in an index.
 class RenamingDialog : public VQDialog {
  public:
-  void OnUpdate(VQJsonObject* target, VQJsonObject*, KZString) override {
-    mUpdated.push_back(target->mName);
-    VQJsonObject* label = GetResourceShare()->SearchName("l1");
-    if (label != nullptr) label->SetValue("Name", VQValue("renamed"), 0, "");
+  void OnUpdate(VQJsonObject*, VQJsonObject* source, KZString) override {
+    mUpdated.push_back(source->mName);
+    if (mUpdated.size() != 6) return;
+    GetResourceShare()->SearchName("l1")->SetValue("Name", VQValue("renamed"), 0, "");
   }
-  std::vector<std::string> mUpdated;
+  std::vector<std::string> mUpdated;  // As the command names them.
 };
 
 TEST_F(ApplyTest, ObjectsAreLookedForAsTheHookHasNamedThem) {
   RenamingDialog dialog;
   dialog.Init("top", WriteResource("top.json", kTree).c_str());
   dialog.LoadJsonShare();
-  dialog.UpdateResourceShare(Command(R"({"Name":"b1"},{"Name":"l1"},{"Name":"renamed"})"), "S1");
-  EXPECT_THAT(dialog.mUpdated, ElementsAre("b1", "renamed"));
+  const std::string six =
+      R"({"Name":"b1"},{"Name":"b1"},{"Name":"b1"},{"Name":"b1"},{"Name":"b1"},{"Name":"b1"})";
+  dialog.UpdateResourceShare(Command(six + R"(,{"Name":"l1"},{"Name":"renamed"})"), "S1");
+  EXPECT_THAT(dialog.mUpdated, ElementsAre("b1", "b1", "b1", "b1", "b1", "b1", "renamed"));
 }
 
 TEST_F(ApplyTest, NamesThatTheTreeDoesNotHaveAreSkippedWithALine) {
