@@ -88,6 +88,14 @@ TEST_F(SlotTest, AreAllDescriptorsButTheHighest16) {
   }
 }
 
+TEST_F(SlotTest, AreNoneWhere16DescriptorsAreAll) {
+  SetLimit(16);
+  EXPECT_FALSE(dorn::IsSlot(0));
+  SetLimit(17);
+  EXPECT_TRUE(dorn::IsSlot(0));
+  EXPECT_FALSE(dorn::IsSlot(1));
+}
+
 TEST_F(SlotTest, NobodyMakesRoomWhereNobodyIs) { EXPECT_FALSE(dorn::MakeRoom()); }
 
 // It keeps its descriptor until the next pass.
