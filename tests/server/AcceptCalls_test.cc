@@ -342,10 +342,10 @@ extern "C" int fcntl(int fd, int command, ...) {
 extern "C" int getrlimit(__rlimit_resource_t resource, rlimit* limit) noexcept {
   using Getrlimit = int (*)(__rlimit_resource_t, rlimit*);
   static const auto real = reinterpret_cast<Getrlimit>(dlsym(RTLD_NEXT, "getrlimit"));
-  if (resource == RLIMIT_NOFILE) ++gLimits;
-  if (!gHasLimit) {
-    errno = EINVAL;
-    return -1;
-  }
-  return real(resource, limit);
+  // A sanitizer asks for other limits before variables may be looked at.
+  if (resource != RLIMIT_NOFILE) return real(resource, limit);
+  ++gLimits;
+  if (gHasLimit) return real(resource, limit);
+  errno = EINVAL;
+  return -1;
 }
