@@ -44,6 +44,8 @@ Function Real(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
+const auto gRealWrite = Real<ssize_t (*)(int, const void*, std::size_t)>("write");
+
 int NoteClockSetting(const timeval& time) {
   ClockSettingSpy* const spy = gClockSpy;
   if (spy == nullptr) {
@@ -176,10 +178,13 @@ extern "C" int usleep(useconds_t us) {
   return nanosleep(&left, nullptr);
 }
 
+// Signal handlers call it, too, in which nothing may be looked up.
 extern "C" ssize_t write(int fd, const void* bytes, std::size_t count) {
-  static const auto real = Real<ssize_t (*)(int, const void*, std::size_t)>("write");
   FailedWriteSpy* const spy = gFailedWriteSpy;
-  if (spy == nullptr || ++spy->mCalls > spy->mErrors.size()) return real(fd, bytes, count);
+  if (spy == nullptr || ++spy->mCalls > spy->mErrors.size()) {
+    return gRealWrite != nullptr ? gRealWrite(fd, bytes, count)
+                                 : syscall(SYS_write, fd, bytes, count);
+  }
   errno = spy->mErrors[spy->mCalls - 1];
   return -1;
 }

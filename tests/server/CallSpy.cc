@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <poll.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -44,9 +45,16 @@ extern "C" int poll(pollfd* fds, nfds_t count, int timeoutMs) {
   return real(fds, count, timeoutMs);
 }
 
+namespace {
+
+using Write = ssize_t (*)(int, const void*, size_t);
+const auto gRealWrite = reinterpret_cast<Write>(dlsym(RTLD_NEXT, "write"));
+
+}  // namespace
+
+// Signal handlers call it, too, in which nothing may be looked up.
 extern "C" ssize_t write(int fd, const void* bytes, size_t length) {
-  using Write = ssize_t (*)(int, const void*, size_t);
-  static const auto real = reinterpret_cast<Write>(dlsym(RTLD_NEXT, "write"));
+  if (gRealWrite == nullptr) return syscall(SYS_write, fd, bytes, length);
   int interrupted = fd;
   if (fd >= 0 && CallSpy::sInterruptedFd.compare_exchange_strong(interrupted, -1)) {
     errno = EINTR;
@@ -54,7 +62,7 @@ extern "C" ssize_t write(int fd, const void* bytes, size_t length) {
   }
   int narrow = fd;
   const bool isNarrow = fd >= 0 && CallSpy::sNarrowFd.compare_exchange_strong(narrow, -1);
-  return real(fd, bytes, isNarrow ? std::min(length, size_t{1}) : length);
+  return gRealWrite(fd, bytes, isNarrow ? std::min(length, size_t{1}) : length);
 }
 
 extern "C" int stat(const char* __restrict path, struct stat* __restrict status) noexcept {
