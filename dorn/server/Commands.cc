@@ -8,7 +8,7 @@
 #include "dorn/base/TraceFilter.h"
 #include "dorn/json/MemberSearch.h"
 #include "dorn/model/MemberText.h"
-#include "dorn/model/ObjectClass.h"
+#include "dorn/model/TreeWalk.h"
 #include "dorn/model/VQJsonCommand.h"
 #include "dorn/model/WireWords.h"
 #include "dorn/server/App.h"
@@ -30,17 +30,16 @@ namespace {
 constexpr char kKeyDialogName[] = "DialogName";
 constexpr char kKeyId[] = "Id";
 
-// Every entry is of a class of the library: the reader makes them, and no host sees their list. So
-// what they say is what is stored.
-
-// The text of a member; empty if there is none.
+// The text of a member; empty if there is none. Only a host's class may answer in its own way.
 KZString TextOf(VQJsonObject* entry, const char* key) {
+  if (!IsOwnClass(*entry)) return entry->GetValue(key).GetString();
   VQValue* attribute = FindMember(entry->mList, key);
   return attribute != nullptr ? attribute->GetString() : KZString();
 }
 
 // The stored text of the entry's command word, valid until somebody changes the entry.
 std::string_view WordOf(VQJsonObject* entry) {
+  if (!IsOwnClass(*entry)) return entry->GetValue(kKeyCommand).GetChar();
   const VQValue* attribute = FindMember(entry->mList, kKeyCommand);
   return attribute != nullptr ? attribute->GetChar() : "";
 }
@@ -89,6 +88,11 @@ void AppendShown(std::string& json, VQJsonObject& entry) {
 
 void PrintCommand(std::string_view word, VQJsonObject& entry) {
   if (!IsTraced()) return;
+  if (!IsOwnClass(entry)) {
+    std::string storage;
+    PrintLine({"Command=", word, " json=", ShownText(entry.GetJson(), storage)});
+    return;
+  }
   static std::string json;
   json.clear();
   AppendShown(json, entry);
